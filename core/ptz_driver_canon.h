@@ -6,6 +6,7 @@
 
 #include <glib-object.h>
 
+#include "core/gpio_line.h"
 #include "image_source_control/image_source_control.h"
 #include "ptzorvel/ptz_driver.h"
 #include "ptzorvel/ptz_temperature_controller.h"
@@ -13,14 +14,6 @@
 #include <gio/gio.h>
 
 struct CameraModel; // vcc/vccif_model.h
-
-// A GPIO line: its number, or -1 and its name. Configured unless the number is negative and there is no name.
-struct GpioLine {
-    int number;
-    char *name;
-
-    bool configured() const { return number >= 0 || name != nullptr; }
-};
 
 // What the camera block does (`current`) or was last asked to do (`target`).
 struct CameraState {
