@@ -39,7 +39,8 @@ class GErrorSlot {
         g_clear_error(&error_);
         return &error_;
     }
-    explicit operator bool() const { return error_ != nullptr; }
+    // Not const: the conversion above must not be the better one in `if (error)`.
+    explicit operator bool() { return error_ != nullptr; }
 
   private:
     GError *error_ = nullptr;

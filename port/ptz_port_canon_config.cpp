@@ -1,0 +1,160 @@
+#include "port/ptz_port_canon_config.h"
+
+#include "core/glib_raii.h"
+#include "core/guard.h"
+#include "core/log.h"
+#include "core/paths.h"
+#include "port/ptz_port_canon.h"
+#include "port/ptz_port_canon_settings.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr char INTROSPECTION[] = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?><node>"
+                                 "  <interface name=\"com.orna.PTZ.Port.KRX\">"
+                                 "    <property name=\"BurstLength\" type=\"i\" access=\"write\"/>"
+                                 "    <property name=\"TriggerMode\" type=\"i\" access=\"write\"/>"
+                                 "  </interface></node>";
+
+constexpr char COMMON_GROUP[] = "KRX_PORTS";
+constexpr int DEFAULT_BURST_LENGTH = 1024;
+// No board has more; a number beyond is a slip of the pen that would keep the loading busy for hours.
+constexpr int PORTS_MAX = 256;
+
+struct PortRecord {
+    GText device;
+    int request_pin = 0;
+    GText request_pin_named;
+    int burst_len = DEFAULT_BURST_LENGTH;
+    int trig_mode = 0;
+};
+
+// An entry is empty when its group is missing.
+using PortTable = std::vector<std::optional<PortRecord>>;
+
+std::optional<PortTable> port_table; // none until loaded
+
+std::string group_name(int index)
+{
+    return "KRX_PORT" + std::to_string(index);
+}
+
+constexpr char READ_FAILURE[] = "Failed to read config file parameter %s:%s";
+
+// The integer at `key`, `absent` without such a key, `unreadable` with a warning when it is no integer.
+int optional_integer(GKeyFile *file, const char *group, const char *key, int absent, int unreadable)
+{
+    if (!g_key_file_has_key(file, group, key, nullptr))
+        return absent;
+    GErrorSlot error;
+    const int value = g_key_file_get_integer(file, group, key, error);
+    if (!error)
+        return value;
+    log_warning(READ_FAILURE, group, key);
+    return unreadable;
+}
+
+GText text_or(GKeyFile *file, const char *group, const char *key, const char *fallback)
+{
+    GText text(g_key_file_get_string(file, group, key, nullptr));
+    if (text == nullptr) {
+        log_warning(READ_FAILURE, group, key);
+        text.reset(g_strdup(fallback));
+    }
+    return text;
+}
+
+PortRecord read_record(GKeyFile *file, const char *group)
+{
+    PortRecord record;
+    record.device = text_or(file, group, "Device", "/dev/spidev1.0");
+    GErrorSlot error;
+    record.request_pin = g_key_file_get_integer(file, group, "RequestPin", error);
+    if (error) {
+        record.request_pin = -1;
+        record.request_pin_named = text_or(file, group, "RequestPin", "imc_req");
+    }
+    record.burst_len = optional_integer(file, group, "BurstLenght", DEFAULT_BURST_LENGTH, DEFAULT_BURST_LENGTH);
+    record.trig_mode = optional_integer(file, group, "TriggerMode", 0, 0);
+    return record;
+}
+
+bool read_common(GKeyFile *file, int *ports)
+{
+    GErrorSlot error;
+    *ports = g_key_file_get_integer(file, COMMON_GROUP, "Ports", error);
+    if (error || *ports > PORTS_MAX) {
+        log_error(READ_FAILURE, COMMON_GROUP, "Ports");
+        return false;
+    }
+    if (!g_key_file_has_key(file, COMMON_GROUP, "BigEndian", nullptr))
+        return true;
+    const bool big_endian = g_key_file_get_boolean(file, COMMON_GROUP, "BigEndian", error) != FALSE;
+    if (error) {
+        log_error(READ_FAILURE, COMMON_GROUP, "BigEndian");
+        return false;
+    }
+    port_transfer_settings.big_endian = big_endian;
+    return true;
+}
+
+bool load_ports()
+{
+    const GKeyFileOwned file(g_key_file_new());
+    if (file == nullptr) {
+        log_error("Failed to allocate config file parser");
+        return false;
+    }
+    if (!g_key_file_load_from_file(file.get(), data_path("krx_port.conf").c_str(), G_KEY_FILE_NONE, nullptr)) {
+        log_error("Failed to load port config file");
+        return false;
+    }
+    int ports = 0;
+    if (!read_common(file.get(), &ports))
+        return false;
+    PortTable table;
+    for (int i = 0; i < ports; ++i) {
+        const std::string group = group_name(i);
+        std::optional<PortRecord> &entry = table.emplace_back();
+        if (g_key_file_has_group(file.get(), group.c_str()))
+            entry = read_record(file.get(), group.c_str());
+        else
+            log_warning("Could not find group %s", group.c_str());
+    }
+    port_table = std::move(table);
+    return true;
+}
+
+} // namespace
+
+PTZPort *ptz_port_canon_new(int port_index)
+{
+    if (!port_table && !load_ports())
+        return nullptr;
+    GUARD(0 <= port_index && port_index < static_cast<int>(port_table->size()), nullptr);
+    const std::optional<PortRecord> &record = (*port_table)[static_cast<std::size_t>(port_index)];
+    if (!record) {
+        log_error("Could not find group %s", group_name(port_index).c_str());
+        return nullptr;
+    }
+    auto *self = static_cast<PTZPortCanon *>(g_object_new(ptz_port_canon_get_type(), nullptr));
+    self->port_index = port_index;
+    g_object_set(self, "device", record->device.get(), "request_pin", record->request_pin, "request_pin_named",
+                 record->request_pin_named.get(), "burst_len", record->burst_len, "trig_mode", record->trig_mode,
+                 nullptr);
+    GText name(g_strdup_printf("Port.KRX.SIO%d", port_index));
+    self->dbus_server = ptz_port_dbus_server_new(G_OBJECT(self), INTROSPECTION, name.get());
+    PTZPort *port = &self->parent_instance;
+    g_free(port->name);
+    port->name = name.release();
+    return port;
+}
+
+void ptz_port_canon_forget_config()
+{
+    port_table.reset();
+    port_transfer_settings.big_endian = false;
+}
