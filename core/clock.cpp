@@ -80,4 +80,7 @@ Clock &clock_get()
     return clock != nullptr ? *clock : machine;
 }
 
-void clock_set(Clock *clock) { replacement.store(clock, std::memory_order_release); }
+void clock_set(Clock *clock)
+{
+    replacement.store(clock, std::memory_order_release);
+}

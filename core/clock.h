@@ -24,6 +24,12 @@ Clock &clock_get();
 // Puts `clock` in force until it is called again; nullptr restores the machine's own. The caller keeps ownership.
 void clock_set(Clock *clock);
 
-inline void clock_sleep_us(std::int64_t us) { clock_get().sleep_us(us); }
+inline void clock_sleep_us(std::int64_t us)
+{
+    clock_get().sleep_us(us);
+}
 
-inline std::time_t clock_calendar_time() { return static_cast<std::time_t>(clock_get().now_us() / 1000000); }
+inline std::time_t clock_calendar_time()
+{
+    return static_cast<std::time_t>(clock_get().now_us() / 1000000);
+}

@@ -31,10 +31,16 @@ inline std::int32_t fixed_from_real(float value)
     return truncate_to_int(value > 0.0f ? scaled + 0.5f : scaled - 0.5f);
 }
 
-inline float fixed_to_real(std::int32_t value) { return static_cast<float>(value) * (1.0f / FIXED_ONE); }
+inline float fixed_to_real(std::int32_t value)
+{
+    return static_cast<float>(value) * (1.0f / FIXED_ONE);
+}
 
 // The integer part, rounded down: -0.5 is -1.
-inline std::int32_t fixed_integer_part(std::int32_t value) { return value >> 16; }
+inline std::int32_t fixed_integer_part(std::int32_t value)
+{
+    return value >> 16;
+}
 
 // A whole number as 16.16, with what does not fit cut off.
 inline std::int32_t fixed_from_integer(std::int32_t value)

@@ -21,7 +21,10 @@ void log_at(int priority, const char *format, va_list args)
 
 } // namespace
 
-void log_set_sink(LogSink sink) { log_sink = sink; }
+void log_set_sink(LogSink sink)
+{
+    log_sink = sink;
+}
 
 #define LOG_BODY(priority)                                                                                             \
     va_list args;                                                                                                      \
@@ -29,8 +32,17 @@ void log_set_sink(LogSink sink) { log_sink = sink; }
     log_at(priority, format, args);                                                                                    \
     va_end(args)
 
-void log_error(const char *format, ...) { LOG_BODY(LOG_ERR); }
+void log_error(const char *format, ...)
+{
+    LOG_BODY(LOG_ERR);
+}
 
-void log_warning(const char *format, ...) { LOG_BODY(LOG_WARNING); }
+void log_warning(const char *format, ...)
+{
+    LOG_BODY(LOG_WARNING);
+}
 
-void log_info(const char *format, ...) { LOG_BODY(LOG_INFO); }
+void log_info(const char *format, ...)
+{
+    LOG_BODY(LOG_INFO);
+}

@@ -18,7 +18,7 @@ struct CameraModel; // vcc/vccif_model.h
 // What the camera block does (`current`) or was last asked to do (`target`).
 struct CameraState {
     float zoom_magnification;
-    int zoom_zenta; // 1..9999 optical, 10000..19999 digital
+    int zoom_zenta;   // 1..9999 optical, 10000..19999 digital
     float hfov, vfov; // degrees, -1 before any status
     float mask_hfov, mask_vfov;
     int focus_zenta;    // 1..9999, -1 not known
@@ -30,10 +30,10 @@ struct CameraState {
     gboolean auto_focus;
     gboolean auto_iris;
     int pan_speed, tilt_speed;
-    guint8 focus_manual_mode; // 1, 4 or 5: sent when auto focus is switched off
+    guint8 focus_manual_mode;  // 1, 4 or 5: sent when auto focus is switched off
     const char *exposure_mode; // not owned
     gboolean backlight_on;
-    int response_profile; // 0 "stage", 1 "sport"
+    int response_profile;                       // 0 "stage", 1 "sport"
     int zoom_moving, focus_moving, iris_moving; // -1 not known, 0 or 1
     int brightness_moving;
     int pan_moving, tilt_moving; // -1 not known, 0 or 1
@@ -45,9 +45,9 @@ struct CameraState {
     char *capture_mode;         // owned through `current` alone
     char *default_capture_mode; // owned through `current` alone
     gboolean broadcast_frame_rate;
-    const char *video_output; // constant: "hdmi" or "sdi"
-    const char *scan_mode;    // constant: "progressive" or "interlaced"
-    const char *sdi_mapping;  // constant: "level_a" or "level_b"
+    const char *video_output;          // constant: "hdmi" or "sdi"
+    const char *scan_mode;             // constant: "progressive" or "interlaced"
+    const char *sdi_mapping;           // constant: "level_a" or "level_b"
     int pan_move_mode, tilt_move_mode; // PTZ_MOVE_* last sent
 };
 
@@ -125,12 +125,18 @@ struct PTZDriverCanon {
     GMutex status_lock;   // around one publication
 
     ImageSourceControl *image_source_control; // null when it could not be had, and after close
-    gboolean port_open_held; // start-up holds an open of `port` and its reference
-    gboolean ports_locked;   // start-up holds the framework's port locks
-    gboolean closed;         // after close: tasks and callbacks that come late do nothing
+    gboolean port_open_held;                  // start-up holds an open of `port` and its reference
+    gboolean ports_locked;                    // start-up holds the framework's port locks
+    gboolean closed;                          // after close: tasks and callbacks that come late do nothing
 };
 
 // The record of a framework driver or controller callback; the object must be one of ours.
-inline PTZDriverCanon *ptz_driver_canon_of(PTZDriver *driver) { return reinterpret_cast<PTZDriverCanon *>(driver); }
+inline PTZDriverCanon *ptz_driver_canon_of(PTZDriver *driver)
+{
+    return reinterpret_cast<PTZDriverCanon *>(driver);
+}
 
-inline PTZDriver *ptz_driver_of(PTZDriverCanon *self) { return &self->parent_instance; }
+inline PTZDriver *ptz_driver_of(PTZDriverCanon *self)
+{
+    return &self->parent_instance;
+}

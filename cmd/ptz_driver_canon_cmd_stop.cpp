@@ -1,0 +1,32 @@
+#include "cmd/ptz_driver_canon_cmd_stop.h"
+
+#include "cmd/ptz_driver_canon_cmd_send.h"
+#include "core/guard.h"
+#include "vcc/vcc_rows.h"
+
+gboolean ptz_driver_canon_cmd_stop(PTZDriverCanon *self)
+{
+    GUARD(self, FALSE);
+    CommandBuffer commands;
+    commands.add(kZoomStop);
+    commands.add(kPanTiltStop, int{PAN_TILT_STOP_PAN});
+    commands.add(kPanTiltStop, int{PAN_TILT_STOP_TILT});
+    const gboolean sent = ptz_driver_canon_cmd_send_buffer(self, commands, nullptr);
+    self->target.zoom_magnification = self->current.zoom_magnification;
+    self->target.zoom_zenta = self->current.zoom_zenta;
+    self->target.focus_zenta = self->current.focus_zenta;
+    return sent;
+}
+
+gboolean ptz_driver_canon_cmd_ircut(PTZDriverCanon *self, int mode)
+{
+    GUARD(self, FALSE);
+    CommandBuffer commands;
+    if (mode == IR_CUT_AUTOMATIC) {
+        commands.add(kDayNightMode, 1);
+    } else {
+        commands.add(kDayNightMode, 0);
+        commands.add(kIrCutFilter, mode == IR_CUT_NIGHT ? 1 : 0);
+    }
+    return ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send day/night mode setup command");
+}

@@ -1,0 +1,26 @@
+// Rotation, outputs and scan of the video, and the image sensor's halt.
+#pragma once
+
+#include "core/ptz_driver_canon.h"
+
+// 0 or 180 degrees.
+gboolean ptz_driver_canon_cmd_rotate(PTZDriverCanon *self, int degrees);
+
+// Sets the video mode by its name, e.g. "1080p60" (any letter case), with its scan: "progressive" or "interlaced", of
+// which interlaced exists at 1080p50 and 1080p60 alone.
+gboolean ptz_driver_canon_cmd_video_mode(PTZDriverCanon *self, const char *mode, const char *scan);
+
+// "hdmi" or "sdi".
+gboolean ptz_driver_canon_cmd_video_output(PTZDriverCanon *self, const char *mode);
+
+// "level_a" or "level_b".
+gboolean ptz_driver_canon_cmd_sdi_mapping_mode(PTZDriverCanon *self, const char *mode);
+
+// Balances white once, for what the camera sees now.
+gboolean ptz_driver_canon_cmd_white_balance_onepush(PTZDriverCanon *self);
+
+// Halts the image sensor, or lets it run.
+gboolean ptz_driver_canon_cmd_halt_sensor(PTZDriverCanon *self, gboolean halt);
+
+// Halts the sensor before the power goes: with fresh status before and after, and a second to settle.
+void ptz_driver_canon_utils_halt_sensor_and_settle(PTZDriverCanon *self);

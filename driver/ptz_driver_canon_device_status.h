@@ -1,0 +1,24 @@
+// How the camera block is: error bits, model and version, and the poll that keeps them current.
+#pragma once
+
+#include "core/ptz_driver_canon.h"
+
+// Declares the read-only "UserAdv" parameters that this file writes, and "StatusUpdate".
+void ptz_driver_canon_install_device_params(PTZDriverCanon *self);
+
+// Writes "DeviceModVer": model and firmware version while the camera block is in service, else no value. TRUE when the
+// framework accepted it.
+gboolean ptz_driver_canon_update_modver(PTZDriverCanon *self);
+
+// Writes "CamDeviceStatus" from the error bits and "CamLastTestDate", and sends the camera-error event. TRUE when the
+// framework accepted both values.
+gboolean ptz_driver_canon_update_device_status(PTZDriverCanon *self, guint32 error_bits);
+
+// Sends the camera-error event for `device_error`, and logs it when there is an error.
+void ptz_driver_canon_emit_camera_error(PTZDriverCanon *self);
+
+// Writes "StatusUpdate". TRUE when the framework accepted it.
+gboolean ptz_driver_canon_set_status_update(PTZDriverCanon *self, gboolean value);
+
+// Queues the status poll, every 33 ms, unless it is queued already.
+void ptz_driver_canon_start_status_poll(PTZDriverCanon *self);

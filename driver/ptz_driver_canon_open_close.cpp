@@ -1,0 +1,67 @@
+// Open and close.
+#include "driver/ptz_driver_canon_operations.h"
+
+#include "cmd/ptz_driver_canon_cmd_video.h"
+#include "core/log.h"
+#include "driver/ptz_driver_canon_device_status.h"
+#include "driver/ptz_driver_canon_startup.h"
+#include "driver/ptz_driver_canon_type.h"
+#include "hw/ptz_driver_canon_power.h"
+#include "utils/ptz_driver_canon_utils_picture.h"
+#include "vcc/vccif_model.h"
+
+namespace {
+
+struct DataCache {
+    const char *name;
+    int (*init)(PTZDriver *driver);
+    void (*close)(PTZDriver *driver);
+};
+
+constexpr DataCache DATA_CACHES[] = {
+    {"zoom", ptz_driver_zoom_datacache_init, ptz_driver_zoom_datacache_close},
+    {"flip", ptz_driver_flip_datacache_init, ptz_driver_flip_datacache_close},
+    {"position", ptz_driver_position_datacache_init, ptz_driver_position_datacache_close},
+    {"moving", ptz_driver_moving_datacache_init, ptz_driver_moving_datacache_close},
+    {"speed", ptz_driver_speed_datacache_init, ptz_driver_speed_datacache_close},
+};
+
+} // namespace
+
+gboolean ptz_driver_canon_op_open(PTZDriver *driver)
+{
+    PTZDriverCanon *self = ptz_driver_canon_of(driver);
+    ptz_driver_canon_update_modver(self);
+    if (self->driver_initialized)
+        return TRUE;
+    self->closed = FALSE;
+    ptz_driver_canon_set_state(self, PTZ_STATE_INITIALISING);
+    driver->start_routine = ptz_driver_canon_start_routine;
+    PTZ_DRIVER_GET_CLASS(driver)->run_start_routine(driver);
+    if (self->datacache_is_used)
+        for (const DataCache &cache : DATA_CACHES)
+            if (cache.init(driver) < 0)
+                log_error("Could not initialize %s datacache!", cache.name);
+    return TRUE;
+}
+
+gboolean ptz_driver_canon_op_close(PTZDriver *driver)
+{
+    PTZDriverCanon *self = ptz_driver_canon_of(driver);
+    self->driver_initialized = FALSE;
+    self->closed = TRUE;
+    if (self->datacache_is_used)
+        for (const DataCache &cache : DATA_CACHES)
+            cache.close(driver);
+    ptz_driver_canon_update_modver(self);
+    ptz_driver_canon_set_video_output(self, FALSE);
+    if (self->cam_model->halt_sensor_on_power_off)
+        ptz_driver_canon_utils_halt_sensor_and_settle(self);
+    ptz_driver_canon_power_off(self);
+    ptz_driver_canon_release_port(self);
+    ptz_driver_port_unregister(driver->port_registry, 0);
+    image_source_control_free(self->image_source_control);
+    self->image_source_control = nullptr;
+    ptz_driver_canon_set_state(self, PTZ_STATE_CLOSED);
+    return TRUE;
+}

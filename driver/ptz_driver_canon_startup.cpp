@@ -1,0 +1,201 @@
+#include "driver/ptz_driver_canon_startup.h"
+
+#include "cmd/ptz_driver_canon_cmd_video.h"
+#include "core/clock.h"
+#include "core/log.h"
+#include "driver/ptz_driver_canon_config.h"
+#include "driver/ptz_driver_canon_device_status.h"
+#include "driver/ptz_driver_canon_limits.h"
+#include "driver/ptz_driver_canon_operations.h"
+#include "driver/ptz_driver_canon_type.h"
+#include "hw/ptz_driver_canon_power.h"
+#include "port/ptz_port_canon.h"
+#include "utils/ptz_driver_canon_utils_picture.h"
+#include "utils/ptz_driver_canon_utils_publish.h"
+#include "utils/ptz_driver_canon_utils_status.h"
+#include "vcc/vccif_model.h"
+#include "vcc/vccif_status.h"
+
+namespace {
+
+constexpr std::int64_t BOOT_SETTLE_US = 2000000;
+constexpr guint32 ERROR_INIT = 1;
+
+void lock_ports(PTZDriverCanon *self)
+{
+    if (self->ports_locked)
+        return;
+    ptz_driver_port_lock_all(self->parent_instance.port_registry);
+    self->ports_locked = TRUE;
+}
+
+void unlock_ports(PTZDriverCanon *self)
+{
+    if (!self->ports_locked)
+        return;
+    self->ports_locked = FALSE;
+    ptz_driver_port_unlock_all(self->parent_instance.port_registry);
+}
+
+// Opens the port afresh; however often start-up runs, it holds one open and one reference.
+bool open_port(PTZDriverCanon *self)
+{
+    const bool held = self->port_open_held;
+    const bool opened = ptz_port_canon_open_ref(self->port);
+    if (held)
+        g_object_unref(self->port);
+    self->port_open_held = opened;
+    return opened;
+}
+
+gboolean fail_startup(PTZDriverCanon *self)
+{
+    ptz_driver_canon_set_state(self, PTZ_STATE_FAILED);
+    self->device_error = ERROR_INIT;
+    ptz_driver_canon_update_device_status(self, self->device_error);
+    ptz_driver_canon_stop_camera(self);
+    log_error("Fatal error, Camera block setup is failed \n");
+    unlock_ports(self);
+    return TRUE;
+}
+
+// The camera may not run at this temperature: the controller starts it when the range is reached again.
+gboolean hold_for_temperature(PTZDriverCanon *self)
+{
+    const int range = ptz_temperature_controller_get_state(self->temp_controller);
+    self->parent_instance.start_routine = nullptr;
+    if (range == PTZ_TEMPERATURE_BELOW) {
+        ptz_driver_canon_release_port(self);
+        ptz_driver_canon_set_state(self, PTZ_STATE_TOO_COLD);
+    } else if (range == PTZ_TEMPERATURE_ABOVE) {
+        ptz_driver_canon_set_state(self, PTZ_STATE_TOO_HOT);
+    } else {
+        return fail_startup(self);
+    }
+    return TRUE;
+}
+
+void begin_initialising(PTZDriverCanon *self)
+{
+    ptz_driver_canon_set_state(self, PTZ_STATE_INITIALISING);
+    lock_ports(self);
+    ptz_driver_canon_utils_publish_status(self);
+    vccif_clear_status();
+}
+
+void begin_running(PTZDriverCanon *self)
+{
+    ptz_driver_canon_utils_start_publishing(self);
+    ptz_driver_canon_read_limits(self);
+    if (!ptz_driver_canon_update_device_status(self, self->device_error))
+        log_warning("Could not update DeviceStatus");
+    self->parent_instance.start_routine = nullptr;
+    ptz_driver_canon_start_status_poll(self);
+    ptz_driver_canon_set_status_update(self, TRUE);
+    ptz_driver_canon_set_state(self, PTZ_STATE_RUNNING);
+    self->driver_initialized = TRUE;
+    ptz_driver_canon_update_modver(self);
+    ptz_driver_canon_set_video_output(self, TRUE);
+    unlock_ports(self);
+}
+
+void reset_camera_state(PTZDriverCanon *self)
+{
+    CameraState &now = self->current;
+    now.hfov = now.vfov = -1.0f;
+    now.zoom_magnification = 1.0f;
+    now.zoom_zenta = 1;
+    now.auto_iris = TRUE;
+    now.image_freeze_mode = IMAGE_FREEZE_OFF;
+    now.focus_zenta = now.focus_position = now.iris_zenta = -1;
+    now.zoom_moving = now.focus_moving = now.iris_moving = -1;
+    now.pan_moving = now.tilt_moving = -1;
+    now.brightness_zenta = now.brightness_level = 0;
+    now.auto_focus = FALSE;
+    now.brightness_moving = 0;
+    now.freeze_pending = 0;
+    now.image_frozen = FALSE;
+    self->target = self->current;
+    now.pan_speed = now.tilt_speed = 0;
+}
+
+} // namespace
+
+void ptz_driver_canon_release_port(PTZDriverCanon *self)
+{
+    if (!self->port_open_held)
+        return;
+    self->port_open_held = FALSE;
+    ptz_port_canon_close_unref(self->port);
+}
+
+gboolean ptz_driver_canon_startup(PTZDriverCanon *self)
+{
+    self->fw_version = -1;
+    ptz_driver_canon_update_modver(self);
+    ptz_driver_canon_set_video_output(self, FALSE);
+    if (!self->temp_controller->temperature_ok)
+        return hold_for_temperature(self);
+    if (!open_port(self)) {
+        log_error("Fatal error, could not open port\n");
+        return fail_startup(self);
+    }
+    begin_initialising(self);
+    if (!ptz_driver_canon_boot(self))
+        log_error("Fatal error, could not start camera block");
+    self->fw_version = vccif_wait_fw_revision(self);
+    if (!ptz_driver_canon_utils_wait_all_status(self)) {
+        log_error("Fatal error, failed to communicate with camera block");
+        return fail_startup(self);
+    }
+    if (!ptz_driver_canon_utils_wait_lens_ready(self)) {
+        log_error("Fatal error, failed to initialize camera block");
+        return fail_startup(self);
+    }
+    begin_running(self);
+    return TRUE;
+}
+
+gboolean ptz_driver_canon_start_routine(PTZDriver *driver)
+{
+    return ptz_driver_canon_startup(ptz_driver_canon_of(driver));
+}
+
+gboolean ptz_driver_canon_boot(PTZDriverCanon *self)
+{
+    ptz_driver_canon_power_cycle(self);
+    clock_sleep_us(BOOT_SETTLE_US);
+    if (!ptz_driver_canon_utils_wait_all_status(self)) {
+        log_error("Fatal error, failed to boot up the camera block");
+        return FALSE;
+    }
+    self->cam_model_id = static_cast<int>(vccif_get_model_id());
+    if (!ptz_driver_canon_select_model(self->cam_model_id, &self->cam_model)) {
+        log_error("Fatal error, detected unknown camera block model");
+        return FALSE;
+    }
+    return TRUE;
+}
+
+void ptz_driver_canon_stop_camera(PTZDriverCanon *self)
+{
+    self->driver_initialized = FALSE;
+    ptz_driver_canon_update_modver(self);
+    if (self->keep_stream || !self->camera_powered || !self->camera_reset_released)
+        return;
+    ptz_driver_canon_set_video_output(self, FALSE);
+    if (self->cam_model->halt_sensor_on_power_off)
+        ptz_driver_canon_utils_halt_sensor_and_settle(self);
+    if (!ptz_driver_canon_set_reset(self, TRUE))
+        log_error("Failed to reset camera ");
+    if (!ptz_driver_canon_set_power(self, FALSE))
+        log_error("Failed to disable camera power");
+}
+
+void ptz_driver_canon_reset(PTZDriverCanon *self)
+{
+    ptz_driver_canon_set_state(self, PTZ_STATE_INITIALISING);
+    ptz_driver_canon_stop_camera(self);
+    reset_camera_state(self);
+    ptz_driver_canon_startup(self);
+}

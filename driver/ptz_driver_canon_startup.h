@@ -1,0 +1,14 @@
+// The camera block's life: from power-off to running, out of service, and again from the start.
+#pragma once
+
+#include "core/ptz_driver_canon.h"
+#include "hw/ptz_driver_canon_life_door.h"
+
+// Powers the camera block up until it answers as a known model. FALSE, with a message, when it does not.
+gboolean ptz_driver_canon_boot(PTZDriverCanon *self);
+
+// Full restart, whatever the state: stops the camera, forgets what it reported and starts up again.
+void ptz_driver_canon_reset(PTZDriverCanon *self);
+
+// ptz_driver_canon_startup as the framework's start routine.
+gboolean ptz_driver_canon_start_routine(PTZDriver *driver);
