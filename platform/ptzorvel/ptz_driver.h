@@ -17,6 +17,7 @@ G_BEGIN_DECLS
 
 #define PTZ_TYPE_DRIVER (ptz_driver_get_type ())
 #define PTZ_DRIVER(obj) (G_TYPE_CHECK_INSTANCE_CAST ((obj), PTZ_TYPE_DRIVER, PTZDriver))
+#define PTZ_IS_DRIVER(obj) (G_TYPE_CHECK_INSTANCE_TYPE ((obj), PTZ_TYPE_DRIVER))
 #define PTZ_DRIVER_CLASS(klass) (G_TYPE_CHECK_CLASS_CAST ((klass), PTZ_TYPE_DRIVER, PTZDriverClass))
 #define PTZ_DRIVER_GET_CLASS(obj) (G_TYPE_INSTANCE_GET_CLASS ((obj), PTZ_TYPE_DRIVER, PTZDriverClass))
 
@@ -59,7 +60,7 @@ typedef struct
   gint32 companion[2];
 } PTZSpeed;
 
-/* The request that the command thread is serving. */
+/* A move request. */
 typedef struct
 {
   guint32 words[8]; /* the eighth is 1 for a move to a preset */
@@ -98,12 +99,12 @@ struct _PTZDriver
   char *block_name;                /* owned; released by the base type */
   char *block_version;             /* owned; released by the base type */
   gint32 state;                    /* PTZ_STATE_*; property "state" */
-  PTZRequest *current_request;     /* NULL between requests */
+  PTZRequest *current_request;     /* the last move, until the next move or stop; may be NULL */
   gint32 counter_update_interval;  /* seconds */
   gboolean (*start_routine) (PTZDriver *driver);
   gint32 video_channel_nbr;        /* construct properties */
   gint32 id;
-  gdouble speed;                   /* property "speed", percent */
+  gdouble speed;                   /* property "speed", percent: of moves that name none */
   gpointer priv;                   /* the framework's own */
 };
 

@@ -8,6 +8,7 @@ G_BEGIN_DECLS
 
 #define PTZ_TYPE_PORT (ptz_port_get_type ())
 #define PTZ_PORT(obj) (G_TYPE_CHECK_INSTANCE_CAST ((obj), PTZ_TYPE_PORT, PTZPort))
+#define PTZ_IS_PORT(obj) (G_TYPE_CHECK_INSTANCE_TYPE ((obj), PTZ_TYPE_PORT))
 #define PTZ_PORT_CLASS(klass) (G_TYPE_CHECK_CLASS_CAST ((klass), PTZ_TYPE_PORT, PTZPortClass))
 #define PTZ_PORT_GET_CLASS(obj) (G_TYPE_INSTANCE_GET_CLASS ((obj), PTZ_TYPE_PORT, PTZPortClass))
 

@@ -56,7 +56,8 @@ GType ptz_temperature_controller_get_type (void) G_GNUC_CONST;
 /* A new controller of `type` (derived from PTZ_TYPE_TEMPERATURE_CONTROLLER) for `driver`; the caller owns it. */
 PTZTemperatureController *ptz_temperature_controller_new (GType type, PTZDriver *driver);
 
-/* PTZ_TEMPERATURE_*, measured against the registered limits now. Without a readable sensor: in range. */
+/* PTZ_TEMPERATURE_*: as the operations were last told, so that it agrees with temperature_ok; measured now while the
+ * controller does not watch yet. Without a readable sensor: in range. */
 int ptz_temperature_controller_get_state (PTZTemperatureController *controller);
 
 /* Registers one limit in degrees Celsius with its hysteresis; PTZ_TRIGGER_*. 0, or -1. The sensor is thermal zone

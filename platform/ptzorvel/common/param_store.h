@@ -1,0 +1,79 @@
+// The parameters that drivers declare, with their values. For the framework and ptzd; drivers see
+// ptz_dynamical_properties.h. Everything here may be called on any thread.
+#pragma once
+
+#include "ptzorvel/ptz_dynamical_properties.h"
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+// No value, or a value of the parameter's kind.
+using ParamValue = std::variant<std::monostate, int, bool, std::string>;
+
+struct ParamInfo {
+    std::string group;
+    std::string name;
+    std::string display;
+    std::string default_text;
+    std::string range; // as declared
+    guint32 kind = PTZ_PARAM_STRING;
+    std::optional<std::pair<int, int>> bounds;                // integers with a range
+    std::vector<std::pair<std::string, std::string>> choices; // value and label
+    bool writable = true;                                     // by the user; the driver may always write
+    ParamValue value;
+};
+
+// "string", "integer" or "boolean".
+const char *param_kind_name(guint32 kind);
+
+// The text as a value of that kind: an integer in decimal, "true" or "false", any string. None when it is not one.
+std::optional<ParamValue> param_value_from_text(guint32 kind, std::string_view text);
+// The reverse; no value: "".
+std::string param_value_to_text(const ParamValue &value);
+
+// Why `value` cannot be the parameter's value, as a sentence for the user; empty when it can. No value is allowed for
+// strings only.
+std::string param_check(const ParamInfo &info, const ParamValue &value);
+
+// One group; the handle that drivers hold.
+struct _PTZDynamicalProperties {
+  public:
+    explicit _PTZDynamicalProperties(std::string name) : name_(std::move(name)) {}
+
+    const std::string &name() const { return name_; }
+
+    // Takes the rows of a table, with their defaults as values (an empty default is no value). False, and nothing is
+    // taken, when a row has an unknown type, no name, a name already in the group, or a default or range that its type
+    // does not allow.
+    bool add_table(const PTZParamDefinition *table);
+
+    std::vector<ParamInfo> list() const;
+    std::optional<ParamInfo> find(std::string_view name) const;
+
+    // Sets a value. A sentence when there is no such parameter or the value does not fit; empty when it is set.
+    std::string set(std::string_view name, ParamValue value);
+
+  private:
+    const std::string name_;
+    mutable std::mutex mutex_;
+    std::vector<ParamInfo> params_;
+};
+
+// The groups of one driver.
+class ParamStore {
+  public:
+    // The group of that name; null when there is none and `create` is not asked for. Lives as long as the store.
+    PTZDynamicalProperties *group(std::string_view name, bool create = false);
+
+    std::vector<PTZDynamicalProperties *> groups() const;
+
+  private:
+    mutable std::mutex mutex_;
+    std::vector<std::unique_ptr<PTZDynamicalProperties>> groups_;
+};

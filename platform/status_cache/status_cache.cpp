@@ -1,0 +1,102 @@
+#include "status_cache/status_cache.h"
+#include "status_cache/status_cache_read.h"
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace {
+
+using Value = std::variant<gint32, float>;
+
+struct Entry {
+    std::string key;
+    Value value;
+};
+
+struct Group {
+    std::string name;
+    std::vector<Entry> entries;
+};
+
+std::mutex cache_mutex;
+std::vector<Group> cache; // few groups of few keys: a list searched in order, updated in place
+
+// The element with that name, made when missing. `Name` is the member that holds the name.
+template <typename Element, typename Name>
+Element &find_or_add(std::vector<Element> &list, Name name, const char *text)
+{
+    const std::string_view wanted = text;
+    const auto found = std::find_if(list.begin(), list.end(), [&](const Element &e) { return e.*name == wanted; });
+    if (found != list.end())
+        return *found;
+    Element element{};
+    element.*name = text;
+    return list.emplace_back(std::move(element));
+}
+
+template <typename Number>
+Number read_number(const void *address)
+{
+    Number number;
+    std::memcpy(&number, address, sizeof number);
+    return number;
+}
+
+bool set_param(Group &group, const ScParam &param)
+{
+    if (param.key == nullptr || param.value == nullptr || param.size != 4)
+        return false;
+    if (param.type == SC_TYPE_INTEGER)
+        find_or_add(group.entries, &Entry::key, param.key).value = read_number<gint32>(param.value);
+    else if (param.type == SC_TYPE_REAL)
+        find_or_add(group.entries, &Entry::key, param.key).value = read_number<float>(param.value);
+    else
+        return false;
+    return true;
+}
+
+} // namespace
+
+int sc_set_group(const char *group, const ScParam *const *params, int)
+{
+    if (group == nullptr || *group == '\0' || params == nullptr)
+        return -1;
+    const std::lock_guard lock(cache_mutex);
+    Group &target = find_or_add(cache, &Group::name, group);
+    int count = 0;
+    for (; *params != nullptr; params++)
+        count += set_param(target, **params) ? 1 : 0;
+    return count;
+}
+
+GVariant *status_cache_snapshot(void)
+{
+    const std::lock_guard lock(cache_mutex);
+    GVariantBuilder groups;
+    g_variant_builder_init(&groups, G_VARIANT_TYPE("a{sa{sv}}"));
+    for (const Group &group : cache) {
+        g_variant_builder_open(&groups, G_VARIANT_TYPE("{sa{sv}}"));
+        g_variant_builder_add(&groups, "s", group.name.c_str());
+        g_variant_builder_open(&groups, G_VARIANT_TYPE("a{sv}"));
+        for (const Entry &entry : group.entries) {
+            const auto *integer = std::get_if<gint32>(&entry.value);
+            GVariant *value = integer != nullptr ? g_variant_new_int32(*integer)
+                                                 : g_variant_new_double(double{std::get<float>(entry.value)});
+            g_variant_builder_add(&groups, "{sv}", entry.key.c_str(), value);
+        }
+        g_variant_builder_close(&groups);
+        g_variant_builder_close(&groups);
+    }
+    return g_variant_builder_end(&groups);
+}
+
+void status_cache_clear(void)
+{
+    const std::lock_guard lock(cache_mutex);
+    cache.clear();
+}
