@@ -1,0 +1,242 @@
+// state, position, fov, angle-to-zoom, capabilities, published: what the camera says about itself.
+#include "command.h"
+#include "json.h"
+#include "loop.h"
+#include "numbers.h"
+
+namespace {
+
+constexpr unsigned kStateEveryMs = 50;
+constexpr unsigned kPositionEveryMs = 200;
+constexpr double kLongestWait = 3600; // seconds
+
+// The axes in the order in which people expect them.
+constexpr const char *kAngles[] = {"pan", "tilt"};
+constexpr const char *kPositions[] = {"zoom", "focus", "iris", "brightness"};
+
+std::vector<std::string> position_lines(const Position &position)
+{
+    std::vector<std::string> lines;
+    for (const char *axis : kAngles) {
+        if (const auto found = position.find(axis); found != position.end())
+            lines.push_back(format_text("%-10s %9.3f deg", axis, found->second));
+    }
+    for (const char *axis : kPositions) {
+        if (const auto found = position.find(axis); found != position.end())
+            lines.push_back(format_text("%-10s %9.0f%s", axis, found->second, found->second < 0 ? " (not known)" : ""));
+    }
+    return lines;
+}
+
+GVariant *position_object(const Position &position)
+{
+    GVariantBuilder object;
+    g_variant_builder_init(&object, G_VARIANT_TYPE("a{sd}"));
+    for (const auto &[axis, value] : position)
+        g_variant_builder_add(&object, "{sd}", axis.c_str(), value);
+    return g_variant_builder_end(&object);
+}
+
+GVariant *state_object(const std::pair<int, std::string> &state)
+{
+    GVariantBuilder object;
+    g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);
+    g_variant_builder_add(&object, "{sv}", "state", g_variant_new_int32(state.first));
+    g_variant_builder_add(&object, "{sv}", "text", g_variant_new_string(state.second.c_str()));
+    return g_variant_builder_end(&object);
+}
+
+void show_state(Context &context, const std::pair<int, std::string> &state)
+{
+    if (context.json())
+        context.object(state_object(state));
+    else
+        context.line(std::to_string(state.first) + " " + printable(state.second));
+}
+
+// Polls until the state is `wanted`, also while no ptzd is there yet. Throws EXIT_NO_ANSWER when it takes too long.
+std::pair<int, std::string> wait_for_state(Service &service, int wanted, double seconds)
+{
+    const gint64 deadline = steady_now() + static_cast<gint64>(seconds * 1e6);
+    std::pair<int, std::string> state{-1, "no ptzd"};
+    run_loop(kStateEveryMs, [&] {
+        try {
+            state = service.state();
+        } catch (const Failure &failure) {
+            if (failure.code() != "NoService")
+                throw;
+        }
+        return state.first != wanted && steady_now() < deadline;
+    });
+    if (state.first != wanted)
+        throw Failure(EXIT_NO_ANSWER, "NoAnswer",
+                      "the camera did not come to state " + std::to_string(wanted) +
+                          "; it is at: " + printable(state.second) + "; the system log says what ptzd does");
+    return state;
+}
+
+// "  key  value" lines of a dictionary of dictionaries, a heading above each.
+void show_groups(Context &context, GVariant *groups)
+{
+    GVariantIter iterator;
+    g_variant_iter_init(&iterator, groups);
+    const char *name = nullptr;
+    GVariant *fields = nullptr;
+    while (g_variant_iter_loop(&iterator, "{&s@a{sv}}", &name, &fields)) {
+        context.line(printable(name));
+        for (gsize i = 0; i < g_variant_n_children(fields); i++) {
+            VariantOwned entry(g_variant_get_child_value(fields, i));
+            const char *key = nullptr;
+            GVariant *value = nullptr;
+            g_variant_get(entry.get(), "{&sv}", &key, &value);
+            VariantOwned owned(value);
+            context.line(format_text("  %-26s %s", printable(key).c_str(), json_from_variant(value).c_str()));
+        }
+    }
+}
+
+VariantOwned first_result(VariantOwned reply)
+{
+    return VariantOwned(g_variant_get_child_value(reply.get(), 0));
+}
+
+} // namespace
+
+ExitStatus run_state(Context &context, Arguments &arguments)
+{
+    const auto wanted = arguments.value("--wait");
+    const auto within = arguments.value("--within");
+    arguments.words(0, 0);
+    if (!wanted && within)
+        throw usage_failure("--within says how long --wait may take; give --wait STATE too");
+    if (!wanted) {
+        show_state(context, context.service().state());
+        return EXIT_DONE;
+    }
+    const int number = parse_integer(*wanted, "--wait", 0, 7);
+    const double seconds = within ? parse_number(*within, "--within", 0, kLongestWait) : 60;
+    show_state(context, wait_for_state(context.service(), number, seconds));
+    return EXIT_DONE;
+}
+
+ExitStatus run_position(Context &context, Arguments &arguments)
+{
+    const bool watch = arguments.flag("--watch");
+    const auto seconds_text = arguments.value("--for");
+    arguments.words(0, 0);
+    if (seconds_text && !watch)
+        throw usage_failure("--for says how long to watch; give --watch too");
+    const double seconds = seconds_text ? parse_number(*seconds_text, "--for", 0, kLongestWait) : G_MAXINT;
+
+    Service &service = context.service();
+    if (!watch) {
+        const Position position = service.position();
+        if (context.json())
+            context.object(position_object(position));
+        else
+            for (const std::string &line : position_lines(position))
+                context.line(line);
+        return EXIT_DONE;
+    }
+    const gint64 start = steady_now();
+    Position last;
+    run_loop(kPositionEveryMs, [&] {
+        const Position position = service.position();
+        if (position != last && context.json()) {
+            context.object(position_object(position));
+        } else if (position != last) {
+            std::string text;
+            for (const std::string &line : position_lines(position))
+                text += (text.empty() ? "" : " | ") + line;
+            context.line(text);
+        }
+        last = position;
+        return static_cast<double>(steady_now() - start) < seconds * 1e6;
+    });
+    return EXIT_DONE;
+}
+
+ExitStatus run_fov(Context &context, Arguments &arguments)
+{
+    arguments.words(0, 0);
+    VariantOwned fields = first_result(context.service().call("GetFieldOfView", nullptr, "(a{sd})"));
+    if (context.json()) {
+        context.object(fields.get());
+        return EXIT_DONE;
+    }
+    for (const char *name : {"angle", "widest", "horizontal", "vertical"}) {
+        double degrees = 0;
+        if (g_variant_lookup(fields.get(), name, "d", &degrees))
+            context.line(format_text("%-10s %9.3f deg%s", name, degrees, degrees < 0 ? " (not known)" : ""));
+    }
+    return EXIT_DONE;
+}
+
+ExitStatus run_angle_to_zoom(Context &context, Arguments &arguments)
+{
+    const auto scale_text = arguments.value("--scale");
+    const double angle = parse_number(arguments.words(1, 1)[0], "the angle");
+    const double scale = scale_text ? parse_number(*scale_text, "--scale") : 100;
+
+    VariantOwned reply = context.service().call("AngleToZoom", g_variant_new("(dd)", angle, scale), "(d)");
+    double zoom = 0;
+    g_variant_get(reply.get(), "(d)", &zoom);
+    if (context.json()) {
+        GVariantBuilder object;
+        g_variant_builder_init(&object, G_VARIANT_TYPE("a{sd}"));
+        g_variant_builder_add(&object, "{sd}", "zoom", zoom);
+        context.object(g_variant_builder_end(&object));
+    } else {
+        context.line(number_text(zoom));
+    }
+    return EXIT_DONE;
+}
+
+ExitStatus run_capabilities(Context &context, Arguments &arguments)
+{
+    const std::vector<std::string> words = arguments.words(0, 1);
+    const std::string category = words.empty() ? "" : words[0];
+    VariantOwned reply =
+        context.service().call("GetCapabilities", g_variant_new("(s)", valid_text(category).c_str()), "(as)");
+    VariantOwned list = first_result(std::move(reply));
+    if (context.json()) {
+        GVariantBuilder object;
+        g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);
+        g_variant_builder_add(&object, "{sv}", "capabilities", list.get());
+        context.object(g_variant_builder_end(&object));
+        return EXIT_DONE;
+    }
+    for (gsize i = 0; i < g_variant_n_children(list.get()); i++) {
+        VariantOwned entry(g_variant_get_child_value(list.get(), i));
+        context.line(printable(g_variant_get_string(entry.get(), nullptr)));
+    }
+    return EXIT_DONE;
+}
+
+ExitStatus run_published(Context &context, Arguments &arguments)
+{
+    arguments.words(0, 0);
+    Service &service = context.service();
+    VariantOwned published = first_result(service.call("GetPublished", nullptr, "(a{sa{sv}})"));
+    VariantOwned caches = first_result(service.call("GetDataCaches", nullptr, "(a{sa{sv}})"));
+    VariantOwned video = first_result(service.call("GetVideo", nullptr, "(a{sb})"));
+    if (context.json()) {
+        GVariantBuilder object;
+        g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);
+        g_variant_builder_add(&object, "{sv}", "published", published.get());
+        g_variant_builder_add(&object, "{sv}", "caches", caches.get());
+        g_variant_builder_add(&object, "{sv}", "video", video.get());
+        context.object(g_variant_builder_end(&object));
+        return EXIT_DONE;
+    }
+    context.line("Status cache");
+    show_groups(context, published.get());
+    context.line("Data caches");
+    show_groups(context, caches.get());
+    for (const char *name : {"blanked", "frozen"}) {
+        gboolean on = FALSE;
+        if (g_variant_lookup(video.get(), name, "b", &on))
+            context.line(format_text("Picture %s: %s", name, on ? "yes" : "no"));
+    }
+    return EXIT_DONE;
+}

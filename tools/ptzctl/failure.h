@@ -1,0 +1,43 @@
+// How a command ends when it cannot do what it was asked: one sentence for the person, a code for the machine.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+
+// Exit statuses, as `ptzctl --help` and the man page list them.
+enum ExitStatus {
+    EXIT_DONE = 0,
+    EXIT_REFUSED = 1,    // the service refused or failed; a trace with lines that cannot be read
+    EXIT_USAGE = 2,      // the command line means nothing
+    EXIT_NO_SERVICE = 3, // no bus, or no ptzd on it
+    EXIT_NO_ANSWER = 4,  // not within the time given
+};
+
+// Thrown by commands, caught in run_ptzctl(); never passes a C frame.
+class Failure : public std::runtime_error {
+  public:
+    // `code` is one word, `message` one line that says what was wrong and what to do.
+    Failure(ExitStatus status, std::string code, const std::string &message)
+        : std::runtime_error(message), status_(status), code_(std::move(code))
+    {
+    }
+    ExitStatus status() const { return status_; }
+    const std::string &code() const { return code_; }
+
+  private:
+    ExitStatus status_;
+    std::string code_;
+};
+
+inline Failure usage_failure(const std::string &message)
+{
+    return {EXIT_USAGE, "Usage", message};
+}
+
+// Text from outside made fit for one line on a terminal: valid UTF-8, control characters as "?".
+std::string printable(std::string_view text);
+
+// Text from outside made fit for D-Bus: valid UTF-8.
+std::string valid_text(std::string_view text);

@@ -1,0 +1,6 @@
+#include "command.h"
+
+int main(int argc, char **argv)
+{
+    return run_ptzctl({argv + 1, argv + argc});
+}

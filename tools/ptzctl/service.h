@@ -1,0 +1,32 @@
+// The PTZ service as ptzctl sees it: calls on com.orna.PTZ, and failures put in words.
+#pragma once
+
+#include "glib_owned.h"
+#include "standstill.h"
+
+#include <string>
+
+inline constexpr const char *kServiceName = "com.orna.PTZ";
+inline constexpr const char *kServicePath = "/com/orna/PTZ";
+inline constexpr const char *kServiceInterface = "com.orna.PTZ";
+
+class Service {
+  public:
+    // Connects to the system bus (DBUS_SYSTEM_BUS_ADDRESS). timeout_s: how long a call may take, in seconds.
+    // Throws Failure (EXIT_NO_SERVICE) when there is no bus.
+    explicit Service(double timeout_s);
+
+    // Calls a method and returns its results, a tuple of the type `reply`. A floating `arguments` is taken over.
+    // Throws Failure: what the service says is wrong, no service, no answer in time.
+    VariantOwned call(const char *method, GVariant *arguments, const char *reply);
+
+    // GetPosition, and GetState's number and words.
+    Position position();
+    std::pair<int, std::string> state();
+
+    GDBusConnection *connection() { return connection_.get(); }
+
+  private:
+    int timeout_ms_;
+    ConnectionOwned connection_;
+};
