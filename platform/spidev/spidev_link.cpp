@@ -1,0 +1,220 @@
+#include "spidev/spidev_link.h"
+
+#include "spidev/spidev_wire.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <linux/spi/spidev.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+using spidev_wire::Op;
+using spidev_wire::Reply;
+using spidev_wire::Request;
+
+constexpr int kPeerTimeoutMs = 10'000;
+// A board answers within some 20 us; asking again for that long is far cheaper than being woken up.
+constexpr long kSpinNs = 60'000;
+
+int fail(int error)
+{
+    errno = error;
+    return -1;
+}
+
+long elapsed_ns(const timespec &since)
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return (now.tv_sec - since.tv_sec) * 1'000'000'000L + (now.tv_nsec - since.tv_nsec);
+}
+
+bool is_socket(int fd)
+{
+    struct stat info {};
+    return fstat(fd, &info) == 0 && S_ISSOCK(info.st_mode);
+}
+
+int connect_board(const char *path)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (std::strlen(path) >= sizeof address.sun_path)
+        return fail(ENAMETOOLONG);
+    std::strcpy(address.sun_path, path);
+    const int fd = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (fd < 0)
+        return -1;
+    if (connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
+        const int error = errno;
+        close(fd);
+        return fail(error);
+    }
+    return fd;
+}
+
+// 0 once the descriptor is ready for `events` or has hung up, -1 with errno after an error or the peer timeout.
+int wait_ready(int fd, short events)
+{
+    pollfd entry{fd, events, 0};
+    int ready = 0;
+    do {
+        ready = poll(&entry, 1, kPeerTimeoutMs);
+    } while (ready < 0 && errno == EINTR);
+    if (ready == 0)
+        return fail(ETIMEDOUT);
+    return ready < 0 ? -1 : 0;
+}
+
+int send_request(int fd, const Request &request, const void *data)
+{
+    std::array<iovec, 2> parts{
+        {{const_cast<Request *>(&request), sizeof request}, {const_cast<void *>(data), data ? request.length : 0}}};
+    msghdr message{};
+    message.msg_iov = parts.data();
+    message.msg_iovlen = parts.size();
+    for (;;) {
+        if (sendmsg(fd, &message, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0)
+            return 0;
+        if (errno == EAGAIN) {
+            if (wait_ready(fd, POLLOUT) != 0)
+                return -1;
+        } else if (errno != EINTR) {
+            return -1;
+        }
+    }
+}
+
+// Receives the answer to `sequence`; answers to requests that timed out earlier are dropped. The data part goes to
+// `data` when that is given.
+int receive_reply(int fd, std::uint32_t sequence, Reply &reply, void *data, std::size_t capacity)
+{
+    timespec start{};
+    clock_gettime(CLOCK_MONOTONIC, &start);
+    for (;;) {
+        std::array<iovec, 2> parts{{{&reply, sizeof reply}, {data, data ? capacity : 0}}};
+        msghdr message{};
+        message.msg_iov = parts.data();
+        message.msg_iovlen = parts.size();
+        const ssize_t got = recvmsg(fd, &message, MSG_DONTWAIT);
+        if (got == 0 || (got < 0 && errno == ECONNRESET))
+            return fail(ESHUTDOWN);
+        if (got > 0 && static_cast<std::size_t>(got) < sizeof reply)
+            return fail(EPROTO);
+        if (got > 0 && reply.sequence == sequence)
+            return 0;
+        if (got < 0 && errno != EAGAIN && errno != EINTR)
+            return -1;
+        if (got < 0 && errno == EAGAIN && elapsed_ns(start) > kSpinNs && wait_ready(fd, POLLIN) != 0)
+            return -1;
+    }
+}
+
+int exchange(int fd, Request request, const void *tx, void *rx, std::uint32_t *value)
+{
+    static std::atomic<std::uint32_t> next_sequence{1};
+    request.sequence = next_sequence.fetch_add(1, std::memory_order_relaxed);
+    Reply reply{};
+    if (send_request(fd, request, tx) != 0)
+        return -1;
+    if (receive_reply(fd, request.sequence, reply, rx, request.length) != 0)
+        return -1;
+    if (reply.status < 0)
+        return fail(-reply.status);
+    if (value)
+        *value = reply.value;
+    return reply.status;
+}
+
+int transfer(int fd, const spi_ioc_transfer &spi)
+{
+    static constexpr std::array<std::uint8_t, spidev_wire::kMaxTransfer> kZeros{};
+    if (spi.len > spidev_wire::kMaxTransfer)
+        return fail(EMSGSIZE);
+    Request request{};
+    request.op = Op::transfer;
+    request.length = spi.len;
+    request.speed_hz = spi.speed_hz;
+    request.delay_usecs = spi.delay_usecs;
+    request.bits_per_word = spi.bits_per_word;
+    request.cs_change = spi.cs_change;
+    request.tx_nbits = spi.tx_nbits;
+    request.rx_nbits = spi.rx_nbits;
+    request.word_delay_usecs = spi.word_delay_usecs;
+    const void *tx = spi.tx_buf ? reinterpret_cast<const void *>(spi.tx_buf) : kZeros.data();
+    return exchange(fd, request, tx, reinterpret_cast<void *>(spi.rx_buf), nullptr);
+}
+
+int set_value(int fd, Op op, std::uint32_t value)
+{
+    Request request{};
+    request.op = op;
+    request.value = value;
+    return exchange(fd, request, nullptr, nullptr, nullptr);
+}
+
+template <typename T>
+int get_value(int fd, Op op, void *arg)
+{
+    Request request{};
+    request.op = op;
+    std::uint32_t value = 0;
+    const int result = exchange(fd, request, nullptr, nullptr, &value);
+    if (result >= 0)
+        *static_cast<T *>(arg) = static_cast<T>(value);
+    return result;
+}
+
+int board_ioctl(int fd, unsigned long request, void *arg)
+{
+    switch (request) {
+    case SPI_IOC_WR_MODE32:
+        return set_value(fd, Op::set_mode, *static_cast<std::uint32_t *>(arg));
+    case SPI_IOC_RD_MODE32:
+        return get_value<std::uint32_t>(fd, Op::get_mode, arg);
+    case SPI_IOC_WR_BITS_PER_WORD:
+        return set_value(fd, Op::set_bits, *static_cast<std::uint8_t *>(arg));
+    case SPI_IOC_RD_BITS_PER_WORD:
+        return get_value<std::uint8_t>(fd, Op::get_bits, arg);
+    case SPI_IOC_WR_MAX_SPEED_HZ:
+        return set_value(fd, Op::set_speed, *static_cast<std::uint32_t *>(arg));
+    case SPI_IOC_RD_MAX_SPEED_HZ:
+        return get_value<std::uint32_t>(fd, Op::get_speed, arg);
+    case SPI_IOC_MESSAGE(1):
+        return transfer(fd, *static_cast<const spi_ioc_transfer *>(arg));
+    default:
+        return fail(ENOTTY);
+    }
+}
+
+} // namespace
+
+int spidev_open(const char *path, int flags)
+{
+    if (!path)
+        return fail(EFAULT);
+    struct stat info {};
+    if (stat(path, &info) == 0 && S_ISSOCK(info.st_mode))
+        return connect_board(path);
+    return open(path, flags | O_CLOEXEC);
+}
+
+int spidev_ioctl(int fd, unsigned long request, void *arg)
+{
+    if (!is_socket(fd))
+        return ioctl(fd, request, arg);
+    if (!arg)
+        return fail(EFAULT);
+    return board_ioctl(fd, request, arg);
+}

@@ -1,0 +1,40 @@
+// What travels between libspidev.so and a simulated board: one message per request and one per answer on a
+// SOCK_SEQPACKET socket. A transfer's bytes follow the header in the same message, in both directions.
+#ifndef SPIDEV_SPIDEV_WIRE_H
+#define SPIDEV_SPIDEV_WIRE_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace spidev_wire {
+
+// Longest transfer, as the usual bufsiz of a spidev node.
+inline constexpr std::size_t kMaxTransfer = 4096;
+
+enum class Op : std::uint32_t { set_mode, get_mode, set_bits, get_bits, set_speed, get_speed, transfer };
+
+struct Request {
+    std::uint32_t sequence;
+    Op op;
+    std::uint32_t value;    // of the set_ requests
+    std::uint32_t length;   // bytes of a transfer
+    std::uint32_t speed_hz; // the further fields are those of struct spi_ioc_transfer
+    std::uint16_t delay_usecs;
+    std::uint8_t bits_per_word;
+    std::uint8_t cs_change;
+    std::uint8_t tx_nbits;
+    std::uint8_t rx_nbits;
+    std::uint8_t word_delay_usecs;
+    std::uint8_t pad;
+};
+
+struct Reply {
+    std::uint32_t sequence; // of the request that is answered
+    std::int32_t status;    // 0 or more, or minus errno
+    std::uint32_t value;    // of the get_ requests
+    std::uint32_t length;   // bytes that follow
+};
+
+} // namespace spidev_wire
+
+#endif

@@ -1,0 +1,246 @@
+// Lines of the simulated board that $PTZ_BOARD names: one connection per process, made when it is first needed and
+// again when it broke.
+#include "ugpio/ugpio.h"
+#include "ugpio/ugpio_backend.h"
+#include "ugpio/ugpio_wire.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <mutex>
+#include <poll.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace ugpio_internal {
+namespace {
+
+using namespace ugpio_wire;
+
+constexpr int kPeerTimeoutMs = 3'000;
+
+// One message received, with the descriptor that came along in `passed` (-1 without one). 0, or -1 with errno; the peer
+// gone is ESHUTDOWN.
+int receive(int fd, void *data, std::size_t size, int &passed)
+{
+    passed = -1;
+    pollfd entry{fd, POLLIN, 0};
+    int ready = 0;
+    do {
+        ready = poll(&entry, 1, kPeerTimeoutMs);
+    } while (ready < 0 && errno == EINTR);
+    if (ready <= 0)
+        return ready == 0 ? fail(ETIMEDOUT) : -1;
+
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))];
+    iovec part{data, size};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    const ssize_t got = recvmsg(fd, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+    const cmsghdr *header = got >= 0 ? CMSG_FIRSTHDR(&message) : nullptr;
+    if (header && header->cmsg_type == SCM_RIGHTS)
+        std::memcpy(&passed, CMSG_DATA(header), sizeof passed);
+    if (got == static_cast<ssize_t>(size))
+        return 0;
+    if (passed >= 0)
+        close(passed);
+    passed = -1;
+    return fail(got == 0 ? ESHUTDOWN : got > 0 ? EPROTO : errno);
+}
+
+class Connection {
+  public:
+    // The connection's lock is held by the caller of every member.
+    std::mutex mutex;
+
+    int ensure()
+    {
+        const char *board = std::getenv("PTZ_BOARD");
+        if (!board || !*board)
+            return fail(ENODEV);
+        if (fd_ >= 0 && std::strcmp(board_, board) == 0 && alive())
+            return 0;
+        drop();
+        return connect_to(board);
+    }
+
+    const Hello &hello() const { return hello_; }
+    int level(unsigned line) const { return page_->level[line].load(std::memory_order_acquire) ? 1 : 0; }
+    bool refused(unsigned line) const { return page_->refused[line].load(std::memory_order_acquire) != 0; }
+
+    // 0 (and a descriptor when one came along), or -1 with errno.
+    int call(Op op, unsigned line, unsigned level, int *passed)
+    {
+        const Request request{++sequence_, op, line, level};
+        if (send(fd_, &request, sizeof request, MSG_NOSIGNAL) != sizeof request)
+            return give_up();
+        for (;;) {
+            Reply reply{};
+            int fd = -1;
+            if (receive(fd_, &reply, sizeof reply, fd) != 0)
+                return give_up();
+            const bool mine = reply.sequence == request.sequence;
+            if (fd >= 0 && (!mine || !passed))
+                close(fd);
+            if (!mine)
+                continue;
+            if (passed)
+                *passed = fd;
+            return reply.status < 0 ? fail(-reply.status) : 0;
+        }
+    }
+
+  private:
+    bool alive() const
+    {
+        char byte = 0;
+        const ssize_t got = recv(fd_, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+        return got > 0 || (got < 0 && (errno == EAGAIN || errno == EINTR));
+    }
+
+    int give_up()
+    {
+        const int error = errno;
+        drop();
+        return fail(error);
+    }
+
+    void drop()
+    {
+        if (fd_ >= 0)
+            close(fd_);
+        if (page_)
+            munmap(const_cast<LevelPage *>(page_), sizeof(LevelPage));
+        fd_ = -1;
+        page_ = nullptr;
+    }
+
+    int connect_to(const char *board)
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        const std::size_t length = std::strlen(board);
+        if (length + sizeof "/gpio" > sizeof address.sun_path || length >= sizeof board_)
+            return fail(ENAMETOOLONG);
+        std::strcpy(board_, board);
+        std::strcpy(address.sun_path, board);
+        std::strcat(address.sun_path, "/gpio");
+        fd_ = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        if (fd_ < 0)
+            return -1;
+        int page = -1;
+        if (connect(fd_, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0 ||
+            receive(fd_, &hello_, sizeof hello_, page) != 0)
+            return give_up();
+        void *memory = MAP_FAILED;
+        if (page >= 0 && hello_.magic == kMagic && hello_.count <= kMaxLines)
+            memory = mmap(nullptr, sizeof(LevelPage), PROT_READ, MAP_SHARED, page, 0);
+        if (page >= 0)
+            close(page);
+        if (memory == MAP_FAILED) {
+            errno = EPROTO;
+            return give_up();
+        }
+        page_ = static_cast<const LevelPage *>(memory);
+        return 0;
+    }
+
+    int fd_ = -1;
+    const LevelPage *page_ = nullptr;
+    Hello hello_{};
+    std::uint32_t sequence_ = 0;
+    char board_[sizeof sockaddr_un{}.sun_path] = {};
+};
+
+// Never destroyed: other libraries' threads may still read lines while the process ends.
+Connection &connection()
+{
+    static auto &instance = *new Connection;
+    return instance;
+}
+
+template <typename Match>
+int find_line(Match match)
+{
+    Connection &board = connection();
+    const std::lock_guard lock(board.mutex);
+    if (board.ensure() != 0)
+        return -1;
+    for (unsigned i = 0; i < board.hello().count; ++i) {
+        if (match(board.hello().lines[i]))
+            return board.refused(i) ? fail(EBUSY) : static_cast<int>(i);
+    }
+    return fail(ENOENT);
+}
+
+int find_number(int number)
+{
+    return find_line([number](const LineInfo &line) { return line.number == number; });
+}
+
+int find_name(const char *name)
+{
+    return find_line([name](const LineInfo &line) { return std::strncmp(line.name.data(), name, kNameSize) == 0; });
+}
+
+int set_direction(int line, unsigned flags)
+{
+    Connection &board = connection();
+    const std::lock_guard lock(board.mutex);
+    if (flags == UGPIO_IN)
+        return 0;
+    if (board.ensure() != 0)
+        return -1;
+    return board.call(Op::drive, static_cast<unsigned>(line), flags == UGPIO_OUT_HIGH ? 1 : 0, nullptr);
+}
+
+int open_line(ugpio &)
+{
+    return 0;
+}
+
+int read_level(ugpio &handle)
+{
+    // The notification first: an edge between the two is then notified again rather than lost.
+    char status = 0;
+    if (handle.fd >= 0)
+        while (read(handle.fd, &status, 1) == 1) {
+        }
+    Connection &board = connection();
+    const std::lock_guard lock(board.mutex);
+    if (board.ensure() != 0)
+        return -1;
+    const auto line = static_cast<unsigned>(handle.line);
+    return line < board.hello().count ? board.level(line) : fail(ENOENT);
+}
+
+int set_edge(ugpio &, unsigned)
+{
+    return 0;
+}
+
+int make_fd(ugpio &handle)
+{
+    if (handle.edge != UGPIO_EDGE_RISING)
+        return fail(EINVAL);
+    if (handle.fd < 0) {
+        Connection &board = connection();
+        const std::lock_guard lock(board.mutex);
+        if (board.ensure() != 0 || board.call(Op::edge, static_cast<unsigned>(handle.line), 0, &handle.fd) != 0)
+            return -1;
+        if (handle.fd < 0)
+            return fail(EPROTO);
+    }
+    return fcntl(handle.fd, F_DUPFD_CLOEXEC, 0);
+}
+
+} // namespace
+
+const Backend kBoardBackend{find_number, find_name, set_direction, open_line, read_level, set_edge, make_fd};
+
+} // namespace ugpio_internal

@@ -1,0 +1,293 @@
+#include "sim/board.h"
+
+#include "sim/board_folder.h"
+#include "sim/clock.h"
+#include "sim/command.h"
+#include "sim/server.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <thread>
+
+namespace sim {
+
+struct Board::Impl final : Requests {
+    explicit Impl(Options wanted)
+        : options(std::move(wanted)), clock(options.manual_time, options.time_scale),
+          camera(options.camera, lines, faults, journal)
+    {
+        journal.set_print(options.print);
+        faults.seed(options.seed);
+    }
+
+    Options options;
+    Clock clock;
+    mutable std::mutex mutex; // guards everything below but the server and the thread
+    Lines lines;
+    Faults faults;
+    Journal journal;
+    Camera camera;
+    BoardFolder folder;
+    std::multimap<std::int64_t, std::string> script;
+    std::unique_ptr<Server> server;
+    std::thread thread;
+
+    // Brings the camera and the script up to `now`, each step at its own time.
+    void run_until(std::int64_t now)
+    {
+        for (;;) {
+            const std::int64_t due = next_event(now);
+            if (due > now)
+                break;
+            if (!script.empty() && script.begin()->first <= due) {
+                const std::string line = std::move(script.begin()->second);
+                script.erase(script.begin());
+                camera.run(due);
+                const CommandResult result = carry_out(line, due);
+                journal.note(due, result.ok ? Detail::records : Detail::offences, line + ": " + result.text);
+            } else {
+                camera.run(due);
+            }
+        }
+        camera.run(now);
+    }
+
+    std::int64_t next_event(std::int64_t now) const
+    {
+        const std::int64_t next = camera.next_event(now);
+        return script.empty() ? next : std::min(next, script.begin()->first);
+    }
+
+    // Up to date, for a request that arrives now.
+    std::int64_t catch_up()
+    {
+        const std::int64_t now = clock.now();
+        run_until(now);
+        return now;
+    }
+
+    CommandResult carry_out(std::string_view line, std::int64_t now)
+    {
+        return run_command(line, {camera, lines, faults, journal, folder}, now);
+    }
+
+    int drive(std::uint32_t line, bool high) override
+    {
+        const std::lock_guard lock(mutex);
+        if (line >= kLines.size())
+            return -ENOENT;
+        if (!kLines[line].host_drives) {
+            journal.offence(clock.now(), "drove-an-input", std::string("the host drove ") + kLines[line].name);
+            return -EPERM;
+        }
+        camera.drive(static_cast<Line>(line), high, catch_up());
+        return 0;
+    }
+
+    Fd open_edge(std::uint32_t line, int &slave) override
+    {
+        const std::lock_guard lock(mutex);
+        return line < kLines.size() ? lines.open_edge(static_cast<Line>(line), slave) : Fd();
+    }
+
+    void close_edge(int slave) override
+    {
+        const std::lock_guard lock(mutex);
+        lines.close_edge(slave);
+    }
+
+    int lines_page() override { return lines.page_fd(); }
+
+    void check_transfer(const spidev_wire::Request &request, std::uint32_t mode)
+    {
+        constexpr std::uint32_t kMode = 9; // clock phase 1, least significant bit first
+        const std::int64_t now = clock.now();
+        if (mode != kMode)
+            journal.offence(now, "spi-mode", "mode " + std::to_string(mode) + " instead of 9");
+        if (request.length < 16 || request.length > 1920)
+            journal.offence(now, "spi-length", std::to_string(request.length) + " bytes");
+        if (request.speed_hz == 0 || request.bits_per_word != 8 || request.delay_usecs != 1 || request.cs_change != 0 ||
+            request.tx_nbits != 0 || request.rx_nbits != 0 || request.word_delay_usecs != 0)
+            journal.offence(now, "spi-transfer", "unexpected speed, bits, delay, chip select or bus width");
+    }
+
+    void transfer(unsigned port, const spidev_wire::Request &request, std::uint32_t mode,
+                  std::span<const std::uint8_t> host, std::span<std::uint8_t> answer) override
+    {
+        if (options.real_wire_time && request.speed_hz != 0)
+            clock.sleep(static_cast<std::int64_t>(request.length) * 8'000'000 / request.speed_hz);
+        const std::lock_guard lock(mutex);
+        check_transfer(request, mode);
+        camera.burst(port, host, answer, catch_up());
+    }
+
+    std::optional<std::int64_t> idle() override
+    {
+        const std::lock_guard lock(mutex);
+        if (clock.manual())
+            return std::nullopt;
+        const std::int64_t next = next_event(catch_up());
+        if (next == Camera::kNever)
+            return std::nullopt;
+        return clock.real_ns_until(next);
+    }
+
+    // The server's thread has to look at its timer again.
+    void wake()
+    {
+        if (server)
+            server->wake();
+    }
+};
+
+Board::Board(Options options) : impl_(std::make_unique<Impl>(std::move(options)))
+{
+}
+
+Board::~Board()
+{
+    stop();
+}
+
+std::optional<std::string> Board::start()
+{
+    Impl &self = *impl_;
+    if (self.server)
+        return "The board already runs";
+    if (auto problem = self.folder.open(self.options.folder, self.options.camera, self.options.overwrite_conf))
+        return problem;
+    if (!self.folder.write_temperature(self.camera.temperature))
+        return "Cannot write the thermal zone: " + std::string(std::strerror(errno));
+    if (!self.options.trace_path.empty() && !self.journal.open_trace(self.options.trace_path))
+        return "Cannot write the trace " + self.options.trace_path + ": " + std::strerror(errno);
+    auto server = std::make_unique<Server>(self);
+    auto problem = server->open(self.folder.gpio_socket(), self.folder.spi_socket(0), self.folder.spi_socket(1));
+    if (problem) {
+        self.folder.close();
+        return problem;
+    }
+    self.server = std::move(server);
+    self.thread = std::thread([&self] { self.server->run(); });
+    return std::nullopt;
+}
+
+void Board::stop()
+{
+    Impl &self = *impl_;
+    if (!self.server)
+        return;
+    self.server->stop();
+    self.thread.join();
+    self.server.reset();
+    self.lines.close_all_edges();
+    self.folder.close();
+}
+
+std::int64_t Board::now() const
+{
+    return impl_->clock.now();
+}
+
+void Board::advance(std::int64_t us)
+{
+    Impl &self = *impl_;
+    const std::lock_guard lock(self.mutex);
+    if (!self.clock.manual() || us < 0)
+        return;
+    const std::int64_t end = self.clock.now() + us;
+    self.run_until(end);
+    self.clock.set(end);
+}
+
+CommandResult Board::command(std::string_view line)
+{
+    Impl &self = *impl_;
+    CommandResult result;
+    {
+        const std::lock_guard lock(self.mutex);
+        result = self.carry_out(line, self.catch_up());
+    }
+    self.wake();
+    return result;
+}
+
+void Board::at(std::int64_t us, std::string line)
+{
+    Impl &self = *impl_;
+    {
+        const std::lock_guard lock(self.mutex);
+        self.script.emplace(us, std::move(line));
+    }
+    self.wake();
+}
+
+Reading Board::reading() const
+{
+    Impl &self = *impl_;
+    const std::lock_guard lock(self.mutex);
+    const std::int64_t now = self.catch_up();
+    const Camera &camera = self.camera;
+    return {camera.state(),          camera.pan.at(now) / 1000, camera.tilt.at(now) / 1000, camera.magnification(now),
+            camera.focus.at(now),    camera.temperature,        camera.pan.moving(now),     camera.tilt.moving(now),
+            camera.zoom.moving(now), camera.focus.moving(now)};
+}
+
+bool Board::level(Line line) const
+{
+    const std::lock_guard lock(impl_->mutex);
+    impl_->catch_up();
+    return impl_->lines.level(line);
+}
+
+std::uint32_t Board::capture_frequency() const
+{
+    const std::lock_guard lock(impl_->mutex);
+    return impl_->camera.capture_frequency;
+}
+
+Values Board::setting(Rec id) const
+{
+    const std::lock_guard lock(impl_->mutex);
+    return impl_->camera.setting(id);
+}
+
+Counts Board::offences() const
+{
+    const std::lock_guard lock(impl_->mutex);
+    return impl_->journal.offences();
+}
+
+void Board::clear_offences()
+{
+    const std::lock_guard lock(impl_->mutex);
+    impl_->journal.clear_offences();
+}
+
+Counts Board::faults() const
+{
+    const std::lock_guard lock(impl_->mutex);
+    return impl_->faults.counts();
+}
+
+Counts Board::records() const
+{
+    const std::lock_guard lock(impl_->mutex);
+    return impl_->journal.records();
+}
+
+std::vector<std::string> Board::take_heard()
+{
+    const std::lock_guard lock(impl_->mutex);
+    return impl_->journal.take_heard();
+}
+
+std::vector<std::vector<std::uint8_t>> Board::take_packets()
+{
+    const std::lock_guard lock(impl_->mutex);
+    return impl_->journal.take_packets();
+}
+
+} // namespace sim

@@ -1,0 +1,149 @@
+#include "sim/board_folder.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sys/file.h>
+#include <sys/un.h>
+
+namespace sim {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string reason()
+{
+    return std::strerror(errno);
+}
+
+const char *boolean(bool value)
+{
+    return value ? "true" : "false";
+}
+
+std::string driver_conf(const CameraOptions &camera)
+{
+    std::string text = "# Hardware of the simulated camera board. Lines are given by name; a number works too.\n"
+                       "[KRX_DRIVER]\n"
+                       "PowerPin=cam_power\n"
+                       "PowerPinsActiveLow=";
+    text += boolean(camera.power_active_low);
+    text += "\nPowerGoodPin=cam_power_good\n"
+            "ResetPin=cam_reset\n"
+            "ResetPCIePin=cam_reset_pcie\n"
+            "ResetPinsActiveLow=";
+    text += boolean(camera.resets_active_low);
+    text += "\nInitDonePin=cam_init_done\n"
+            "EnablePCIeClkPin=cam_pcie_clk\n"
+            "FWUpgradeCompletePin=cam_fw_complete\n"
+            "FpgaIsUsed=true\n"
+            "FpgaResetPin=fpga_reset\n"
+            "FpgaResetPinsActiveLow=";
+    text += boolean(camera.fpga_reset_active_low);
+    text += "\nFirmwareDoUpgrade=true\n"
+            "DatacacheIsUsed=true\n"
+            "MaxDigitalZoom=12\n";
+    return text;
+}
+
+std::string port_conf(const std::string &folder, const CameraOptions &camera)
+{
+    std::string text = "# Ports of the simulated camera board: 0 carries commands and status, 1 firmware.\n"
+                       "[KRX_PORTS]\n"
+                       "Ports=2\n"
+                       "BigEndian=";
+    text += boolean(camera.big_endian);
+    for (int port = 0; port < 2; ++port) {
+        text += "\n\n[KRX_PORT" + std::to_string(port) + "]\nDevice=" + folder + "/spi" + std::to_string(port) +
+                "\nRequestPin=imc_req\nBurstLenght=1024\nTriggerMode=" + std::to_string(port);
+    }
+    return text + "\n";
+}
+
+constexpr char kBlockDefaults[] = "[KRX_camblock]\nVersion=1.00\nModel=KRX131\nCaptureMode=1080p60\n";
+
+std::optional<std::string> write_file(const std::string &path, const std::string &text, bool overwrite)
+{
+    std::error_code error;
+    if (!overwrite && fs::exists(path, error))
+        return std::nullopt;
+    std::ofstream file(path, std::ios::trunc);
+    file << text;
+    file.close();
+    if (!file)
+        return "Cannot write " + path + ": " + reason();
+    return std::nullopt;
+}
+
+} // namespace
+
+BoardFolder::~BoardFolder()
+{
+    close();
+}
+
+std::optional<std::string> BoardFolder::take_lock()
+{
+    const std::string path = path_ + "/krx-sim.lock";
+    Fd lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    if (!lock)
+        return "Cannot write " + path + ": " + reason();
+    if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0)
+        return "Another krx-sim already runs on " + path_ + "; stop it or choose another --board folder";
+    lock_ = std::move(lock);
+    return std::nullopt;
+}
+
+void BoardFolder::remove_sockets() const
+{
+    for (const std::string &socket : {gpio_socket(), spi_socket(0), spi_socket(1)}) {
+        std::error_code error;
+        if (fs::is_socket(socket, error))
+            fs::remove(socket, error);
+    }
+}
+
+std::optional<std::string> BoardFolder::open(const std::string &path, const CameraOptions &camera, bool overwrite)
+{
+    std::error_code error;
+    fs::create_directories(fs::path(path) / "thermal_zone0", error);
+    const fs::path absolute = error ? fs::path() : fs::canonical(path, error);
+    if (error)
+        return "Cannot make the board folder " + path + ": " + error.message();
+    path_ = absolute.string();
+    if (gpio_socket().size() >= sizeof sockaddr_un{}.sun_path)
+        return "The board folder's path is too long for sockets, at most 100 characters: " + path_;
+    if (auto problem = take_lock())
+        return problem;
+    remove_sockets();
+    const std::pair<std::string, std::string> files[] = {{"krx_driver.conf", driver_conf(camera)},
+                                                         {"krx_port.conf", port_conf(path_, camera)},
+                                                         {"block_defaults.conf", kBlockDefaults}};
+    for (const auto &[name, text] : files) {
+        if (auto problem = write_file(path_ + "/" + name, text, overwrite))
+            return problem;
+    }
+    return std::nullopt;
+}
+
+void BoardFolder::close()
+{
+    if (lock_)
+        remove_sockets();
+    lock_.reset();
+}
+
+bool BoardFolder::write_temperature(double celsius) const
+{
+    // Replaced as a whole, so that no reader finds half a number.
+    const std::string path = path_ + "/thermal_zone0/temp";
+    const std::string fresh = path + ".new";
+    const auto problem = write_file(fresh, std::to_string(std::lround(celsius * 1000)) + "\n", true);
+    return !problem && std::rename(fresh.c_str(), path.c_str()) == 0;
+}
+
+} // namespace sim

@@ -1,0 +1,275 @@
+#include "sim/camera.h"
+
+#include "sim/frame.h"
+#include "sim/status.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace sim {
+namespace {
+
+std::string hex_word(std::uint32_t value)
+{
+    char digits[16];
+    std::snprintf(digits, sizeof digits, "%02X", value);
+    return digits;
+}
+
+} // namespace
+
+const char *text(BlockState state)
+{
+    static constexpr std::array<const char *, 5> kTexts{"off", "powering", "held in reset", "booting", "running"};
+    return kTexts[static_cast<std::size_t>(state)];
+}
+
+Camera::Camera(const CameraOptions &options, Lines &lines, Faults &faults, Journal &journal)
+    : options_(options), lines_(lines), faults_(faults), journal_(journal)
+{
+    lines_.set(Line::power, options.power_active_low);
+    lines_.set(Line::reset, !options.resets_active_low);
+    lines_.set(Line::reset_pcie, !options.resets_active_low);
+    lines_.set(Line::fpga_reset, !options.fpga_reset_active_low);
+    default_settings();
+}
+
+void Camera::default_settings()
+{
+    settings_ = {};
+    const auto set = [this](Rec id, std::int32_t value) { settings_[static_cast<std::size_t>(id)][0] = value; };
+    set(Rec::focus_speed, 7);
+    set(Rec::zoom_speed, 7);
+    set(Rec::pan_speed, 100'000);
+    set(Rec::tilt_speed, 100'000);
+    set(Rec::iris_a, 8);
+    set(Rec::shutter, 24);
+    set(Rec::gain, 4);
+    set(Rec::exposure_window, 4);
+    set(Rec::max_gain, 8);
+    settings_[static_cast<std::size_t>(Rec::shutter_limits)] = {24, 54};
+    set(Rec::day_night_mode, 1);
+    set(Rec::day_night_threshold, 2);
+    set(Rec::wb_red, 256);
+    set(Rec::wb_blue, 256);
+    set(Rec::video_mode, 1);
+    settings_[static_cast<std::size_t>(Rec::colour_level)] = {0, 50};
+}
+
+bool Camera::asserted(Line line) const
+{
+    const bool active_low = line == Line::power        ? options_.power_active_low
+                            : line == Line::fpga_reset ? options_.fpga_reset_active_low
+                                                       : options_.resets_active_low;
+    return lines_.level(line) != active_low;
+}
+
+void Camera::set_state(BlockState state, std::int64_t now)
+{
+    state_ = state;
+    journal_.note(now, Detail::records, std::string("block ") + text(state));
+}
+
+void Camera::drive(Line line, bool high, std::int64_t now)
+{
+    if (lines_.level(line) == high)
+        return;
+    lines_.set(line, high);
+    journal_.note(now, Detail::everything, std::string("line ") + row(line).name + (high ? " high" : " low"));
+    const bool up = lines_.level(Line::init_done);
+    switch (line) {
+    case Line::power:
+        set_power(asserted(line), now);
+        break;
+    case Line::reset:
+        set_reset(asserted(line), now);
+        break;
+    case Line::reset_pcie:
+        if (!asserted(line) && !up)
+            journal_.offence(now, "pcie-release-before-init-done", "cam_reset_pcie released, cam_init_done is low");
+        break;
+    case Line::fpga_reset:
+        if (!asserted(line) && !up)
+            journal_.offence(now, "fpga-release-before-init-done", "fpga_reset released, cam_init_done is low");
+        break;
+    case Line::pcie_clk:
+        if (high && !lines_.level(Line::power_good))
+            journal_.offence(now, "clock-on-without-power", "cam_pcie_clk enabled, cam_power_good is low");
+        if (!high && !asserted(Line::reset))
+            journal_.offence(now, "clock-off-out-of-reset", "cam_pcie_clk disabled, the block is not held in reset");
+        break;
+    default:
+        break;
+    }
+}
+
+void Camera::set_power(bool on, std::int64_t now)
+{
+    if (on) {
+        set_state(BlockState::powering, now);
+        schedule_power_good(now);
+        return;
+    }
+    if (!asserted(Line::reset))
+        journal_.offence(now, "power-off-out-of-reset", "cam_power off, the block is not held in reset");
+    halt(now);
+    lines_.set(Line::power_good, false);
+    set_state(BlockState::off, now);
+}
+
+void Camera::schedule_power_good(std::int64_t now)
+{
+    event_at_ = faults_.strike(Fault::power_good_never) ? kNever : now + options_.power_good_us;
+}
+
+void Camera::set_reset(bool held, std::int64_t now)
+{
+    if (!held) {
+        if (!lines_.level(Line::power_good))
+            journal_.offence(now, "reset-release-without-power", "cam_reset released, cam_power_good is low");
+        if (state_ == BlockState::held_in_reset)
+            begin_boot(now);
+        return;
+    }
+    if (state_ == BlockState::running || state_ == BlockState::booting) {
+        halt(now);
+        set_state(BlockState::held_in_reset, now);
+    }
+}
+
+void Camera::begin_boot(std::int64_t now)
+{
+    set_state(BlockState::booting, now);
+    std::int64_t boot = options_.boot_us;
+    if (faults_.strike(Fault::slow_boot))
+        boot = faults_.value(Fault::slow_boot);
+    event_at_ = faults_.strike(Fault::init_done_never) ? kNever : now + boot;
+}
+
+// The block stops talking and everything stands still where it is.
+void Camera::halt(std::int64_t now)
+{
+    event_at_ = request_at_ = kNever;
+    for (Axis *axis : {&pan, &tilt, &zoom, &focus})
+        axis->stop(now);
+    lines_.set(Line::init_done, false);
+    update_request(now);
+}
+
+void Camera::run(std::int64_t now)
+{
+    while (event_at_ <= now) {
+        const std::int64_t due = event_at_;
+        event_at_ = kNever;
+        if (state_ == BlockState::powering) {
+            set_state(BlockState::held_in_reset, due);
+            lines_.set(Line::power_good, true);
+            if (!asserted(Line::reset))
+                begin_boot(due);
+        } else if (state_ == BlockState::booting) {
+            default_settings();
+            capture_frequency = wanted_capture_frequency_;
+            capture_set_at_ = kNever;
+            lens_ready_at_ = due + options_.lens_us;
+            request_at_ = due;
+            next_block_ = 0;
+            set_state(BlockState::running, due);
+            lines_.set(Line::init_done, true);
+        }
+    }
+    update_request(now);
+}
+
+std::int64_t Camera::next_event(std::int64_t now) const
+{
+    std::int64_t next = event_at_;
+    if (state_ == BlockState::running && !lines_.level(Line::request)) {
+        std::int64_t request = request_at_;
+        if (faults_.armed(Fault::silence))
+            request = std::max(request, faults_.value(Fault::silence));
+        if (request > now)
+            next = std::min(next, request);
+    }
+    return next;
+}
+
+void Camera::faults_changed(std::int64_t now)
+{
+    if (event_at_ == kNever && state_ == BlockState::powering)
+        schedule_power_good(now);
+    if (event_at_ == kNever && state_ == BlockState::booting)
+        begin_boot(now);
+    update_request(now);
+}
+
+bool Camera::talks(std::int64_t now) const
+{
+    const bool silent = faults_.armed(Fault::silence) && now < faults_.value(Fault::silence);
+    return state_ == BlockState::running && !silent;
+}
+
+void Camera::update_request(std::int64_t now)
+{
+    bool high = talks(now) && now >= request_at_;
+    if (faults_.armed(Fault::hold_request))
+        high = faults_.value(Fault::hold_request) != 0;
+    if (high == lines_.level(Line::request))
+        return;
+    lines_.set(Line::request, high, !high || !faults_.strike(Fault::drop_edge));
+}
+
+void Camera::burst(unsigned port, std::span<const std::uint8_t> host, std::span<std::uint8_t> answer, std::int64_t now)
+{
+    journal_.burst(now, port, true, host);
+    std::fill(answer.begin(), answer.end(), std::uint8_t{0});
+    if (!lines_.level(Line::request))
+        journal_.offence(now, "burst-without-request", "a burst was clocked while imc_req was low");
+    if (talks(now)) {
+        // The block lays its answer ready before the host's bytes come in.
+        next_block_ = write_answer(*this, faults_, answer, next_block_, now);
+        receive(host, port, now);
+    }
+    journal_.burst(now, port, false, answer);
+
+    std::int64_t pause = options_.request_us;
+    if (faults_.strike(Fault::delay_edge))
+        pause = faults_.value(Fault::delay_edge);
+    if (state_ == BlockState::running)
+        request_at_ = now + pause;
+    if (!faults_.armed(Fault::hold_request))
+        lines_.set(Line::request, false);
+    update_request(now);
+}
+
+void Camera::receive(std::span<const std::uint8_t> host, unsigned port, std::int64_t now)
+{
+    const HostFrame frame = check_host_frame(host);
+    if (frame.problem)
+        journal_.offence(now, frame.problem, "frame of " + std::to_string(host.size()) + " bytes");
+    if (frame.payload.empty()) {
+        journal_.note(now, Detail::everything, "status read");
+        return;
+    }
+    if (port != 0) {
+        journal_.offence(now, "unexpected-port", "payload on port " + std::to_string(port));
+        return;
+    }
+    const Packet packet = check_packet(frame.payload);
+    if (packet.problem) {
+        journal_.offence(now, packet.problem,
+                         "packet of " + std::to_string(frame.payload.size()) + " bytes, first " +
+                             hex_word(frame.payload[0]));
+        return;
+    }
+    journal_.packet(packet.records);
+    for (const Record &record : parse_records(packet.records)) {
+        journal_.record(now, record);
+        if (record.problem)
+            journal_.offence(now, record.problem, describe(record));
+        if (record.usable)
+            carry_out(record, now);
+    }
+}
+
+} // namespace sim

@@ -1,0 +1,36 @@
+// The language in which scripts, D-Bus and tests tell the board what to be and what to get wrong. One command per line:
+//
+//   set pan 12.5 | set tilt -3 | set zoom 30 | set focus 1144 | set temperature 61
+//   set status-bit lens 1 on|off|auto | set status-bit pan-tilt 0 on | set byte f8 34 12|auto
+//   set capture-frequency 1 | set model 1 | set firmware 01020003 | set boot 5s | set request-delay 200us | seed 42
+//   fault drop-edge [3|forever] | fault silence 5s | fault hold-request low | fault power-good never | ...
+//   fault refuse cam_power | clear [faults|status|offences]
+#pragma once
+
+#include "sim/board.h"
+#include "sim/board_folder.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace sim {
+
+struct CommandTarget {
+    Camera &camera;
+    Lines &lines;
+    Faults &faults;
+    Journal &journal;
+    BoardFolder &folder;
+};
+
+// Carries out one command. The board is locked and up to date.
+CommandResult run_command(std::string_view line, const CommandTarget &target, std::int64_t now);
+
+// What the language knows, for --help.
+std::string command_help();
+
+// "5s", "200ms", "300us", or a plain number of seconds: microseconds. False when it is none of these, or negative.
+bool parse_duration(std::string_view text, std::int64_t &us);
+
+} // namespace sim

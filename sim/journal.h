@@ -1,0 +1,62 @@
+// What the simulator saw: offences and records by name, the decoded words, the trace file and the printed lines.
+#pragma once
+
+#include "sim/records.h"
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace sim {
+
+using Counts = std::map<std::string, unsigned, std::less<>>;
+
+// How much of it a person wants to read.
+enum class Detail : std::uint8_t { offences, records, everything };
+
+class Journal {
+  public:
+    // Called for every line, with the simulator's lock held: it must not call back.
+    using Print = std::function<void(Detail detail, std::int64_t us, std::string_view text)>;
+
+    void set_print(Print print) { print_ = std::move(print); }
+    // Starts the trace file; false and errno when it cannot be written.
+    bool open_trace(const std::string &path);
+
+    void offence(std::int64_t now, std::string_view name, std::string_view detail);
+    void record(std::int64_t now, const Record &record);
+    void note(std::int64_t now, Detail detail, std::string_view text);
+    // One burst in one direction, into the trace.
+    void burst(std::int64_t now, unsigned port, bool from_host, std::span<const std::uint8_t> bytes);
+    // The payload of a packet that the host sent.
+    void packet(std::span<const std::uint8_t> payload);
+
+    const Counts &offences() const { return offences_; }
+    void clear_offences() { offences_.clear(); }
+    Counts records() const;
+    // Lines and packets gathered since the last call; only the first few thousand are kept.
+    std::vector<std::string> take_heard() { return std::exchange(heard_, {}); }
+    std::vector<std::vector<std::uint8_t>> take_packets() { return std::exchange(packets_, {}); }
+
+  private:
+    struct CloseFile {
+        void operator()(std::FILE *file) const { std::fclose(file); }
+    };
+
+    Print print_;
+    std::unique_ptr<std::FILE, CloseFile> trace_;
+    Counts offences_;
+    std::array<unsigned, kRecCount> records_{};
+    std::vector<std::string> heard_;
+    std::vector<std::vector<std::uint8_t>> packets_;
+};
+
+} // namespace sim

@@ -1,0 +1,72 @@
+// krx-sim: a simulated camera board in a folder.
+#include "sim/dbus_face.h"
+#include "sim/options.h"
+#include "sim/script.h"
+#include "sim/trace.h"
+
+#include <cstdio>
+#include <exception>
+#include <glib-unix.h>
+#include <glib.h>
+
+namespace {
+
+gboolean quit(gpointer loop)
+{
+    g_main_loop_quit(static_cast<GMainLoop *>(loop));
+    return G_SOURCE_CONTINUE;
+}
+
+void print_counts(const char *what, const sim::Counts &counts)
+{
+    std::printf("%s:%s\n", what, counts.empty() ? " none" : "");
+    for (const auto &[name, count] : counts)
+        std::printf("  %6u %s\n", count, name.c_str());
+}
+
+int run(const sim::Arguments &arguments)
+{
+    sim::Options options = arguments.board;
+    options.print = [detail = arguments.detail](sim::Detail kind, std::int64_t us, std::string_view text) {
+        if (kind <= detail)
+            std::printf("[%12s] %.*s\n", sim::trace_time(us).c_str(), static_cast<int>(text.size()), text.data());
+    };
+    sim::Board board(std::move(options));
+    auto problem = arguments.script.empty() ? std::nullopt : sim::load_script(arguments.script, board);
+    if (!problem)
+        problem = board.start();
+    if (problem) {
+        std::fprintf(stderr, "krx-sim: %s\n", problem->c_str());
+        return 1;
+    }
+    GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
+    g_unix_signal_add(SIGINT, quit, loop);
+    g_unix_signal_add(SIGTERM, quit, loop);
+    {
+        const sim::DBusFace face(board);
+        std::printf("ready\n");
+        g_main_loop_run(loop);
+    }
+    g_main_loop_unref(loop);
+    board.stop();
+    print_counts("Records", board.records());
+    print_counts("Faults", board.faults());
+    print_counts("Offences", board.offences());
+    return arguments.strict && !board.offences().empty() ? 3 : 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    // Lines are read while they appear, also through a pipe.
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    try {
+        int status = 0;
+        const auto arguments = sim::parse_arguments(argc, argv, status);
+        return arguments ? run(*arguments) : status;
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "krx-sim: %s\n", error.what());
+        return 1;
+    }
+}

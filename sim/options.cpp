@@ -1,0 +1,107 @@
+#include "sim/options.h"
+
+#include "sim/command.h"
+
+#include <glib.h>
+#include <memory>
+
+namespace sim {
+namespace {
+
+struct FreeContext {
+    void operator()(GOptionContext *context) const { g_option_context_free(context); }
+};
+
+struct Raw {
+    char *board = nullptr;
+    char *script = nullptr;
+    char *trace = nullptr;
+    double time_scale = 1.0;
+    gint64 seed = 1;
+    gboolean real_wire_time = FALSE;
+    gboolean force = FALSE;
+    gboolean big_endian = FALSE;
+    gboolean quiet = FALSE;
+    gboolean verbose = FALSE;
+    gboolean strict = FALSE;
+
+    ~Raw()
+    {
+        g_free(board);
+        g_free(script);
+        g_free(trace);
+    }
+};
+
+bool usage_error(const char *message)
+{
+    g_printerr("krx-sim: %s\nTry \"krx-sim --help\".\n", message);
+    return false;
+}
+
+bool parse(Raw &raw, int argc, char **argv)
+{
+    const GOptionEntry entries[] = {
+        {"board", 'b', 0, G_OPTION_ARG_FILENAME, &raw.board, "Folder of the board: sockets and configuration", "DIR"},
+        {"script", 's', 0, G_OPTION_ARG_FILENAME, &raw.script, "Commands to carry out, each with its time", "FILE"},
+        {"trace", 't', 0, G_OPTION_ARG_FILENAME, &raw.trace, "Write every burst to FILE (see ptzctl decode)", "FILE"},
+        {"time-scale", 'x', 0, G_OPTION_ARG_DOUBLE, &raw.time_scale, "Let time run N times faster", "N"},
+        {"real-wire-time", 'w', 0, G_OPTION_ARG_NONE, &raw.real_wire_time, "Bursts last as long as on a wire", nullptr},
+        {"seed", 0, 0, G_OPTION_ARG_INT64, &raw.seed, "Seed of everything faults leave to chance", "N"},
+        {"big-endian", 0, 0, G_OPTION_ARG_NONE, &raw.big_endian, "Send frame headers high byte first", nullptr},
+        {"force", 'f', 0, G_OPTION_ARG_NONE, &raw.force, "Overwrite existing configuration files", nullptr},
+        {"quiet", 'q', 0, G_OPTION_ARG_NONE, &raw.quiet, "Print offences only", nullptr},
+        {"verbose", 'v', 0, G_OPTION_ARG_NONE, &raw.verbose, "Also print status reads and line changes", nullptr},
+        {"strict", 0, 0, G_OPTION_ARG_NONE, &raw.strict, "Exit with status 3 when an offence was counted", nullptr},
+        {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
+    const std::unique_ptr<GOptionContext, FreeContext> context(g_option_context_new("- a simulated camera board"));
+    g_option_context_set_summary(
+        context.get(),
+        "Simulates a pan-tilt-zoom camera board: SPI link, GPIO lines and the camera block behind them.\n"
+        "Prints \"ready\" when hosts may connect; ends on SIGINT or SIGTERM and then prints its counts.\n\n"
+        "  krx-sim --board /tmp/board &\n"
+        "  PTZ_DATA_DIR=/tmp/board PTZ_BOARD=/tmp/board ptzd --plugin libptz_driver_canon.so");
+    const std::string description =
+        "Commands, from a script (\"at 1.5s COMMAND\" per line) or over D-Bus (com.orna.KrxSim):\n" + command_help() +
+        "\nExit status: 0 ended as asked, 1 could not run, 2 usage error, 3 offences counted with --strict.";
+    g_option_context_set_description(context.get(), description.c_str());
+    g_option_context_add_main_entries(context.get(), entries, nullptr);
+    GError *error = nullptr;
+    if (!g_option_context_parse(context.get(), &argc, &argv, &error)) {
+        usage_error(error->message);
+        g_error_free(error);
+        return false;
+    }
+    if (argc > 1)
+        return usage_error("unexpected words on the command line");
+    if (!raw.board || !*raw.board)
+        return usage_error("--board DIR is missing");
+    if (!(raw.time_scale > 0 && raw.time_scale <= 1e6))
+        return usage_error("--time-scale takes a number above 0");
+    return true;
+}
+
+} // namespace
+
+std::optional<Arguments> parse_arguments(int argc, char **argv, int &status)
+{
+    Raw raw;
+    status = 2;
+    if (!parse(raw, argc, argv))
+        return std::nullopt;
+    status = 0;
+    Arguments arguments;
+    arguments.board.folder = raw.board;
+    arguments.board.time_scale = raw.time_scale;
+    arguments.board.real_wire_time = raw.real_wire_time;
+    arguments.board.overwrite_conf = raw.force;
+    arguments.board.seed = static_cast<std::uint64_t>(raw.seed);
+    arguments.board.trace_path = raw.trace ? raw.trace : "";
+    arguments.board.camera.big_endian = raw.big_endian;
+    arguments.script = raw.script ? raw.script : "";
+    arguments.detail = raw.quiet ? Detail::offences : raw.verbose ? Detail::everything : Detail::records;
+    arguments.strict = raw.strict;
+    return arguments;
+}
+
+} // namespace sim

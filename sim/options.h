@@ -1,0 +1,22 @@
+// The command line of krx-sim.
+#pragma once
+
+#include "sim/board.h"
+
+#include <optional>
+#include <string>
+
+namespace sim {
+
+struct Arguments {
+    Options board;
+    std::string script;              // path, or empty
+    Detail detail = Detail::records; // what is printed
+    bool strict = false;             // offences make the exit status 3
+};
+
+// Reads the command line; none after a usage error (its message is printed) or after --help (help was printed, and
+// `status` is 0).
+std::optional<Arguments> parse_arguments(int argc, char **argv, int &status);
+
+} // namespace sim
