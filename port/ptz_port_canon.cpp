@@ -253,7 +253,8 @@ int ptz_port_canon_set_spidev(PTZPortCanon *self)
 
 void ptz_port_canon_config(PTZPort *base, const PTZPortConfig *config)
 {
-    g_assert(base != NULL);
+    if (base == nullptr) // not g_assert(): that would print the whole C++ signature
+        g_assertion_message_expr(G_LOG_DOMAIN, __FILE__, __LINE__, __func__, "base != NULL");
     if (config == nullptr)
         return;
     PTZPortCanon *self = port_canon_of(base);

@@ -37,6 +37,11 @@ using PortTable = std::vector<std::optional<PortRecord>>;
 
 std::optional<PortTable> port_table; // none until loaded
 
+int port_count()
+{
+    return static_cast<int>(port_table->size());
+}
+
 std::string group_name(int index)
 {
     return "KRX_PORT" + std::to_string(index);
@@ -59,8 +64,9 @@ int optional_integer(GKeyFile *file, const char *group, const char *key, int abs
 
 GText text_or(GKeyFile *file, const char *group, const char *key, const char *fallback)
 {
-    GText text(g_key_file_get_string(file, group, key, nullptr));
-    if (text == nullptr) {
+    GErrorSlot error;
+    GText text(g_key_file_get_string(file, group, key, error));
+    if (error) { // a bad escape gives a text all the same
         log_warning(READ_FAILURE, group, key);
         text.reset(g_strdup(fallback));
     }
@@ -134,7 +140,7 @@ PTZPort *ptz_port_canon_new(int port_index)
 {
     if (!port_table && !load_ports())
         return nullptr;
-    GUARD(0 <= port_index && port_index < static_cast<int>(port_table->size()), nullptr);
+    GUARD(0 <= port_index && port_index < port_count(), nullptr);
     const std::optional<PortRecord> &record = (*port_table)[static_cast<std::size_t>(port_index)];
     if (!record) {
         log_error("Could not find group %s", group_name(port_index).c_str());

@@ -15,7 +15,7 @@ void put_big_endian(std::uint8_t *at, unsigned value)
 std::uint16_t ptz_port_canon_checksum(const std::uint8_t *bytes, int length)
 {
     // Whole blocks are summed in independent lanes, which the compiler turns into vector instructions.
-    constexpr int LANES = 64;
+    constexpr int LANES = 16;
     std::uint16_t lanes[LANES] = {};
     int i = 0;
     for (; length - i >= LANES; i += LANES)

@@ -1,0 +1,262 @@
+// Power and reset sequences: which lines are driven and read, in which order, and what each failing step leaves.
+#include "hw/ptz_driver_canon_power.h"
+#include "tests/support/capture.h"
+#include "tests/support/fake_hardware.h"
+#include "tests/support/virtual_clock.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr char SUPPLY[] = "error: Fatal error, failed to supply power";
+constexpr char RELEASE[] = "error: Fatal error, failed to release the reset for camera block";
+constexpr char DISABLE[] = "error: Fatal error, failed to disable power supply";
+
+class PowerTest : public testing::Test {
+  protected:
+    PowerTest()
+    {
+        driver.power_pin = {-1, power};
+        driver.power_good_pin = {-1, good};
+        driver.enable_pcie_clk_pin = {12, nullptr};
+        driver.reset_pin = {-1, reset};
+        driver.init_done_pin = {-1, done};
+        driver.reset_pcie_pin = {-1, pcie};
+        driver.fpga_reset_pin = {-1, fpga};
+        driver.fw_upgrade_complete_pin = {-1, upgraded};
+        driver.fpga_is_used = TRUE;
+        driver.reset_pins_active_low = TRUE;
+        hardware.lines["good"].level = 1;
+        hardware.lines["done"].level = 1;
+    }
+
+    ~PowerTest() override { EXPECT_EQ(hardware.live_handles, 0) << "a GPIO line is still held"; }
+
+    // What happened to the lines since the last call.
+    Lines steps()
+    {
+        const Lines result = hardware.calls_of({"drive", "value"});
+        hardware.calls.clear();
+        return result;
+    }
+
+    // "powered released", "powered -", ...
+    std::string flags() const
+    {
+        return std::string(driver.camera_powered ? "powered" : "-") + " " +
+               (driver.camera_reset_released ? "released" : "-");
+    }
+
+    char power[6] = "power", good[5] = "good", reset[6] = "reset", done[5] = "done", pcie[5] = "pcie", fpga[5] = "fpga",
+         upgraded[9] = "upgraded";
+    PTZDriverCanon driver{};
+    VirtualClock clock;
+    FakeHardware hardware;
+    LogCapture log;
+};
+
+TEST_F(PowerTest, PowerOnGoesThroughAllLinesInOrder)
+{
+    EXPECT_TRUE(ptz_driver_canon_power_on(&driver));
+    EXPECT_EQ(steps(), (Lines{"drive power high", "value good", "drive 12 high", "drive reset high", "value done",
+                              "drive pcie high", "drive fpga low"}));
+    EXPECT_EQ(flags(), "powered released");
+    EXPECT_EQ(clock.sleeps(), 0);
+    EXPECT_EQ(log.take(), Lines{});
+}
+
+TEST_F(PowerTest, PowerOffGoesThroughAllLinesInOrder)
+{
+    driver.camera_powered = driver.camera_reset_released = TRUE;
+    EXPECT_TRUE(ptz_driver_canon_power_off(&driver));
+    EXPECT_EQ(steps(),
+              (Lines{"drive fpga high", "drive pcie low", "drive reset low", "drive 12 low", "drive power low"}));
+    EXPECT_EQ(flags(), "- -");
+    EXPECT_EQ(log.take(), Lines{});
+}
+
+TEST_F(PowerTest, EveryPolarityFollowsItsOwnKey)
+{
+    driver.power_pins_active_low = TRUE;
+    driver.reset_pins_active_low = FALSE;
+    driver.fpga_reset_pins_active_low = TRUE;
+    EXPECT_TRUE(ptz_driver_canon_power_on(&driver));
+    EXPECT_EQ(steps(), (Lines{"drive power low", "value good", "drive 12 high", "drive reset low", "value done",
+                              "drive pcie low", "drive fpga high"}));
+    EXPECT_TRUE(ptz_driver_canon_power_off(&driver));
+    EXPECT_EQ(steps(),
+              (Lines{"drive fpga low", "drive pcie high", "drive reset high", "drive 12 low", "drive power high"}));
+}
+
+TEST_F(PowerTest, LinesThatAreNotConfiguredAreSkipped)
+{
+    driver.enable_pcie_clk_pin = driver.reset_pcie_pin = driver.fpga_reset_pin = {-1, nullptr};
+    driver.fpga_is_used = FALSE;
+    EXPECT_TRUE(ptz_driver_canon_power_on(&driver));
+    EXPECT_EQ(steps(), (Lines{"drive power high", "value good", "drive reset high", "value done"}));
+    driver.power_pin = {-1, nullptr};
+    EXPECT_TRUE(ptz_driver_canon_power_off(&driver));
+    EXPECT_EQ(steps(), Lines{"drive reset low"});
+    EXPECT_TRUE(ptz_driver_canon_set_power(&driver, true));
+    EXPECT_EQ(flags(), "powered -") << "the flag is kept without a line, too";
+    EXPECT_EQ(steps(), Lines{});
+}
+
+TEST_F(PowerTest, LinesThatMustBeThereFailWhenTheyAreNotConfigured)
+{
+    driver.power_good_pin = {-1, nullptr};
+    EXPECT_FALSE(ptz_driver_canon_power_on(&driver));
+    EXPECT_EQ(log.take(), (Lines{"error: 22 - (Invalid argument) ERROR: Failed to request gpio -1/",
+                                 "error: Fatal error, camera block power could not be enabled.\n", SUPPLY}));
+    driver.fpga_reset_pin = {-1, nullptr};
+    EXPECT_FALSE(ptz_driver_canon_power_off(&driver));
+    EXPECT_EQ(log.take(), (Lines{"error: 22 - (Invalid argument) ERROR: Failed to change gpio -1/",
+                                 "error: Fatal error, failed to reset FPGA"}));
+}
+
+struct FailingStep {
+    const char *call;
+    std::size_t steps; // made, the failing one included
+    const char *flags; // left
+    const char *line;  // number/name in the message
+    Lines messages;    // after that of the line itself
+};
+
+TEST_F(PowerTest, EveryFailingStepEndsPowerOn)
+{
+    const FailingStep cases[] = {
+        {"drive power", 1, "- -", "-1/power", {SUPPLY}},
+        {"drive 12", 3, "powered -", "12/", {"error: Fatal error, failed to enable the clock for PCIe"}},
+        {"drive reset", 4, "powered -", "-1/reset", {RELEASE}},
+        {"drive pcie", 6, "powered released", "-1/pcie", {"error: Fatal error, failed to release the reset for PCIe"}},
+        {"drive fpga", 7, "powered released", "-1/fpga", {"error: Fatal error, failed to release the reset of FPGA"}},
+    };
+    for (const FailingStep &failing : cases) {
+        SCOPED_TRACE(failing.call);
+        driver.camera_powered = driver.camera_reset_released = FALSE;
+        hardware.failing = {{failing.call, EACCES}};
+        EXPECT_FALSE(ptz_driver_canon_power_on(&driver));
+        EXPECT_EQ(steps().size(), failing.steps);
+        EXPECT_EQ(flags(), failing.flags);
+        Lines expected{std::string("error: 13 - (Permission denied) ERROR: Failed to change gpio ") + failing.line};
+        expected.insert(expected.end(), failing.messages.begin(), failing.messages.end());
+        EXPECT_EQ(log.take(), expected);
+    }
+}
+
+TEST_F(PowerTest, EveryFailingStepEndsPowerOff)
+{
+    const FailingStep cases[] = {
+        {"drive fpga", 1, "powered released", "-1/fpga", {"error: Fatal error, failed to reset FPGA"}},
+        {"drive pcie", 2, "powered released", "-1/pcie", {"error: Fatal error, failed to reset PCIe"}},
+        {"drive reset", 3, "powered released", "-1/reset", {"error: Fatal error, failed to reset camera block"}},
+        {"drive 12", 4, "powered -", "12/", {DISABLE}},
+        {"drive power", 5, "powered -", "-1/power", {DISABLE}},
+    };
+    for (const FailingStep &failing : cases) {
+        SCOPED_TRACE(failing.call);
+        driver.camera_powered = driver.camera_reset_released = TRUE;
+        hardware.failing = {{failing.call, EACCES}};
+        EXPECT_FALSE(ptz_driver_canon_power_off(&driver));
+        EXPECT_EQ(steps().size(), failing.steps);
+        EXPECT_EQ(flags(), failing.flags);
+        EXPECT_EQ(log.take(),
+                  (Lines{std::string("error: 13 - (Permission denied) ERROR: Failed to change gpio ") + failing.line,
+                         failing.messages[0]}));
+    }
+}
+
+TEST_F(PowerTest, PowerThatNeverGetsGoodStopsBeforeTheResets)
+{
+    hardware.lines["good"].level = 0;
+    EXPECT_FALSE(ptz_driver_canon_power_on(&driver));
+    EXPECT_EQ(hardware.calls_of({"value"}).size(), 30000u);
+    EXPECT_EQ(hardware.calls_of({"drive"}), Lines{"drive power high"});
+    EXPECT_EQ(clock.slept_us(), 29999 * 1000);
+    EXPECT_EQ(flags(), "powered -");
+    EXPECT_EQ(log.take(), (Lines{"error: Fatal error, timeout is occurred while waiting for good!\n",
+                                 "error: Fatal error, camera block power could not be enabled.\n", SUPPLY}));
+}
+
+TEST_F(PowerTest, ABlockThatNeverBootsKeepsThePcieReset)
+{
+    hardware.lines["done"].level = 0;
+    EXPECT_FALSE(ptz_driver_canon_power_on(&driver));
+    EXPECT_EQ(hardware.calls_of({"drive"}), (Lines{"drive power high", "drive 12 high", "drive reset high"}));
+    EXPECT_EQ(flags(), "powered released");
+    EXPECT_EQ(log.take(), (Lines{"error: Fatal error, timeout is occurred while waiting for done!\n",
+                                 "error: Fatal error, camera block could not be boot up.\n", RELEASE}));
+}
+
+TEST_F(PowerTest, PowerCyclePausesBetweenOffAndOn)
+{
+    EXPECT_TRUE(ptz_driver_canon_power_cycle(&driver));
+    EXPECT_EQ(clock.sleeps(), 1);
+    EXPECT_EQ(clock.slept_us(), 100000);
+    EXPECT_EQ(steps().size(), 12u);
+    hardware.failing["drive pcie"] = EIO;
+    EXPECT_FALSE(ptz_driver_canon_power_cycle(&driver));
+    EXPECT_EQ(steps(), (Lines{"drive fpga high", "drive pcie low"})) << "a failed power-off does not power on";
+    EXPECT_EQ(clock.sleeps(), 1);
+}
+
+TEST_F(PowerTest, TheUpgradeWaitIsTwoMinutesOfLooks)
+{
+    hardware.lines["upgraded"].script = {0, 0, 1};
+    EXPECT_TRUE(ptz_driver_canon_wait_fw_upgrade_complete(&driver));
+    EXPECT_EQ(clock.slept_us(), 400000);
+    hardware.calls.clear();
+    EXPECT_FALSE(ptz_driver_canon_wait_fw_upgrade_complete(&driver));
+    EXPECT_EQ(steps().size(), 600u);
+    EXPECT_EQ(log.take(), (Lines{"error: Fatal error, timeout is occurred while waiting for upgraded!\n",
+                                 "error: Fatal error, camera block firmware upgrade could not be completed.\n"}));
+}
+
+TEST_F(PowerTest, SingleSwitchesKeepTheirFlagWhenTheLineFails)
+{
+    EXPECT_TRUE(ptz_driver_canon_set_power(&driver, true));
+    EXPECT_TRUE(ptz_driver_canon_set_reset(&driver, false));
+    EXPECT_EQ(steps(), (Lines{"drive power high", "drive reset high"}));
+    hardware.failing["drive"] = EIO;
+    EXPECT_FALSE(ptz_driver_canon_set_power(&driver, false));
+    EXPECT_FALSE(ptz_driver_canon_set_reset(&driver, true));
+    EXPECT_EQ(flags(), "powered released");
+    hardware.failing = {};
+    EXPECT_TRUE(ptz_driver_canon_set_reset(&driver, true));
+    EXPECT_EQ(flags(), "powered -");
+}
+
+TEST_F(PowerTest, AWaitReportsEveryFailingStepAndReleasesTheLine)
+{
+    const struct {
+        const char *call, *message;
+        Lines calls;
+    } cases[] = {
+        {"request", "error: 5 - (Input/output error) ERROR: Failed to request gpio 40/x", {"request 40"}},
+        {"open",
+         "error: 5 - (Input/output error) ERROR: Failed to open gpio 40/x",
+         {"request 40", "open 40", "free 40"}},
+        {"value",
+         "error: 5 - (Input/output error) ERROR: Failed to get value of gpio 40/x",
+         {"request 40", "open 40", "value 40", "close 40", "free 40"}},
+    };
+    for (const auto &each : cases) {
+        hardware.failing = {{each.call, EIO}};
+        hardware.calls.clear();
+        EXPECT_EQ(ptz_driver_canon_wait_gpio(40, "x", 10, 1000), -1);
+        EXPECT_EQ(log.take(), Lines{each.message});
+        EXPECT_EQ(hardware.calls, each.calls);
+    }
+    EXPECT_EQ(ptz_driver_canon_wait_gpio(41, nullptr, 0, 1000), -1);
+    EXPECT_EQ(log.take(), Lines{"error: Fatal error, timeout is occurred while waiting for !\n"});
+}
+
+TEST_F(PowerTest, NoDriverIsRefused)
+{
+    EXPECT_FALSE(ptz_driver_canon_power_on(nullptr));
+    EXPECT_FALSE(ptz_driver_canon_set_reset(nullptr, true));
+    EXPECT_EQ(log.take(), (Lines{guard_line("ptz_driver_canon_power_on", "self"),
+                                 guard_line("ptz_driver_canon_set_reset", "self")}));
+}
+
+} // namespace

@@ -1,0 +1,174 @@
+// The temperature controllers: what they register, and what they do when the temperature leaves and re-enters the
+// range.
+#include "core/ptz_driver_canon.h"
+#include "hw/ptz_driver_canon_life_door.h"
+#include "hw/ptz_temperature_controller_canon.h"
+#include "tests/support/capture.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace {
+
+Lines events; // what the controller had done
+
+} // namespace
+
+// In the place of the driver's and the framework's own.
+gboolean ptz_driver_canon_startup(PTZDriverCanon *self)
+{
+    events.push_back("start-up in state " + std::to_string(self->parent_instance.state));
+    return TRUE;
+}
+
+void ptz_driver_canon_stop_camera(PTZDriverCanon *self)
+{
+    events.push_back("stop in state " + std::to_string(self->parent_instance.state));
+}
+
+int ptz_temperature_controller_register_trigger(PTZTemperatureController *, int sensor_id, int direction, double limit,
+                                                double hysteresis)
+{
+    events.push_back("trigger " + std::to_string(sensor_id) + " " + std::to_string(direction) + " " +
+                     std::to_string(limit) + " " + std::to_string(hysteresis));
+    return 40 + direction;
+}
+
+namespace {
+
+struct Unref {
+    void operator()(void *object) const { g_object_unref(object); }
+};
+
+// A driver object with our record and nothing of our driver's behaviour.
+GType plain_driver_get_type()
+{
+    static const GType type =
+        g_type_register_static_simple(ptz_driver_get_type(), "PlainDriver", sizeof(PTZDriverClass), nullptr,
+                                      sizeof(PTZDriverCanon), nullptr, static_cast<GTypeFlags>(0));
+    return type;
+}
+
+class TemperatureTest : public testing::Test {
+  protected:
+    TemperatureTest() : driver(static_cast<PTZDriverCanon *>(g_object_new(plain_driver_get_type(), nullptr)))
+    {
+        events.clear();
+        driver->temperature_sensor = 3;
+        driver->temperature_lower_limit = -20;
+        driver->temperature_upper_limit = 65;
+        driver->temperature_hysteresis_generic = 0.5;
+        driver->temperature_hysteresis_cooling = 1.25;
+        // The framework's own start, seen.
+        auto *base = PTZ_TEMPERATURE_CONTROLLER_CLASS(g_type_class_ref(ptz_temperature_controller_get_type()));
+        start_before_ = base->start;
+        base->start = [](PTZTemperatureController *) {
+            events.push_back("framework start");
+            return 7;
+        };
+        generic = make(ptz_temperature_controller_generic_get_type());
+        cooling = make(ptz_temperature_controller_active_cooling_get_type());
+    }
+
+    ~TemperatureTest() override
+    {
+        auto *base = PTZ_TEMPERATURE_CONTROLLER_CLASS(g_type_class_peek(ptz_temperature_controller_get_type()));
+        base->start = start_before_;
+        g_type_class_unref(base);
+    }
+
+    using Owned = std::unique_ptr<PTZTemperatureController, Unref>;
+
+    Owned make(GType type) const
+    {
+        Owned controller(static_cast<PTZTemperatureController *>(g_object_new(type, nullptr)));
+        controller->driver = ptz_driver_of(driver.get());
+        return controller;
+    }
+
+    static PTZTemperatureControllerClass *of(const Owned &controller)
+    {
+        return PTZ_TEMPERATURE_CONTROLLER_GET_CLASS(controller.get());
+    }
+
+    int &state() const { return driver->parent_instance.state; }
+
+    std::unique_ptr<PTZDriverCanon, Unref> driver;
+    Owned generic, cooling;
+    LogCapture log;
+
+  private:
+    int (*start_before_)(PTZTemperatureController *);
+};
+
+TEST_F(TemperatureTest, GenericWatchesTheLowerLimit)
+{
+    EXPECT_EQ(of(generic)->start(generic.get()), 41);
+    EXPECT_EQ(events, (Lines{"trigger 3 1 -20.000000 0.500000", "framework start"}));
+}
+
+TEST_F(TemperatureTest, ActiveCoolingWatchesTheUpperLimitFirst)
+{
+    EXPECT_EQ(of(cooling)->start(cooling.get()), 40);
+    EXPECT_EQ(events, (Lines{"trigger 3 0 65.000000 1.250000", "trigger 3 1 -20.000000 0.500000", "framework start"}));
+}
+
+TEST_F(TemperatureTest, ARunningBlockIsStoppedOutsideItsRange)
+{
+    for (const Owned *controller : {&generic, &cooling}) {
+        state() = 1;
+        of(*controller)->below_range(controller->get());
+        EXPECT_EQ((*controller)->temperature_ok, 0);
+        EXPECT_EQ(state(), 2);
+        EXPECT_EQ(log.take(),
+                  Lines{"warning: Temperature is below operating temperature. Camera block will shut down."});
+    }
+    state() = 1;
+    of(cooling)->above_range(cooling.get());
+    EXPECT_EQ(cooling->temperature_ok, 0);
+    EXPECT_EQ(state(), 3);
+    EXPECT_EQ(log.take(), Lines{"warning: Temperature is above operating temperature. Camera block will shut down."});
+    EXPECT_EQ(events, Lines(3, "stop in state 1"));
+}
+
+TEST_F(TemperatureTest, ABlockThatDoesNotRunIsLeftAlone)
+{
+    for (const int each : {0, 2, 3, 4, 5, 6, 7}) {
+        state() = each;
+        cooling->temperature_ok = 1;
+        of(cooling)->below_range(cooling.get());
+        EXPECT_EQ(cooling->temperature_ok, 0);
+        cooling->temperature_ok = 1;
+        of(cooling)->above_range(cooling.get());
+        EXPECT_EQ(cooling->temperature_ok, 0);
+        EXPECT_EQ(state(), each);
+    }
+    EXPECT_EQ(events, Lines{});
+    EXPECT_EQ(log.lines().size(), 14u);
+}
+
+TEST_F(TemperatureTest, BackInRangeAStoppedBlockIsStarted)
+{
+    for (const int each : {0, 1, 2, 3, 4, 5, 6, 7}) {
+        state() = each;
+        cooling->temperature_ok = 0;
+        of(cooling)->in_range(cooling.get());
+        EXPECT_EQ(cooling->temperature_ok, 1);
+        EXPECT_EQ(state(), each == 2 || each == 3 ? 4 : each);
+    }
+    EXPECT_EQ(events, Lines(2, "start-up in state 4"));
+    EXPECT_EQ(log.take(), Lines{});
+}
+
+TEST_F(TemperatureTest, OnlyActiveCoolingReplacesTheReactionToHeat)
+{
+    const auto *base = PTZ_TEMPERATURE_CONTROLLER_CLASS(g_type_class_peek(ptz_temperature_controller_get_type()));
+    EXPECT_EQ(of(generic)->above_range, base->above_range);
+    EXPECT_TRUE(g_type_is_a(ptz_temperature_controller_active_cooling_get_type(),
+                            ptz_temperature_controller_generic_get_type()));
+    EXPECT_STREQ(of(cooling)->busy_message(cooling.get()),
+                 "Cannot perform the request because of camera temperature. The temperature is being adjusted. Please "
+                 "try again later.");
+}
+
+} // namespace

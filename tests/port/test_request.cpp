@@ -1,0 +1,278 @@
+// The request line: which reads and waits each trigger mode makes, and how each of them may fail.
+#include "port/ptz_port_canon_request.h"
+#include "tests/port/port_fixture.h"
+
+#include <fcntl.h>
+
+namespace {
+
+constexpr char TIMEOUT[] = "warning: Timeout (10s) occurred while waiting for request!";
+const Lines ONE_READ{"request imc_req", "open imc_req", "value imc_req", "close imc_req", "free imc_req"};
+
+class RequestTest : public PortTest {
+  protected:
+    RequestTest()
+    {
+        clock.on_poll = [this](int) { return edges-- > 0 ? 1 : 0; };
+    }
+
+    void levels(std::deque<int> script) { hardware.lines["imc_req"].script = std::move(script); }
+
+    // Puts the last completed wait this long before now.
+    void last_request_ago(std::int64_t us)
+    {
+        const std::int64_t then = clock.now_us() - us;
+        port_transfer_settings.last_request_time = {static_cast<std::uint32_t>(then / 1000000),
+                                                    static_cast<std::uint32_t>(then % 1000000)};
+    }
+
+    std::int64_t last_request_us() const
+    {
+        const auto &last = port_transfer_settings.last_request_time;
+        return std::int64_t{last.seconds} * 1000000 + last.microseconds;
+    }
+
+    char name[8] = "imc_req";
+    GpioLine request{-1, name};
+    int edges = 0; // how many waits end with an edge
+};
+
+TEST_F(RequestTest, ModesZeroAndThreeLookOnceWhenTheLineIsHigh)
+{
+    hardware.lines["imc_req"].level = 1;
+    for (const int mode : {0, 3}) {
+        hardware.calls.clear();
+        EXPECT_GE(ptz_port_canon_wait_request(request, mode), 0);
+        EXPECT_EQ(hardware.calls, ONE_READ);
+    }
+    EXPECT_EQ(last_request_us(), 0);
+}
+
+TEST_F(RequestTest, ModesZeroAndThreeWaitForAnEdgeWhenTheLineIsLow)
+{
+    for (const int mode : {0, 3}) {
+        hardware.calls.clear();
+        last_request_ago(1000);
+        levels({0, 0, 1});
+        edges = 1;
+        EXPECT_EQ(ptz_port_canon_wait_request(request, mode), 1);
+        Lines expected = ONE_READ;
+        for (const char *call : {"request imc_req", "open imc_req", "edge imc_req 8", "fd imc_req", "value imc_req",
+                                 "value imc_req", "close imc_req", "free imc_req"})
+            expected.push_back(call);
+        EXPECT_EQ(hardware.calls, expected);
+        EXPECT_EQ(last_request_us(), clock.now_us());
+    }
+}
+
+TEST_F(RequestTest, ModeZeroWaitsForAnEdgeAlsoWhenTheLevelCannotBeRead)
+{
+    levels({-1, 1});
+    EXPECT_EQ(ptz_port_canon_wait_request(request, 0), 1);
+    EXPECT_EQ(log.take(),
+              (Lines{"error: 5 - (Input/output error) ERROR: Failed to get value of gpio -1/imc_req request!",
+                     "error: Failed to get gpio value"}));
+}
+
+TEST_F(RequestTest, ModeTwoEndsAtOnceWhenTheLineIsHigh)
+{
+    levels({1});
+    EXPECT_EQ(ptz_port_canon_wait_request(request, 2), 1);
+    EXPECT_EQ(clock.waits(), 0);
+    EXPECT_EQ(last_request_us(), clock.now_us());
+}
+
+TEST_F(RequestTest, ModeOnePollsEveryMillisecond)
+{
+    levels({0, 0, 1});
+    EXPECT_EQ(ptz_port_canon_wait_request(request, 1), 0);
+    EXPECT_EQ(clock.sleeps(), 2);
+    EXPECT_EQ(clock.slept_us(), 2000);
+    EXPECT_EQ(hardware.calls_of({"request", "value", "free"}).size(), 9u);
+}
+
+TEST_F(RequestTest, ModeOneGivesUpAfterTenThousandPolls)
+{
+    EXPECT_EQ(ptz_port_canon_wait_request(request, 1), -1);
+    EXPECT_EQ(hardware.calls_of({"value"}).size(), 10000u);
+    EXPECT_EQ(log.take(), Lines{TIMEOUT});
+}
+
+TEST_F(RequestTest, ModeOneGivesUpWhenTheLevelCannotBeRead)
+{
+    levels({0, -1});
+    EXPECT_EQ(ptz_port_canon_wait_request(request, 1), -1);
+    EXPECT_EQ(log.take(),
+              (Lines{"error: 5 - (Input/output error) ERROR: Failed to get value of gpio -1/imc_req request!",
+                     "error: Failed to get gpio value"}));
+}
+
+TEST_F(RequestTest, ANumberGoesBeforeTheName)
+{
+    request.number = 37;
+    hardware.lines["37"].level = 1;
+    EXPECT_EQ(ptz_port_canon_wait_request(request, 0), 0);
+    EXPECT_EQ(hardware.calls.front(), "request 37/request");
+}
+
+TEST_F(RequestTest, ALineWithoutNumberAndNameFails)
+{
+    const GpioLine nothing{-1, nullptr};
+    EXPECT_EQ(ptz_port_canon_wait_request(nothing, 2), -1);
+    int level = 0;
+    EXPECT_EQ(ptz_port_canon_get_request_level(nothing, &level), -1);
+    EXPECT_EQ(log.take(), (Lines{"error: 22 - (Invalid argument) ERROR: Not possible to request GPIO -1/ request!",
+                                 "error: 22 - (Invalid argument) ERROR: Failed to request gpio -1/ request!"}));
+}
+
+struct FailingStep {
+    const char *call;
+    const char *message;
+};
+
+TEST_F(RequestTest, EveryFailingStepOfTheEdgeWaitIsReportedAndReleasesTheLine)
+{
+    const FailingStep steps[] = {
+        {"request", "error: 16 - (Device or resource busy) ERROR: Not possible to request GPIO 37/imc_req request!"},
+        {"open", "error: 16 - (Device or resource busy) ERROR: Not possible to full open GPIO 37/imc_req request!"},
+        {"edge", "error: 16 - (Device or resource busy) ERROR: Not possible to set edge on GPIO 37/imc_req request!"},
+        {"fd", "error: 16 - (Device or resource busy) ERROR: Not possible to get fd on GPIO 37/imc_req request!"},
+    };
+    request.number = 37;
+    for (const FailingStep &step : steps) {
+        hardware.failing = {{step.call, EBUSY}};
+        EXPECT_EQ(ptz_port_canon_wait_request_edge(request), -1);
+        EXPECT_EQ(log.take(), Lines{step.message});
+        EXPECT_EQ(hardware.live_handles, 0);
+    }
+}
+
+TEST_F(RequestTest, EveryFailingStepOfALevelReadIsReportedAndReleasesTheLine)
+{
+    const FailingStep steps[] = {
+        {"request", "error: 16 - (Device or resource busy) ERROR: Failed to request gpio -1/imc_req request!"},
+        {"open", "error: 16 - (Device or resource busy) ERROR: Failed to open gpio -1/imc_req request!"},
+        {"value", "error: 16 - (Device or resource busy) ERROR: Failed to get value of gpio -1/imc_req request!"},
+    };
+    for (const FailingStep &step : steps) {
+        hardware.failing = {{step.call, EBUSY}};
+        int level = 0;
+        EXPECT_EQ(ptz_port_canon_get_request_level(request, &level), -1);
+        EXPECT_EQ(log.take(), Lines{step.message});
+        EXPECT_EQ(hardware.live_handles, 0);
+    }
+}
+
+TEST_F(RequestTest, NoEdgeForTenSecondsIsATimeout)
+{
+    last_request_ago(500);
+    const std::int64_t before = last_request_us();
+    const std::int64_t start = clock.now_us();
+    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), -1);
+    EXPECT_EQ(clock.now_us() - start, 10000000);
+    EXPECT_EQ(last_request_us(), before);
+
+    clock.on_poll = [](int) { return -1; };
+    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), -1);
+    EXPECT_EQ(log.take(), (Lines{TIMEOUT, TIMEOUT}));
+}
+
+// The level read at the first edge is used only after a short pause since the last wait: high, low, high takes one
+// wait when it is used and two when it is not.
+TEST_F(RequestTest, TheFirstEdgeAfterALongPauseDoesNotCount)
+{
+    const struct {
+        std::int64_t pause_us;
+        int waits;
+    } cases[] = {
+        {0, 1},          {2800000, 1},    {2800001, 2},
+        {4294000000, 2}, {4295000000, 1}, // 32 bits of microseconds: 32704
+        {4297767296, 1}, {4297767297, 2}, // 2800000 and one more, beyond the wrap
+        {-1, 2},                          // a clock that was set back
+    };
+    for (const auto &each : cases) {
+        SCOPED_TRACE(each.pause_us);
+        last_request_ago(each.pause_us);
+        levels({0, 1, 0, 1});
+        edges = 10;
+        const int before = clock.waits();
+        EXPECT_EQ(ptz_port_canon_wait_request_edge(request), 1);
+        EXPECT_EQ(clock.waits() - before, each.waits);
+    }
+}
+
+TEST_F(RequestTest, TheFirstEdgeOfTheProcessDoesNotCountAndStartsTheMeasuring)
+{
+    levels({0, 1, 0}); // and stays low: the second wait times out
+    edges = 1;
+    const std::int64_t start = clock.now_us();
+    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), -1);
+    EXPECT_EQ(last_request_us(), start);
+}
+
+TEST_F(RequestTest, ALineThatStaysHighPastAStaleEdgeIsSeen)
+{
+    levels({0, 1, 1});
+    edges = 1;
+    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), 1);
+    EXPECT_EQ(clock.waits(), 1);
+}
+
+TEST_F(RequestTest, AfterAShortPauseTheNextEdgeIsStillTheFirst)
+{
+    last_request_ago(1000);
+    levels({0, 0, 0, 1, 0, 1});
+    int polls = 0;
+    clock.on_poll = [&](int) {
+        if (++polls == 2)
+            clock.advance(3000000);
+        return 1;
+    };
+    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), 1);
+    EXPECT_EQ(clock.waits(), 3);
+}
+
+TEST_F(RequestTest, ALineThatDiesAtAnEdgeEndsTheWait)
+{
+    last_request_ago(1000);
+    levels({0});
+    hardware.lines["imc_req"].level = -1;
+    edges = 1000;
+    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), -1);
+    EXPECT_EQ(clock.waits(), 1);
+    EXPECT_EQ(log.take(), Lines{"error: Failed to get gpio value"});
+}
+
+TEST_F(RequestTest, TheEdgeDescriptorIsClosedOnceAndBeforeItsLine)
+{
+    int seen = -1;
+    int flags = 0;
+    clock.on_poll = [&](int fd) {
+        seen = fd;
+        flags = fcntl(fd, F_GETFD);
+        return 0;
+    };
+    int squatter = -1; // takes the number as soon as it is free
+    hardware.on_close = [&] { squatter = open("/dev/null", O_RDONLY); };
+    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), -1);
+    EXPECT_NE(flags & FD_CLOEXEC, 0);
+    EXPECT_EQ(squatter, seen);
+    EXPECT_EQ(close(squatter), 0) << "somebody else's descriptor was closed";
+}
+
+TEST_F(RequestTest, AThousandWaitsLeaveNoDescriptor)
+{
+    const int before = open_descriptors();
+    for (int round = 0; round < 1000; ++round) {
+        hardware.failing = {};
+        if (round % 4 == 1)
+            hardware.failing = {{"fd", EMFILE}};
+        levels({round % 2, round % 3});
+        edges = round % 2;
+        ptz_port_canon_wait_request(request, round % 5);
+        log.take();
+    }
+    EXPECT_EQ(open_descriptors(), before);
+}
+
+} // namespace

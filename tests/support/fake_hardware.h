@@ -1,0 +1,55 @@
+// GPIO lines and SPI devices that exist only in the test: linked in the place of libugpio and libspidev.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <initializer_list>
+#include <map>
+#include <string>
+#include <vector>
+
+// In force from construction to destruction; one at a time.
+//
+// Every call is recorded as text: "request imc_req/request", "drive 12 high", "open imc_req", "value imc_req",
+// "edge imc_req 8", "fd imc_req", "close imc_req", "free imc_req", "spi-open /dev/spidev1.0", "wr-mode 9", "rd-mode",
+// "wr-bits 8", "rd-bits", "wr-speed 3000000", "rd-speed", "message 1024". A line goes by its number or name.
+class FakeHardware {
+  public:
+    FakeHardware();
+    ~FakeHardware();
+    FakeHardware(const FakeHardware &) = delete;
+    FakeHardware &operator=(const FakeHardware &) = delete;
+
+    struct Line {
+        std::deque<int> script; // what the next reads give, -1: the read fails
+        int level = 0;          // what they give after that
+    };
+    std::map<std::string, Line> lines;
+
+    std::vector<std::string> calls;
+    std::vector<std::string> calls_of(std::initializer_list<std::string> operations) const;
+    // Calls whose record begins with `call` fail with this errno.
+    std::map<std::string, int> failing;
+    int live_handles = 0;
+    std::function<void()> on_close; // called in ugpio_close
+
+    // What spidev_open gives: a descriptor of this path, opened with these flags besides the driver's own; null: a
+    // number that is no descriptor.
+    const char *device = "/dev/null";
+    int device_flags = 0;
+    int opened_flags = 0;                              // as the driver gave them
+    std::uint32_t mode = 9, bits = 8, speed = 3000000; // what the device reads back
+
+    using Bytes = std::vector<std::uint8_t>;
+    std::vector<Bytes> sent;   // what each burst clocked out
+    std::deque<Bytes> replies; // what the next bursts clock in, filled up with 0xEE
+    std::string transfer;      // the last burst: "speed 3000000 delay 1 bits 8 cs 0 tx 0 rx 0 word 0"
+
+    // Used by the C functions.
+    static FakeHardware *current;
+    bool fails(const std::string &call);
+};
+
+// How many descriptors this process holds.
+int open_descriptors();
