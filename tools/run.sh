@@ -1,0 +1,251 @@
+#!/bin/bash
+# Usage: tools/run.sh BUILD_DIR
+# Brings up a private bus, the simulated board and ptzd with the real plug-in, and tours the camera through ptzctl. Every
+# step checks what came of it; a wrong one ends the tour with status 1. On a terminal the camera stays up afterwards
+# until Ctrl-C. PTZ_TIME_SCALE=N lets everything run N times faster.
+set -uo pipefail
+
+build=$(cd "${1:?usage: tools/run.sh BUILD_DIR}" && pwd) || exit 2
+scale=${PTZ_TIME_SCALE:-1}
+plugin=$build/driver/plugin/libptz_driver_canon.so
+export PATH=$build/tools/ptzctl:$build/sim:$build/platform/ptzorvel/ptzd:$PATH
+
+dir=$(mktemp -d "${TMPDIR:-/tmp}/ptz-run.XXXXXX") || exit 1
+bus_pid='' sim_pid='' ptzd_pid='' mover_pid='' step='start'
+
+# Ends one of our processes and gives its exit status; one that does not go within ten seconds is killed.
+end_process() {
+    local pid=$1 tries=100
+    kill -TERM "$pid" 2>/dev/null
+    while kill -0 "$pid" 2>/dev/null && ((tries-- > 0)); do sleep 0.1; done
+    if kill -0 "$pid" 2>/dev/null; then
+        echo "run: process $pid did not end, killed" >&2
+        kill -KILL "$pid" 2>/dev/null
+    fi
+    wait "$pid" 2>/dev/null
+}
+
+clean_up() {
+    local status=$? pid
+    trap - EXIT INT TERM HUP
+    for pid in $mover_pid $ptzd_pid $sim_pid $bus_pid; do end_process "$pid"; done
+    if ((status != 0)) && [[ -d $dir ]]; then
+        echo "run: FAILED at step: $step" >&2
+        for log in ptzd sim; do
+            [[ -s $dir/$log.log ]] && { echo "--- last lines of $log"; tail -n 25 "$dir/$log.log"; } >&2
+        done
+    fi
+    rm -rf "$dir"
+    exit "$status"
+}
+trap clean_up EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM HUP
+
+begin() {
+    step=$1
+    printf '\n== %s\n' "$1"
+}
+fail() {
+    printf 'run: %s\n' "$1" >&2
+    exit 1
+}
+# Shows a command and what it says; its failure is ours.
+show() {
+    printf '$ %s\n' "$*"
+    "$@" || fail "'$*' ended with status $?"
+}
+# wait_for TEXT FILE SECONDS: until a line of the file is TEXT.
+wait_for() {
+    local tries=$(($3 * 20))
+    until grep -qx "$1" "$2" 2>/dev/null; do
+        ((tries-- > 0)) || fail "no '$1' in $2 within $3 s"
+        sleep 0.05
+    done
+}
+# field NAME: the number of that name in a JSON object on standard input.
+field() { sed -n "s/.*\"$1\":\([-+.0-9e]*\).*/\1/p"; }
+position() { ptzctl --json position | field "$1"; }
+fov() { ptzctl --json fov | field "$1"; }
+# check WHAT CONDITION: the condition is awk's.
+check() {
+    awk "BEGIN { exit !($2) }" </dev/null || fail "$1 is wrong: $2"
+    printf '   ok: %s (%s)\n' "$1" "$2"
+}
+near() { check "$1" "($2) - ($3) < $4 && ($3) - ($2) < $4"; }
+
+# The order in which power-up moves the lines, from the simulator's own record.
+power_up_lines() {
+    sed -n 's/^\[[^]]*\] line \(cam_\|fpga_\)\([a-z_]* [a-z]*\)$/\1\2/p' "$dir/sim.log" | tail -n 7 | paste -sd, -
+}
+check_power_up() {
+    local lines expected
+    expected='cam_power high,cam_power_good high,cam_pcie_clk high,cam_reset high,cam_init_done high'
+    expected+=',cam_reset_pcie high,fpga_reset high'
+    lines=$(power_up_lines)
+    [[ $lines == "$expected" ]] || fail "power-up moved the lines as: $lines; it should be: $expected"
+    printf '   ok: lines in order: %s\n' "${lines//,/, }"
+}
+check_offences() {
+    ! grep -q 'OFFENCE' "$dir/sim.log" || fail "the simulator counted offences: $(grep OFFENCE "$dir/sim.log")"
+    echo "   ok: the simulator counted no offence"
+}
+
+start_system() {
+    begin 'a private bus, the simulated board, ptzd with the plug-in'
+    cat >"$dir/bus.conf" <<CONF
+<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <listen>unix:path=$dir/bus</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default"><allow send_destination="*"/><allow eavesdrop="true"/><allow own="*"/></policy>
+</busconfig>
+CONF
+    # Each in a session of its own: Ctrl-C reaches this script alone, which then ends them in order.
+    setsid dbus-daemon --config-file="$dir/bus.conf" --nofork --nopidfile --print-address=3 3>"$dir/address" \
+        >"$dir/bus.log" 2>&1 &
+    bus_pid=$!
+    local tries=100
+    until [[ -s $dir/address ]]; do
+        ((tries-- > 0)) || fail "the bus does not start: $(cat "$dir/bus.log")"
+        sleep 0.05
+    done
+    export DBUS_SYSTEM_BUS_ADDRESS=unix:path=$dir/bus
+    export PTZ_DATA_DIR=$dir/board PTZ_BOARD=$dir/board PTZ_TIME_SCALE=$scale
+
+    setsid krx-sim --board "$dir/board" --trace "$dir/wire.trace" --time-scale "$scale" --verbose --strict \
+        >"$dir/sim.log" 2>&1 &
+    sim_pid=$!
+    wait_for ready "$dir/sim.log" 10
+    setsid ptzd --plugin "$plugin" --foreground >"$dir/ptzd.log" 2>&1 &
+    ptzd_pid=$!
+    show ptzctl state --wait 1 --within 40
+    check_power_up
+}
+
+tour_moves() {
+    begin 'an absolute move: pan 10, tilt 5 degrees, zoom 2000'
+    local wide tilt pan zoom
+    wide=$(fov horizontal)
+    show ptzctl move pan=10 tilt=5 zoom=2000 --speed 80 --wait
+    show ptzctl position
+    near 'pan' "$(position pan)" 10 0.01
+    near 'tilt' "$(position tilt)" 5 0.01
+    near 'zoom' "$(position zoom)" 2000 8
+
+    begin 'the field of view follows the zoom'
+    show ptzctl fov
+    check 'the picture is narrower' "$(fov horizontal) < $wide / 2 && $(fov vertical) > 0"
+
+    begin 'a relative move: 15 degrees to the left, 4 down, 1000 further in'
+    show ptzctl move --relative pan=-15 tilt=-4 zoom=1000 --wait
+    near 'pan' "$(position pan)" -5 0.01
+    near 'tilt' "$(position tilt)" 1 0.01
+    near 'zoom' "$(position zoom)" 3000 8
+
+    begin 'a continuous move: right, up and in, for a second'
+    pan=$(position pan) tilt=$(position tilt) zoom=$(position zoom)
+    show ptzctl move --continuous pan=20 tilt=10 zoom=40 --for 1
+    show ptzctl position
+    check 'pan went right' "$(position pan) > $pan + 2"
+    check 'tilt went up' "$(position tilt) > $tilt + 1"
+    check 'zoom went in' "$(position zoom) > $zoom"
+}
+
+tour_stop() {
+    begin 'a stop in mid-move: on the way to pan -160'
+    local before after tries=100
+    before=$(position pan)
+    show ptzctl move pan=-160 --speed 40
+    until awk "BEGIN { exit !($(position pan) < $before - 1) }" </dev/null; do
+        ((tries-- > 0)) || fail 'the camera does not set off'
+        sleep 0.05
+    done
+    show ptzctl stop
+    sleep 0.5
+    before=$(position pan)
+    sleep 0.5
+    after=$(position pan)
+    check 'pan stands still on the way' "$after == $before && $after > -159"
+
+    begin 'a continuous move, ended by a stop from somebody else'
+    ptzctl move --continuous tilt=10 >"$dir/mover.log" 2>&1 &
+    mover_pid=$!
+    before=$(position tilt) tries=100
+    until awk "BEGIN { exit !($(position tilt) > $before + 0.5) }" </dev/null; do
+        ((tries-- > 0)) || fail "the camera does not set off: $(cat "$dir/mover.log")"
+        sleep 0.05
+    done
+    show ptzctl stop
+    wait "$mover_pid" || fail "the move's own ptzctl failed: $(cat "$dir/mover.log")"
+    mover_pid=''
+    check 'tilt stopped before its end' "$(position tilt) < 89"
+}
+
+tour_wire() {
+    begin 'what went over the wire, decoded'
+    # While the driver polls, the last line of the trace may be half written: leave it out.
+    head -n -1 "$dir/wire.trace" >"$dir/whole.trace"
+    ptzctl decode "$dir/whole.trace" --sent >"$dir/words" || fail 'the trace cannot be decoded'
+    echo '$ ptzctl decode wire.trace --sent | tail -n 12'
+    tail -n 12 "$dir/words"
+    local row
+    for row in 'Pan/tilt position 10000 (10.000 deg)' 'Zoom magnification' 'Pan speed' 'Pan/tilt stop'; do
+        grep -qF "$row" "$dir/words" || fail "no '$row' on the wire"
+    done
+    echo "   ok: $(wc -l <"$dir/words") records in words"
+}
+
+tour_reset() {
+    begin 'a restart by "reset"'
+    show ptzctl special list
+    show ptzctl special reset
+    show ptzctl state --wait 1 --within 40
+    check_power_up
+}
+
+# Ends everything in order and looks at how it ended.
+finish() {
+    begin 'the end: ptzd closes the camera, the simulator counts'
+    local status
+    end_process "$ptzd_pid"
+    status=$?
+    ptzd_pid=''
+    ((status == 0)) || fail "ptzd ended with status $status"
+    end_process "$sim_pid"
+    status=$?
+    sim_pid=''
+    ((status == 0)) || fail "krx-sim ended with status $status (3: it counted offences)"
+    sed -n '/^Offences:/,$p' "$dir/sim.log"
+    printf '\nAll of it worked.\n'
+}
+
+started=$SECONDS
+start_system
+tour_moves
+tour_stop
+tour_wire
+tour_reset
+check_offences
+echo "   (the tour took $((SECONDS - started)) s)"
+
+if [[ -t 0 && -t 1 ]]; then
+    begin 'the camera stays up until Ctrl-C'
+    cat <<TEXT
+To talk to it, in another terminal:
+
+  export DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SYSTEM_BUS_ADDRESS
+  export PATH=$build/tools/ptzctl:\$PATH
+  ptzctl --help
+
+Logs: $dir/ptzd.log, $dir/sim.log; the wire: $dir/wire.trace
+TEXT
+    trap 'trap - INT; stopped=1' INT
+    stopped=0
+    while ((!stopped)) && kill -0 "$ptzd_pid" 2>/dev/null && kill -0 "$sim_pid" 2>/dev/null; do
+        sleep 1 || true
+    done
+    ((stopped)) || fail 'ptzd or krx-sim ended by itself'
+fi
+finish
