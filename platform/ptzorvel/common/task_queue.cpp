@@ -136,13 +136,16 @@ void TaskQueue::start()
         thread_ = std::thread([this] { loop(); });
 }
 
+void TaskQueue::close()
+{
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+    changed_.notify_all();
+}
+
 void TaskQueue::shutdown()
 {
-    {
-        const std::lock_guard lock(mutex_);
-        closed_ = true;
-        changed_.notify_all();
-    }
+    close();
     if (thread_.joinable())
         thread_.join();
     else

@@ -55,8 +55,10 @@ class TaskQueue {
     // Starts the command thread.
     void start();
 
-    // Lets the piece of work that runs now end, destroys what waits (on the command thread) and ends the thread.
-    // Not from the command thread.
+    // Takes nothing more; the piece of work that runs now is the last. What waits is destroyed on the command thread.
+    void close();
+
+    // Closes the queue and waits until all that is done and the thread has ended. Not from the command thread.
     void shutdown();
 
     void wake();

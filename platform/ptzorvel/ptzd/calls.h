@@ -1,0 +1,35 @@
+// The handlers of the calls, one per method of com.orna.PTZ; data/com.orna.PTZ.xml says what each does. They run on the
+// main thread, check the arguments, and answer at once or have the command thread answer.
+#pragma once
+
+#include "ptzorvel/ptzd/service.h"
+
+// calls_motion.cpp
+void call_move(PtzService &service, const CallPtr &call);
+void call_stop(PtzService &service, const CallPtr &call);
+void call_get_position(PtzService &service, const CallPtr &call);
+void call_get_field_of_view(PtzService &service, const CallPtr &call);
+void call_angle_to_zoom(PtzService &service, const CallPtr &call);
+
+// calls_camera.cpp
+void call_list_special_commands(PtzService &service, const CallPtr &call);
+void call_run_special_command(PtzService &service, const CallPtr &call);
+void call_get_capabilities(PtzService &service, const CallPtr &call);
+void call_set_iris_mode(PtzService &service, const CallPtr &call);
+void call_set_focus_mode(PtzService &service, const CallPtr &call);
+void call_set_backlight_mode(PtzService &service, const CallPtr &call);
+void call_set_speed_factor(PtzService &service, const CallPtr &call);
+
+// calls_params.cpp
+void call_list_parameters(PtzService &service, const CallPtr &call);
+void call_get_parameter(PtzService &service, const CallPtr &call);
+void call_set_parameter(PtzService &service, const CallPtr &call);
+
+// calls_status.cpp
+void call_get_state(PtzService &service, const CallPtr &call);
+void call_get_published(PtzService &service, const CallPtr &call);
+void call_get_data_caches(PtzService &service, const CallPtr &call);
+void call_get_video(PtzService &service, const CallPtr &call);
+
+// A parameter's value as it goes over the bus, floating; no value: "".
+GVariant *param_variant(const ParamValue &value);

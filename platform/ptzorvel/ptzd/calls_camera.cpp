@@ -1,0 +1,157 @@
+// Special commands, capabilities and modes.
+#include "ptzorvel/driver/driver_private.h"
+#include "ptzorvel/ptzd/calls.h"
+
+#include <memory>
+#include <string_view>
+
+namespace {
+
+struct ListRelease {
+    void operator()(char **list) const { g_strfreev(list); }
+};
+using TextList = std::unique_ptr<char *, ListRelease>;
+
+GVariant *text_list_answer(const TextList &list)
+{
+    static const char *const kNothing[] = {nullptr};
+    return g_variant_new("(^as)", list != nullptr ? list.get() : const_cast<char **>(kNothing));
+}
+
+TextList special_commands(PTZDriver *driver)
+{
+    char **list = nullptr;
+    PTZ_DRIVER_GET_CLASS(driver)->get_special_commands(driver, &list);
+    return TextList(list);
+}
+
+// Why a special command came back undone: it may not exist, or it may have failed.
+CallError special_command_error(PTZDriver *driver, const std::string &command)
+{
+    const TextList list = special_commands(driver);
+    std::string offered;
+    for (char **entry = list.get(); entry != nullptr && *entry != nullptr; entry++) {
+        if (command == *entry)
+            return {ErrorKind::failed, "The camera did not carry out \"" + command + "\"; see the system log."};
+        offered += (offered.empty() ? "" : ", ") + std::string(*entry);
+    }
+    return {ErrorKind::invalid_argument, "There is no special command \"" + command +
+                                             "\" now; there are: " + (offered.empty() ? "none" : offered) + "."};
+}
+
+// A mode that the framework keeps as 1 or 2 and the driver applies.
+struct ModeRow {
+    const char *what;
+    const char *words[2]; // of 1 and 2
+    gint32 PTZDriver::*field;
+    gboolean (*PTZDriverClass::*changed)(PTZDriver *);
+};
+
+constexpr ModeRow kIris{"iris", {"auto", "manual"}, &PTZDriver::iris_mode, &PTZDriverClass::iris_mode_changed};
+constexpr ModeRow kFocus{"focus", {"auto", "manual"}, &PTZDriver::focus_mode, &PTZDriverClass::focus_mode_changed};
+constexpr ModeRow kBacklight{
+    "backlight", {"on", "off"}, &PTZDriver::backlight_mode, &PTZDriverClass::backlight_changed};
+
+void set_mode(PtzService &service, const CallPtr &call, const ModeRow &row)
+{
+    const char *word = nullptr;
+    g_variant_get(call->parameters(), "(&s)", &word);
+    gint32 mode = 0;
+    for (gint32 i = 0; i < 2; i++)
+        if (std::string_view(word) == row.words[i])
+            mode = i + 1;
+    if (mode == 0) {
+        call->refuse({ErrorKind::invalid_argument, std::string("There is no ") + row.what + " mode \"" + word +
+                                                       "\"; there are " + row.words[0] + " and " + row.words[1] + "."});
+        return;
+    }
+    service.run(call, PtzService::Gate::running, [&row, mode](PTZDriver *driver, Call &answered) {
+        const auto changed = PTZ_DRIVER_GET_CLASS(driver)->*row.changed;
+        if (!driver_replaces(driver, row.changed)) {
+            answered.refuse(not_supported((std::string("set the ") + row.what + " mode").c_str()));
+            return;
+        }
+        const gint32 former = driver->*row.field;
+        driver->*row.field = mode;
+        if (changed(driver)) {
+            answered.answer();
+            return;
+        }
+        driver->*row.field = former;
+        answered.refuse(
+            {ErrorKind::failed, std::string("The camera did not take the ") + row.what + " mode; see the system log."});
+    });
+}
+
+} // namespace
+
+void call_list_special_commands(PtzService &service, const CallPtr &call)
+{
+    service.run(call, PtzService::Gate::any_state,
+                [](PTZDriver *driver, Call &answered) { answered.answer(text_list_answer(special_commands(driver))); });
+}
+
+void call_run_special_command(PtzService &service, const CallPtr &call)
+{
+    const char *text = nullptr;
+    g_variant_get(call->parameters(), "(&s)", &text);
+    const std::string command = text;
+    service.run(call, PtzService::Gate::any_state, [command](PTZDriver *driver, Call &answered) {
+        if (!driver_replaces(driver, &PTZDriverClass::run_special_command))
+            answered.refuse(not_supported("run special commands"));
+        else if (const char *busy = ptz_driver_busy_text(driver))
+            answered.refuse({ErrorKind::busy, busy});
+        else if (PTZ_DRIVER_GET_CLASS(driver)->run_special_command(driver, command.c_str()))
+            answered.answer();
+        else
+            answered.refuse(special_command_error(driver, command));
+    });
+}
+
+void call_get_capabilities(PtzService &service, const CallPtr &call)
+{
+    const char *text = nullptr;
+    g_variant_get(call->parameters(), "(&s)", &text);
+    const std::string category = text;
+    service.run(call, PtzService::Gate::any_state, [category](PTZDriver *driver, Call &answered) {
+        if (!driver_replaces(driver, &PTZDriverClass::get_capabilities)) {
+            answered.refuse(not_supported("list its capabilities"));
+            return;
+        }
+        char **list = nullptr;
+        PTZ_DRIVER_GET_CLASS(driver)->get_capabilities(driver, category.c_str(), &list);
+        answered.answer(text_list_answer(TextList(list)));
+    });
+}
+
+void call_set_iris_mode(PtzService &service, const CallPtr &call)
+{
+    set_mode(service, call, kIris);
+}
+void call_set_focus_mode(PtzService &service, const CallPtr &call)
+{
+    set_mode(service, call, kFocus);
+}
+void call_set_backlight_mode(PtzService &service, const CallPtr &call)
+{
+    set_mode(service, call, kBacklight);
+}
+
+void call_set_speed_factor(PtzService &service, const CallPtr &call)
+{
+    gboolean proportional = FALSE;
+    gint16 percent = 0;
+    g_variant_get(call->parameters(), "(bn)", &proportional, &percent);
+    service.run(call, PtzService::Gate::any_state, [proportional, percent](PTZDriver *driver, Call &answered) {
+        if (!driver_replaces(driver, &PTZDriverClass::speed_factor_changed)) {
+            answered.refuse(not_supported("scale its speeds"));
+            return;
+        }
+        driver->proportional_speed = proportional != FALSE ? 1 : 0;
+        driver->speed_factor = percent;
+        if (PTZ_DRIVER_GET_CLASS(driver)->speed_factor_changed(driver))
+            answered.answer();
+        else
+            answered.refuse({ErrorKind::failed, "The driver did not take the speed factor; see the system log."});
+    });
+}

@@ -1,0 +1,77 @@
+#include "ptzorvel/ptzd/face.h"
+
+#include "introspection.h"
+#include "ptzorvel/ptzd/calls.h"
+
+#include <string_view>
+
+namespace {
+
+struct MethodRow {
+    std::string_view name;
+    void (*handler)(PtzService &service, const CallPtr &call);
+};
+
+constexpr MethodRow kMethods[] = {
+    {"Move", call_move},
+    {"Stop", call_stop},
+    {"GetPosition", call_get_position},
+    {"GetFieldOfView", call_get_field_of_view},
+    {"AngleToZoom", call_angle_to_zoom},
+    {"ListSpecialCommands", call_list_special_commands},
+    {"RunSpecialCommand", call_run_special_command},
+    {"GetCapabilities", call_get_capabilities},
+    {"ListParameters", call_list_parameters},
+    {"GetParameter", call_get_parameter},
+    {"SetParameter", call_set_parameter},
+    {"SetIrisMode", call_set_iris_mode},
+    {"SetFocusMode", call_set_focus_mode},
+    {"SetBacklightMode", call_set_backlight_mode},
+    {"SetSpeedFactor", call_set_speed_factor},
+    {"GetState", call_get_state},
+    {"GetPublished", call_get_published},
+    {"GetDataCaches", call_get_data_caches},
+    {"GetVideo", call_get_video},
+};
+
+void on_method_call(GDBusConnection *, const char *, const char *, const char *, const char *method, GVariant *,
+                    GDBusMethodInvocation *invocation, gpointer user_data)
+{
+    const auto call = std::make_shared<Call>(invocation);
+    for (const MethodRow &row : kMethods)
+        if (row.name == method)
+            return row.handler(*static_cast<PtzService *>(user_data), call);
+    call->refuse(not_supported(method));
+}
+
+GVariant *on_get_property(GDBusConnection *, const char *, const char *, const char *, const char *property, GError **,
+                          gpointer user_data)
+{
+    const auto &service = *static_cast<PtzService *>(user_data);
+    const std::string_view name = property;
+    if (name == "State")
+        return g_variant_new_int32(service.state());
+    if (name == "StateText")
+        return g_variant_new_string(state_text(service.state()));
+    if (name == "Speed")
+        return g_variant_new_double(service.speed());
+    if (name == "VideoChannel")
+        return g_variant_new_int32(service.options().video_channel);
+    if (name == "Id")
+        return g_variant_new_int32(service.options().id);
+    return g_variant_new_string(PTZD_VERSION);
+}
+
+} // namespace
+
+guint register_face(PtzService &service, GError **error)
+{
+    static const GDBusInterfaceVTable vtable = {on_method_call, on_get_property, nullptr, {}};
+    GDBusNodeInfo *node = g_dbus_node_info_new_for_xml(kIntrospectionXml, error);
+    if (node == nullptr)
+        return 0;
+    const guint id = g_dbus_connection_register_object(service.connection(), kObjectPath, node->interfaces[0], &vtable,
+                                                       &service, nullptr, error);
+    g_dbus_node_info_unref(node);
+    return id;
+}

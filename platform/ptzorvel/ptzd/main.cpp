@@ -1,0 +1,187 @@
+// ptzd: runs one camera driver plug-in as the PTZ service of the system bus.
+#include "ptzorvel/ptzd/plugin.h"
+#include "ptzorvel/ptzd/service.h"
+
+#include <glib-unix.h>
+
+#include <csignal>
+#include <cstdio>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace {
+
+enum ExitStatus { EXIT_OK = 0, EXIT_NO_DRIVER = 1, EXIT_USAGE = 2, EXIT_NO_BUS = 3 };
+
+struct CommandLine {
+    char *plugin = nullptr;
+    char *state_dir = nullptr;
+    int channel = 1;
+    int id = 0;
+    gboolean foreground = FALSE;
+    gboolean version = FALSE;
+
+    CommandLine() = default;
+    CommandLine(const CommandLine &) = delete;
+    CommandLine &operator=(const CommandLine &) = delete;
+    ~CommandLine()
+    {
+        g_free(plugin);
+        g_free(state_dir);
+    }
+};
+
+// Everything that may end the loop; outlives the service.
+struct Run {
+    GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
+    PtzService *service = nullptr;
+    int status = EXIT_OK;
+    bool ending = false;
+
+    Run() = default;
+    Run(const Run &) = delete;
+    Run &operator=(const Run &) = delete;
+    ~Run() { g_main_loop_unref(loop); }
+
+    // Closes the camera, then ends the loop with that status. Main thread.
+    void end(int with_status)
+    {
+        if (ending)
+            return;
+        ending = true;
+        status = with_status;
+        service->close([this] { g_main_loop_quit(loop); });
+    }
+};
+
+bool parse(int *argc, char ***argv, CommandLine &line)
+{
+    const GOptionEntry entries[] = {
+        {"plugin", 'p', 0, G_OPTION_ARG_FILENAME, &line.plugin, "Driver plug-in (default: " PTZD_DEFAULT_PLUGIN ")",
+         "FILE"},
+        {"channel", 'c', 0, G_OPTION_ARG_INT, &line.channel, "Number of the video channel (default: 1)", "N"},
+        {"id", 'i', 0, G_OPTION_ARG_INT, &line.id, "Number of the driver on that channel (default: 0)", "N"},
+        {"state-dir", 0, 0, G_OPTION_ARG_FILENAME, &line.state_dir,
+         "Keep parameter values in this folder (default: do not keep them)", "DIR"},
+        {"foreground", 'f', 0, G_OPTION_ARG_NONE, &line.foreground, "Show log messages on standard error too", nullptr},
+        {"version", 0, 0, G_OPTION_ARG_NONE, &line.version, "Show the version and end", nullptr},
+        {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr},
+    };
+    GOptionContext *context = g_option_context_new("- the PTZ service");
+    g_option_context_add_main_entries(context, entries, nullptr);
+    g_option_context_set_description(
+        context, "Runs the driver plug-in and serves it as com.orna.PTZ on the system bus until it gets SIGTERM or\n"
+                 "SIGINT. It stays in the foreground.\n\n"
+                 "Environment:\n"
+                 "  DBUS_SYSTEM_BUS_ADDRESS  the system bus\n"
+                 "  PTZ_DATA_DIR             folder of the configuration (default: /usr/share/ptz)\n"
+                 "  PTZ_BOARD                folder of a simulated board\n"
+                 "  PTZ_TIME_SCALE           run this many times faster (PC and tests)\n\n"
+                 "Exit status: 0 ended by a signal, 1 no usable driver, 2 wrong arguments, 3 no bus, or another PTZ\n"
+                 "service on it.\n");
+    GError *error = nullptr;
+    const bool good = g_option_context_parse(context, argc, argv, &error) != FALSE && *argc == 1;
+    if (!good)
+        std::fprintf(stderr, "ptzd: %s Try ptzd --help.\n",
+                     error != nullptr ? error->message : "There is nothing to name but options.");
+    g_clear_error(&error);
+    g_option_context_free(context);
+    return good;
+}
+
+int complain(int status, const std::string &problem)
+{
+    std::fprintf(stderr, "ptzd: %s\n", problem.c_str());
+    if (isatty(STDERR_FILENO) == 0)
+        syslog(LOG_ERR, "%s", problem.c_str());
+    return status;
+}
+
+gboolean on_signal(gpointer data)
+{
+    auto *run = static_cast<Run *>(data);
+    if (run->ending) {
+        // The camera may take its time; whoever asks twice does not want to wait.
+        std::fputs("ptzd: Ended before the camera was closed.\n", stderr);
+        _exit(EXIT_NO_DRIVER);
+    }
+    run->end(EXIT_OK);
+    return G_SOURCE_CONTINUE;
+}
+
+void on_bus_closed(GDBusConnection *, gboolean, GError *, gpointer data)
+{
+    complain(EXIT_NO_BUS, "The bus has gone; closing the camera.");
+    static_cast<Run *>(data)->end(EXIT_NO_BUS);
+}
+
+struct DriverProblem {
+    Run *run;
+    std::string text;
+};
+
+gboolean on_driver_problem(gpointer data)
+{
+    const std::unique_ptr<DriverProblem> problem(static_cast<DriverProblem *>(data));
+    problem->run->end(complain(EXIT_NO_DRIVER, problem->text));
+    return G_SOURCE_REMOVE;
+}
+
+int serve(GDBusConnection *connection, const PtzService::Options &options)
+{
+    std::string problem;
+    Run run;
+    const auto service = PtzService::create(connection, options, problem);
+    if (service == nullptr)
+        return complain(EXIT_NO_BUS, problem);
+    run.service = service.get();
+    const gulong closed = g_signal_connect(connection, "closed", G_CALLBACK(on_bus_closed), &run);
+    const guint terminate = g_unix_signal_add(SIGTERM, on_signal, &run);
+    const guint interrupt = g_unix_signal_add(SIGINT, on_signal, &run);
+    service->start([&run](const std::string &text) { g_idle_add(on_driver_problem, new DriverProblem{&run, text}); });
+    g_main_loop_run(run.loop);
+    g_source_remove(terminate);
+    g_source_remove(interrupt);
+    g_signal_handler_disconnect(connection, closed);
+    return run.status;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    CommandLine line;
+    if (!parse(&argc, &argv, line))
+        return EXIT_USAGE;
+    if (line.version) {
+        std::puts("ptzd " PTZD_VERSION);
+        return EXIT_OK;
+    }
+    const bool show = line.foreground != FALSE || isatty(STDERR_FILENO) != 0;
+    openlog("ptzd", show ? LOG_PID | LOG_PERROR : LOG_PID, LOG_DAEMON);
+    std::signal(SIGPIPE, SIG_IGN);
+
+    std::string problem;
+    PtzService::Options options;
+    options.driver_new = load_plugin(line.plugin != nullptr ? line.plugin : PTZD_DEFAULT_PLUGIN, problem);
+    if (options.driver_new == nullptr)
+        return complain(EXIT_NO_DRIVER, problem);
+    options.video_channel = line.channel;
+    options.id = line.id;
+    options.state_dir = line.state_dir != nullptr ? line.state_dir : "";
+
+    GError *error = nullptr;
+    GDBusConnection *connection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
+    if (connection == nullptr) {
+        const std::string why = error->message;
+        g_error_free(error);
+        return complain(EXIT_NO_BUS, "There is no system bus: " + why +
+                                         ". Start dbus-daemon, or name a bus with DBUS_SYSTEM_BUS_ADDRESS.");
+    }
+    g_dbus_connection_set_exit_on_close(connection, FALSE);
+    const int status = serve(connection, options);
+    g_dbus_connection_flush_sync(connection, nullptr, nullptr);
+    g_object_unref(connection);
+    closelog();
+    return status;
+}

@@ -1,0 +1,154 @@
+#include "ptzorvel/ptzd/move_request.h"
+
+#include <cmath>
+#include <cstdio>
+#include <string>
+
+namespace {
+
+struct Bounds {
+    double low;
+    double high;
+};
+
+struct AxisRow {
+    const char *name;
+    Bounds absolute;
+    Bounds relative; // from one end to the other and back
+    bool whole;      // positions are whole numbers, angles need not be
+    const char *unit;
+};
+
+constexpr AxisRow kAxes[AXIS_COUNT] = {
+    {"pan", {-170, 170}, {-340, 340}, false, " degrees"}, {"tilt", {-20, 90}, {-110, 110}, false, " degrees"},
+    {"zoom", {1, 19999}, {-19998, 19998}, true, ""},      {"iris", {1, 9999}, {-9998, 9998}, true, ""},
+    {"focus", {1, 9999}, {-9998, 9998}, true, ""},        {"brightness", {1, 9999}, {-9998, 9998}, true, ""},
+};
+constexpr Bounds kContinuous{-100, 100};
+
+constexpr const char *kTypes[] = {"none", "absolute", "relative", "continuous"}; // by PTZ_MOVE_*
+
+std::string number_text(double value)
+{
+    char text[40];
+    std::snprintf(text, sizeof text, "%.10g", value);
+    return text;
+}
+
+CallError invalid(std::string text)
+{
+    return {ErrorKind::invalid_argument, std::move(text)};
+}
+
+std::optional<CallError> parse_axis(const char *axis, const char *type, double value, MoveRequest &request)
+{
+    std::size_t index = 0;
+    while (index < AXIS_COUNT && std::string_view(axis) != kAxes[index].name)
+        index++;
+    if (index == AXIS_COUNT)
+        return invalid(std::string("There is no axis \"") + axis +
+                       "\"; there are pan, tilt, zoom, iris, focus and brightness.");
+    const AxisRow &row = kAxes[index];
+    int move_type = PTZ_MOVE_CONTINUOUS;
+    while (move_type > PTZ_MOVE_NONE && std::string_view(type) != kTypes[move_type])
+        move_type--;
+    if (move_type == PTZ_MOVE_NONE)
+        return invalid(std::string(row.name) + ": there is no move type \"" + type +
+                       "\"; there are absolute, relative and continuous.");
+    PTZMotion &motion = request.axes[index];
+    if (motion.type != PTZ_MOVE_NONE)
+        return invalid(std::string(row.name) + " is asked for twice; name each axis once.");
+    const bool speed = move_type == PTZ_MOVE_CONTINUOUS;
+    const Bounds &bounds = speed ? kContinuous : move_type == PTZ_MOVE_RELATIVE ? row.relative : row.absolute;
+    if (auto error = check_number(row.name, value, bounds.low, bounds.high, speed ? " percent" : row.unit))
+        return error;
+    if (!speed && row.whole && value != std::floor(value))
+        return invalid(std::string(row.name) + ": positions are whole numbers, not " + number_text(value) + ".");
+    motion.value = to_fixed(value);
+    motion.type = move_type;
+    return std::nullopt;
+}
+
+std::optional<CallError> parse_options(GVariant *options, MoveRequest &request)
+{
+    GVariantIter iter;
+    g_variant_iter_init(&iter, options);
+    const char *key = nullptr;
+    GVariant *value = nullptr;
+    while (g_variant_iter_next(&iter, "{&sv}", &key, &value)) {
+        const bool known = std::string_view(key) == "preset" && g_variant_is_of_type(value, G_VARIANT_TYPE_BOOLEAN);
+        if (known)
+            request.preset = g_variant_get_boolean(value) != FALSE;
+        g_variant_unref(value);
+        if (!known)
+            return invalid(std::string("There is no move option \"") + key +
+                           "\" of that type; there is \"preset\", true or false.");
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+AxisMask MoveRequest::running() const
+{
+    AxisMask mask = 0;
+    for (std::size_t i = 0; i < axes.size(); i++)
+        if (axes[i].type == PTZ_MOVE_CONTINUOUS && axes[i].value != 0)
+            mask |= 1u << i;
+    return mask;
+}
+
+AxisMask MoveRequest::requested() const
+{
+    AxisMask mask = 0;
+    for (std::size_t i = 0; i < axes.size(); i++)
+        if (axes[i].type != PTZ_MOVE_NONE)
+            mask |= 1u << i;
+    return mask;
+}
+
+gint32 to_fixed(double value)
+{
+    return static_cast<gint32>(std::lround(value * 65536.0));
+}
+
+double from_fixed(gint32 value)
+{
+    return static_cast<double>(value) / 65536.0;
+}
+
+std::optional<CallError> check_number(std::string_view what, double value, double low, double high, const char *unit)
+{
+    const std::string name(what);
+    if (!std::isfinite(value))
+        return invalid(name + ": " + number_text(value) + " is not a number that can be used.");
+    if (value < low || value > high)
+        return CallError{ErrorKind::out_of_range, name + ": " + number_text(value) + " is outside " + number_text(low) +
+                                                      ".." + number_text(high) + unit + "."};
+    return std::nullopt;
+}
+
+std::optional<CallError> parse_move(GVariant *parameters, MoveRequest &request)
+{
+    GVariantIter *axes = nullptr;
+    double speed = 0.0;
+    GVariant *options = nullptr;
+    g_variant_get(parameters, "(a(ssd)d@a{sv})", &axes, &speed, &options);
+    std::optional<CallError> error;
+    const char *axis = nullptr;
+    const char *type = nullptr;
+    double value = 0.0;
+    while (!error && g_variant_iter_next(axes, "(&s&sd)", &axis, &type, &value))
+        error = parse_axis(axis, type, value, request);
+    if (!error && request.requested() == 0)
+        error = invalid("The move names no axis; name at least one.");
+    if (!error)
+        error = check_number("speed", speed, 0.0, 100.0, " percent");
+    if (!error && speed > 0.0)
+        request.speed = PTZSpeed{to_fixed(speed), {}};
+    if (!error)
+        error = parse_options(options, request);
+    g_variant_iter_free(axes);
+    g_variant_unref(options);
+    return error;
+}

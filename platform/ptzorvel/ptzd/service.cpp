@@ -1,0 +1,256 @@
+#include "ptzorvel/ptzd/service.h"
+
+#include "ptzorvel/driver/driver_private.h"
+#include "ptzorvel/ports/port_registry.h"
+#include "ptzorvel/ptzd/face.h"
+#include "ptzorvel/ptzd/param_file.h"
+
+#include <syslog.h>
+#include <utility>
+
+namespace {
+
+constexpr char kBusName[] = "com.orna.PTZ";
+constexpr guint32 kNameFlagDoNotQueue = 4;
+constexpr guint32 kNameReplyPrimaryOwner = 1;
+
+// Why nothing can be done in this state, and what to do.
+std::string not_ready_text(int state)
+{
+    static constexpr const char *kAdvice[] = {
+        "Try again in a moment.",
+        "",
+        "It starts by itself when it is warm enough.",
+        "It starts by itself when it has cooled down.",
+        "Try again when the state is running.",
+        "Do not switch it off; try again when the state is running.",
+        "Start the PTZ service again.",
+        "See the system log, then run the special command \"reset\".",
+    };
+    return std::string("The camera is not ready (") + state_text(state) + "). " + kAdvice[state];
+}
+
+} // namespace
+
+const char *state_text(int state)
+{
+    static constexpr const char *kTexts[] = {
+        "not opened", "running", "stopped, too cold", "stopped, too hot", "starting", "upgrading its firmware",
+        "closed",     "failed",
+    };
+    return state >= 0 && state < static_cast<int>(std::size(kTexts)) ? kTexts[state] : "unknown";
+}
+
+PtzService::PtzService(GDBusConnection *connection, const Options &options)
+    : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), options_(options)
+{
+    move_owners_ = std::make_unique<MoveOwners>(connection, [this] { stop_abandoned_move(); });
+}
+
+std::unique_ptr<PtzService> PtzService::create(GDBusConnection *connection, const Options &options,
+                                               std::string &problem)
+{
+    std::unique_ptr<PtzService> service(new PtzService(connection, options));
+    if (!service->export_object(problem) || !service->take_name(problem))
+        return nullptr;
+    return service;
+}
+
+PtzService::~PtzService()
+{
+    if (subscription_ != 0)
+        g_dbus_connection_signal_unsubscribe(connection_, subscription_);
+    close({});
+    queue_.queue.shutdown();
+    // Without a command thread the driver was not closed above; then there is none either.
+    if (ptz_command_queue_current() == &queue_) {
+        ptz_command_queue_set_current(nullptr);
+        ptz_ports_set_connection(nullptr);
+    }
+    move_owners_.reset();
+    if (registration_ != 0)
+        g_dbus_connection_unregister_object(connection_, registration_);
+    release_name();
+    g_object_unref(connection_);
+}
+
+bool PtzService::export_object(std::string &problem)
+{
+    GError *error = nullptr;
+    registration_ = register_face(*this, &error);
+    if (registration_ == 0) {
+        problem = std::string("Cannot put the PTZ service on the bus: ") + error->message;
+        g_error_free(error);
+    }
+    return registration_ != 0;
+}
+
+bool PtzService::take_name(std::string &problem)
+{
+    GError *error = nullptr;
+    GVariant *reply = g_dbus_connection_call_sync(connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                                  "org.freedesktop.DBus", "RequestName",
+                                                  g_variant_new("(su)", kBusName, kNameFlagDoNotQueue),
+                                                  G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &error);
+    if (reply == nullptr) {
+        problem = std::string("Cannot take the name com.orna.PTZ on the bus: ") + error->message +
+                  ". The bus policy must allow it (com.orna.PTZ.conf).";
+        g_error_free(error);
+        return false;
+    }
+    guint32 result = 0;
+    g_variant_get(reply, "(u)", &result);
+    g_variant_unref(reply);
+    owns_name_ = result == kNameReplyPrimaryOwner;
+    if (!owns_name_)
+        problem = "A PTZ service runs on this bus already (com.orna.PTZ is taken). Stop that one first, or give this "
+                  "one another bus with DBUS_SYSTEM_BUS_ADDRESS.";
+    return owns_name_;
+}
+
+void PtzService::release_name()
+{
+    if (!std::exchange(owns_name_, false) || g_dbus_connection_is_closed(connection_))
+        return;
+    GVariant *reply = g_dbus_connection_call_sync(connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                                  "org.freedesktop.DBus", "ReleaseName", g_variant_new("(s)", kBusName),
+                                                  nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+    if (reply != nullptr)
+        g_variant_unref(reply);
+}
+
+void PtzService::start(Failed failed)
+{
+    ptz_command_queue_set_current(&queue_);
+    ptz_ports_set_connection(connection_);
+    subscribe_camera_signals();
+    queue_.queue.start();
+    queue_.queue.post([this, failed = std::move(failed)] {
+        if (make_driver(failed))
+            PTZ_DRIVER_GET_CLASS(driver_)->open(driver_);
+    });
+}
+
+void PtzService::close(Done closed)
+{
+    if (closing_.exchange(true))
+        return;
+    queue_.queue.post(
+        [this, closed = std::move(closed)] {
+            queue_.queue.cancel_repeating();
+            if (driver_ != nullptr)
+                PTZ_DRIVER_GET_CLASS(driver_)->close(driver_);
+            // Nothing runs after the close: what waits may carry a driver that is about to go.
+            queue_.queue.close();
+            release_driver();
+            if (closed)
+                closed();
+        },
+        TaskQueue::Lane::urgent);
+}
+
+bool PtzService::make_driver(const Failed &failed)
+{
+    PTZDriver *driver = options_.driver_new(options_.video_channel, options_.id);
+    if (!PTZ_IS_DRIVER(driver)) {
+        if (failed)
+            failed(driver == nullptr ? "The plug-in made no driver; see the system log."
+                                     : "The plug-in made something that is not a PTZ driver; it was built for another "
+                                       "framework.");
+        return false;
+    }
+    driver_ = driver;
+    connect_driver(driver, this);
+    PTZ_DRIVER_GET_CLASS(driver)->install_params(driver);
+    const auto params = driver_private(driver).params;
+    load_params(options_.state_dir, *params);
+    const std::lock_guard lock(params_mutex_);
+    params_ = params;
+    return true;
+}
+
+void PtzService::release_driver()
+{
+    PTZDriver *driver = std::exchange(driver_, nullptr);
+    if (driver == nullptr)
+        return;
+    g_signal_handlers_disconnect_by_data(driver, this);
+    g_object_unref(driver);
+    const std::lock_guard lock(params_mutex_);
+    params_.reset();
+}
+
+std::optional<CallError> PtzService::gate_error(PTZDriver *driver) const
+{
+    const int state = state_;
+    const bool temperature = state == PTZ_STATE_RUNNING || state == PTZ_STATE_TOO_COLD || state == PTZ_STATE_TOO_HOT;
+    if (const char *busy = temperature ? ptz_driver_busy_text(driver) : nullptr)
+        return CallError{ErrorKind::busy, busy};
+    if (state == PTZ_STATE_RUNNING)
+        return std::nullopt;
+    return CallError{ErrorKind::not_ready, not_ready_text(state)};
+}
+
+void PtzService::run(const CallPtr &call, Gate gate, Work work)
+{
+    post(call, TaskQueue::Lane::normal, gate, std::move(work));
+}
+
+void PtzService::run_stop(const CallPtr &call, Work work)
+{
+    stops_++;
+    move_owners_->clear();
+    post(call, TaskQueue::Lane::urgent, Gate::running, std::move(work));
+}
+
+void PtzService::post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work work)
+{
+    // A camera that starts or is gone answers at once, instead of after all that waits; whether it is too warm or too
+    // cold only the command thread knows.
+    const int state = state_;
+    const bool hopeless = state != PTZ_STATE_RUNNING && state != PTZ_STATE_TOO_COLD && state != PTZ_STATE_TOO_HOT;
+    if (gate == Gate::running && hopeless) {
+        call->refuse({ErrorKind::not_ready, not_ready_text(state)});
+        return;
+    }
+    queue_.queue.post(
+        [this, call, gate, work = std::move(work)] {
+            if (driver_ == nullptr) {
+                call->refuse({ErrorKind::not_ready, not_ready_text(state_)});
+                return;
+            }
+            const auto error = gate == Gate::running ? gate_error(driver_) : std::nullopt;
+            if (error)
+                call->refuse(*error);
+            else
+                work(driver_, *call);
+        },
+        lane);
+}
+
+void PtzService::stop_abandoned_move()
+{
+    stops_++;
+    queue_.queue.post(
+        [this] {
+            if (driver_ == nullptr || state_ != PTZ_STATE_RUNNING)
+                return;
+            syslog(LOG_INFO, "A client left while its move was running: stopping");
+            ptz_driver_set_request(driver_, nullptr);
+            PTZ_DRIVER_GET_CLASS(driver_)->stop(driver_);
+        },
+        TaskQueue::Lane::urgent);
+}
+
+std::shared_ptr<ParamStore> PtzService::params()
+{
+    const std::lock_guard lock(params_mutex_);
+    return params_;
+}
+
+void PtzService::param_was_set(const std::string &group, const std::string &name)
+{
+    param_changed(group, name);
+    if (const auto store = params())
+        save_params(options_.state_dir, *store);
+}

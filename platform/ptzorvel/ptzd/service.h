@@ -1,0 +1,121 @@
+// The PTZ service: one driver on one command thread, and its face on the bus.
+//
+// The main thread runs the GLib main loop and never waits for the camera; what concerns the driver is posted to the
+// command thread and answered from there. Several services may live one after the other in one process.
+#pragma once
+
+#include "ptzorvel/common/param_store.h"
+#include "ptzorvel/common/task_queue.h"
+#include "ptzorvel/ptz_driver.h"
+#include "ptzorvel/ptzd/call.h"
+#include "ptzorvel/ptzd/move_owners.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+// "running", "stopped, too cold", ... for a PTZ_STATE_*.
+const char *state_text(int state);
+
+class PtzService {
+  public:
+    struct Options {
+        PTZDriverNewFunc driver_new = nullptr;
+        int video_channel = 1;
+        int id = 0;
+        std::string state_dir; // where parameter values are kept; empty: nowhere
+    };
+    // Called on the command thread.
+    using Done = std::function<void()>;
+    using Failed = std::function<void(const std::string &problem)>;
+    using Work = std::function<void(PTZDriver *driver, Call &call)>;
+
+    // Takes the bus name com.orna.PTZ, without waiting for it and without giving it away later. Null, and why, when
+    // that cannot be had. Main thread, as everything here but what says otherwise.
+    static std::unique_ptr<PtzService> create(GDBusConnection *connection, const Options &options,
+                                              std::string &problem);
+    // Closes what is not closed yet and waits for it.
+    ~PtzService();
+    PtzService(const PtzService &) = delete;
+    PtzService &operator=(const PtzService &) = delete;
+
+    // Constructs the driver, installs its parameters and opens it, on the command thread. `failed` is called when there
+    // is no driver; a camera that does not start shows in the state.
+    void start(Failed failed);
+
+    // Ends the repeating tasks, closes the driver and releases it, before anything that still waits; then calls
+    // `closed`. Calls that wait are refused. Only the first close counts.
+    void close(Done closed);
+
+    int state() const { return state_; }
+    double speed() const { return speed_; }
+    const Options &options() const { return options_; }
+    GDBusConnection *connection() const { return connection_; }
+
+    // For the handlers of calls
+
+    enum class Gate { any_state, running };
+    // Has `work` run on the command thread with the driver, after checking the gate now and again then.
+    void run(const CallPtr &call, Gate gate, Work work);
+    // As run(), ahead of what waits and cancelling every move that waits.
+    void run_stop(const CallPtr &call, Work work);
+    // Stops on behalf of a client that has gone.
+    void stop_abandoned_move();
+    // Changes with every stop; a move that was asked for before the latest is not to be carried out.
+    unsigned stops() const { return stops_; }
+    MoveOwners &move_owners() { return *move_owners_; }
+    // The driver's parameters; null before there is a driver. Any thread.
+    std::shared_ptr<ParamStore> params();
+    // A value has changed: tells the bus and keeps it in the state folder. Command thread.
+    void param_was_set(const std::string &group, const std::string &name);
+
+  private:
+    PtzService(GDBusConnection *connection, const Options &options);
+
+    bool export_object(std::string &problem);
+    bool take_name(std::string &problem);
+    void release_name();
+    void subscribe_camera_signals();
+    void post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work work);
+    std::optional<CallError> gate_error(PTZDriver *driver) const;
+
+    // Command thread
+    bool make_driver(const Failed &failed);
+    void release_driver();
+    void emit(const char *interface, const char *signal, GVariant *parameters);
+    void state_changed(int state);
+    void speed_changed(double speed);
+    void param_changed(const std::string &group, const std::string &name);
+    static void connect_driver(PTZDriver *driver, PtzService *service);
+
+    GDBusConnection *connection_;
+    const Options options_;
+    PTZCommandQueue queue_;
+    std::unique_ptr<MoveOwners> move_owners_;
+    PTZDriver *driver_ = nullptr; // command thread
+    std::mutex params_mutex_;
+    std::shared_ptr<ParamStore> params_;
+    std::atomic<int> state_{PTZ_STATE_NOT_OPENED};
+    std::atomic<double> speed_{100.0};
+    std::atomic<unsigned> stops_{0};
+    std::atomic<bool> closing_{false};
+    guint registration_ = 0;
+    guint subscription_ = 0;
+    bool owns_name_ = false;
+};
+
+// Whether the driver has an operation of its own in that slot: &PTZDriverClass::move.
+template <typename Slot>
+bool driver_replaces(PTZDriver *driver, Slot PTZDriverClass::*slot)
+{
+    const auto *base = static_cast<const PTZDriverClass *>(g_type_class_peek(PTZ_TYPE_DRIVER));
+    return PTZ_DRIVER_GET_CLASS(driver)->*slot != base->*slot;
+}
+
+inline CallError not_supported(const char *what)
+{
+    return {ErrorKind::not_supported, std::string("The loaded driver cannot ") + what + "."};
+}

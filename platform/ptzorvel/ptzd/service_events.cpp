@@ -1,0 +1,78 @@
+// What the driver tells the bus, and what the camera's other services tell the driver.
+#include "ptzorvel/driver/driver_private.h"
+#include "ptzorvel/ptzd/calls.h"
+#include "ptzorvel/ptzd/face.h"
+#include "ptzorvel/ptzd/service.h"
+
+#include <memory>
+
+void PtzService::emit(const char *interface, const char *signal, GVariant *parameters)
+{
+    // Fails only without a bus, which has its own consequences.
+    g_dbus_connection_emit_signal(connection_, nullptr, kObjectPath, interface, signal, parameters, nullptr);
+}
+
+void PtzService::state_changed(int state)
+{
+    state_ = state;
+    GVariantBuilder changed;
+    g_variant_builder_init(&changed, G_VARIANT_TYPE("a{sv}"));
+    g_variant_builder_add(&changed, "{sv}", "State", g_variant_new_int32(state));
+    g_variant_builder_add(&changed, "{sv}", "StateText", g_variant_new_string(state_text(state)));
+    emit("org.freedesktop.DBus.Properties", "PropertiesChanged",
+         g_variant_new("(sa{sv}as)", kInterfaceName, &changed, nullptr));
+    emit(kInterfaceName, "StateChanged", g_variant_new("(is)", state, state_text(state)));
+}
+
+void PtzService::speed_changed(double speed)
+{
+    speed_ = speed;
+    GVariantBuilder changed;
+    g_variant_builder_init(&changed, G_VARIANT_TYPE("a{sv}"));
+    g_variant_builder_add(&changed, "{sv}", "Speed", g_variant_new_double(speed));
+    emit("org.freedesktop.DBus.Properties", "PropertiesChanged",
+         g_variant_new("(sa{sv}as)", kInterfaceName, &changed, nullptr));
+}
+
+void PtzService::param_changed(const std::string &group, const std::string &name)
+{
+    PTZDynamicalProperties *properties = driver_private(driver_).params->group(group);
+    const auto info = properties != nullptr ? properties->find(name) : std::nullopt;
+    if (info)
+        emit(kInterfaceName, "ParameterChanged",
+             g_variant_new("(ssv)", group.c_str(), name.c_str(), param_variant(info->value)));
+}
+
+void PtzService::connect_driver(PTZDriver *driver, PtzService *service)
+{
+    // All on the command thread.
+    const auto on_state =
+        +[](PTZDriver *source, GParamSpec *, PtzService *self) { self->state_changed(source->state); };
+    const auto on_speed =
+        +[](PTZDriver *source, GParamSpec *, PtzService *self) { self->speed_changed(source->speed); };
+    const auto on_event = +[](PTZDriver *, guint bits, const char *text, PtzService *self) {
+        self->emit(kInterfaceName, "Event", g_variant_new("(us)", bits, text));
+    };
+    const auto on_param =
+        +[](PTZDriver *, const char *group, const char *name, PtzService *self) { self->param_changed(group, name); };
+    g_signal_connect(driver, "notify::state", G_CALLBACK(on_state), service);
+    g_signal_connect(driver, "notify::speed", G_CALLBACK(on_speed), service);
+    g_signal_connect(driver, "camera-event", G_CALLBACK(on_event), service);
+    g_signal_connect(driver, "param-changed", G_CALLBACK(on_param), service);
+}
+
+void PtzService::subscribe_camera_signals()
+{
+    // The streaming services announce a turned picture; which of them does is for the driver to know.
+    const auto on_signal = +[](GDBusConnection *, const char *, const char *, const char *, const char *member,
+                               GVariant *parameters, gpointer data) {
+        auto *self = static_cast<PtzService *>(data);
+        const std::shared_ptr<GVariant> kept(g_variant_ref(parameters), g_variant_unref);
+        self->queue_.queue.post([self, kept, name = std::string(member)] {
+            if (self->driver_ != nullptr)
+                PTZ_DRIVER_GET_CLASS(self->driver_)->signal_received(self->driver_, name.c_str(), kept.get());
+        });
+    };
+    subscription_ = g_dbus_connection_signal_subscribe(connection_, nullptr, nullptr, "CurrentRotationChanged", nullptr,
+                                                       nullptr, G_DBUS_SIGNAL_FLAGS_NONE, on_signal, this, nullptr);
+}
