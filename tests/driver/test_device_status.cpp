@@ -1,0 +1,106 @@
+#include "driver/ptz_driver_canon_device_status.h"
+#include "tests/support/driver_fixture.h"
+
+namespace {
+
+class DeviceStatus : public DriverBench {
+  protected:
+    DeviceStatus() { make_driver(); }
+
+    // What the poll does in one tick.
+    Lines tick()
+    {
+        framework().run_tasks();
+        return framework().take();
+    }
+};
+
+TEST_F(DeviceStatus, ModelAndVersionWhileInService)
+{
+    driver->fw_version = 0x0102;
+    for (const int state : {1, 2, 3, 7}) {
+        driver->parent_instance.state = state;
+        ptz_driver_canon_update_modver(driver);
+    }
+    EXPECT_EQ(framework().take(), Lines(4, "set UserAdv.DeviceModVer model:0001, version:0102"));
+    for (const int state : {0, 4, 5, 6}) {
+        driver->parent_instance.state = state;
+        ptz_driver_canon_update_modver(driver);
+    }
+    driver->parent_instance.state = 1;
+    driver->driver_initialized = FALSE;
+    ptz_driver_canon_update_modver(driver);
+    EXPECT_EQ(framework().take(), Lines(5, "set UserAdv.DeviceModVer (none)"));
+}
+
+TEST_F(DeviceStatus, ErrorsInWordsAndAsAnEvent)
+{
+    g_setenv("TZ", "UTC", TRUE);
+    driver->device_error = 0x84;
+    EXPECT_TRUE(ptz_driver_canon_update_device_status(driver, 0x84));
+    EXPECT_EQ(framework().take(),
+              (Lines{"set UserAdv.CamDeviceStatus cam=error(0084), pan=error(0084), tilt=error(0084)",
+                     "set UserAdv.CamLastTestDate Sun Sep  9 01:46:40 2001", "event 2 84 Cam error DSP/Pan-Tilt"}));
+    EXPECT_EQ(log.take(), (Lines{"error: Cam error DSP/Pan-Tilt"}));
+
+    driver->device_error = 1;
+    ptz_driver_canon_update_device_status(driver, 1);
+    EXPECT_EQ(framework().take().front(), "set UserAdv.CamDeviceStatus cam=ok, pan=ok, tilt=ok");
+    EXPECT_EQ(log.take(), (Lines{"error: Cam error init"}));
+
+    driver->device_error = 0;
+    framework().refuse_params = true;
+    EXPECT_FALSE(ptz_driver_canon_update_device_status(driver, 0));
+    EXPECT_EQ(framework().take().back(), "event 2 00 Cam error none");
+    EXPECT_TRUE(log.take().empty());
+}
+
+TEST_F(DeviceStatus, PollReportsChangesOfTheErrorBits)
+{
+    ptz_driver_canon_start_status_poll(driver);
+    ptz_driver_canon_start_status_poll(driver);
+    EXPECT_EQ(framework().take(), (Lines{"queue_task 33000"}));
+
+    EXPECT_EQ(tick().back(), "event 2 86 Cam error IO/DSP/Pan-Tilt"); // nothing was ever received
+    EXPECT_EQ(driver->device_error, 0x86u);
+    EXPECT_TRUE(tick().empty());
+    driver->status_update = FALSE;
+    port.reads = 0;
+    tick();
+    EXPECT_EQ(port.reads, 0);
+}
+
+TEST_F(DeviceStatus, PollTurnsIdleAtRestFiveTicksAfterAMove)
+{
+    driver->status_update = FALSE;
+    CameraState &now = driver->current;
+    now.pan_moving = now.tilt_moving = now.zoom_moving = now.focus_moving = 0;
+    driver->poll_holdoff = 5;
+    ptz_driver_canon_start_status_poll(driver);
+    framework().take();
+    for (int i = 0; i < 5; ++i)
+        EXPECT_TRUE(tick().empty());
+    EXPECT_EQ(tick(), Lines{"idle_poll 0"});
+    now.focus_moving = -1;
+    EXPECT_TRUE(tick().empty());
+    now.auto_focus = TRUE;
+    EXPECT_EQ(tick(), Lines{"idle_poll 0"});
+    now.zoom_moving = -1;
+    EXPECT_TRUE(tick().empty());
+}
+
+TEST_F(DeviceStatus, PollEndsOutOfRangeAndAfterClose)
+{
+    ptz_driver_canon_start_status_poll(driver);
+    driver->temp_controller->temperature_ok = 0;
+    EXPECT_EQ(framework().run_tasks(), 0u);
+    EXPECT_FALSE(driver->status_poll_active);
+    driver->temp_controller->temperature_ok = 1;
+    ptz_driver_canon_start_status_poll(driver);
+    driver->closed = TRUE;
+    port.reads = 0;
+    EXPECT_EQ(framework().run_tasks(), 0u);
+    EXPECT_EQ(port.reads, 0);
+}
+
+} // namespace

@@ -1,0 +1,234 @@
+#include "driver/ptz_driver_canon_operations.h"
+#include "driver/ptz_driver_canon_startup.h"
+#include "tests/support/driver_fixture.h"
+#include "tests/support/fake_hardware.h"
+#include "vcc/vccif_status.h"
+
+namespace {
+
+int ports_locked = 0;
+
+class Startup : public DriverBench {
+  protected:
+    Startup()
+    {
+        ports_locked = 0;
+        make_driver(false);
+        driver->datacache_is_used = FALSE;
+        hardware.lines["cam_good"].level = 1;
+        hardware.lines["cam_done"].level = 1;
+        port.status = StatusRun().set(0x60, 28, 1, 1).set(0x40, 4, 4, 0x0123).bytes();
+        driver->temp_controller->temperature_ok = 1;
+    }
+
+    ~Startup() override { drop_driver(); }
+
+    int state() const { return driver->parent_instance.state; }
+    unsigned port_references() const { return G_OBJECT(driver->port)->ref_count; }
+
+    // What a failed start-up says after its own messages.
+    static Lines failure(Lines lines)
+    {
+        lines.push_back("error: Cam error init");
+        lines.push_back("error: Fatal error, Camera block setup is failed \n");
+        return lines;
+    }
+
+    FakeHardware hardware;
+};
+
+TEST_F(Startup, BringsTheCameraUp)
+{
+    EXPECT_TRUE(ptz_driver_canon_op_open(&driver->parent_instance));
+    EXPECT_EQ(state(), PTZ_STATE_RUNNING);
+    EXPECT_TRUE(driver->driver_initialized);
+    EXPECT_EQ(driver->cam_model_id, 1);
+    EXPECT_EQ(driver->fw_version, 0x0123);
+    EXPECT_EQ(driver->parent_instance.start_routine, nullptr);
+    EXPECT_EQ(ports_locked, 0);
+    EXPECT_EQ(hardware.calls_of({"drive"}),
+              (Lines{"drive cam_reset low", "drive cam_power low", "drive cam_power high", "drive cam_reset high"}));
+    const Lines calls = framework().take();
+    EXPECT_EQ(calls[1], "run_start_routine");
+    EXPECT_EQ(calls[3], "video off");
+    EXPECT_EQ(
+        Lines(calls.end() - 3, calls.end()),
+        (Lines{"set UserAdv.StatusUpdate true", "set UserAdv.DeviceModVer model:0001, version:0123", "video on"}));
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "queue_task 33000"), 2); // publishing and poll
+    EXPECT_TRUE(log.take().empty());
+
+    EXPECT_TRUE(ptz_driver_canon_op_open(&driver->parent_instance)); // already running
+    EXPECT_EQ(port.opens, 1);
+}
+
+TEST_F(Startup, EachFailureEndsInStateSevenWithItsMessages)
+{
+    g_clear_object(&driver->port);
+    ptz_driver_canon_startup(driver);
+    EXPECT_EQ(log.take(), failure({"error: Failed to open port", "error: Fatal error, could not open port\n"}));
+    EXPECT_EQ(state(), PTZ_STATE_FAILED);
+    EXPECT_EQ(driver->device_error, 1u);
+    EXPECT_EQ(ports_locked, 0);
+}
+
+TEST_F(Startup, ASilentCameraFailsAndLeavesThePortsFree)
+{
+    port.status.clear();
+    for (int i = 0; i < 2; ++i) {
+        ptz_driver_canon_reset(driver);
+        EXPECT_EQ(log.take(), failure({"error: Fatal error, failed to boot up the camera block",
+                                       "error: Fatal error, could not start camera block",
+                                       "error: Fatal error, failed to communicate with camera block"}));
+        EXPECT_EQ(state(), PTZ_STATE_FAILED);
+        EXPECT_EQ(ports_locked, 0);
+    }
+    EXPECT_EQ(driver->fw_version, -1);
+    EXPECT_FALSE(driver->camera_powered);
+    const Lines calls = framework().take();
+    EXPECT_NE(std::find(calls.begin(), calls.end(), "event 2 01 Cam error init"), calls.end());
+}
+
+TEST_F(Startup, ALensThatNeverRestsFails)
+{
+    port.status = StatusRun().set(0x60, 28, 1, 1).set(0xF8, 29, 1, 0x80).bytes();
+    ptz_driver_canon_startup(driver);
+    EXPECT_EQ(log.take(), failure({"error: Fatal error, failed to initialize camera block"}));
+}
+
+TEST_F(Startup, AnUnknownModelIsLoggedAndStartUpGoesOn)
+{
+    port.status = StatusRun().set(0x60, 28, 1, 9).bytes();
+    ptz_driver_canon_startup(driver);
+    EXPECT_EQ(log.take(), (Lines{"error: Fatal error, could not selected camera block model",
+                                 "error: Fatal error, detected unknown camera block model",
+                                 "error: Fatal error, could not start camera block"}));
+    EXPECT_EQ(state(), PTZ_STATE_RUNNING);
+}
+
+TEST_F(Startup, TemperatureHoldUndoesOnlyAnOpenThatWasMade)
+{
+    // The framework's controller measures a folder that we write.
+    driver->temp_controller->temperature_ok = 0;
+    ptz_driver_canon_release_port(driver);
+    EXPECT_EQ(port.closes, 0);
+    EXPECT_EQ(port_references(), 1u);
+
+    driver->temp_controller->temperature_ok = 1;
+    ptz_driver_canon_startup(driver);
+    EXPECT_EQ(port_references(), 2u);
+    ptz_driver_canon_release_port(driver);
+    ptz_driver_canon_release_port(driver);
+    EXPECT_EQ(port.closes, 1);
+    EXPECT_EQ(port_references(), 1u);
+}
+
+TEST_F(Startup, OutOfRangeWithoutAReasonIsAFailure)
+{
+    driver->temp_controller->temperature_ok = 0; // no limit is registered: the controller calls it in range
+    driver->parent_instance.start_routine = ptz_driver_canon_start_routine;
+    ptz_driver_canon_startup(driver);
+    EXPECT_EQ(state(), PTZ_STATE_FAILED);
+    EXPECT_EQ(driver->parent_instance.start_routine, nullptr);
+    EXPECT_EQ(port.opens, 0);
+    EXPECT_EQ(log.take(), failure({}));
+}
+
+TEST_F(Startup, ResetForgetsWhatTheCameraReported)
+{
+    ptz_driver_canon_startup(driver);
+    driver->current.zoom_zenta = 500;
+    driver->current.auto_focus = TRUE;
+    driver->current.image_freeze_mode = IMAGE_FREEZE_ON;
+    driver->current.iris_zenta = 7;
+    driver->current.pan_speed = 9;
+    port.status.clear(); // so that nothing is derived anew
+    ptz_driver_canon_reset(driver);
+    EXPECT_EQ(driver->current.zoom_zenta, 1);
+    EXPECT_FALSE(driver->current.auto_focus);
+    EXPECT_EQ(driver->current.image_freeze_mode, IMAGE_FREEZE_OFF);
+    EXPECT_EQ(driver->current.iris_zenta, -1);
+    EXPECT_EQ(driver->current.pan_speed, 0);
+    EXPECT_EQ(driver->target.pan_speed, 9); // copied before the speeds were cleared
+    EXPECT_EQ(driver->target.zoom_zenta, 1);
+}
+
+TEST_F(Startup, StopCameraOnlyTouchesABlockThatIsUp)
+{
+    ptz_driver_canon_stop_camera(driver);
+    EXPECT_TRUE(hardware.calls.empty());
+    ptz_driver_canon_startup(driver);
+    hardware.calls.clear();
+    driver->keep_stream = TRUE;
+    ptz_driver_canon_stop_camera(driver);
+    EXPECT_TRUE(hardware.calls.empty());
+    EXPECT_FALSE(driver->driver_initialized);
+    driver->keep_stream = FALSE;
+    hardware.failing = {{"drive cam_reset", EIO}, {"drive cam_power", EIO}};
+    ptz_driver_canon_stop_camera(driver);
+    Lines fatal;
+    for (const std::string &line : log.take())
+        if (line.find("gpio") == std::string::npos)
+            fatal.push_back(line);
+    EXPECT_EQ(fatal, (Lines{"error: Failed to reset camera ", "error: Failed to disable camera power"}));
+}
+
+TEST_F(Startup, CloseTakesEverythingDownInOrder)
+{
+    driver->datacache_is_used = TRUE;
+    framework().datacache_result = -1;
+    ptz_driver_canon_op_open(&driver->parent_instance);
+    EXPECT_EQ(log.take(),
+              (Lines{"error: Could not initialize zoom datacache!", "error: Could not initialize flip datacache!",
+                     "error: Could not initialize position datacache!", "error: Could not initialize moving datacache!",
+                     "error: Could not initialize speed datacache!"}));
+    framework().take();
+    hardware.calls.clear();
+    EXPECT_TRUE(ptz_driver_canon_op_close(&driver->parent_instance));
+    EXPECT_EQ(framework().take(),
+              (Lines{"close zoom cache", "close flip cache", "close position cache", "close moving cache",
+                     "close speed cache", "set UserAdv.DeviceModVer (none)", "video off"}));
+    EXPECT_EQ(hardware.calls_of({"drive"}), (Lines{"drive cam_reset low", "drive cam_power low"}));
+    EXPECT_EQ(state(), PTZ_STATE_CLOSED);
+    EXPECT_EQ(port_references(), 1u);
+    EXPECT_EQ(framework().run_tasks(), 0u); // the jobs end themselves
+
+    ptz_driver_canon_op_open(&driver->parent_instance);
+    EXPECT_EQ(state(), PTZ_STATE_RUNNING);
+    EXPECT_EQ(log.count("error: Failed to set video output to on"), 1); // the picture control went with close
+}
+
+TEST_F(Startup, AThousandTimesLeavesWhatOnceLeaves)
+{
+    ptz_driver_canon_op_open(&driver->parent_instance);
+    const int descriptors = open_descriptors();
+    const guint references = G_OBJECT(driver)->ref_count;
+    for (int i = 0; i < 1000; ++i) {
+        ptz_driver_canon_reset(driver);
+        if (i % 10 == 0) {
+            ptz_driver_canon_op_close(&driver->parent_instance);
+            ptz_driver_canon_op_open(&driver->parent_instance);
+        }
+        log.take();
+        framework().take();
+        hardware.calls.clear();
+    }
+    EXPECT_EQ(state(), PTZ_STATE_RUNNING);
+    EXPECT_EQ(open_descriptors(), descriptors);
+    EXPECT_EQ(framework().queued.size(), 2u);
+    EXPECT_EQ(G_OBJECT(driver)->ref_count, references);
+    EXPECT_EQ(port_references(), 2u);
+    EXPECT_EQ(hardware.live_handles, 0);
+    EXPECT_EQ(ports_locked, 0);
+}
+
+} // namespace
+
+extern "C" void ptz_driver_port_lock_all(PTZPortRegistry *)
+{
+    EXPECT_EQ(ports_locked++, 0) << "locked twice";
+}
+
+extern "C" void ptz_driver_port_unlock_all(PTZPortRegistry *)
+{
+    EXPECT_EQ(--ports_locked, 0) << "not locked";
+}

@@ -1,0 +1,103 @@
+// A driver object on a bench: a port that records packets and plays status, a framework that records calls, time that
+// stands still and captured messages.
+#pragma once
+
+#include "core/ptz_driver_canon.h"
+#include "tests/support/capture.h"
+#include "tests/support/virtual_clock.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <string>
+#include <vector>
+
+using Bytes = std::vector<std::uint8_t>;
+
+// "10 01 00 05": upper-case hexadecimal bytes with blanks between them.
+std::string to_hex(const std::uint8_t *bytes, std::size_t size);
+
+// What the fake port has seen, and what it does next.
+struct PortBench {
+    std::vector<std::string> packets; // every packet taken, in hex
+    Bytes status;                     // what each read brings; empty: nothing
+    bool deaf = false;                // writes fail
+    int attempts = 0, reads = 0, opens = 0, closes = 0;
+    std::function<void()> on_write;
+
+    // The command records of the packets so far, header cut off; forgets them.
+    std::vector<std::string> take_payloads();
+};
+
+// A run of the four status blocks at full size, all zero but for what is set by tag and offset.
+class StatusRun {
+  public:
+    StatusRun &set(std::uint8_t tag, unsigned offset, unsigned size, std::int64_t value);
+    Bytes bytes() const;
+
+  private:
+    struct Block {
+        std::uint8_t tag;
+        Bytes bytes;
+    };
+    std::vector<Block> blocks_ = {make(0xF8, 528), make(0xE0, 128), make(0x60, 64), make(0x40, 32)};
+    static Block make(std::uint8_t tag, std::size_t size);
+};
+
+// What the driver asked of the framework and the other services, in order.
+struct FrameworkBench {
+    std::vector<std::string> calls;
+    std::deque<PTZTask *> queued;
+    int status_records = 0;  // how many spare records report_status_params fills
+    int set_group_short = 0; // sc_set_group sets that many fewer than asked
+    bool set_group_fails = false;
+    bool picture_fails = false;
+    bool refuse_params = false;
+    int datacache_result = 0;
+
+    std::vector<std::string> take();
+    // Runs every queued task once; those that want to go on stay queued. Returns how many remain.
+    std::size_t run_tasks();
+    void drop_tasks();
+};
+
+// The bench in force: one at a time.
+FrameworkBench &framework();
+
+class DriverBench : public ::testing::Test {
+  protected:
+    DriverBench();
+    ~DriverBench() override;
+
+    // A folder of its own, which PTZ_DATA_DIR names while the test runs.
+    const std::string &folder() const { return folder_; }
+    void write_file(const char *name, const std::string &text) const;
+
+    // Makes the driver; the fixture of most tests does so at once. `initialized`: as after start-up.
+    void make_driver(bool initialized = true);
+    void drop_driver();
+
+    VirtualClock clock;
+    LogCapture log;
+    PortBench port;
+    PTZDriverCanon *driver = nullptr;
+
+  private:
+    std::string folder_;
+};
+
+// 16.16 values as a move carries them.
+inline PTZMotion motion(int type, double value)
+{
+    return {static_cast<gint32>(value * 65536.0), {0, 0}, type};
+}
+inline PTZSpeed speed_of(double percent)
+{
+    return {static_cast<gint32>(percent * 65536.0), {0, 0}};
+}
+
+inline constexpr const char *GOOD_CONFIG =
+    "[KRX_DRIVER]\nPowerPin=cam_power\nPowerGoodPin=cam_good\nResetPin=cam_reset\n"
+    "ResetPinsActiveLow=true\nInitDonePin=cam_done\nMaxDigitalZoom=12\n";

@@ -1,0 +1,246 @@
+#include "tests/support/framework_fake.h"
+
+#include "driver/ptz_driver_canon_type.h"
+#include "tests/support/driver_fixture.h"
+
+#include <cstdarg>
+
+namespace {
+
+FrameworkBench bench;
+guint32 spare_values[PTZ_STATUS_SPARE_RECORDS];
+
+void note(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+void note(const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    char *text = g_strdup_vprintf(format, args);
+    va_end(args);
+    bench.calls.emplace_back(text);
+    g_free(text);
+}
+
+gboolean add_params(PTZDriver *, const char *group, const PTZParamDefinition *table)
+{
+    std::string names;
+    for (; table->type != PTZ_PARAM_END; ++table)
+        names.append(" ").append(table->name);
+    note("add_params %s%s", group, names.c_str());
+    return !bench.refuse_params;
+}
+
+gboolean queue_task(PTZDriver *, PTZTask *task, gint64 interval)
+{
+    note("queue_task %d", static_cast<int>(interval));
+    bench.queued.push_back(task);
+    return TRUE;
+}
+
+gboolean run_start_routine(PTZDriver *driver)
+{
+    note("run_start_routine");
+    return driver->start_routine != nullptr && driver->start_routine(driver);
+}
+
+void prepare_move(PTZDriver *)
+{
+    note("prepare_move");
+}
+
+void idle_poll(PTZDriver *, int word)
+{
+    note("idle_poll %d", word);
+}
+
+int report_status_params(PTZDriver *, int pan, int tilt, int zoom, int focus, int iris, int brightness,
+                         guint32 position, guint32 speed, int one, int max, ScParam *spare)
+{
+    note("report %d %d %d %d %d %d results %u %u words %d %d", pan, tilt, zoom, focus, iris, brightness, position,
+         speed, one, max);
+    for (int i = 0; i < bench.status_records; ++i)
+        spare[i] = ScParam{"SPARE", 4, &spare_values[i], SC_TYPE_INTEGER};
+    return bench.status_records;
+}
+
+gboolean emit_event(PTZDriver *, int kind, const void *data, GError **)
+{
+    const auto *event = static_cast<const PTZCameraErrorEvent *>(data);
+    note("event %d %02X %s", kind, event->error_bits, event->text);
+    return TRUE;
+}
+
+gboolean set_param_bool(PTZDriver *, const char *group, const char *name, gboolean value)
+{
+    note("set %s.%s %s", group, name, value ? "true" : "false");
+    return !bench.refuse_params;
+}
+
+gboolean set_param_string(PTZDriver *, const char *group, const char *name, const char *value)
+{
+    note("set %s.%s %s", group, name, value != nullptr ? value : "(none)");
+    return !bench.refuse_params;
+}
+
+int open_cache(const char *name)
+{
+    note("open %s cache", name);
+    return bench.datacache_result;
+}
+
+std::string text_of(const ScParam &param)
+{
+    char text[64];
+    if (param.type == SC_TYPE_REAL)
+        g_snprintf(text, sizeof text, " %s=%g", param.key,
+                   static_cast<double>(*static_cast<const float *>(param.value)));
+    else
+        g_snprintf(text, sizeof text, " %s=%d", param.key, *static_cast<const gint32 *>(param.value));
+    return text;
+}
+
+} // namespace
+
+FrameworkBench &framework()
+{
+    return bench;
+}
+
+std::vector<std::string> FrameworkBench::take()
+{
+    return std::exchange(calls, {});
+}
+
+std::size_t FrameworkBench::run_tasks()
+{
+    std::deque<PTZTask *> due = std::exchange(queued, {});
+    for (PTZTask *task : due) {
+        if (task->function(task))
+            queued.push_back(task);
+        else
+            task->destroy(task);
+    }
+    return queued.size();
+}
+
+void FrameworkBench::drop_tasks()
+{
+    for (PTZTask *task : std::exchange(queued, {}))
+        task->destroy(task);
+}
+
+void fake_framework_install()
+{
+    auto *klass = static_cast<PTZDriverClass *>(g_type_class_ref(ptz_driver_canon_get_type())); // kept for good
+    klass->add_params = add_params;
+    klass->queue_task = queue_task;
+    klass->run_start_routine = run_start_routine;
+    klass->prepare_move = prepare_move;
+    klass->idle_poll = idle_poll;
+    klass->report_status_params = report_status_params;
+    klass->emit_event = emit_event;
+    klass->set_param_bool = set_param_bool;
+    klass->set_param_string = set_param_string;
+}
+
+extern "C" {
+
+int sc_set_group(const char *group, const ScParam *const *params, int flags)
+{
+    int count = 0;
+    std::string text;
+    for (; params[count] != nullptr; ++count)
+        text += text_of(*params[count]);
+    note("group %s flags=%d%s", group, flags, text.c_str());
+    return bench.set_group_fails ? -1 : count - bench.set_group_short;
+}
+
+int ptz_driver_zoom_datacache_init(PTZDriver *)
+{
+    return open_cache("zoom");
+}
+int ptz_driver_flip_datacache_init(PTZDriver *)
+{
+    return open_cache("flip");
+}
+int ptz_driver_position_datacache_init(PTZDriver *)
+{
+    return open_cache("position");
+}
+int ptz_driver_moving_datacache_init(PTZDriver *)
+{
+    return open_cache("moving");
+}
+int ptz_driver_speed_datacache_init(PTZDriver *)
+{
+    return open_cache("speed");
+}
+void ptz_driver_zoom_datacache_close(PTZDriver *)
+{
+    note("close zoom cache");
+}
+void ptz_driver_flip_datacache_close(PTZDriver *)
+{
+    note("close flip cache");
+}
+void ptz_driver_position_datacache_close(PTZDriver *)
+{
+    note("close position cache");
+}
+void ptz_driver_moving_datacache_close(PTZDriver *)
+{
+    note("close moving cache");
+}
+void ptz_driver_speed_datacache_close(PTZDriver *)
+{
+    note("close speed cache");
+}
+
+void ptz_driver_zoom_datacache_write(int zoom, int moving, gboolean used, float mask_hfov, float mask_vfov,
+                                     float magnification)
+{
+    note("zoom cache %d %d %d %g %g %g", zoom, moving, used, static_cast<double>(mask_hfov),
+         static_cast<double>(mask_vfov), static_cast<double>(magnification));
+}
+
+void ptz_driver_flip_datacache_write(int flip)
+{
+    note("flip cache %d", flip);
+}
+
+void ptz_driver_position_datacache_update(gint32 pan, gint32 tilt, gint32 pan_offset, gint32 tilt_offset,
+                                          guint32 *result)
+{
+    note("position cache %d %d %d %d", pan, tilt, pan_offset, tilt_offset);
+    *result = 7;
+}
+
+void ptz_driver_speed_datacache_update(gint32 pan_speed, gint32 tilt_speed, gboolean pan_changing,
+                                       gboolean tilt_changing, guint32 *result)
+{
+    note("speed cache %d %d %d %d", pan_speed, tilt_speed, pan_changing, tilt_changing);
+    *result = 9;
+}
+
+void ptz_driver_moving_datacache_update(int pan_mode, int tilt_mode, int pan_moving, int tilt_moving,
+                                        gint32 pan_set_speed, gint32 tilt_set_speed, guint32 pan_degrees,
+                                        guint32 tilt_degrees, guint32 *)
+{
+    note("moving cache %d %d %d %d %d %d %u %u", pan_mode, tilt_mode, pan_moving, tilt_moving, pan_set_speed,
+         tilt_set_speed, pan_degrees, tilt_degrees);
+}
+
+gboolean image_source_control_set_no_video(ImageSourceControl *, gboolean no_video)
+{
+    note("video %s", no_video ? "off" : "on");
+    return !bench.picture_fails;
+}
+
+gboolean image_source_control_freeze_video(ImageSourceControl *, gboolean freeze)
+{
+    note("picture %s", freeze ? "frozen" : "live");
+    return !bench.picture_fails;
+}
+
+} // extern "C"
