@@ -1,6 +1,6 @@
 // Linear conversions between framework values and camera values.
 //
-// All of them compute in single precision, in the order of the formula beside them, and cut integers towards zero; what
+// All of them compute in single precision, in the order in which they are written, and cut integers towards zero; what
 // an unsigned result cannot hold below 0 becomes 0. A null descriptor is the caller's mistake.
 #pragma once
 
