@@ -127,6 +127,8 @@ TEST_F(PortObjectTest, DescriptorZeroIsAsGoodAsAnyOther)
     const int saved = dup(0);
     close(0);
     EXPECT_EQ(open_port(port), 0);
+    g_object_set(port.get(), "burst_len", 300, nullptr);
+    EXPECT_EQ(settings_in_force(), Lines{"300/0"});
     EXPECT_EQ(close_port(port), 0);
     EXPECT_EQ(dup2(saved, 0), 0);
     close(saved);

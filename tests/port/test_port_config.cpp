@@ -151,7 +151,7 @@ TEST_F(PortConfigTest, AFileThatCannotBeUsedGivesNoPortAndIsTriedAgain)
         {"[KRX_PORTS\nPorts=1\n", {"error: Failed to load port config file"}},
         {"[KRX_PORTS]\n", {no_ports}},
         {"[KRX_PORTS]\nPorts=two\n", {no_ports}},
-        {"[KRX_PORTS]\nPorts=2000000000\n", {no_ports}},
+        {"[KRX_PORTS]\nPorts=257\n", {no_ports}},
         {"[KRX_PORTS]\nPorts=1\nBigEndian=maybe\n",
          {"error: Failed to read config file parameter KRX_PORTS:BigEndian"}},
     };
