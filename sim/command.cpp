@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <optional>
 #include <vector>
 
@@ -57,6 +58,14 @@ CommandResult wrong(std::string text)
 CommandResult usage(const std::string &form)
 {
     return wrong("usage: " + form);
+}
+
+// Without needless digits.
+std::string number(double value)
+{
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%g", value);
+    return text.data();
 }
 
 struct Call {
@@ -163,8 +172,8 @@ CommandResult set_quantity(const Call &call)
             continue;
         const auto value = words.size() == 3 ? to_real(words[2]) : std::nullopt;
         if (!value || *value < quantity.low || *value > quantity.high)
-            return usage("set " + std::string(quantity.name) + " VALUE, " + std::to_string(quantity.low) + " to " +
-                         std::to_string(quantity.high) + " " + quantity.unit);
+            return usage("set " + std::string(quantity.name) + " VALUE, " + number(quantity.low) + " to " +
+                         number(quantity.high) + " " + quantity.unit);
         quantity.apply(call, *value);
         return ok("done");
     }

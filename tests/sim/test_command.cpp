@@ -1,0 +1,123 @@
+// The command language and scripts.
+#include "sim_fixture.h"
+
+#include "sim/command.h"
+#include "sim/script.h"
+
+namespace {
+
+using namespace sim;
+using Commands = BoardTest;
+
+TEST_F(Commands, EngineeringValuesShowInTheStatus)
+{
+    power_up();
+    order("set pan -12.5");
+    order("set tilt 45");
+    order("set zoom 60");
+    order("set capture-frequency 2");
+    order("set firmware 0A0B0C0D");
+    order("set temperature 61.5");
+    const Bytes run = status();
+    EXPECT_EQ(field(run, 0xE0, 16, 4), 0xFFFFCF2C);
+    EXPECT_EQ(field(run, 0xE0, 32, 4), 45'000);
+    EXPECT_EQ(field(run, 0xF8, 80, 2), 256); // x30 and a digital x2
+    EXPECT_EQ(field(run, 0x60, 30, 1), 2);
+    EXPECT_EQ(field(run, 0x40, 4, 4), 0x0A0B0C0D);
+    EXPECT_EQ(field(run, 0xF8, 16, 2), 615);
+    EXPECT_EQ(folder.read("thermal_zone0/temp"), "61500\n");
+}
+
+TEST_F(Commands, StatusBytesAreForcedUntilReleased)
+{
+    power_up();
+    order("set status-bit lens 1 on");
+    order("set status-bit lens 7 on");
+    order("set status-bit pan-tilt 0 on");
+    order("set byte 60 28 7f");
+    EXPECT_EQ(field(status(), 0xF8, 29, 1), 0x82);
+    EXPECT_EQ(field(status(), 0xE0, 4, 1), 0x01);
+    EXPECT_EQ(field(status(), 0x60, 28, 1), 0x7F);
+    order("set status-bit lens 1 auto");
+    EXPECT_EQ(field(status(), 0xF8, 29, 1), 0x80);
+    order("clear status");
+    EXPECT_EQ(field(status(), 0xF8, 29, 1), 0x00);
+    EXPECT_EQ(field(status(), 0x60, 28, 1), 1);
+}
+
+TEST_F(Commands, NonsenseIsAnsweredWithWhatWouldBeRight)
+{
+    for (const char *line : {"",
+                             "   ",
+                             "dance",
+                             "set",
+                             "set pan",
+                             "set pan 171",
+                             "set pan nan",
+                             "set pan 1 2",
+                             "set volume 3",
+                             "set boot -1s",
+                             "set boot 1e30s",
+                             "set status-bit lens 8 on",
+                             "set status-bit lens 1 maybe",
+                             "set byte f8 3 00",
+                             "set byte f8 528 00",
+                             "set byte f8 29 100",
+                             "set firmware xyz",
+                             "seed",
+                             "seed -1",
+                             "fault",
+                             "fault boredom",
+                             "fault flip-bit -1",
+                             "fault flip-bit 1 2",
+                             "fault hold-request",
+                             "fault silence",
+                             "fault silence 5s 2",
+                             "fault power-good soon",
+                             "fault refuse cam_sofa",
+                             "fault delay-edge 1ms x",
+                             "clear everything",
+                             "clear faults now"}) {
+        const CommandResult result = board.command(line);
+        EXPECT_FALSE(result.ok) << line;
+        EXPECT_GT(result.text.size(), 8u) << line;
+    }
+    EXPECT_EQ(board.command("set tilt 91").text, "usage: set tilt VALUE, -20 to 90 degrees");
+}
+
+TEST(Duration, TakesUnitsAndPlainSeconds)
+{
+    std::int64_t us = 0;
+    EXPECT_TRUE(parse_duration("5s", us) && us == 5'000'000);
+    EXPECT_TRUE(parse_duration("1.5", us) && us == 1'500'000);
+    EXPECT_TRUE(parse_duration("20ms", us) && us == 20'000);
+    EXPECT_TRUE(parse_duration("300us", us) && us == 300);
+    for (const char *text : {"", "s", "-1s", "5m", "inf", "1e99s", "5 s"})
+        EXPECT_FALSE(parse_duration(text, us)) << text;
+}
+
+TEST_F(Commands, AScriptHappensInTimeOrder)
+{
+    folder.write("script", "# comment\n\nset pan 1\nat 2s set tilt 20\r\n at 1s\tset tilt 10\nat 3s nonsense\n");
+    ASSERT_EQ(load_script(folder.file("script"), board), std::nullopt);
+    board.advance(999'999);
+    EXPECT_DOUBLE_EQ(board.reading().pan, 1);
+    EXPECT_DOUBLE_EQ(board.reading().tilt, 0);
+    board.advance(1);
+    EXPECT_DOUBLE_EQ(board.reading().tilt, 10);
+    board.advance(5'000'000);
+    EXPECT_DOUBLE_EQ(board.reading().tilt, 20);
+}
+
+TEST_F(Commands, AMalformedScriptQueuesNothing)
+{
+    folder.write("script", "set pan 1\nat soon set pan 2\n");
+    const auto problem = load_script(folder.file("script"), board);
+    ASSERT_TRUE(problem);
+    EXPECT_NE(problem->find("script:2: expected \"at TIME COMMAND\""), std::string::npos);
+    board.advance(1);
+    EXPECT_DOUBLE_EQ(board.reading().pan, 0);
+    EXPECT_TRUE(load_script(folder.file("missing"), board));
+}
+
+} // namespace

@@ -1,0 +1,144 @@
+// The moving parts, as they show in the status.
+#include "sim_fixture.h"
+
+namespace {
+
+using namespace sim;
+
+class Motion : public BoardTest {
+  protected:
+    void SetUp() override
+    {
+        BoardTest::SetUp();
+        power_up();
+    }
+    static std::int32_t drive(const Bytes &run, std::size_t offset)
+    {
+        return static_cast<std::int32_t>(field(run, 0xE0, offset, 4));
+    }
+};
+
+TEST_F(Motion, PanTravelsAtItsSpeedToItsTarget)
+{
+    send({7, 1, 2, 0, 0, 0, 0x4E, 0x20, 7, 1, 8, 0, 0xFF, 0xFF, 0x63, 0xC0}); // 20 degrees/s to -40 degrees
+    board.advance(500'000);
+    Bytes run = status();
+    EXPECT_EQ(drive(run, 16), -10'000);
+    EXPECT_EQ(drive(run, 20), -40'000);
+    EXPECT_EQ(drive(run, 48), 20'000); // a magnitude
+    EXPECT_EQ(drive(run, 52), 20'000);
+    EXPECT_EQ(field(run, 0xE0, 4, 1), 0x01);
+    EXPECT_TRUE(board.reading().pan_moving);
+
+    board.advance(1'500'000);
+    run = status();
+    EXPECT_EQ(drive(run, 16), -40'000);
+    EXPECT_EQ(drive(run, 48), 0);
+    EXPECT_EQ(field(run, 0xE0, 4, 1), 0x00);
+}
+
+TEST_F(Motion, BothAxesMoveAndStopsAreSeparate)
+{
+    send({7,    1, 2, 0, 0, 0, 0x27, 0x10, 7, 1, 3,    0,   0, 0, 0x27, 0x10, // 10 degrees/s each
+          0x0B, 1, 4, 0, 0, 0, 0x75, 0x30, 0, 0, 0x75, 0x30});                // to 30 degrees each
+    board.advance(1'000'000);
+    EXPECT_EQ(field(status(), 0xE0, 4, 1), 0x11);
+    send({4, 1, 5, 0, 1});
+    board.advance(1'000'000);
+    const Bytes run = status();
+    EXPECT_EQ(drive(run, 16), 10'000);
+    EXPECT_EQ(drive(run, 20), 10'000);
+    EXPECT_EQ(drive(run, 32), 20'000);
+    EXPECT_EQ(field(run, 0xE0, 4, 1), 0x10);
+    send({4, 1, 5, 0, 2});
+    EXPECT_EQ(field(status(), 0xE0, 4, 1), 0x00);
+}
+
+TEST_F(Motion, ANewSpeedAppliesAtOnceAndTheEndsHold)
+{
+    send({7, 1, 2, 0, 0, 0, 0x27, 0x10, 7, 1, 8, 0, 0, 2, 0xAB, 0x98}); // 10 degrees/s to 175 degrees
+    expect_offences({{"value-range", 1}});
+    board.advance(1'000'000);
+    send({7, 1, 2, 0, 0, 1, 0x86, 0xA0}); // 100 degrees/s
+    board.advance(1'000'000);
+    EXPECT_EQ(drive(status(), 16), 110'000);
+    board.advance(5'000'000);
+    EXPECT_EQ(drive(status(), 16), 170'000);
+}
+
+TEST_F(Motion, ZoomReportsMagnificationAndFieldOfView)
+{
+    Bytes run = status();
+    EXPECT_EQ(field(run, 0xF8, 79, 1), 0xBA);   // exponents 11 and 10
+    EXPECT_EQ(field(run, 0xF8, 88, 2), 2048);   // x1
+    EXPECT_EQ(field(run, 0xF8, 92, 2), 64'308); // 62.80078125 degrees
+    EXPECT_EQ(field(run, 0xF8, 94, 2), 38'810); // 37.90 degrees, 16:9
+
+    send({3, 0, 2, 0, 4, 0, 2, 3, 7, 5, 0, 2, 6, 0x1D, 0x00}); // x30 at full speed
+    board.advance(1'000'000);
+    run = status();
+    EXPECT_EQ(field(run, 0xF8, 88, 2), 31'744); // x15.5
+    EXPECT_EQ(field(run, 0xF8, 29, 1), 0x10);
+    board.advance(1'000'000);
+    run = status();
+    EXPECT_EQ(field(run, 0xF8, 88, 2), 61'440); // x30
+    EXPECT_EQ(field(run, 0xF8, 92, 2), 2'387);  // 2.33 degrees
+    EXPECT_EQ(field(run, 0xF8, 64, 2), 2'440);
+    EXPECT_EQ(field(run, 0xF8, 29, 1), 0x00);
+}
+
+TEST_F(Motion, DigitalZoomBeginsWhereTheLensEnds)
+{
+    send({3, 0, 2, 0, 4, 0, 2, 3, 7, 5, 0, 2, 2, 0x0B, 0x00});
+    board.advance(2'000'000);
+    EXPECT_DOUBLE_EQ(board.reading().magnification, 30);
+    board.advance(1'000'000);
+    const Bytes run = status();
+    EXPECT_EQ(field(run, 0xF8, 80, 2), 2816);
+    EXPECT_EQ(field(run, 0xF8, 88, 2), 61'440);
+    EXPECT_DOUBLE_EQ(board.reading().magnification, 360);
+    // A stop half-way back leaves it where it is.
+    send({4, 0, 2, 3, 0, 5, 0, 2, 1, 0x00, 0x00}); // optical position 0, slowest: 464 steps a second
+    board.advance(3'000'000);
+    send({3, 0, 2, 0});
+    board.advance(1'000'000);
+    EXPECT_EQ(field(status(), 0xF8, 80, 2), 2816 - 3 * 464);
+}
+
+TEST_F(Motion, FocusDrivesBothWaysAndStops)
+{
+    order("set focus 1600");
+    send({4, 0, 1, 3, 7, 4, 0, 1, 0, 2}); // full speed, positive: 904 steps a second downwards
+    board.advance(250'000);
+    EXPECT_EQ(field(status(), 0xF8, 29, 1), 0x40);
+    EXPECT_EQ(field(status(), 0xF8, 34, 2), 1374);
+    send({4, 0, 1, 0, 1});
+    board.advance(1'000'000);
+    EXPECT_EQ(field(status(), 0xF8, 34, 2), 1374);
+    send({4, 0, 1, 0, 3});
+    board.advance(1'000'000);
+    EXPECT_EQ(field(status(), 0xF8, 34, 2), 2048);
+    send({5, 0, 1, 1, 0x05, 0x78});
+    board.advance(1'000'000);
+    EXPECT_EQ(field(status(), 0xF8, 34, 2), 1400);
+}
+
+TEST_F(Motion, ExposureSettingsReadBack)
+{
+    send({4, 0, 3, 2, 12, 4, 0, 3, 0x15, 12, 4, 0, 3, 3, 19, 4, 0, 3, 4, 32, 4, 0, 3, 1, 0xF8});
+    const Bytes run = status();
+    EXPECT_EQ(field(run, 0xF8, 103, 3), 12 << 16 | 19 << 8 | 32);
+    EXPECT_EQ(field(run, 0xF8, 121, 1), 0xF8);
+}
+
+TEST_F(Motion, LosingPowerStopsEverythingInPlace)
+{
+    send({7, 1, 2, 0, 0, 0, 0x27, 0x10, 7, 1, 8, 0, 0, 0, 0x75, 0x30});
+    board.advance(1'000'000);
+    drive_line("cam_reset", false);
+    drive_line("cam_power", false);
+    board.advance(1'000'000);
+    EXPECT_DOUBLE_EQ(board.reading().pan, 10);
+}
+
+} // namespace
