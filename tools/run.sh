@@ -63,6 +63,14 @@ wait_for() {
         sleep 0.05
     done
 }
+# Waits for state 1, at most 40 seconds, as long as there is a ptzd to come to it.
+wait_running() {
+    local tries=20
+    until ptzctl state --wait 1 --within 2 2>"$dir/state"; do
+        kill -0 "$ptzd_pid" 2>/dev/null || fail 'ptzd ended by itself'
+        ((tries-- > 0)) || fail "$(cat "$dir/state")"
+    done
+}
 # field NAME: the number of that name in a JSON object on standard input.
 field() { sed -n "s/.*\"$1\":\([-+.0-9e]*\).*/\1/p"; }
 position() { ptzctl --json position | field "$1"; }
@@ -72,19 +80,23 @@ check() {
     awk "BEGIN { exit !($2) }" </dev/null || fail "$1 is wrong: $2"
     printf '   ok: %s (%s)\n' "$1" "$2"
 }
-near() { check "$1" "($2) - ($3) < $4 && ($3) - ($2) < $4"; }
+# near WHAT IS WANTED TOLERANCE
+near() {
+    awk "BEGIN { off = $2 - ($3); exit !(off < $4 && off > -$4) }" </dev/null || fail "$1 is $2, it should be $3"
+    printf '   ok: %s is %s (asked for: %s)\n' "$1" "$2" "$3"
+}
 
-# The order in which power-up moves the lines, from the simulator's own record.
-power_up_lines() {
-    sed -n 's/^\[[^]]*\] line \(cam_\|fpga_\)\([a-z_]* [a-z]*\)$/\1\2/p' "$dir/sim.log" | tail -n 7 | paste -sd, -
+# What power-up moved and what the block made of it, in order, from the simulator's own record.
+power_up_steps() {
+    sed -n 's/^\[[^]]*\] \(block .*\|line \(cam\|fpga\)_.*\)$/\1/p' "$dir/sim.log" | tail -n 9 | paste -sd, -
 }
 check_power_up() {
-    local lines expected
-    expected='cam_power high,cam_power_good high,cam_pcie_clk high,cam_reset high,cam_init_done high'
-    expected+=',cam_reset_pcie high,fpga_reset high'
-    lines=$(power_up_lines)
-    [[ $lines == "$expected" ]] || fail "power-up moved the lines as: $lines; it should be: $expected"
-    printf '   ok: lines in order: %s\n' "${lines//,/, }"
+    local steps expected
+    expected='line cam_power high,block powering,block held in reset,line cam_pcie_clk high,line cam_reset high'
+    expected+=',block booting,block running,line cam_reset_pcie high,line fpga_reset high'
+    steps=$(power_up_steps)
+    [[ $steps == "$expected" ]] || fail "power-up went as: $steps; it should go as: $expected"
+    printf '   ok: in the right order: %s\n' "${steps//,/, }"
 }
 check_offences() {
     ! grep -q 'OFFENCE' "$dir/sim.log" || fail "the simulator counted offences: $(grep OFFENCE "$dir/sim.log")"
@@ -120,7 +132,7 @@ CONF
     wait_for ready "$dir/sim.log" 10
     setsid ptzd --plugin "$plugin" --foreground >"$dir/ptzd.log" 2>&1 &
     ptzd_pid=$!
-    show ptzctl state --wait 1 --within 40
+    wait_running
     check_power_up
 }
 
@@ -201,7 +213,7 @@ tour_reset() {
     begin 'a restart by "reset"'
     show ptzctl special list
     show ptzctl special reset
-    show ptzctl state --wait 1 --within 40
+    wait_running
     check_power_up
 }
 
