@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <linux/spi/spidev.h>
+#include <utility>
 
 G_DEFINE_TYPE(PTZPortCanon, ptz_port_canon, ptz_port_get_type())
 
@@ -184,7 +185,9 @@ void get_property(GObject *object, guint id, GValue *value, GParamSpec *spec)
 
 void dispose(GObject *object)
 {
-    g_clear_object(&port_canon_of(object)->dbus_server);
+    // Dispose may run more than once.
+    if (GObject *server = std::exchange(port_canon_of(object)->dbus_server, nullptr))
+        g_object_unref(server);
     G_OBJECT_CLASS(ptz_port_canon_parent_class)->dispose(object);
 }
 

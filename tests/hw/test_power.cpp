@@ -35,7 +35,7 @@ class PowerTest : public testing::Test {
     // What happened to the lines since the last call.
     Lines steps()
     {
-        const Lines result = hardware.calls_of({"drive", "value"});
+        Lines result = hardware.calls_of({"drive", "value"});
         hardware.calls.clear();
         return result;
     }
