@@ -80,6 +80,14 @@ const char *missing_key(GKeyFile *file)
     return present(file, "MaxDigitalZoom") ? nullptr : "MaxDigitalZoom";
 }
 
+// A new text, or null. GLib gives a text even when it found a bad escape in it, so the error decides.
+char *read_string(GKeyFile *file, const char *name)
+{
+    GErrorSlot error;
+    GText text(g_key_file_get_string(file, GROUP, name, error));
+    return error ? nullptr : text.release();
+}
+
 // A number of 0 or more, or else a name.
 bool read_pin(GKeyFile *file, const char *name, GpioLine *line)
 {
@@ -92,7 +100,7 @@ bool read_pin(GKeyFile *file, const char *name, GpioLine *line)
         *line = GpioLine{number, nullptr};
         return true;
     }
-    char *text = g_key_file_get_string(file, GROUP, name, error);
+    char *text = read_string(file, name);
     if (text == nullptr)
         return false;
     g_free(line->name);
@@ -102,7 +110,7 @@ bool read_pin(GKeyFile *file, const char *name, GpioLine *line)
 
 bool read_text(GKeyFile *file, const char *name, char **field)
 {
-    char *text = g_key_file_get_string(file, GROUP, name, nullptr);
+    char *text = read_string(file, name);
     if (text == nullptr)
         return false;
     g_free(*field);
