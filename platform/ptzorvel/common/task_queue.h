@@ -42,11 +42,11 @@ class TaskQueue {
     TaskQueue &operator=(const TaskQueue &) = delete;
 
     // Queues a task: once when `interval_us` is 0 or less, else every `interval_us` from now on until its function
-    // returns FALSE. A tick that comes while the thread is busy is made up for once; those missed altogether are
-    // skipped, and the grid stays where it was. False after shutdown(): the task has been destroyed.
+    // returns FALSE. A tick that finds the thread busy comes late; ticks that pass meanwhile are skipped, and the grid
+    // stays where it was. False after close(): the task has been destroyed.
     bool add(PTZTask *task, std::int64_t interval_us, Lane lane = Lane::normal);
 
-    // Queues a function, once. False after shutdown(): the function has been destroyed.
+    // Queues a function, once. False after close(): the function has been destroyed.
     bool post(std::function<void()> work, Lane lane = Lane::normal);
 
     // Ends every repeating task; one that is just running ends when it returns.

@@ -231,9 +231,8 @@ static void ptz_driver_finalize(GObject *object)
 
 static void install_properties(GObjectClass *klass)
 {
-    const auto changing =
-        static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_EXPLICIT_NOTIFY | G_PARAM_STATIC_STRINGS);
-    // Not static names: an underscore in one has to be rewritten by GObject, which takes it for a hyphen's equal.
+    // The underscore in a name keeps GLib from using the text itself: it makes its own spelling of it.
+    const auto changing = static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_EXPLICIT_NOTIFY);
     const auto construct = static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_CONSTRUCT_ONLY);
     properties[PROP_STATE] = g_param_spec_int("state", nullptr, nullptr, PTZ_STATE_NOT_OPENED, PTZ_STATE_FAILED,
                                               PTZ_STATE_NOT_OPENED, changing);

@@ -194,8 +194,10 @@ static void ptz_port_dbus_server_init(PTZPortDBusServer *self)
 static void ptz_port_dbus_server_finalize(GObject *object)
 {
     auto *self = reinterpret_cast<PTZPortDBusServer *>(object);
-    if (*self->presence != nullptr)
+    if (*self->presence != nullptr) {
+        ptz_port_registry_current()->forget(self->presence->get());
         (*self->presence)->take_off_bus();
+    }
     delete self->presence;
     G_OBJECT_CLASS(ptz_port_dbus_server_parent_class)->finalize(object);
 }

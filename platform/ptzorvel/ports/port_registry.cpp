@@ -2,8 +2,6 @@
 
 #include "ptzorvel/ports/port_presence.h"
 
-#include <algorithm>
-
 namespace {
 
 std::mutex connection_mutex;
@@ -45,8 +43,13 @@ bool PTZPortRegistry::try_lock()
 void PTZPortRegistry::add(int index, const std::shared_ptr<PortPresence> &presence)
 {
     const std::lock_guard lock(mutex_);
-    std::erase_if(entries_, [](const Entry &entry) { return entry.presence.expired(); });
     entries_.push_back({index, presence});
+}
+
+void PTZPortRegistry::forget(const PortPresence *presence)
+{
+    const std::lock_guard lock(mutex_);
+    std::erase_if(entries_, [&](const Entry &entry) { return entry.presence.get() == presence; });
 }
 
 void PTZPortRegistry::remove(int index)
@@ -55,9 +58,9 @@ void PTZPortRegistry::remove(int index)
     {
         const std::lock_guard lock(mutex_);
         for (const Entry &entry : entries_)
-            if (auto presence = entry.presence.lock(); presence != nullptr && entry.index == index)
-                removed.push_back(std::move(presence));
-        std::erase_if(entries_, [&](const Entry &entry) { return entry.index == index || entry.presence.expired(); });
+            if (entry.index == index)
+                removed.push_back(entry.presence);
+        std::erase_if(entries_, [&](const Entry &entry) { return entry.index == index; });
     }
     for (const auto &presence : removed)
         presence->take_off_bus();
@@ -66,8 +69,7 @@ void PTZPortRegistry::remove(int index)
 std::size_t PTZPortRegistry::size() const
 {
     const std::lock_guard lock(mutex_);
-    return static_cast<std::size_t>(
-        std::count_if(entries_.begin(), entries_.end(), [](const Entry &entry) { return !entry.presence.expired(); }));
+    return entries_.size();
 }
 
 PTZPortRegistry *ptz_port_registry_current()

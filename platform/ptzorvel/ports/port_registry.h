@@ -23,8 +23,9 @@ struct _PTZPortRegistry {
     // As lock(), but false at once when they are held by anybody.
     bool try_lock();
 
-    // Remembers a port; forgets those that are gone.
+    // Remembers a port until forget() or remove().
     void add(int index, const std::shared_ptr<PortPresence> &presence);
+    void forget(const PortPresence *presence);
     // Takes the port with that index out and off the bus.
     void remove(int index);
     std::size_t size() const;
@@ -32,7 +33,7 @@ struct _PTZPortRegistry {
   private:
     struct Entry {
         int index;
-        std::weak_ptr<PortPresence> presence;
+        std::shared_ptr<PortPresence> presence;
     };
 
     mutable std::mutex mutex_;

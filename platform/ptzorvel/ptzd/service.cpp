@@ -61,8 +61,9 @@ PtzService::~PtzService()
     if (subscription_ != 0)
         g_dbus_connection_signal_unsubscribe(connection_, subscription_);
     close({});
+    if (started_)
+        released_.get_future().wait();
     queue_.queue.shutdown();
-    // Without a command thread the driver was not closed above; then there is none either.
     if (ptz_command_queue_current() == &queue_) {
         ptz_command_queue_set_current(nullptr);
         ptz_ports_set_connection(nullptr);
@@ -124,6 +125,7 @@ void PtzService::start(Failed failed)
     ptz_command_queue_set_current(&queue_);
     ptz_ports_set_connection(connection_);
     subscribe_camera_signals();
+    started_ = true;
     queue_.queue.start();
     queue_.queue.post([this, failed = std::move(failed)] {
         if (make_driver(failed))
@@ -145,6 +147,7 @@ void PtzService::close(Done closed)
             release_driver();
             if (closed)
                 closed();
+            released_.set_value();
         },
         TaskQueue::Lane::urgent);
 }

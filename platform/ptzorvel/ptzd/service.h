@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <functional>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -102,6 +103,8 @@ class PtzService {
     std::atomic<double> speed_{100.0};
     std::atomic<unsigned> stops_{0};
     std::atomic<bool> closing_{false};
+    std::promise<void> released_; // kept when close has done its work
+    bool started_ = false;
     guint registration_ = 0;
     guint subscription_ = 0;
     bool owns_name_ = false;

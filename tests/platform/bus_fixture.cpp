@@ -1,0 +1,96 @@
+#include "tests/platform/bus_fixture.h"
+
+void run_until(const std::function<bool()> &condition)
+{
+    // Only a test that fails waits that long.
+    bool late = false;
+    const guint alarm = g_timeout_add_seconds(
+        20,
+        [](gpointer flag) -> gboolean {
+            *static_cast<bool *>(flag) = true;
+            return G_SOURCE_CONTINUE;
+        },
+        &late);
+    // Conditions change on other threads too, so the loop looks again now and then.
+    const guint look = g_timeout_add(
+        1, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
+    while (!condition() && !late)
+        g_main_context_iteration(nullptr, TRUE);
+    g_source_remove(look);
+    g_source_remove(alarm);
+    EXPECT_FALSE(late) << "what the test waits for never came";
+}
+
+Client::Client(const std::string &address)
+{
+    const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+    GError *error = nullptr;
+    connection_ = g_dbus_connection_new_for_address_sync(address.c_str(), flags, nullptr, nullptr, &error);
+    if (connection_ == nullptr)
+        g_error("no connection to the test's bus: %s", error->message);
+}
+
+Client::~Client()
+{
+    g_dbus_connection_close_sync(connection_, nullptr, nullptr);
+    g_object_unref(connection_);
+}
+
+ReplyPtr Client::send(const char *method, const char *arguments)
+{
+    GError *error = nullptr;
+    GVariant *parsed = g_variant_parse(nullptr, arguments, nullptr, nullptr, &error);
+    if (parsed == nullptr)
+        g_error("%s", error->message);
+    const ReplyPtr reply = send_to("/com/orna/PTZ", "com.orna.PTZ", method, parsed);
+    g_variant_unref(parsed);
+    return reply;
+}
+
+Reply Client::call(const char *method, const char *arguments)
+{
+    const ReplyPtr reply = send(method, arguments);
+    run_until([&] { return reply->done; });
+    return *reply;
+}
+
+ReplyPtr Client::send_to(const char *path, const char *interface, const char *method, GVariant *arguments)
+{
+    const auto finished = [](GObject *source, GAsyncResult *result, gpointer data) {
+        const std::unique_ptr<ReplyPtr> reply(static_cast<ReplyPtr *>(data));
+        GError *error = nullptr;
+        GVariant *value = g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error);
+        (*reply)->done = true;
+        if (value == nullptr) {
+            char *name = g_dbus_error_get_remote_error(error);
+            g_dbus_error_strip_remote_error(error);
+            const std::string full = name != nullptr ? name : "";
+            (*reply)->error = full.substr(full.rfind('.') + 1);
+            (*reply)->text = error->message;
+            g_free(name);
+            g_error_free(error);
+            return;
+        }
+        char *text = g_variant_print(value, FALSE);
+        (*reply)->text = text;
+        g_free(text);
+        g_variant_unref(value);
+    };
+    auto reply = std::make_shared<Reply>();
+    g_dbus_connection_call(connection_, "com.orna.PTZ", path, interface, method, arguments, nullptr,
+                           G_DBUS_CALL_FLAGS_NONE, 30000, nullptr, finished, new ReplyPtr(reply));
+    return reply;
+}
+
+BusTest::BusTest() : bus_(g_test_dbus_new(G_TEST_DBUS_NONE))
+{
+    g_test_dbus_up(bus_);
+}
+
+BusTest::~BusTest()
+{
+    // Not _down(): that waits for a shared connection, which these tests do not make.
+    g_test_dbus_stop(bus_);
+    g_object_unref(bus_);
+}

@@ -1,0 +1,52 @@
+// A bus of one's own, clients on it, and the main loop that serves both ends in the test's thread.
+#pragma once
+
+#include <gio/gio.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+// What a call came back with: the short name of its error ("NotReady") and the message, or the result as text.
+struct Reply {
+    bool done = false;
+    std::string error;
+    std::string text;
+};
+using ReplyPtr = std::shared_ptr<Reply>;
+
+// Runs the main loop until the condition holds; a test that waits in vain fails.
+void run_until(const std::function<bool()> &condition);
+
+// A client with a name of its own on the bus; leaves it on destruction.
+class Client {
+  public:
+    explicit Client(const std::string &address);
+    ~Client();
+    Client(const Client &) = delete;
+    Client &operator=(const Client &) = delete;
+
+    GDBusConnection *connection() const { return connection_; }
+
+    // Calls com.orna.PTZ; the reply comes while the main loop runs. `arguments` in GVariant text, "()" for none.
+    ReplyPtr send(const char *method, const char *arguments = "()");
+    // The same, and waits for the reply.
+    Reply call(const char *method, const char *arguments = "()");
+    // Any method of any object of com.orna.PTZ.
+    ReplyPtr send_to(const char *path, const char *interface, const char *method, GVariant *arguments);
+
+  private:
+    GDBusConnection *connection_;
+};
+
+class BusTest : public testing::Test {
+  protected:
+    BusTest();
+    ~BusTest() override;
+
+    std::string address() const { return g_test_dbus_get_bus_address(bus_); }
+
+  private:
+    GTestDBus *bus_;
+};
