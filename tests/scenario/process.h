@@ -1,0 +1,32 @@
+// A program that runs beside the test.
+#pragma once
+
+#include <gio/gio.h>
+
+#include <string>
+#include <vector>
+
+class Process {
+  public:
+    // Starts it with these variables added to the environment; what it writes to either stream goes to `log_file`.
+    Process(const std::vector<std::string> &command,
+            const std::vector<std::pair<std::string, std::string>> &environment, const std::string &log_file);
+    ~Process(); // kills what still runs
+    Process(const Process &) = delete;
+    Process &operator=(const Process &) = delete;
+
+    void signal(int number);
+    // Its exit status, or minus the signal that ended it; waits at most 20 seconds for it, then fails with -1000.
+    int wait();
+    bool ended() const { return ended_; }
+    std::string output() const;
+    std::string pid() const { return g_subprocess_get_identifier(process_); }
+
+  private:
+    static void on_end(GObject *source, GAsyncResult *result, gpointer data);
+
+    GSubprocess *process_ = nullptr;
+    GCancellable *cancel_;
+    std::string log_file_;
+    bool ended_ = false;
+};

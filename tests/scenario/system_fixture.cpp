@@ -1,0 +1,157 @@
+#include "tests/scenario/system_fixture.h"
+
+#include <cmath>
+#include <csignal>
+#include <filesystem>
+
+namespace {
+
+constexpr const char *TIME_SCALE = "20";
+constexpr const char *SIM = "com.orna.KrxSim";
+constexpr const char *SIM_PATH = "/com/orna/KrxSim";
+
+} // namespace
+
+SystemTest::SystemTest() = default;
+
+SystemTest::~SystemTest()
+{
+    ptzd.reset();
+    sim.reset();
+}
+
+std::unique_ptr<Process> SystemTest::run(const std::vector<std::string> &command, const std::string &log_name)
+{
+    const std::vector<std::pair<std::string, std::string>> environment = {{"DBUS_SYSTEM_BUS_ADDRESS", address()},
+                                                                          {"PTZ_DATA_DIR", folder.path()},
+                                                                          {"PTZ_BOARD", folder.path()},
+                                                                          {"PTZ_TIME_SCALE", TIME_SCALE}};
+    return std::make_unique<Process>(command, environment, folder.file(log_name));
+}
+
+void SystemTest::start_sim(const std::vector<std::string> &options)
+{
+    std::vector<std::string> command{KRX_SIM_FILE, "--board", folder.path(), "--time-scale", TIME_SCALE};
+    command.insert(command.end(), options.begin(), options.end());
+    sim = run(command, "sim.log");
+    run_until([this] { return sim->output().find("ready") != std::string::npos || sim->ended(); });
+    ASSERT_FALSE(sim->ended()) << sim->output();
+}
+
+void SystemTest::start_ptzd()
+{
+    ptzd = run({PTZD_FILE, "--plugin", PLUGIN_FILE, "--foreground"}, "ptzd.log");
+}
+
+void SystemTest::await_state(int state)
+{
+    const std::string wanted = "(" + std::to_string(state) + ",";
+    run_until([&] {
+        const Reply reply = client.call("GetState");
+        return (reply.error.empty() && reply.text.starts_with(wanted)) || ptzd->ended();
+    });
+    ASSERT_FALSE(ptzd->ended()) << ptzd->output();
+}
+
+void SystemTest::start_all()
+{
+    start_sim();
+    start_ptzd();
+    await_state(1);
+}
+
+std::string SystemTest::ptzctl(const std::vector<std::string> &words, int *status)
+{
+    std::vector<std::string> command{PTZCTL_FILE, "--json"};
+    command.insert(command.end(), words.begin(), words.end());
+    const std::unique_ptr<Process> process = run(command, "ptzctl-" + std::to_string(++runs_) + ".log");
+    const int result = process->wait();
+    if (status != nullptr)
+        *status = result;
+    else
+        EXPECT_EQ(result, 0) << process->output();
+    return process->output();
+}
+
+GVariant *SystemTest::sim_property(const char *name)
+{
+    GError *error = nullptr;
+    GVariant *reply = g_dbus_connection_call_sync(client.connection(), SIM, SIM_PATH, "org.freedesktop.DBus.Properties",
+                                                  "Get", g_variant_new("(ss)", SIM, name), G_VARIANT_TYPE("(v)"),
+                                                  G_DBUS_CALL_FLAGS_NONE, 10000, nullptr, &error);
+    if (reply == nullptr) {
+        ADD_FAILURE() << error->message;
+        g_error_free(error);
+        return nullptr;
+    }
+    GVariant *value = nullptr;
+    g_variant_get(reply, "(v)", &value);
+    g_variant_unref(reply);
+    return value;
+}
+
+double SystemTest::sim_value(const char *name)
+{
+    GVariant *values = sim_property("Values");
+    double value = NAN;
+    if (values != nullptr) {
+        g_variant_lookup(values, name, "d", &value);
+        g_variant_unref(values);
+    }
+    return value;
+}
+
+std::map<std::string, unsigned> SystemTest::sim_counts(const char *property)
+{
+    std::map<std::string, unsigned> counts;
+    GVariant *table = sim_property(property);
+    if (table == nullptr)
+        return {{"no answer", 1}};
+    GVariantIter iter;
+    g_variant_iter_init(&iter, table);
+    const char *name = nullptr;
+    guint32 count = 0;
+    while (g_variant_iter_next(&iter, "{&su}", &name, &count))
+        counts[name] = count;
+    g_variant_unref(table);
+    return counts;
+}
+
+std::string SystemTest::sim_state()
+{
+    GVariant *state = sim_property("State");
+    std::string text = state != nullptr ? g_variant_get_string(state, nullptr) : "";
+    g_clear_pointer(&state, g_variant_unref);
+    return text;
+}
+
+void SystemTest::sim_command(const std::string &line)
+{
+    GError *error = nullptr;
+    GVariant *reply = g_dbus_connection_call_sync(client.connection(), SIM, SIM_PATH, SIM, "Command",
+                                                  g_variant_new("(s)", line.c_str()), nullptr, G_DBUS_CALL_FLAGS_NONE,
+                                                  10000, nullptr, &error);
+    EXPECT_NE(reply, nullptr) << (error != nullptr ? error->message : "");
+    g_clear_pointer(&reply, g_variant_unref);
+    g_clear_error(&error);
+}
+
+void SystemTest::await_sim(const char *name, double value, double tolerance)
+{
+    run_until([&] { return std::fabs(sim_value(name) - value) <= tolerance; });
+}
+
+std::size_t SystemTest::ptzd_descriptors() const
+{
+    const std::filesystem::directory_iterator entries("/proc/" + ptzd->pid() + "/fd");
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+std::size_t SystemTest::logged(const std::string &text) const
+{
+    const std::string log = ptzd->output();
+    std::size_t count = 0;
+    for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + text.size()))
+        ++count;
+    return count;
+}

@@ -1,0 +1,48 @@
+// krx-sim and ptzd as programs, on a bus and a board folder of their own, with their time running twenty times faster.
+#pragma once
+
+#include "tests/platform/bus_fixture.h"
+#include "tests/scenario/process.h"
+#include "tests/sim/sim_fixture.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+
+class SystemTest : public BusTest {
+  protected:
+    SystemTest();
+    ~SystemTest() override;
+
+    void start_sim(const std::vector<std::string> &options = {});
+    // Starts ptzd; does not wait for the camera.
+    void start_ptzd();
+    // Waits until ptzd reports this state.
+    void await_state(int state);
+    void start_all();
+
+    // One ptzctl command with --json; its output. `status` is its exit status.
+    std::string ptzctl(const std::vector<std::string> &words, int *status = nullptr);
+
+    // What the simulated board says of itself.
+    double sim_value(const char *name);
+    std::map<std::string, unsigned> sim_counts(const char *property);
+    std::string sim_state();
+    void sim_command(const std::string &line);
+    void await_sim(const char *name, double value, double tolerance);
+
+    std::unique_ptr<Process> run(const std::vector<std::string> &command, const std::string &log_name);
+    std::size_t ptzd_descriptors() const;
+    // How often a text stands in ptzd's log.
+    std::size_t logged(const std::string &text) const;
+
+    TempFolder folder;
+    Client client{address()};
+    std::unique_ptr<Process> sim;
+    std::unique_ptr<Process> ptzd;
+
+  private:
+    GVariant *sim_property(const char *name);
+
+    int runs_ = 0;
+};

@@ -1,0 +1,145 @@
+#include "tests/scenario/system_fixture.h"
+
+#include <csignal>
+
+namespace {
+
+using Counts = std::map<std::string, unsigned>;
+
+class System : public SystemTest {};
+
+TEST_F(System, BootsMovesAndEndsInOrder)
+{
+    start_all();
+    EXPECT_EQ(sim_state(), "running");
+
+    ptzctl({"move", "pan=30", "tilt=-15", "zoom=9999"});
+    await_sim("Pan", 30, 0.001);
+    await_sim("Tilt", -15, 0.001);
+    await_sim("Zoom", 30, 0.01);
+    ptzctl({"move", "--relative", "pan=-10", "--speed", "50"});
+    await_sim("Pan", 20, 0.001);
+    run_until([this] { return client.call("GetPosition").text.find("'pan': 20.0") != std::string::npos; });
+    EXPECT_NE(ptzctl({"fov"}).find("2.33"), std::string::npos);
+    EXPECT_NE(ptzctl({"published"}).find("PTZ_POSITION_IS1"), std::string::npos);
+
+    ptzd->signal(SIGTERM);
+    EXPECT_EQ(ptzd->wait(), 0);
+    EXPECT_EQ(sim_state(), "off");
+    EXPECT_EQ(sim_counts("Offences"), Counts{});
+    sim->signal(SIGTERM);
+    EXPECT_EQ(sim->wait(), 0);
+}
+
+TEST_F(System, AStopEndsAContinuousMove)
+{
+    start_all();
+    // So slow that the end of its way is half a minute off.
+    const std::unique_ptr<Process> mover =
+        run({PTZCTL_FILE, "move", "--continuous", "pan=-0.3", "zoom=1"}, "mover.log"); // stays as long as the move
+    run_until([this] { return sim_value("Pan") < -0.1 && sim_value("Zoom") > 1.01; });
+    ptzctl({"stop"});
+    run_until([this] { return sim_value("PanMoving") == 0 && sim_value("ZoomMoving") == 0; });
+    EXPECT_GT(sim_value("Pan"), -169);
+    EXPECT_EQ(mover->wait(), 0) << mover->output();
+    EXPECT_EQ(sim_counts("Offences"), Counts{});
+}
+
+TEST_F(System, AClientThatLeavesItsContinuousMoveIsStoppedFor)
+{
+    start_all();
+    {
+        Client other(address());
+        EXPECT_EQ(other.call("Move", "([('pan', 'continuous', 0.3)], 0.0, @a{sv} {})").error, "");
+        run_until([this] { return sim_value("PanMoving") == 1; });
+    }
+    run_until([this] { return sim_value("PanMoving") == 0; });
+    EXPECT_LT(sim_value("Pan"), 169);
+    EXPECT_GE(sim_counts("Records")["Pan/tilt stop"], 2u);
+}
+
+TEST_F(System, AStopOvertakesWhatWaits)
+{
+    start_all();
+    std::vector<ReplyPtr> moves;
+    for (int i = 0; i < 50; ++i) {
+        const std::string axis = "([('pan', 'absolute', " + std::to_string(i) + ".0)], 0.0, @a{sv} {})";
+        moves.push_back(client.send("Move", axis.c_str()));
+    }
+    const ReplyPtr stop = client.send("Stop");
+    run_until([&] { return stop->done; });
+    EXPECT_EQ(stop->error, "");
+    run_until([&] { return std::all_of(moves.begin(), moves.end(), [](const ReplyPtr &move) { return move->done; }); });
+    // Those that had not begun when the stop came were given up.
+    EXPECT_LT(sim_counts("Records")["Pan position"], 50u);
+    EXPECT_NE(moves.back()->error, "");
+}
+
+TEST_F(System, ASimulatorKilledUnderneathIsSurvived)
+{
+    start_all();
+    const std::size_t descriptors = ptzd_descriptors();
+    for (int round = 0; round < 2; ++round) {
+        sim->signal(SIGKILL);
+        sim->wait();
+        int status = 0;
+        ptzctl({"stop"}, &status);
+        EXPECT_EQ(status, 1);
+        EXPECT_GT(logged("Failed to communicate, could not write data"), 0u);
+        start_sim();
+        ptzctl({"special", "reset"});
+        await_state(1);
+        ptzctl({"move", "pan=5"});
+        await_sim("Pan", 5, 0.001);
+        ptzctl({"move", "pan=0"});
+        await_sim("Pan", 0, 0.001);
+    }
+    EXPECT_EQ(sim_counts("Offences"), Counts{});
+    EXPECT_EQ(ptzd_descriptors(), descriptors);
+}
+
+TEST_F(System, HeatStopsTheCameraAndCoolingBringsItBack)
+{
+    folder.write("krx_driver.conf",
+                 "[KRX_DRIVER]\nPowerPin=cam_power\nPowerGoodPin=cam_power_good\nResetPin=cam_reset\n"
+                 "ResetPCIePin=cam_reset_pcie\nResetPinsActiveLow=true\nInitDonePin=cam_init_done\n"
+                 "EnablePCIeClkPin=cam_pcie_clk\nTemperatureLowerLimit=-10\n"
+                 "TemperatureUpperLimit=60\nMaxDigitalZoom=12\nDatacacheIsUsed=true\n");
+    start_all();
+    sim_command("set temperature 70");
+    await_state(3);
+    run_until([this] { return sim_state() == "off"; });
+    EXPECT_EQ(client.call("Move", "([('pan', 'absolute', 5.0)], 0.0, @a{sv} {})").error, "Busy");
+    sim_command("set temperature 40");
+    await_state(1);
+    ptzctl({"move", "pan=5"});
+    await_sim("Pan", 5, 0.001);
+    EXPECT_EQ(sim_counts("Offences"), Counts{});
+}
+
+TEST_F(System, ASecondPtzdRefusesAndSaysWhy)
+{
+    start_all();
+    const std::unique_ptr<Process> second = run({PTZD_FILE, "--plugin", PLUGIN_FILE}, "second.log");
+    EXPECT_EQ(second->wait(), 3);
+    EXPECT_NE(second->output().find("com.orna.PTZ"), std::string::npos);
+    EXPECT_EQ(sim_state(), "running");
+}
+
+TEST_F(System, ResetOverAndOverLeavesTheSameDescriptors)
+{
+    start_all();
+    ptzctl({"special", "reset"});
+    await_state(1);
+    const std::size_t descriptors = ptzd_descriptors();
+    for (int i = 0; i < 10; ++i) {
+        const ReplyPtr reset = client.send("RunSpecialCommand", "('reset',)");
+        run_until([&] { return reset->done; });
+        EXPECT_EQ(reset->error, "");
+    }
+    await_state(1);
+    EXPECT_EQ(ptzd_descriptors(), descriptors);
+    EXPECT_EQ(sim_counts("Offences"), Counts{});
+}
+
+} // namespace
