@@ -6,11 +6,6 @@
 PREFIX ?= /usr/local
 DESTDIR ?=
 
-# Both sanitizers end the program at the first finding; allocations are made one by one, so that leaks show.
-ASAN_ENV = ASAN_OPTIONS=detect_leaks=1:halt_on_error=1:detect_stack_use_after_return=1 \
-           UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 G_SLICE=always-malloc
-MESON_TEST = meson test --no-rebuild --print-errorlogs
-
 help:
 	@echo 'make run      build, power the simulated camera up, show it moving (stays up on a terminal)'
 	@echo 'make test     build and run the test suite'
@@ -39,15 +34,15 @@ run: deps build/release/build.ninja
 
 test: deps build/release/build.ninja
 	ninja -C build/release
-	$(MESON_TEST) -C build/release
+	meson test -C build/release --no-rebuild --print-errorlogs
 
 asan: deps build/asan/build.ninja
 	ninja -C build/asan
-	$(ASAN_ENV) $(MESON_TEST) -C build/asan --timeout-multiplier 3
+	tools/sanitizer-test.sh build/asan address
 
 tsan: deps build/tsan/build.ninja
 	ninja -C build/tsan
-	tools/tsan-test.sh build/tsan
+	tools/sanitizer-test.sh build/tsan thread
 
 lint:
 	@tools/install-deps.sh build lint
