@@ -117,8 +117,8 @@ struct Board::Impl final : Requests {
     void transfer(unsigned port, const spidev_wire::Request &request, std::uint32_t mode,
                   std::span<const std::uint8_t> host, std::span<std::uint8_t> answer) override
     {
-        if (options.real_wire_time && request.speed_hz != 0)
-            clock.sleep(static_cast<std::int64_t>(request.length) * 8'000'000 / request.speed_hz);
+        if (options.real_wire_time)
+            clock.wait_wire(request.sent_ns, spidev_wire::wire_ns(request));
         const std::lock_guard lock(mutex);
         check_transfer(request, mode);
         camera.burst(port, host, answer, catch_up());

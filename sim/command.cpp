@@ -224,40 +224,48 @@ std::optional<std::int64_t> parse_times(const Words &words, std::size_t index)
     return times && *times >= 0 ? times : std::nullopt;
 }
 
-CommandResult arm(const Call &call, Fault fault)
+// The words behind a fault's name; false when they are not what it takes.
+bool parse_fault(const Call &call, FaultArgument argument, std::optional<std::int64_t> &times, std::int64_t &value)
 {
     const Words &words = call.words;
-    Faults &faults = call.target.faults;
-    const std::string name = row(fault).name;
-    std::int64_t us = 0;
-    std::optional<std::int64_t> times = Faults::kForEver;
-    switch (row(fault).argument) {
+    times = Faults::kForEver;
+    switch (argument) {
     case FaultArgument::times:
         times = parse_times(words, 2);
-        if (!times)
-            return usage("fault " + name + " [COUNT|forever]");
-        break;
+        return times.has_value();
     case FaultArgument::duration:
-        if (words.size() < 3 || !parse_duration(words[2], us))
-            return usage("fault " + name + " DURATION [COUNT|forever], such as 5s, 200ms or 300us");
-        if (fault == Fault::silence)
-            us += call.now;
-        else
-            times = parse_times(words, 3);
-        if (!times || (fault == Fault::silence && words.size() != 3))
-            return usage("fault " + name + " DURATION" + (fault == Fault::silence ? "" : " [COUNT|forever]"));
-        break;
+        times = parse_times(words, 3);
+        return times && parse_duration(words[2], value);
+    case FaultArgument::period:
+        if (words.size() != 3 || !parse_duration(words[2], value))
+            return false;
+        value += call.now;
+        return true;
     case FaultArgument::level:
-        if (words.size() != 3 || (words[2] != "low" && words[2] != "high"))
-            return usage("fault " + name + " low|high");
-        us = words[2] == "high" ? 1 : 0;
-        break;
-    case FaultArgument::none:
-        if (words.size() != 3 || words[2] != "never")
-            return usage("fault " + name + " never");
-        break;
+        value = words.size() == 3 && words[2] == "high" ? 1 : 0;
+        return words.size() == 3 && (value == 1 || words[2] == "low");
+    case FaultArgument::never:
+        return words.size() == 3 && words[2] == "never";
     }
-    faults.arm(fault, *times, us);
+    return false;
+}
+
+std::string fault_form(Fault fault)
+{
+    constexpr std::array<const char *, 5> kForms{" [COUNT|forever]", " DURATION [COUNT|forever]", " DURATION",
+                                                 " low|high", " never"};
+    return std::string("fault ") + row(fault).name + kForms[static_cast<std::size_t>(row(fault).argument)];
+}
+
+CommandResult arm(const Call &call, Fault fault)
+{
+    Faults &faults = call.target.faults;
+    std::optional<std::int64_t> times;
+    std::int64_t value = 0;
+    if (!parse_fault(call, row(fault).argument, times, value))
+        return usage(fault_form(fault) + "; a duration is 5s, 200ms or 300us");
+    faults.arm(fault, *times, value);
+    // These two act from now on rather than at the next occasion.
     if (fault == Fault::silence || fault == Fault::hold_request)
         faults.strike(fault);
     call.target.camera.faults_changed(call.now);
@@ -324,10 +332,11 @@ CommandResult run_command(std::string_view line, const CommandTarget &target, st
 
 std::string command_help()
 {
-    std::string help = "  set NAME VALUE                 ";
+    constexpr std::size_t kColumn = 46;
+    std::string help = "  set NAME VALUE       ";
     for (const Quantity &quantity : kQuantities)
         help += std::string(quantity.name) + " ";
-    help += "\n  set NAME DURATION              ";
+    help += "\n  set NAME DURATION    ";
     for (const Delay &delay : kDelays)
         help += std::string(delay.name) + " ";
     help += "\n  set firmware HEX-VERSION\n"
@@ -335,14 +344,12 @@ std::string command_help()
             "  set byte f8|e0|60|40 OFFSET HEX-VALUE|auto\n"
             "  seed NUMBER\n"
             "  clear [faults|status|offences]\n"
-            "  fault refuse LINE              hosts that ask for the line are told it is busy\n";
-    constexpr std::array<const char *, 4> kForms{" [COUNT|forever]", " DURATION [COUNT]", " low|high", " never"};
+            "  fault refuse LINE                           hosts that ask for the line are told it is busy\n";
     for (std::size_t i = 0; i < static_cast<std::size_t>(Fault::count); ++i) {
-        const FaultRow &fault_row = row(static_cast<Fault>(i));
-        std::string form =
-            std::string("  fault ") + fault_row.name + kForms[static_cast<std::size_t>(fault_row.argument)];
-        form.resize(std::max<std::size_t>(form.size() + 1, 33), ' ');
-        help += form + fault_row.help + "\n";
+        const auto fault = static_cast<Fault>(i);
+        std::string form = "  " + fault_form(fault);
+        form.resize(std::max<std::size_t>(form.size() + 1, kColumn), ' ');
+        help += form + row(fault).help + "\n";
     }
     return help;
 }

@@ -6,7 +6,7 @@ namespace {
 constexpr std::array<FaultRow, static_cast<std::size_t>(Fault::count)> kRows{{
     {"drop-edge", FaultArgument::times, "the request line rises without an edge being announced"},
     {"delay-edge", FaultArgument::duration, "the request line rises that much later after every burst"},
-    {"hold-request", FaultArgument::level, "the request line stays \"low\" or \"high\""},
+    {"hold-request", FaultArgument::level, "the request line stays at that level"},
     {"flip-bit", FaultArgument::times, "one bit of the answer is wrong"},
     {"cut-frame", FaultArgument::times, "the answer's status run ends too early, checksum right"},
     {"stretch-frame", FaultArgument::times, "the answer claims to be longer than its burst"},
@@ -15,9 +15,9 @@ constexpr std::array<FaultRow, static_cast<std::size_t>(Fault::count)> kRows{{
     {"garbage", FaultArgument::times, "the answer is random bytes"},
     {"garbage-blocks", FaultArgument::times, "the answer is a good frame around random bytes"},
     {"zero-length-block", FaultArgument::times, "the second block of the answer has length 0"},
-    {"silence", FaultArgument::duration, "the block neither raises its line nor answers"},
-    {"power-good", FaultArgument::none, "\"never\": the power-good line stays low"},
-    {"init-done", FaultArgument::none, "\"never\": the block does not get up from its reset"},
+    {"silence", FaultArgument::period, "the block neither raises its line nor answers"},
+    {"power-good", FaultArgument::never, "the power-good line stays low"},
+    {"init-done", FaultArgument::never, "the block does not get up from its reset"},
     {"slow-boot", FaultArgument::duration, "booting takes that long"},
 }};
 

@@ -30,8 +30,8 @@ enum class Fault : std::uint8_t {
     count
 };
 
-// What a fault takes: how many times it strikes, a duration, or a level.
-enum class FaultArgument : std::uint8_t { times, duration, level, none };
+// What a fault takes: how often it strikes; a duration and how often; how long it lasts; a level; or "never".
+enum class FaultArgument : std::uint8_t { times, duration, period, level, never };
 
 struct FaultRow {
     const char *name;

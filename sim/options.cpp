@@ -16,7 +16,7 @@ struct Raw {
     char *board = nullptr;
     char *script = nullptr;
     char *trace = nullptr;
-    double time_scale = 1.0;
+    char *time_scale = nullptr;
     gint64 seed = 1;
     gboolean real_wire_time = FALSE;
     gboolean force = FALSE;
@@ -30,6 +30,7 @@ struct Raw {
         g_free(board);
         g_free(script);
         g_free(trace);
+        g_free(time_scale);
     }
 };
 
@@ -45,7 +46,8 @@ bool parse(Raw &raw, int argc, char **argv)
         {"board", 'b', 0, G_OPTION_ARG_FILENAME, &raw.board, "Folder of the board: sockets and configuration", "DIR"},
         {"script", 's', 0, G_OPTION_ARG_FILENAME, &raw.script, "Commands to carry out, each with its time", "FILE"},
         {"trace", 't', 0, G_OPTION_ARG_FILENAME, &raw.trace, "Write every burst to FILE (see ptzctl decode)", "FILE"},
-        {"time-scale", 'x', 0, G_OPTION_ARG_DOUBLE, &raw.time_scale, "Let time run N times faster", "N"},
+        {"time-scale", 'x', 0, G_OPTION_ARG_STRING, &raw.time_scale,
+         "Let time run N times faster (else PTZ_TIME_SCALE)", "N"},
         {"real-wire-time", 'w', 0, G_OPTION_ARG_NONE, &raw.real_wire_time, "Bursts last as long as on a wire", nullptr},
         {"seed", 0, 0, G_OPTION_ARG_INT64, &raw.seed, "Seed of everything faults leave to chance", "N"},
         {"big-endian", 0, 0, G_OPTION_ARG_NONE, &raw.big_endian, "Send frame headers high byte first", nullptr},
@@ -76,9 +78,20 @@ bool parse(Raw &raw, int argc, char **argv)
         return usage_error("unexpected words on the command line");
     if (!raw.board || !*raw.board)
         return usage_error("--board DIR is missing");
-    if (!(raw.time_scale > 0 && raw.time_scale <= 1e6))
-        return usage_error("--time-scale takes a number above 0");
     return true;
+}
+
+// The factor on the command line, else in the environment that the whole system shares, else 1.
+bool parse_time_scale(const char *option, double &scale)
+{
+    const char *text = option ? option : g_getenv("PTZ_TIME_SCALE");
+    if (!text || !*text)
+        return true;
+    char *end = nullptr;
+    scale = g_ascii_strtod(text, &end);
+    if (*end == '\0' && scale > 0 && scale <= 1e6)
+        return true;
+    return usage_error(option ? "--time-scale takes a number above 0" : "PTZ_TIME_SCALE has to be a number above 0");
 }
 
 } // namespace
@@ -87,12 +100,11 @@ std::optional<Arguments> parse_arguments(int argc, char **argv, int &status)
 {
     Raw raw;
     status = 2;
-    if (!parse(raw, argc, argv))
+    Arguments arguments;
+    if (!parse(raw, argc, argv) || !parse_time_scale(raw.time_scale, arguments.board.time_scale))
         return std::nullopt;
     status = 0;
-    Arguments arguments;
     arguments.board.folder = raw.board;
-    arguments.board.time_scale = raw.time_scale;
     arguments.board.real_wire_time = raw.real_wire_time;
     arguments.board.overwrite_conf = raw.force;
     arguments.board.seed = static_cast<std::uint64_t>(raw.seed);

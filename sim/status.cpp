@@ -53,7 +53,7 @@ void fill_camera(Block block, const Camera &camera, std::int64_t now)
     const double zoom = camera.zoom.at(now);
     const double optical = std::min(zoom, Camera::kZoomOptical);
     const std::int64_t tenths = std::llround(camera.temperature * 10);
-    for (const std::size_t offset : {16, 18, 20, 22})
+    for (const std::size_t offset : {16u, 18u, 20u, 22u})
         put(block, offset, 2, tenths);
     put(block, 29, 1, lens_status(camera, now));
     put(block, 34, 2, std::llround(camera.focus.at(now)));

@@ -23,9 +23,12 @@ using spidev_wire::Op;
 using spidev_wire::Reply;
 using spidev_wire::Request;
 
-constexpr int kPeerTimeoutMs = 10'000;
-// A board answers within some 20 us; asking again for that long is far cheaper than being woken up.
-constexpr long kSpinNs = 60'000;
+// How long an answer may be overdue.
+constexpr std::int64_t kPeerTimeoutNs = 10'000'000'000;
+// A board answers within some 20 us, or at the end of the wire time when it keeps to that. Around these moments asking
+// again and again is far quicker than being woken up.
+constexpr std::int64_t kFirstSpinNs = 60'000;
+constexpr std::int64_t kWireSpinNs = 150'000;
 
 int fail(int error)
 {
@@ -33,11 +36,11 @@ int fail(int error)
     return -1;
 }
 
-long elapsed_ns(const timespec &since)
+std::int64_t monotonic_ns()
 {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return (now.tv_sec - since.tv_sec) * 1'000'000'000L + (now.tv_nsec - since.tv_nsec);
+    return now.tv_sec * std::int64_t{1'000'000'000} + now.tv_nsec;
 }
 
 bool is_socket(int fd)
@@ -64,17 +67,32 @@ int connect_board(const char *path)
     return fd;
 }
 
-// 0 once the descriptor is ready for `events` or has hung up, -1 with errno after an error or the peer timeout.
-int wait_ready(int fd, short events)
+// 0 once the descriptor is ready for `events` or has hung up, -1 with errno after an error or that time (ETIMEDOUT).
+int wait_ready(int fd, short events, std::int64_t timeout_ns)
 {
     pollfd entry{fd, events, 0};
+    const timespec timeout{timeout_ns / 1'000'000'000, timeout_ns % 1'000'000'000};
     int ready = 0;
     do {
-        ready = poll(&entry, 1, kPeerTimeoutMs);
+        ready = ppoll(&entry, 1, &timeout, nullptr);
     } while (ready < 0 && errno == EINTR);
     if (ready == 0)
         return fail(ETIMEDOUT);
     return ready < 0 ? -1 : 0;
+}
+
+// Lets time pass until the answer may be there: 0, or -1 with errno when it will not come any more.
+int await_answer(int fd, const Request &request)
+{
+    const std::int64_t now = monotonic_ns();
+    const std::int64_t end = request.sent_ns + spidev_wire::wire_ns(request);
+    if (now < request.sent_ns + kFirstSpinNs)
+        return 0;
+    if (now < end - kWireSpinNs) {
+        const int result = wait_ready(fd, POLLIN, end - kWireSpinNs - now);
+        return result == 0 || errno == ETIMEDOUT ? 0 : -1;
+    }
+    return now < end + kWireSpinNs ? 0 : wait_ready(fd, POLLIN, kPeerTimeoutNs);
 }
 
 int send_request(int fd, const Request &request, const void *data)
@@ -88,7 +106,7 @@ int send_request(int fd, const Request &request, const void *data)
         if (sendmsg(fd, &message, MSG_NOSIGNAL | MSG_DONTWAIT) >= 0)
             return 0;
         if (errno == EAGAIN) {
-            if (wait_ready(fd, POLLOUT) != 0)
+            if (wait_ready(fd, POLLOUT, kPeerTimeoutNs) != 0)
                 return -1;
         } else if (errno != EINTR) {
             return -1;
@@ -96,14 +114,12 @@ int send_request(int fd, const Request &request, const void *data)
     }
 }
 
-// Receives the answer to `sequence`; answers to requests that timed out earlier are dropped. The data part goes to
-// `data` when that is given.
-int receive_reply(int fd, std::uint32_t sequence, Reply &reply, void *data, std::size_t capacity)
+// Receives the answer to a request; answers to earlier ones that timed out are dropped. The data part goes to `data`
+// when that is given.
+int receive_reply(int fd, const Request &request, Reply &reply, void *data)
 {
-    timespec start{};
-    clock_gettime(CLOCK_MONOTONIC, &start);
+    std::array<iovec, 2> parts{{{&reply, sizeof reply}, {data, data ? request.length : 0}}};
     for (;;) {
-        std::array<iovec, 2> parts{{{&reply, sizeof reply}, {data, data ? capacity : 0}}};
         msghdr message{};
         message.msg_iov = parts.data();
         message.msg_iovlen = parts.size();
@@ -112,11 +128,11 @@ int receive_reply(int fd, std::uint32_t sequence, Reply &reply, void *data, std:
             return fail(ESHUTDOWN);
         if (got > 0 && static_cast<std::size_t>(got) < sizeof reply)
             return fail(EPROTO);
-        if (got > 0 && reply.sequence == sequence)
+        if (got > 0 && reply.sequence == request.sequence)
             return 0;
         if (got < 0 && errno != EAGAIN && errno != EINTR)
             return -1;
-        if (got < 0 && errno == EAGAIN && elapsed_ns(start) > kSpinNs && wait_ready(fd, POLLIN) != 0)
+        if (got < 0 && await_answer(fd, request) != 0)
             return -1;
     }
 }
@@ -125,10 +141,11 @@ int exchange(int fd, Request request, const void *tx, void *rx, std::uint32_t *v
 {
     static std::atomic<std::uint32_t> next_sequence{1};
     request.sequence = next_sequence.fetch_add(1, std::memory_order_relaxed);
+    request.sent_ns = monotonic_ns();
     Reply reply{};
     if (send_request(fd, request, tx) != 0)
         return -1;
-    if (receive_reply(fd, request.sequence, reply, rx, request.length) != 0)
+    if (receive_reply(fd, request, reply, rx) != 0)
         return -1;
     if (reply.status < 0)
         return fail(-reply.status);

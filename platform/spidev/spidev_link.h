@@ -15,7 +15,7 @@ int spidev_open(const char *path, int flags);
 /* As ioctl(2) on the descriptor. On a simulated board SPI_IOC_{WR,RD}_MODE32, _BITS_PER_WORD, _MAX_SPEED_HZ and
  * SPI_IOC_MESSAGE(1) are carried to the board, full duplex, and wait for its answer even when the descriptor is
  * O_NONBLOCK; any other request fails with ENOTTY. A board that went away gives ESHUTDOWN or EPIPE, one that keeps
- * silent ETIMEDOUT after 10 seconds. Returns 0 or more (bytes clocked for a message), or -1 with errno. */
+ * silent ETIMEDOUT 10 seconds after its time. Returns 0 or more (bytes clocked for a message), or -1 with errno. */
 int spidev_ioctl(int fd, unsigned long request, void *arg);
 
 #ifdef __cplusplus

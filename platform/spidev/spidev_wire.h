@@ -26,7 +26,14 @@ struct Request {
     std::uint8_t rx_nbits;
     std::uint8_t word_delay_usecs;
     std::uint8_t pad;
+    std::int64_t sent_ns; // CLOCK_MONOTONIC; the wire is busy from here on
 };
+
+// How long the bytes of a transfer take on the wire, in nanoseconds.
+inline std::int64_t wire_ns(const Request &request)
+{
+    return request.speed_hz == 0 ? 0 : std::int64_t{request.length} * 8'000'000'000 / request.speed_hz;
+}
 
 struct Reply {
     std::uint32_t sequence; // of the request that is answered

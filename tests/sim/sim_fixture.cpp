@@ -115,7 +115,7 @@ Answer parse_answer(const Bytes &burst)
     Answer answer;
     if (burst.size() < 4)
         return answer;
-    const std::size_t length = burst[0] | burst[1] << 8;
+    const auto length = static_cast<std::size_t>(burst[0] | burst[1] << 8);
     if (length + 4 > burst.size())
         return answer;
     answer.run.assign(burst.begin() + 4, burst.begin() + 4 + static_cast<std::ptrdiff_t>(length));

@@ -1,72 +1,8 @@
 // krx-sim as a person runs it.
+#include "program.h"
 #include "sim_fixture.h"
 
-#include <array>
-#include <csignal>
-#include <cstdio>
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace {
-
-// A running krx-sim; its output is one stream.
-class Program {
-  public:
-    explicit Program(std::vector<std::string> arguments)
-    {
-        std::array<int, 2> ends{};
-        EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-        arguments.insert(arguments.begin(), KRX_SIM);
-        std::vector<char *> argv;
-        for (std::string &argument : arguments)
-            argv.push_back(argument.data());
-        argv.push_back(nullptr);
-        pid_ = fork();
-        if (pid_ == 0) {
-            dup2(ends[1], 1);
-            dup2(ends[1], 2);
-            execv(KRX_SIM, argv.data());
-            _exit(127);
-        }
-        close(ends[1]);
-        output_ = fdopen(ends[0], "r");
-    }
-    ~Program()
-    {
-        if (pid_ > 0)
-            stop(SIGKILL);
-        std::fclose(output_);
-    }
-    // Reads until a line begins with `start`; false when the output ended before.
-    bool wait_for(const std::string &start)
-    {
-        std::array<char, 512> line{};
-        while (std::fgets(line.data(), line.size(), output_)) {
-            text += line.data();
-            if (std::string_view(line.data()).starts_with(start))
-                return true;
-        }
-        return false;
-    }
-    // Sends a signal (0: none) and gives the exit status, or 128 plus the signal that ended it.
-    int stop(int signal)
-    {
-        if (signal != 0)
-            kill(pid_, signal);
-        int status = 0;
-        waitpid(pid_, &status, 0);
-        pid_ = -1;
-        wait_for("\n never");
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-
-    std::string text; // everything read so far
-
-  private:
-    pid_t pid_ = -1;
-    FILE *output_ = nullptr;
-};
 
 class KrxSim : public testing::Test {
   protected:
@@ -140,7 +76,7 @@ TEST_F(KrxSim, UsageErrorsSayWhatToDo)
         {{"--bored"}, "Unknown option --bored"},
         {{"--board", dir, "more"}, "unexpected words"},
         {{"--board", dir, "--time-scale", "0"}, "--time-scale takes a number above 0"},
-        {{"--board", dir, "--time-scale", "fast"}, "fast"},
+        {{"--board", dir, "--time-scale", "fast"}, "--time-scale takes a number above 0"},
     };
     for (const auto &[arguments, message] : cases) {
         Program program(arguments);
@@ -155,6 +91,10 @@ TEST_F(KrxSim, UsageErrorsSayWhatToDo)
     Program too_long({"--board", folder.file(std::string(120, 'x'))});
     EXPECT_EQ(too_long.stop(0), 1);
     EXPECT_NE(too_long.text.find("too long"), std::string::npos);
+    const Environment scale("PTZ_TIME_SCALE", "-2");
+    Program negative({"--board", dir});
+    EXPECT_EQ(negative.stop(0), 2);
+    EXPECT_NE(negative.text.find("PTZ_TIME_SCALE"), std::string::npos);
     Program help({"--help"});
     EXPECT_EQ(help.stop(0), 0);
     EXPECT_NE(help.text.find("fault silence DURATION"), std::string::npos);
