@@ -126,13 +126,25 @@ TEST_F(ServiceTest, AClientWhoseMoveIsOverLeavesUnnoticed)
     overruled.reset();
     stopped.reset();
     // A last visitor whose move does run: the one stop that comes is on its behalf, so the others caused none.
-    Client listener(address());
     auto last = std::make_unique<Client>(address());
     last->call("Move", "([('zoom','continuous',10.0)], 0.0, @a{sv} {})");
     last.reset();
     run_until([&] { return DriverScript::get().lines().back() == "stop"; });
     const auto calls = driver_calls();
     EXPECT_EQ(std::count(calls.begin(), calls.end(), "stop"), 2);
+}
+
+TEST_F(ServiceTest, ARefusedMoveLeavesTheAxisWithItsOwner)
+{
+    start();
+    auto owner_of_pan = std::make_unique<Client>(address());
+    owner_of_pan->call("Move", "([('pan','continuous',30.0)], 0.0, @a{sv} {})");
+    DriverScript::get().set_works(false);
+    EXPECT_EQ(client.call("Move", "([('pan','absolute',1.0)], 0.0, @a{sv} {})").error, "Failed");
+    EXPECT_EQ(client.call("Stop").error, "Failed");
+    owner_of_pan.reset();
+    run_until([&] { return driver_calls().size() == 4; });
+    EXPECT_EQ(driver_calls()[3], "stop");
 }
 
 TEST_F(ServiceTest, ACallGoesOnWithoutTheClientThatMadeIt)

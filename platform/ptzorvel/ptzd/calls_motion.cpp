@@ -49,33 +49,37 @@ void call_move(PtzService &service, const CallPtr &call)
         return;
     }
     const unsigned stops = service.stops();
-    const unsigned token = service.move_owners().begin(call->sender(), move);
-    service.run(call, PtzService::Gate::running, [&service, move, stops, token](PTZDriver *driver, Call &answered) {
+    // Goes with the work: a move that is refused on the way is given up.
+    const auto claim = std::make_shared<MoveClaim>(service.move_owners(), call->sender(), move);
+    service.run(call, PtzService::Gate::running, [&service, move, stops, claim](PTZDriver *driver, Call &answered) {
         std::optional<CallError> error;
         if (service.stops() != stops)
             error = CallError{ErrorKind::cancelled, "A stop came in before this move began; send it again if it is "
                                                     "still wanted."};
         else
             error = carry_out(driver, move);
-        if (!error) {
-            answered.answer();
+        if (error) {
+            answered.refuse(*error);
             return;
         }
-        service.move_owners().give_up(token);
-        answered.refuse(*error);
+        claim->keep();
+        answered.answer();
     });
 }
 
 void call_stop(PtzService &service, const CallPtr &call)
 {
-    service.run_stop(call, [](PTZDriver *driver, Call &answered) {
+    const unsigned up_to = service.move_owners().latest();
+    service.run_stop(call, [&service, up_to](PTZDriver *driver, Call &answered) {
         ptz_driver_set_request(driver, nullptr);
-        if (!driver_replaces(driver, &PTZDriverClass::stop))
+        if (!driver_replaces(driver, &PTZDriverClass::stop)) {
             answered.refuse(not_supported("stop"));
-        else if (PTZ_DRIVER_GET_CLASS(driver)->stop(driver))
+        } else if (PTZ_DRIVER_GET_CLASS(driver)->stop(driver)) {
+            service.move_owners().stopped(up_to);
             answered.answer();
-        else
+        } else {
             answered.refuse(failed("take the stop"));
+        }
     });
 }
 

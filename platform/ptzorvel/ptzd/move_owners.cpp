@@ -1,6 +1,7 @@
 #include "ptzorvel/ptzd/move_owners.h"
 
 #include <algorithm>
+#include <utility>
 
 MoveOwners::MoveOwners(GDBusConnection *connection, std::function<void()> abandoned)
     : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), abandoned_(std::move(abandoned))
@@ -9,7 +10,8 @@ MoveOwners::MoveOwners(GDBusConnection *connection, std::function<void()> abando
 
 MoveOwners::~MoveOwners()
 {
-    clear();
+    for (const auto &[client, id] : watches_)
+        g_bus_unwatch_name(id);
     g_object_unref(connection_);
 }
 
@@ -21,10 +23,9 @@ unsigned MoveOwners::begin(const std::string &client, const MoveRequest &request
         move = ++moves_;
         for (std::size_t axis = 0; axis < owners_.size(); axis++) {
             const AxisMask bit = 1u << axis;
-            if ((request.running() & bit) != 0)
-                owners_[axis] = {client, move};
-            else if ((request.requested() & bit) != 0)
-                owners_[axis] = {};
+            const bool runs = (request.running() & bit) != 0;
+            if ((request.requested() & bit) != 0)
+                owners_[axis] = {runs ? client : "", owners_[axis].client, move};
         }
     }
     if (request.running() != 0)
@@ -33,21 +34,36 @@ unsigned MoveOwners::begin(const std::string &client, const MoveRequest &request
     return move;
 }
 
+void MoveOwners::confirm(unsigned move)
+{
+    const std::lock_guard lock(mutex_);
+    for (Owner &owner : owners_)
+        if (owner.move == move)
+            owner.former.clear();
+}
+
 void MoveOwners::give_up(unsigned move)
 {
     const std::lock_guard lock(mutex_);
     for (Owner &owner : owners_)
         if (owner.move == move)
-            owner = {};
+            owner.client = std::exchange(owner.former, {});
 }
 
-void MoveOwners::clear()
+unsigned MoveOwners::latest() const
 {
-    {
-        const std::lock_guard lock(mutex_);
-        owners_.fill({});
+    const std::lock_guard lock(mutex_);
+    return moves_;
+}
+
+void MoveOwners::stopped(unsigned up_to)
+{
+    const std::lock_guard lock(mutex_);
+    for (Owner &owner : owners_) {
+        owner.former.clear();
+        if (owner.move <= up_to)
+            owner.client.clear();
     }
-    drop_idle_watches();
 }
 
 void MoveOwners::watch(const std::string &client)
@@ -68,13 +84,15 @@ void MoveOwners::vanished(const std::string &client)
     {
         const std::lock_guard lock(mutex_);
         left_running = owns_any(client);
+        // It leaves once: what it owned is nobody's now, whatever becomes of the stop.
+        for (Owner &owner : owners_)
+            for (std::string *name : {&owner.client, &owner.former})
+                if (*name == client)
+                    name->clear();
     }
-    if (left_running) {
-        clear();
+    drop_idle_watches();
+    if (left_running)
         abandoned_();
-    } else {
-        drop_idle_watches();
-    }
 }
 
 void MoveOwners::drop_idle_watches()
@@ -92,7 +110,8 @@ void MoveOwners::drop_idle_watches()
     }
 }
 
-bool MoveOwners::owns_any(const std::string &client)
+bool MoveOwners::owns_any(const std::string &client) const
 {
-    return std::any_of(owners_.begin(), owners_.end(), [&](const Owner &owner) { return owner.client == client; });
+    return std::any_of(owners_.begin(), owners_.end(),
+                       [&](const Owner &owner) { return owner.client == client || owner.former == client; });
 }

@@ -19,17 +19,21 @@ class MoveOwners {
     MoveOwners(const MoveOwners &) = delete;
     MoveOwners &operator=(const MoveOwners &) = delete;
 
-    // A move of `client` was taken: it owns what it lets run, and nobody owns the other axes that it asks for. The
-    // result names this move to give_up(). Main thread.
+    // A move of `client` was asked for: it will own what it lets run, and nobody the other axes that it asks for. Until
+    // confirm() or give_up() is called with the result, the former owners count as well. Main thread.
     unsigned begin(const std::string &client, const MoveRequest &request);
-    // That move did not happen. Any thread.
+    // That move was carried out, or was not. Any thread.
+    void confirm(unsigned move);
     void give_up(unsigned move);
-    // Everything stops. Main thread.
-    void clear();
+    // The latest move that began. Any thread.
+    unsigned latest() const;
+    // Everything was stopped that moves up to that one had started. Any thread.
+    void stopped(unsigned up_to);
 
   private:
     struct Owner {
         std::string client; // empty: nobody
+        std::string former; // while `move` is neither confirmed nor given up
         unsigned move = 0;
     };
 
@@ -37,12 +41,39 @@ class MoveOwners {
     void vanished(const std::string &client);
     void watch(const std::string &client);
     void drop_idle_watches();
-    bool owns_any(const std::string &client); // under the lock
+    bool owns_any(const std::string &client) const; // under the lock
 
     GDBusConnection *connection_;
     const std::function<void()> abandoned_;
     std::map<std::string, guint> watches_; // main thread
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::array<Owner, AXIS_COUNT> owners_;
     unsigned moves_ = 0;
+};
+
+// One move's place among the owners: given up unless it is kept.
+class MoveClaim {
+  public:
+    MoveClaim(MoveOwners &owners, const std::string &client, const MoveRequest &request)
+        : owners_(owners), move_(owners.begin(client, request))
+    {
+    }
+    ~MoveClaim()
+    {
+        if (!kept_)
+            owners_.give_up(move_);
+    }
+    MoveClaim(const MoveClaim &) = delete;
+    MoveClaim &operator=(const MoveClaim &) = delete;
+
+    void keep()
+    {
+        kept_ = true;
+        owners_.confirm(move_);
+    }
+
+  private:
+    MoveOwners &owners_;
+    const unsigned move_;
+    bool kept_ = false;
 };

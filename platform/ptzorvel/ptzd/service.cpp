@@ -202,7 +202,6 @@ void PtzService::run(const CallPtr &call, Gate gate, Work work)
 void PtzService::run_stop(const CallPtr &call, Work work)
 {
     stops_++;
-    move_owners_->clear();
     post(call, TaskQueue::Lane::urgent, Gate::running, std::move(work));
 }
 
