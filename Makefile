@@ -57,6 +57,7 @@ install: deps build/release/build.ninja
 	meson configure build/release --prefix='$(PREFIX)'
 	ninja -C build/release
 	meson install -C build/release --no-rebuild $(if $(DESTDIR),--destdir '$(DESTDIR)')
+	$(if $(DESTDIR),,-ldconfig)
 
 clean:
 	rm -rf build

@@ -15,6 +15,8 @@ step() {
 }
 
 mapfile -t sources < <(git ls-files '*.cpp' '*.h' '*.c')
+# The C headers of the board's libraries keep the layout of GLib's C.
+mapfile -t formatted < <(git ls-files '*.cpp' '*.h' '*.c' ':(glob,exclude)platform/*/*.h')
 mapfile -t scripts < <(git ls-files '*.sh' .ci/run)
 
 check_scripts() {
@@ -41,7 +43,7 @@ tidy() {
 }
 
 step "scripts" check_scripts
-step "formatting" clang-format --dry-run -Werror "${sources[@]}"
+step "formatting" clang-format --dry-run -Werror "${formatted[@]}"
 step "clang build without warnings" clang_build
 step "clang-tidy" tidy
 
