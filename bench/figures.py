@@ -1,0 +1,189 @@
+#!/usr/bin/python3
+"""Usage: bench/figures.py BUILD_DIR [--repetitions N]
+
+Runs the benchmarks of a build (5 repetitions) and starts ptzd with the plug-in on a simulated camera for its memory.
+Prints every figure beside its target as the table of docs/performance.md, and the machine that they come from; each
+figure is the median of the repetitions. Status 1 when a target is missed or something could not be measured.
+"""
+import argparse
+import json
+import os
+import pathlib
+import platform
+import signal
+import subprocess
+import sys
+import tempfile
+
+# what it is, benchmark, its value, unit, digits, target ("<=" or ">=" and a number; None: for information)
+FIGURES = [
+    ("frame encode plus check, 1 KiB payload", "frame_encode_and_check", "cpu_time", "ns", 0, ("<=", 200)),
+    ("append and derivation of a full status run", "status_append_and_derive", "cpu_time", "ns", 0, ("<=", 1000)),
+    ("heap allocations of the plug-in per refresh with publication, steady state",
+     "refresh_allocations", "driver", "", 0, ("<=", 0)),
+    ("the same, in the libraries of `platform/`", "refresh_allocations", "stand_ins", "", 0, None),
+    ("one exchange over the simulated link, median", "link_exchange", "median_us", "us", 1, ("<=", 60)),
+    ("the same, 99th percentile", "link_exchange", "p99_us", "us", 1, None),
+    ("refresh with publication over the link, median", "link_refresh_with_publication", "median_us", "us", 1, None),
+    ("absolute zoom plus pan/tilt move, virtual wire time, median", "move_zoom_pan_tilt", "median_us", "us", 1, None),
+    ("its bursts", "move_zoom_pan_tilt", "bursts", "", 0, None),
+    ("the same move, real wire time (1024 bytes at 3 MHz), median",
+     "move_zoom_pan_tilt_on_real_wire", "median_us", "us", 0, None),
+    ("of it, what the bytes take at their speed", "move_zoom_pan_tilt_on_real_wire", "wire_us", "us", 0, None),
+    ("of it, outside the calls to the SPI device", "move_zoom_pan_tilt_on_real_wire", "outside_us", "us", 1, None),
+    ("share of the move within the calls to the SPI device", "move_zoom_pan_tilt_on_real_wire", "device_percent", "%", 2, None),
+    ("share of the move that its bytes need on the wire", "move_zoom_pan_tilt_on_real_wire", "wire_percent", "%", 2, (">=", 99)),
+    ("resident memory of `ptzd` with the plug-in", "ptzd_memory", "resident_mb", "MB", 1, ("<=", 10)),
+]
+
+MOVES = (["move", "pan=10", "tilt=5", "zoom=2000", "--wait"], ["move", "pan=-10", "tilt=15", "zoom=4000", "--wait"])
+
+BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <listen>unix:path={folder}/bus</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default"><allow send_destination="*"/><allow eavesdrop="true"/><allow own="*"/></policy>
+</busconfig>
+"""
+
+
+class Processes:
+    """Programs with their output in the folder; all are ended, the last one first, at the end of a with block."""
+
+    def __init__(self, folder, environment):
+        self.folder, self.environment, self.running = folder, environment, []
+
+    def __enter__(self):
+        return self
+
+    def start(self, name, *command):
+        """The running program; what it prints can be read from its stdout, its messages go to NAME.log."""
+        errors = open(self.folder / f"{name}.log", "w", encoding="utf-8")
+        process = subprocess.Popen(command, env=self.environment, stdout=subprocess.PIPE, stderr=errors, text=True)
+        self.running.append(process)
+        return process
+
+    def __exit__(self, *_):
+        for process in reversed(self.running):
+            process.send_signal(signal.SIGTERM)
+            try:
+                process.wait(timeout=20)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
+
+
+def resident_mb(pid):
+    for line in pathlib.Path(f"/proc/{pid}/status").read_text(encoding="ascii").splitlines():
+        if line.startswith("VmRSS:"):
+            return int(line.split()[1]) / 1024
+    raise RuntimeError("ptzd has no resident memory")
+
+
+def measure_memory(build):
+    """Megabytes that ptzd keeps after start-up and a few moves."""
+    with tempfile.TemporaryDirectory(prefix="ptz-bench-") as name:
+        folder = pathlib.Path(name)
+        board = folder / "board"
+        (folder / "bus.conf").write_text(BUS_CONFIG.format(folder=folder), encoding="ascii")
+        environment = dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=f"unix:path={folder}/bus", PTZ_DATA_DIR=str(board),
+                           PTZ_BOARD=str(board))
+        environment.pop("PTZ_TIME_SCALE", None)
+        with Processes(folder, environment) as processes:
+            bus = processes.start("bus", "dbus-daemon", f"--config-file={folder}/bus.conf", "--nofork", "--nopidfile",
+                                  "--print-address=1")
+            bus.stdout.readline()
+            simulator = processes.start("sim", build / "sim/krx-sim", "--board", board, "--quiet")
+            if simulator.stdout.readline() != "ready\n":
+                raise RuntimeError("krx-sim does not start: " + (folder / "sim.log").read_text())
+            ptzd = processes.start("ptzd", build / "platform/ptzorvel/ptzd/ptzd", "--plugin",
+                                   build / "driver/plugin/libptz_driver_canon.so")
+
+            def ptzctl(*words):
+                subprocess.run([build / "tools/ptzctl/ptzctl", *words], env=environment, check=True,
+                               stdout=subprocess.DEVNULL, timeout=120)
+            ptzctl("state", "--wait", "1", "--within", "60")
+            for words in MOVES * 2:
+                ptzctl(*words)
+            ptzctl("published")
+            return resident_mb(ptzd.pid)
+
+
+def run_benchmarks(build, repetitions):
+    """{benchmark: {value: median}}"""
+    command = [build / "bench/ptz_bench", f"--benchmark_repetitions={repetitions}",
+               "--benchmark_report_aggregates_only=true", "--benchmark_format=json"]
+    result = subprocess.run(command, stdout=subprocess.PIPE, check=False)
+    report = json.loads(result.stdout)
+    medians = {}
+    for entry in report["benchmarks"]:
+        if entry.get("error_occurred"):
+            print(f"figures: {entry['name']}: {entry['error_message']}", file=sys.stderr)
+        elif entry.get("aggregate_name") == "median":
+            medians[entry["run_name"].split("/")[0]] = entry
+    if result.returncode != 0:
+        raise RuntimeError(f"ptz_bench ended with status {result.returncode}")
+    return medians
+
+
+def machine():
+    model = "unknown processor"
+    for line in pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines():
+        if line.startswith("model name"):
+            model = line.split(":", 1)[1].strip()
+            break
+    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
+    release = platform.freedesktop_os_release().get("PRETTY_NAME", "Linux")
+    return (f"{os.cpu_count()} x {model}, {memory:.0f} GB, {release}, Linux {platform.release()}, "
+            f"gcc {compiler_version()}, release build")
+
+
+def compiler_version():
+    return subprocess.run(["c++", "-dumpfullversion"], stdout=subprocess.PIPE, text=True, check=False).stdout.strip()
+
+
+def target_text(target, unit):
+    if target is None:
+        return ""
+    return f"{'at most' if target[0] == '<=' else 'at least'} {target[1]} {unit}".rstrip()
+
+
+def print_table(values):
+    """True when every target is met."""
+    good = True
+    print("| what | target | measured |\n|---|---|---|")
+    for what, benchmark, key, unit, digits, target in FIGURES:
+        value = values.get(benchmark, {}).get(key)
+        if value is None:
+            text = "not measured"
+        else:
+            text = f"{value:.{digits}f} {unit}".rstrip()
+        met = value is not None and (
+            target is None or (value <= target[1] if target[0] == "<=" else value >= target[1]))
+        print(f"| {what} | {target_text(target, unit)} | {text}{'' if met or value is None else ' (missed)'} |")
+        good = good and met
+    return good
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("build", type=pathlib.Path)
+    parser.add_argument("--repetitions", type=int, default=5)
+    arguments = parser.parse_args()
+    build = arguments.build.resolve()
+    load_before = os.getloadavg()[0]
+    try:
+        values = run_benchmarks(build, arguments.repetitions)
+        values["ptzd_memory"] = {"resident_mb": measure_memory(build)}
+    except (OSError, RuntimeError, ValueError, subprocess.SubprocessError) as problem:
+        print(f"figures: {problem}", file=sys.stderr)
+        return 1
+    good = print_table(values)
+    print(f"\nThe machine: {machine()}. Medians of {arguments.repetitions} repetitions; "
+          f"the load average was {load_before:.1f} at the start.")
+    return 0 if good else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
