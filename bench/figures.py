@@ -111,7 +111,7 @@ def measure_memory(build):
 
 
 def run_benchmarks(build, repetitions):
-    """{benchmark: {value: median}}"""
+    """{benchmark: {value: median}}, and what compiled them."""
     command = [build / "bench/ptz_bench", f"--benchmark_repetitions={repetitions}",
                "--benchmark_report_aggregates_only=true", "--benchmark_format=json"]
     result = subprocess.run(command, stdout=subprocess.PIPE, check=False)
@@ -124,10 +124,10 @@ def run_benchmarks(build, repetitions):
             medians[entry["run_name"].split("/")[0]] = entry
     if result.returncode != 0:
         raise RuntimeError(f"ptz_bench ended with status {result.returncode}")
-    return medians
+    return medians, report["context"]["built_with"]
 
 
-def machine():
+def machine(built_with):
     model = "unknown processor"
     for line in pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines():
         if line.startswith("model name"):
@@ -136,11 +136,7 @@ def machine():
     memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
     release = platform.freedesktop_os_release().get("PRETTY_NAME", "Linux")
     return (f"{os.cpu_count()} x {model}, {memory:.0f} GB, {release}, Linux {platform.release()}, "
-            f"gcc {compiler_version()}, release build")
-
-
-def compiler_version():
-    return subprocess.run(["c++", "-dumpfullversion"], stdout=subprocess.PIPE, text=True, check=False).stdout.strip()
+            f"{built_with}")
 
 
 def target_text(target, unit):
@@ -174,13 +170,13 @@ def main():
     build = arguments.build.resolve()
     load_before = os.getloadavg()[0]
     try:
-        values = run_benchmarks(build, arguments.repetitions)
+        values, built_with = run_benchmarks(build, arguments.repetitions)
         values["ptzd_memory"] = {"resident_mb": measure_memory(build)}
     except (OSError, RuntimeError, ValueError, subprocess.SubprocessError) as problem:
         print(f"figures: {problem}", file=sys.stderr)
         return 1
     good = print_table(values)
-    print(f"\nThe machine: {machine()}. Medians of {arguments.repetitions} repetitions; "
+    print(f"\nThe machine: {machine(built_with)}. Medians of {arguments.repetitions} repetitions; "
           f"the load average was {load_before:.1f} at the start.")
     return 0 if good else 1
 

@@ -14,6 +14,7 @@ int main(int argc, char **argv)
         execv("/proc/self/exe", argv);
     }
     setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
+    benchmark::AddCustomContext("built_with", BUILT_WITH);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
