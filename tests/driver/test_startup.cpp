@@ -197,6 +197,29 @@ TEST_F(Startup, CloseTakesEverythingDownInOrder)
     EXPECT_EQ(log.count("error: Failed to set video output to on"), 1); // the picture control went with close
 }
 
+TEST_F(Startup, ResetAfterCloseBringsTheJobsBack)
+{
+    ptz_driver_canon_op_open(&driver->parent_instance);
+    ptz_driver_canon_op_close(&driver->parent_instance);
+    EXPECT_EQ(framework().run_tasks(), 0u);
+    EXPECT_TRUE(ptz_driver_canon_op_run_special_command(&driver->parent_instance, "reset"));
+    EXPECT_EQ(state(), PTZ_STATE_RUNNING);
+    EXPECT_EQ(framework().run_tasks(), 2u); // publishing and poll go on
+    EXPECT_EQ(port_references(), 2u);
+}
+
+TEST_F(Startup, AStartThatComesAfterCloseDoesNothing)
+{
+    port.status.clear();
+    ptz_driver_canon_op_open(&driver->parent_instance); // fails, and so leaves the routine with the framework
+    ASSERT_NE(driver->parent_instance.start_routine, nullptr);
+    ptz_driver_canon_op_close(&driver->parent_instance);
+    hardware.calls.clear();
+    EXPECT_TRUE(driver->parent_instance.start_routine(&driver->parent_instance));
+    EXPECT_EQ(state(), PTZ_STATE_CLOSED);
+    EXPECT_TRUE(hardware.calls.empty());
+}
+
 TEST_F(Startup, AThousandTimesLeavesWhatOnceLeaves)
 {
     ptz_driver_canon_op_open(&driver->parent_instance);
