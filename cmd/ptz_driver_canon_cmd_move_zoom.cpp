@@ -12,6 +12,9 @@
 #include "vcc/vccif_convert.h"
 #include "vcc/vccif_model.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace {
 
 constexpr const char *ZOOM_FAILURE = "Failed to execute zoom setup command";
@@ -35,6 +38,14 @@ void add_optical_position(CommandBuffer &commands, const CameraModel *model, int
         commands.add(kZoomMagnification, static_cast<int>(vccif_zenta_to_vcc_optical_magnification(model, target)));
     else
         commands.add(kZoomOpticalPosition, static_cast<int>(vccif_zenta_to_vcc_zoom(model, target)));
+}
+
+// A digital zoom configured beyond reason puts the present position at an end of what an int holds.
+int sum_within_int(int a, int b)
+{
+    const std::int64_t sum = std::int64_t{a} + b;
+    return static_cast<int>(
+        std::clamp<std::int64_t>(sum, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
 // In whole percent: the magnitude of the value, at least 1.
@@ -70,7 +81,7 @@ void ptz_driver_canon_cmd_move_zoom(PTZDriverCanon *self, int move_type, std::in
         if (position == 0)
             stop_zoom(self);
         else
-            ptz_driver_canon_cmd_zoom_absolute(self, self->current.zoom_zenta + position);
+            ptz_driver_canon_cmd_zoom_absolute(self, sum_within_int(self->current.zoom_zenta, position));
         break;
     case PTZ_MOVE_CONTINUOUS:
         ptz_driver_canon_cmd_zoom_continuous(self, value);

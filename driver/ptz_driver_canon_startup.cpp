@@ -158,7 +158,8 @@ gboolean ptz_driver_canon_startup(PTZDriverCanon *self)
 
 gboolean ptz_driver_canon_start_routine(PTZDriver *driver)
 {
-    return ptz_driver_canon_startup(ptz_driver_canon_of(driver));
+    PTZDriverCanon *self = ptz_driver_canon_of(driver);
+    return self->closed ? TRUE : ptz_driver_canon_startup(self);
 }
 
 gboolean ptz_driver_canon_boot(PTZDriverCanon *self)
@@ -194,6 +195,7 @@ void ptz_driver_canon_stop_camera(PTZDriverCanon *self)
 
 void ptz_driver_canon_reset(PTZDriverCanon *self)
 {
+    self->closed = FALSE; // a reset brings a closed driver back as well, with all its jobs
     ptz_driver_canon_set_state(self, PTZ_STATE_INITIALISING);
     ptz_driver_canon_stop_camera(self);
     reset_camera_state(self);

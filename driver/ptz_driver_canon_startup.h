@@ -10,5 +10,6 @@ gboolean ptz_driver_canon_boot(PTZDriverCanon *self);
 // Full restart, whatever the state: stops the camera, forgets what it reported and starts up again.
 void ptz_driver_canon_reset(PTZDriverCanon *self);
 
-// ptz_driver_canon_startup as the framework's start routine.
+// ptz_driver_canon_startup as the framework's start routine. One that the framework gets round to only after the driver
+// was closed does nothing.
 gboolean ptz_driver_canon_start_routine(PTZDriver *driver);

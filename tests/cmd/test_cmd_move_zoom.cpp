@@ -81,6 +81,14 @@ TEST_F(ZoomRelative, ZeroStopsAndRecordsTheMagnification)
     EXPECT_EQ(driver->current.zoom_zenta, 5000);
 }
 
+TEST_F(ZoomRelative, AnImpossibleDigitalZoomStaysWithinTheLimits)
+{
+    driver->max_digital_zoom = -1e30f; // as configured
+    EXPECT_EQ(moved(2, 0.5), Lines{"03 00 02 00"});
+    EXPECT_EQ(driver->current.zoom_zenta, -2147483647 - 1);
+    EXPECT_EQ(moved(2, -5), Lines{FULL_SPEED + "05 00 02 06 00 00"});
+}
+
 TEST_F(ZoomContinuous, SpeedFollowsTheMagnitude)
 {
     const std::string tele = "05 00 02 02 0B 00";

@@ -4,6 +4,8 @@
 #include "tests/support/fake_hardware.h"
 #include "vcc/vccif_status.h"
 
+#include <glib/gstdio.h>
+
 namespace {
 
 int ports_locked = 0;
@@ -105,21 +107,88 @@ TEST_F(Startup, AnUnknownModelIsLoggedAndStartUpGoesOn)
     EXPECT_EQ(state(), PTZ_STATE_RUNNING);
 }
 
-TEST_F(Startup, TemperatureHoldUndoesOnlyAnOpenThatWasMade)
+// With both limits configured and a thermal zone that the test writes.
+class TemperatureHold : public Startup {
+  protected:
+    TemperatureHold()
+    {
+        drop_driver();
+        write_file("krx_driver.conf", std::string(GOOD_CONFIG) + "TemperatureLowerLimit=0\nTemperatureUpperLimit=60\n");
+        g_setenv("PTZ_BOARD", folder().c_str(), TRUE);
+        g_mkdir((folder() + "/thermal_zone0").c_str(), 0700);
+    }
+
+    ~TemperatureHold() override
+    {
+        drop_driver();
+        g_unsetenv("PTZ_BOARD");
+    }
+
+    void set_celsius(int degrees) const { write_file("thermal_zone0/temp", std::to_string(degrees) + "000\n"); }
+
+    // The controller looks at the zone, and the jobs run once.
+    void measure(int degrees)
+    {
+        set_celsius(degrees);
+        framework().run_tasks();
+    }
+};
+
+TEST_F(TemperatureHold, UndoesOnlyAnOpenThatWasMade)
 {
-    // The framework's controller measures a folder that we write.
-    driver->temp_controller->temperature_ok = 0;
-    ptz_driver_canon_release_port(driver);
-    EXPECT_EQ(port.closes, 0);
+    set_celsius(-10);
+    make_driver(false);
+    ptz_driver_canon_op_open(&driver->parent_instance);
+    EXPECT_EQ(state(), PTZ_STATE_TOO_COLD);
+    EXPECT_EQ(driver->parent_instance.start_routine, nullptr);
+    EXPECT_EQ(port.closes, 0); // it was never opened
     EXPECT_EQ(port_references(), 1u);
 
-    driver->temp_controller->temperature_ok = 1;
-    ptz_driver_canon_startup(driver);
+    measure(20);
+    EXPECT_EQ(state(), PTZ_STATE_RUNNING);
+    measure(-10);
+    EXPECT_EQ(state(), PTZ_STATE_TOO_COLD);
+    measure(-10);
+    EXPECT_EQ(framework().queued.size(), 1u); // only the controller goes on looking
+    for (int i = 0; i < 2; ++i) {
+        ptz_driver_canon_reset(driver);
+        EXPECT_EQ(state(), PTZ_STATE_TOO_COLD);
+        EXPECT_EQ(port.closes, 1);
+        EXPECT_EQ(port_references(), 1u);
+    }
+    measure(20);
+    EXPECT_EQ(state(), PTZ_STATE_RUNNING);
+    EXPECT_EQ(framework().queued.size(), 3u);
+    EXPECT_EQ(ports_locked, 0);
+}
+
+TEST_F(TemperatureHold, HeatLeavesThePortOpen)
+{
+    set_celsius(20);
+    make_driver(false);
+    ptz_driver_canon_op_open(&driver->parent_instance);
+    measure(70);
+    EXPECT_EQ(state(), PTZ_STATE_TOO_HOT);
+    EXPECT_FALSE(driver->camera_powered);
+    ptz_driver_canon_reset(driver);
+    EXPECT_EQ(state(), PTZ_STATE_TOO_HOT);
+    EXPECT_EQ(port.closes, 0);
+    measure(20);
+    EXPECT_EQ(state(), PTZ_STATE_RUNNING);
     EXPECT_EQ(port_references(), 2u);
-    ptz_driver_canon_release_port(driver);
-    ptz_driver_canon_release_port(driver);
-    EXPECT_EQ(port.closes, 1);
-    EXPECT_EQ(port_references(), 1u);
+}
+
+TEST_F(TemperatureHold, AClosedDriverStaysClosed)
+{
+    set_celsius(20);
+    make_driver(false);
+    ptz_driver_canon_op_open(&driver->parent_instance);
+    measure(70);
+    ptz_driver_canon_op_close(&driver->parent_instance);
+    hardware.calls.clear();
+    measure(20);
+    EXPECT_EQ(state(), PTZ_STATE_CLOSED);
+    EXPECT_TRUE(hardware.calls.empty());
 }
 
 TEST_F(Startup, OutOfRangeWithoutAReasonIsAFailure)
@@ -195,6 +264,29 @@ TEST_F(Startup, CloseTakesEverythingDownInOrder)
     ptz_driver_canon_op_open(&driver->parent_instance);
     EXPECT_EQ(state(), PTZ_STATE_RUNNING);
     EXPECT_EQ(log.count("error: Failed to set video output to on"), 1); // the picture control went with close
+}
+
+TEST_F(Startup, ResetAfterCloseBringsTheJobsBack)
+{
+    ptz_driver_canon_op_open(&driver->parent_instance);
+    ptz_driver_canon_op_close(&driver->parent_instance);
+    EXPECT_EQ(framework().run_tasks(), 0u);
+    EXPECT_TRUE(ptz_driver_canon_op_run_special_command(&driver->parent_instance, "reset"));
+    EXPECT_EQ(state(), PTZ_STATE_RUNNING);
+    EXPECT_EQ(framework().run_tasks(), 2u); // publishing and poll go on
+    EXPECT_EQ(port_references(), 2u);
+}
+
+TEST_F(Startup, AStartThatComesAfterCloseDoesNothing)
+{
+    port.status.clear();
+    ptz_driver_canon_op_open(&driver->parent_instance); // fails, and so leaves the routine with the framework
+    ASSERT_NE(driver->parent_instance.start_routine, nullptr);
+    ptz_driver_canon_op_close(&driver->parent_instance);
+    hardware.calls.clear();
+    EXPECT_TRUE(driver->parent_instance.start_routine(&driver->parent_instance));
+    EXPECT_EQ(state(), PTZ_STATE_CLOSED);
+    EXPECT_TRUE(hardware.calls.empty());
 }
 
 TEST_F(Startup, AThousandTimesLeavesWhatOnceLeaves)
