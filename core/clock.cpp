@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cmath>
 #include <cstdlib>
 #include <sys/select.h>
 #include <sys/time.h>
@@ -12,7 +13,7 @@ double time_scale_from_environment()
 {
     const char *text = std::getenv("PTZ_TIME_SCALE");
     const double scale = text != nullptr ? std::strtod(text, nullptr) : 1.0;
-    return scale > 0.0 ? scale : 1.0;
+    return std::isfinite(scale) && scale > 0.0 ? scale : 1.0;
 }
 
 std::int64_t machine_time_us()
