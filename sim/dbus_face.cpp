@@ -123,8 +123,10 @@ DBusFace::~DBusFace()
         g_bus_unown_name(name_);
     if (object_)
         g_dbus_connection_unregister_object(connection_, object_);
-    g_clear_pointer(&node_, g_dbus_node_info_unref);
-    g_clear_object(&connection_);
+    if (node_)
+        g_dbus_node_info_unref(node_);
+    if (connection_)
+        g_object_unref(connection_);
 }
 
 } // namespace sim

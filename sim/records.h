@@ -94,8 +94,8 @@ struct Param {
 };
 
 struct RecordRow {
-    Rec id;
     const char *name;
+    Rec id;
     std::uint8_t cls;
     std::uint8_t group;
     std::uint8_t item;

@@ -175,7 +175,7 @@ std::vector<std::string> decode_status(std::span<const std::uint8_t> run)
     while (!run.empty()) {
         const std::size_t size = field(run, 2, 2) + std::size_t{4};
         if (size == 4 || size > run.size()) {
-            lines.push_back("Block with a wrong length");
+            lines.emplace_back("Block with a wrong length");
             break;
         }
         lines.push_back(describe_block(run.first(size)));

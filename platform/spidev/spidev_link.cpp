@@ -53,9 +53,10 @@ int connect_board(const char *path)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (std::strlen(path) >= sizeof address.sun_path)
+    const std::size_t length = std::strlen(path);
+    if (length >= sizeof address.sun_path)
         return fail(ENAMETOOLONG);
-    std::strcpy(address.sun_path, path);
+    std::memcpy(address.sun_path, path, length);
     const int fd = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (fd < 0)
         return -1;

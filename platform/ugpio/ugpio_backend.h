@@ -26,15 +26,15 @@ inline int fail(int error)
     return -1;
 }
 
-// Every function returns 0 or more, or -1 with errno.
+// Every function returns 0 or more, or -1 with errno; none lets an exception out into the C caller.
 struct Backend {
-    int (*find_number)(int number); // gives the `line` of a handle
-    int (*find_name)(const char *name);
-    int (*set_direction)(int line, unsigned flags);
-    int (*open)(ugpio &handle);
-    int (*read)(ugpio &handle);
-    int (*set_edge)(ugpio &handle, unsigned flags);
-    int (*make_fd)(ugpio &handle); // a descriptor for the caller
+    int (*find_number)(int number) noexcept; // gives the `line` of a handle
+    int (*find_name)(const char *name) noexcept;
+    int (*set_direction)(int line, unsigned flags) noexcept;
+    int (*open)(ugpio &handle) noexcept;
+    int (*read)(ugpio &handle) noexcept;
+    int (*set_edge)(ugpio &handle, unsigned flags) noexcept;
+    int (*make_fd)(ugpio &handle) noexcept; // a descriptor for the caller
 };
 
 extern const Backend kKernelBackend;

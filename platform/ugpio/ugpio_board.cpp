@@ -124,12 +124,13 @@ class Connection {
     {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
+        constexpr char kSocket[] = "/gpio";
         const std::size_t length = std::strlen(board);
-        if (length + sizeof "/gpio" > sizeof address.sun_path || length >= sizeof board_)
+        if (length + sizeof kSocket > sizeof address.sun_path)
             return fail(ENAMETOOLONG);
-        std::strcpy(board_, board);
-        std::strcpy(address.sun_path, board);
-        std::strcat(address.sun_path, "/gpio");
+        std::memcpy(board_, board, length + 1);
+        std::memcpy(address.sun_path, board, length);
+        std::memcpy(address.sun_path + length, kSocket, sizeof kSocket);
         fd_ = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
         if (fd_ < 0)
             return -1;
@@ -178,17 +179,17 @@ int find_line(Match match)
     return fail(ENOENT);
 }
 
-int find_number(int number)
+int find_number(int number) noexcept
 {
     return find_line([number](const LineInfo &line) { return line.number == number; });
 }
 
-int find_name(const char *name)
+int find_name(const char *name) noexcept
 {
     return find_line([name](const LineInfo &line) { return std::strncmp(line.name.data(), name, kNameSize) == 0; });
 }
 
-int set_direction(int line, unsigned flags)
+int set_direction(int line, unsigned flags) noexcept
 {
     Connection &board = connection();
     const std::lock_guard lock(board.mutex);
@@ -199,12 +200,12 @@ int set_direction(int line, unsigned flags)
     return board.call(Op::drive, static_cast<unsigned>(line), flags == UGPIO_OUT_HIGH ? 1 : 0, nullptr);
 }
 
-int open_line(ugpio &)
+int open_line(ugpio &) noexcept
 {
     return 0;
 }
 
-int read_level(ugpio &handle)
+int read_level(ugpio &handle) noexcept
 {
     // The notification first: an edge between the two is then notified again rather than lost.
     char status = 0;
@@ -219,12 +220,12 @@ int read_level(ugpio &handle)
     return line < board.hello().count ? board.level(line) : fail(ENOENT);
 }
 
-int set_edge(ugpio &, unsigned)
+int set_edge(ugpio &, unsigned) noexcept
 {
     return 0;
 }
 
-int make_fd(ugpio &handle)
+int make_fd(ugpio &handle) noexcept
 {
     if (handle.edge != UGPIO_EDGE_RISING)
         return fail(EINVAL);

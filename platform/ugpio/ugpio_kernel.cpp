@@ -57,7 +57,7 @@ std::string read_text(const std::string &path)
 }
 
 // Exports the line if it is not yet. It stays exported: the kernel guarantees an output's level only that long.
-int find_number(int number)
+int find_number(int number) noexcept
 {
     if (access(attribute(number, "value").c_str(), F_OK) == 0)
         return number;
@@ -67,29 +67,25 @@ int find_number(int number)
     return number;
 }
 
-int find_name(const char *name)
+int find_name(const char *name) noexcept
 {
-    try {
-        const int number = find_kernel_line(name, root("UGPIO_DEV_ROOT", "/dev"), sysfs_root(), kCharacterDevice);
-        return number < 0 ? -1 : find_number(number);
-    } catch (const std::exception &) {
-        return fail(ENOMEM);
-    }
+    const int number = find_kernel_line(name, root("UGPIO_DEV_ROOT", "/dev"), sysfs_root(), kCharacterDevice);
+    return number < 0 ? -1 : find_number(number);
 }
 
-int set_direction(int line, unsigned flags)
+int set_direction(int line, unsigned flags) noexcept
 {
     const char *direction = flags == UGPIO_OUT_HIGH ? "high" : flags == UGPIO_OUT_LOW ? "low" : "in";
     return write_text(attribute(line, "direction"), direction);
 }
 
-int open_value(ugpio &handle)
+int open_value(ugpio &handle) noexcept
 {
     handle.fd = open(attribute(handle.line, "value").c_str(), O_RDONLY | O_CLOEXEC);
     return handle.fd < 0 ? -1 : 0;
 }
 
-int read_value(ugpio &handle)
+int read_value(ugpio &handle) noexcept
 {
     char text = 0;
     const ssize_t got = pread(handle.fd, &text, 1, 0);
@@ -98,13 +94,13 @@ int read_value(ugpio &handle)
     return text == '1' ? 1 : 0;
 }
 
-int set_edge(ugpio &handle, unsigned flags)
+int set_edge(ugpio &handle, unsigned flags) noexcept
 {
     return write_text(attribute(handle.line, "edge"), flags == UGPIO_EDGE_RISING ? "rising" : "none");
 }
 
 // A duplicate shares the open file, so that reading the level through the handle takes the notification back.
-int make_fd(ugpio &handle)
+int make_fd(ugpio &handle) noexcept
 {
     return fcntl(handle.fd, F_DUPFD_CLOEXEC, 0);
 }
@@ -149,12 +145,12 @@ int chip_base(const std::string &sysfs, const std::string &label, unsigned lines
 {
     const Directory dir(opendir(sysfs.c_str()));
     while (const dirent *entry = dir ? readdir(dir.get()) : nullptr) {
-        const std::string name = entry->d_name;
-        if (name.rfind("gpiochip", 0) != 0)
+        if (std::strncmp(entry->d_name, "gpiochip", 8) != 0)
             continue;
-        if (read_text(sysfs + "/" + name + "/label") == label &&
-            read_text(sysfs + "/" + name + "/ngpio") == std::to_string(lines))
-            return std::atoi(read_text(sysfs + "/" + name + "/base").c_str());
+        std::string chip = sysfs;
+        chip.append("/").append(entry->d_name);
+        if (read_text(chip + "/label") == label && read_text(chip + "/ngpio") == std::to_string(lines))
+            return std::atoi(read_text(chip + "/base").c_str());
     }
     return -1;
 }

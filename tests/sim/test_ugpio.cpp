@@ -24,7 +24,9 @@ TEST_F(Lines, NamesAndNumbersAreTheSameLines)
     ugpio_free(power);
     EXPECT_EQ(read_line("cam_power"), 1); // kept after the release
     EXPECT_TRUE(board.level(sim::Line::power));
-    EXPECT_EQ(ugpio_request(41, nullptr) != nullptr, true);
+    ugpio *good = ugpio_request(41, nullptr);
+    EXPECT_NE(good, nullptr);
+    ugpio_free(good);
     EXPECT_EQ(ugpio_request(39, nullptr), nullptr);
     EXPECT_EQ(errno, ENOENT);
     EXPECT_EQ(ugpio_request_named("cam_sofa"), nullptr);
