@@ -17,30 +17,76 @@
 namespace {
 
 constexpr float FULL_SPEED_PERCENT = 100.0f;
-constexpr int PAN_END_DEGREES[] = {-170, 170};
-constexpr int TILT_END_DEGREES[] = {-20, 90};
 
-// The move, in real units.
-struct PanTiltMove {
-    int mode; // PTZ_MOVE_*
-    bool pan_requested, tilt_requested;
-    bool pan_zero, tilt_zero; // the raw value is 0
-    float pan, tilt;          // degrees, or signed percent when continuous
-    float speed_percent;      // absolute and relative moves
+// What differs between the two drives.
+struct Drive {
+    int stop_code;
+    const VccRow<3, 1> &speed_row;
+    const VccRow<3, 1> &position_row;
+    int lowest_degree, highest_degree; // where it ends, whatever the limits say
+    int PTZDriverCanon::*limit_min;
+    int PTZDriverCanon::*limit_max;
+    float CameraState::*degree;
+    int CameraState::*speed;
+    int CameraState::*move_mode;
+    MinMax CameraModel::*speed_range;
+    int (*curve_speed)(const PTZDriverCanon *self, float percent);
+    int (*to_vcc)(const CameraModel *model, float degree);
 };
 
-PanTiltMove unpack(const PTZMotion &pan, const PTZMotion &tilt, const PTZSpeed &speed)
+constexpr Drive PAN{PAN_TILT_STOP_PAN,
+                    kPanSpeed,
+                    kPanPosition,
+                    -170,
+                    170,
+                    &PTZDriverCanon::limit_min_pan,
+                    &PTZDriverCanon::limit_max_pan,
+                    &CameraState::pan_degree,
+                    &CameraState::pan_speed,
+                    &CameraState::pan_move_mode,
+                    &CameraModel::pan_speed_vcc_range,
+                    vccif_percent_to_vcc_pan_speed,
+                    vccif_degree_to_vcc_pan};
+constexpr Drive TILT{PAN_TILT_STOP_TILT,
+                     kTiltSpeed,
+                     kTiltPosition,
+                     -20,
+                     90,
+                     &PTZDriverCanon::limit_min_tilt,
+                     &PTZDriverCanon::limit_max_tilt,
+                     &CameraState::tilt_degree,
+                     &CameraState::tilt_speed,
+                     &CameraState::tilt_move_mode,
+                     &CameraModel::tilt_speed_vcc_range,
+                     vccif_percent_to_vcc_tilt_speed,
+                     vccif_degree_to_vcc_tilt};
+
+// One drive's share of a move, in real units.
+struct DriveMove {
+    const Drive &drive;
+    bool requested;
+    bool zero;         // the raw value is 0
+    float value;       // degrees, or signed percent when continuous
+    float base_degree; // where it is now
+};
+
+struct PanTiltMove {
+    int mode; // PTZ_MOVE_*
+    DriveMove pan, tilt;
+    float speed_percent; // absolute and relative moves
+};
+
+DriveMove unpack_drive(const PTZDriverCanon *self, const Drive &drive, const PTZMotion &motion)
 {
-    PanTiltMove move{};
-    move.mode = pan.type != PTZ_MOVE_NONE ? pan.type : tilt.type;
-    move.pan_requested = pan.type != PTZ_MOVE_NONE;
-    move.tilt_requested = tilt.type != PTZ_MOVE_NONE;
-    move.pan_zero = pan.value == 0;
-    move.tilt_zero = tilt.value == 0;
-    move.pan = fixed_to_real(pan.value);
-    move.tilt = fixed_to_real(tilt.value);
-    move.speed_percent = speed.value == 0 ? FULL_SPEED_PERCENT : std::fabs(fixed_to_real(speed.value));
-    return move;
+    return {drive, motion.type != PTZ_MOVE_NONE, motion.value == 0, fixed_to_real(motion.value),
+            self->current.*drive.degree};
+}
+
+PanTiltMove unpack(const PTZDriverCanon *self, const PTZMotion &pan, const PTZMotion &tilt, const PTZSpeed &speed)
+{
+    return {pan.type != PTZ_MOVE_NONE ? pan.type : tilt.type, unpack_drive(self, PAN, pan),
+            unpack_drive(self, TILT, tilt),
+            speed.value == 0 ? FULL_SPEED_PERCENT : std::fabs(fixed_to_real(speed.value))};
 }
 
 // The speed that the camera block gets for a continuous move at `percent` of `range`.
@@ -73,98 +119,79 @@ float continuous_percent(const PTZDriverCanon *self, float value)
                                                  model.response_profile_factors[self->current.response_profile]);
 }
 
-void add_continuous_tilt(PTZDriverCanon *self, CommandBuffer &commands, const PanTiltMove &move)
+void add_continuous(PTZDriverCanon *self, CommandBuffer &commands, const DriveMove &move)
 {
-    if (move.tilt_zero) {
-        commands.add(kPanTiltStop, int{PAN_TILT_STOP_TILT});
+    const Drive &drive = move.drive;
+    if (!move.requested)
+        return;
+    if (move.zero) {
+        commands.add(kPanTiltStop, drive.stop_code);
         return;
     }
-    const float percent = continuous_percent(self, move.tilt);
-    self->current.tilt_speed = truncate_to_int(percent);
-    const int end = move.tilt > 0 ? std::min(self->limit_max_tilt, TILT_END_DEGREES[1])
-                                  : std::max(self->limit_min_tilt, TILT_END_DEGREES[0]);
-    commands.add(kTiltSpeed, continuous_speed(self, percent, self->cam_model->tilt_speed_vcc_range));
-    commands.add(kTiltPosition, vccif_degree_to_vcc_tilt(self->cam_model, static_cast<float>(end)));
+    const float percent = continuous_percent(self, move.value);
+    self->current.*drive.speed = truncate_to_int(percent);
+    const int end = move.value > 0 ? std::min(self->*drive.limit_max, drive.highest_degree)
+                                   : std::max(self->*drive.limit_min, drive.lowest_degree);
+    commands.add(drive.speed_row, continuous_speed(self, percent, self->cam_model->*drive.speed_range));
+    commands.add(drive.position_row, drive.to_vcc(self->cam_model, static_cast<float>(end)));
 }
 
-void add_continuous_pan(PTZDriverCanon *self, CommandBuffer &commands, const PanTiltMove &move)
+void add_relative(PTZDriverCanon *self, CommandBuffer &commands, const DriveMove &move, float speed_percent)
 {
-    if (move.pan_zero) {
-        commands.add(kPanTiltStop, int{PAN_TILT_STOP_PAN});
+    const Drive &drive = move.drive;
+    if (!move.requested)
+        return;
+    if (move.zero) {
+        commands.add(kPanTiltStop, drive.stop_code);
         return;
     }
-    const float percent = continuous_percent(self, move.pan);
-    self->current.pan_speed = truncate_to_int(percent);
-    const int end = move.pan > 0 ? std::min(self->limit_max_pan, PAN_END_DEGREES[1])
-                                 : std::max(self->limit_min_pan, PAN_END_DEGREES[0]);
-    commands.add(kPanSpeed, continuous_speed(self, percent, self->cam_model->pan_speed_vcc_range));
-    commands.add(kPanPosition, vccif_degree_to_vcc_pan(self->cam_model, static_cast<float>(end)));
-}
-
-void add_continuous(PTZDriverCanon *self, CommandBuffer &commands, const PanTiltMove &move)
-{
-    if (move.tilt_requested)
-        add_continuous_tilt(self, commands, move);
-    if (move.pan_requested)
-        add_continuous_pan(self, commands, move);
-}
-
-int pan_speed(const PTZDriverCanon *self, const PanTiltMove &move)
-{
-    return vccif_percent_to_vcc_pan_speed(self, move.speed_percent);
-}
-
-int tilt_speed(const PTZDriverCanon *self, const PanTiltMove &move)
-{
-    return vccif_percent_to_vcc_tilt_speed(self, move.speed_percent);
-}
-
-void add_relative(PTZDriverCanon *self, CommandBuffer &commands, const PanTiltMove &move)
-{
-    const CameraModel *model = self->cam_model;
-    if (move.pan_requested && move.pan_zero) {
-        commands.add(kPanTiltStop, int{PAN_TILT_STOP_PAN});
-    } else if (move.pan_requested) {
-        commands.add(kPanSpeed, pan_speed(self, move));
-        commands.add(kPanPosition, vccif_degree_to_vcc_pan(model, self->current.pan_degree + move.pan));
-    }
-    if (move.tilt_requested && move.tilt_zero) {
-        commands.add(kPanTiltStop, int{PAN_TILT_STOP_TILT});
-    } else if (move.tilt_requested) {
-        commands.add(kTiltSpeed, tilt_speed(self, move));
-        commands.add(kTiltPosition, vccif_degree_to_vcc_tilt(model, self->current.tilt_degree + move.tilt));
-    }
+    commands.add(drive.speed_row, drive.curve_speed(self, speed_percent));
+    commands.add(drive.position_row, drive.to_vcc(self->cam_model, move.base_degree + move.value));
 }
 
 void add_absolute(PTZDriverCanon *self, CommandBuffer &commands, const PanTiltMove &move)
 {
-    const CameraModel *model = self->cam_model;
-    const bool both = move.pan_requested && move.tilt_requested;
-    if (move.pan_requested)
-        commands.add(kPanSpeed, pan_speed(self, move));
-    if (move.tilt_requested)
-        commands.add(kTiltSpeed, tilt_speed(self, move));
-    if (both)
-        commands.add(kPanTiltPosition, vccif_degree_to_vcc_pan(model, move.pan),
-                     vccif_degree_to_vcc_tilt(model, move.tilt));
-    else if (move.pan_requested)
-        commands.add(kPanPosition, vccif_degree_to_vcc_pan(model, move.pan));
+    const auto target = [self](const DriveMove &axis) { return axis.drive.to_vcc(self->cam_model, axis.value); };
+    for (const DriveMove *axis : {&move.pan, &move.tilt})
+        if (axis->requested)
+            commands.add(axis->drive.speed_row, axis->drive.curve_speed(self, move.speed_percent));
+    if (move.pan.requested && move.tilt.requested)
+        commands.add(kPanTiltPosition, target(move.pan), target(move.tilt));
+    else if (move.pan.requested)
+        commands.add(kPanPosition, target(move.pan));
     else
-        commands.add(kTiltPosition, vccif_degree_to_vcc_tilt(model, move.tilt));
+        commands.add(kTiltPosition, target(move.tilt));
 }
 
-// What is kept of a move that the camera block has taken. The bases of a relative move are those it was computed from.
-void keep_targets(PTZDriverCanon *self, const PanTiltMove &move, float pan_base, float tilt_base)
+// Fills the buffer; false for a mode that moves nothing.
+bool add_move(PTZDriverCanon *self, CommandBuffer &commands, const PanTiltMove &move)
 {
-    const bool relative = move.mode == PTZ_MOVE_RELATIVE;
-    if (move.pan_requested) {
-        self->target.pan_degree = relative ? pan_base + move.pan : move.pan;
-        self->current.pan_move_mode = move.mode;
+    if (move.mode == PTZ_MOVE_CONTINUOUS) {
+        add_continuous(self, commands, move.tilt);
+        add_continuous(self, commands, move.pan);
+        return true;
     }
-    if (move.tilt_requested) {
-        self->target.tilt_degree = relative ? tilt_base + move.tilt : move.tilt;
-        self->current.tilt_move_mode = move.mode;
+    if (move.mode != PTZ_MOVE_ABSOLUTE && move.mode != PTZ_MOVE_RELATIVE)
+        return false;
+    // The magnitudes, of both drives, asked for or not.
+    self->current.pan_speed = truncate_to_int(std::fabs(move.pan.value));
+    self->current.tilt_speed = truncate_to_int(std::fabs(move.tilt.value));
+    if (move.mode == PTZ_MOVE_ABSOLUTE) {
+        add_absolute(self, commands, move);
+    } else {
+        add_relative(self, commands, move.pan, move.speed_percent);
+        add_relative(self, commands, move.tilt, move.speed_percent);
     }
+    return true;
+}
+
+// What is kept of a move that the camera block has taken.
+void keep_target(PTZDriverCanon *self, const DriveMove &move, int mode)
+{
+    if (!move.requested)
+        return;
+    self->target.*move.drive.degree = mode == PTZ_MOVE_RELATIVE ? move.base_degree + move.value : move.value;
+    self->current.*move.drive.move_mode = mode;
 }
 
 } // namespace
@@ -177,37 +204,17 @@ gboolean ptz_driver_canon_cmd_move_pan_tilt(PTZDriverCanon *self, const PTZMotio
         log_error("Move modes for pan (%d) and tilt (%d) is not compatible", pan->type, tilt->type);
         return FALSE;
     }
-    const PanTiltMove move = unpack(*pan, *tilt, *speed);
-    if (move.mode == PTZ_MOVE_ABSOLUTE || move.mode == PTZ_MOVE_RELATIVE) {
-        self->current.pan_speed = truncate_to_int(std::fabs(move.pan));
-        self->current.tilt_speed = truncate_to_int(std::fabs(move.tilt));
-    }
-
+    const PanTiltMove move = unpack(self, *pan, *tilt, *speed);
     CommandBuffer commands;
-    switch (move.mode) {
-    case PTZ_MOVE_ABSOLUTE:
-        add_absolute(self, commands, move);
-        break;
-    case PTZ_MOVE_RELATIVE:
-        add_relative(self, commands, move);
-        break;
-    case PTZ_MOVE_CONTINUOUS:
-        add_continuous(self, commands, move);
-        break;
-    default:
-        ptz_driver_canon_utils_publish_status(self);
-        return FALSE;
+    const bool sent = add_move(self, commands, move) &&
+                      ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to execute pan/tilt setup command");
+    if (sent) {
+        keep_target(self, move.pan, move.mode);
+        keep_target(self, move.tilt, move.mode);
+        ptz_driver_canon_cmd_update_status(self);
     }
-    const float pan_base = self->current.pan_degree;
-    const float tilt_base = self->current.tilt_degree;
-    if (!ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to execute pan/tilt setup command")) {
-        ptz_driver_canon_utils_publish_status(self);
-        return FALSE;
-    }
-    keep_targets(self, move, pan_base, tilt_base);
-    ptz_driver_canon_cmd_update_status(self);
     ptz_driver_canon_utils_publish_status(self);
-    return TRUE;
+    return sent;
 }
 
 float ptz_driver_canon_apply_responsiveness(float speed, float factor)
