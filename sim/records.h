@@ -93,14 +93,23 @@ struct Param {
     Unit unit = Unit::none;
 };
 
+using Params = std::array<Param, 4>; // those in use have a width
+
 struct RecordRow {
+    constexpr RecordRow(const char *row_name, Rec row_id, std::uint8_t row_class, std::uint8_t row_group,
+                        std::uint8_t row_item, const Params &row_params = {}, Rec row_follows = Rec::count)
+        : name(row_name), params(row_params), id(row_id), cls(row_class), group(row_group), item(row_item),
+          follows(row_follows)
+    {
+    }
+
     const char *name;
+    Params params;
     Rec id;
     std::uint8_t cls;
     std::uint8_t group;
     std::uint8_t item;
-    std::array<Param, 4> params{}; // those with a width
-    Rec follows = Rec::count;      // the record that must stand right before this one, its last value the same
+    Rec follows; // the record that must stand right before this one, its last value the same; count: none
 };
 
 const RecordRow &row(Rec id);
