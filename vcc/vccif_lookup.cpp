@@ -50,6 +50,11 @@ int vccif_percent_to_vcc_gain(const PTZDriverCanon *self, int percent)
     return row_of_percent(self->cam_model->gain_tbl, percent).code;
 }
 
+int vccif_percent_to_vcc_max_gain(const GainRow *table, int percent)
+{
+    return percent >= 0 ? row_of_percent(table, percent).code : -1;
+}
+
 int vccif_vcc_to_percent_iris(const PTZDriverCanon *self, int value)
 {
     GUARD(self->cam_model->iris_tbl, -1);

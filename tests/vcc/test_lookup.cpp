@@ -30,6 +30,16 @@ TEST_F(Lookup, PercentTakesTheNextRow)
     EXPECT_EQ(log.take(), Lines{});
 }
 
+TEST_F(Lookup, MaximumGainTakesTheNextRow)
+{
+    EXPECT_EQ(vccif_percent_to_vcc_max_gain(fake.model.max_gain_tbl, 0), 0);
+    EXPECT_EQ(vccif_percent_to_vcc_max_gain(fake.model.max_gain_tbl, 14), 2);
+    EXPECT_EQ(vccif_percent_to_vcc_max_gain(fake.model.max_gain_tbl, 100), 8);
+    EXPECT_EQ(vccif_percent_to_vcc_max_gain(fake.model.max_gain_tbl, 101), -1);
+    EXPECT_EQ(vccif_percent_to_vcc_max_gain(fake.model.max_gain_tbl, -1), -1);
+    EXPECT_EQ(log.take(), Lines{});
+}
+
 TEST_F(Lookup, IrisCodeTakesTheFirstRowNotAbove)
 {
     EXPECT_EQ(vccif_vcc_to_percent_iris(self, 20), 43);

@@ -1,0 +1,164 @@
+#include "tests/support/capture.h"
+#include "tests/vcc/fake_driver.h"
+#include "vcc/ptz_driver_canon_utils_backlight.h"
+#include "vcc/vccif_shutter.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class Shutter : public testing::Test {
+  protected:
+    Shutter() { set_capture_mode("1080p25"); }
+    ~Shutter() override { g_free(self->current.capture_mode); }
+
+    void set_capture_mode(const char *mode)
+    {
+        g_free(self->current.capture_mode);
+        self->current.capture_mode = g_strdup(mode);
+    }
+
+    LogCapture log;
+    FakeDriver fake;
+    PTZDriverCanon *const self = &fake.driver;
+};
+
+struct CodeCase {
+    int value, code;
+};
+
+TEST_F(Shutter, PercentTakesTheNextRow)
+{
+    for (const auto &[percent, code] :
+         {CodeCase{0, 54}, {1, 53}, {2, 53}, {49, 30}, {50, 30}, {51, 29}, {72, 19}, {99, 0}, {100, 0}, {101, -1}})
+        EXPECT_EQ(vccif_percent_to_vcc_shutter(self, percent), code) << percent;
+    EXPECT_EQ(log.take(), Lines{});
+}
+
+TEST_F(Shutter, ExposureTimeTakesTheNextRow)
+{
+    for (const auto &[time, code] : {CodeCase{0, 54},
+                                     {91, 54},
+                                     {92, 53},
+                                     {20000, 23},
+                                     {20001, 22},
+                                     {999999, 0},
+                                     {1000000, 0},
+                                     {1000001, -1},
+                                     {2000000, -1}})
+        EXPECT_EQ(vccif_exposure_time_to_vcc_shutter(self, time), code) << time;
+}
+
+// Both conversions take minus a number of frames.
+TEST_F(Shutter, NegativeValueCountsFrames)
+{
+    struct {
+        const char *mode;
+        CodeCase cases[5];
+    } const modes[] = {
+        {"1080P25", {{-1, 19}, {-7, 7}, {-13, 0}, {-25, 0}, {-30, -1}}},
+        {"720p30", {{-1, 20}, {-3, 12}, {-16, 0}, {-30, 0}, {-31, -1}}},
+        {"1080i50", {{-1, 23}, {-4, 14}, {-26, 0}, {-50, 0}, {-51, -1}}},
+        {"720p60", {{-1, 24}, {-2, 20}, {-5, 14}, {-60, 0}, {-61, -1}}},
+    };
+    for (const auto &mode : modes) {
+        set_capture_mode(mode.mode);
+        for (const auto &[limit, code] : mode.cases) {
+            EXPECT_EQ(vccif_percent_to_vcc_shutter(self, limit), code) << mode.mode << " " << limit;
+            EXPECT_EQ(vccif_exposure_time_to_vcc_shutter(self, limit), code) << mode.mode << " " << limit;
+        }
+    }
+}
+
+TEST_F(Shutter, CodeTakesTheFirstRowNotAbove)
+{
+    for (const auto &[code, time] : {CodeCase{255, 91},
+                                     {54, 91},
+                                     {19, 40000},
+                                     {9, 250000},
+                                     {6, 500000},
+                                     {5, 500000},
+                                     {3, 1000000},
+                                     {1, 1000000},
+                                     {0, 1000000}})
+        EXPECT_EQ(vccif_vcc_to_exposure_time_shutter(self, code), time) << code;
+    EXPECT_EQ(vccif_vcc_to_exposure_time_shutter(self, -1), -1);
+    EXPECT_EQ(log.take(), (Lines{guard_line("vccif_vcc_to_exposure_time_shutter", "value >= 0")}));
+}
+
+TEST_F(Shutter, MaximumExposureTimeByFrameRate)
+{
+    struct {
+        const char *mode;
+        int frame_us;
+    } const modes[] = {{"720p25", 40000},  {"720p30", 33333},  {"720p50", 20000},  {"720p60", 16667},
+                       {"1080i50", 20000}, {"1080i60", 16667}, {"1080p25", 40000}, {"1080p30", 33333},
+                       {"1080p50", 20000}, {"1080p60", 16667}};
+    for (const auto &mode : modes) {
+        set_capture_mode(mode.mode);
+        EXPECT_EQ(ptz_driver_canon_utils_get_max_exposure_time(self, "Off"), mode.frame_us) << mode.mode;
+        EXPECT_EQ(ptz_driver_canon_utils_get_max_exposure_time(self, "On"), 1000000) << mode.mode;
+    }
+    EXPECT_EQ(ptz_driver_canon_utils_get_max_exposure_time(self, "auto"), -1);
+    EXPECT_EQ(log.take(),
+              (Lines{"error: Unsupported shutter mode: auto", "error: Could not get maximum exposure time"}));
+}
+
+TEST_F(Shutter, OddTables)
+{
+    static constexpr ShutterRow fast[] = {{0, 100, 9}, {99, 500, 8}, {-1, -1, -1}}, none[] = {{-1, -1, -1}};
+    static constexpr SlowShutterRow no_frames[] = {{0, -1, -1}};
+    ShutterTable tables[] = {{"1080p25", fast}, {}};
+    const SlowShutterTable slow_tables[] = {{"1080p25", no_frames}, {}};
+    fake.model.shutter_tbls = tables;
+    fake.model.slow_shutter_tbls = slow_tables;
+    EXPECT_EQ(ptz_driver_canon_utils_get_max_exposure_time(self, "on"), 500) << "no row above 99 %: the last one";
+    EXPECT_EQ(log.take(), Lines{});
+    tables[0].rows = none;
+    EXPECT_EQ(ptz_driver_canon_utils_get_max_exposure_time(self, "on"), -1);
+    EXPECT_EQ(ptz_driver_canon_utils_get_max_exposure_time(self, "off"), -1);
+    EXPECT_EQ(log.take(), Lines(2, "error: Could not get maximum exposure time"));
+    EXPECT_EQ(vccif_percent_to_vcc_shutter(self, 0), -1);
+    EXPECT_EQ(vccif_percent_to_vcc_shutter(self, -1), -1);
+    EXPECT_EQ(vccif_vcc_to_exposure_time_shutter(self, 0), -1);
+    EXPECT_EQ(log.take(), Lines{});
+}
+
+TEST_F(Shutter, WithoutATableThereIsAMessage)
+{
+    constexpr const char *UNAVAILABLE = "error: Unavailable shutter table";
+    set_capture_mode("480i");
+    EXPECT_EQ(vccif_percent_to_vcc_shutter(self, 5), -1);
+    EXPECT_EQ(vccif_exposure_time_to_vcc_shutter(self, -5), -1);
+    EXPECT_EQ(vccif_vcc_to_exposure_time_shutter(self, 5), -1);
+    EXPECT_EQ(log.take(), Lines(3, UNAVAILABLE));
+    EXPECT_EQ(ptz_driver_canon_utils_get_max_exposure_time(self, "on"), -1);
+    EXPECT_EQ(log.take(), (Lines{UNAVAILABLE, "error: Could not get maximum exposure time"}));
+
+    constexpr const char *GET = "ptz_driver_canon_utils_get_shutter_table";
+    set_capture_mode(nullptr);
+    EXPECT_EQ(vccif_percent_to_vcc_shutter(self, 5), -1);
+    fake.model.slow_shutter_tbls = nullptr;
+    EXPECT_EQ(vccif_percent_to_vcc_shutter(self, -5), -1);
+    EXPECT_EQ(log.take(),
+              (Lines{guard_line(GET, "capture_mode"), UNAVAILABLE, guard_line(GET, "shutter_tbls"), UNAVAILABLE}));
+}
+
+TEST_F(Shutter, BacklightLiftsTheBrightnessUpToTheLargestStep)
+{
+    const auto shift = [this](int step) {
+        return int{ptz_driver_canon_utils_shift_brightness_if_backlight_on(self, static_cast<gint8>(step))};
+    };
+    EXPECT_EQ(shift(5), 5);
+    self->current.backlight_on = TRUE;
+    EXPECT_EQ(shift(-8), -2);
+    EXPECT_EQ(shift(1), 7);
+    EXPECT_EQ(shift(2), 8);
+    EXPECT_EQ(shift(5), 8);
+    EXPECT_EQ(shift(44), 8);
+    EXPECT_EQ(shift(122), -128) << "wraps as a signed byte";
+    EXPECT_EQ(ptz_driver_canon_utils_shift_brightness_if_backlight_on(nullptr, 5), 0);
+    EXPECT_EQ(log.take(), (Lines{guard_line("ptz_driver_canon_utils_shift_brightness_if_backlight_on", "self")}));
+}
+
+} // namespace
