@@ -1,28 +1,22 @@
 #include "cmd/ptz_driver_canon_cmd_focus.h"
 
-#include "cmd/ptz_driver_canon_cmd_choice.h"
-#include "cmd/ptz_driver_canon_cmd_send.h"
-#include "core/guard.h"
+#include "cmd/ptz_driver_canon_cmd_setting.h"
 #include "core/log.h"
-#include "core/zenta.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "utils/ptz_driver_canon_utils_status.h"
-#include "vcc/vccif_model.h"
 
 namespace {
 
-constexpr int AUTO_FOCUS_ON = 1;
-constexpr int AUTO_FOCUS_OFF = 2;
 constexpr int FOCUS_MODE_AUTO = 0;
 
-constexpr TextChoice AUTO_MODES[] = {{"auto", 0}, {"zoom", 1}, {"interval", 2}};
-constexpr TextChoice MANUAL_MODES[] = {{"manual", 1}, {"inf", 4}, {"push", 5}};
-constexpr TextChoice SENSITIVITIES[] = {{"normal", 127}, {"low", 64}};
+constexpr ModeRow AUTO_MODES[] = {{"auto", 0}, {"zoom", 1}, {"interval", 2}, {}};
+constexpr ModeRow MANUAL_MODES[] = {{"manual", 1}, {"inf", 4}, {"push", 5}, {}};
+constexpr ModeRow SENSITIVITIES[] = {{"normal", 127}, {"low", 64}, {}};
 
-constexpr TextSetting AUTO_MODE{kAutoFocusMode, AUTO_MODES, "Unsupported auto focus mode",
-                                "Failed to send auto focus mode setup command"};
-constexpr TextSetting SENSITIVITY{kAutoFocusSensitivity, SENSITIVITIES, "Unsupported focus sensitivity mode",
-                                  "Failed to send auto focus sensitivity setup command"};
+constexpr ChoiceSetting AUTO_MODE{kAutoFocusMode, AUTO_MODES, "Unsupported auto focus mode",
+                                  "Failed to send auto focus mode setup command"};
+constexpr ChoiceSetting SENSITIVITY{kAutoFocusSensitivity, SENSITIVITIES, "Unsupported focus sensitivity mode",
+                                    "Failed to send auto focus sensitivity setup command"};
 
 struct TimeSetting {
     const VccRow<3, 1> &row;
@@ -45,9 +39,7 @@ gboolean send_time(PTZDriverCanon *self, const TimeSetting &setting, unsigned ti
         log_error("%s", setting.unsupported);
         return FALSE;
     }
-    CommandBuffer commands;
-    commands.add(setting.row, static_cast<int>(time));
-    return ptz_driver_canon_cmd_send_buffer(self, commands, setting.failure);
+    return ptz_driver_canon_cmd_send_record(self, setting.failure, setting.row, time);
 }
 
 } // namespace
@@ -92,41 +84,35 @@ gboolean ptz_driver_canon_cmd_auto_focus_limit(PTZDriverCanon *self, int focus_l
     for (int i = 0; i < self->cam_model->near_focus_limit_count; ++i)
         if (limits[i].position <= focus_limit)
             code = limits[i].code;
-    CommandBuffer commands;
-    commands.add(kAutoFocusNearLimit, code);
-    return ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send auto focus limitation setup command");
+    return ptz_driver_canon_cmd_send_record(self, "Failed to send auto focus limitation setup command",
+                                            kAutoFocusNearLimit, code);
 }
 
 gboolean ptz_driver_canon_cmd_focus_auto_mode(PTZDriverCanon *self, const char *mode)
 {
-    GUARD(self, FALSE);
-    GUARD(mode, FALSE);
+    GUARD_TEXT(mode);
     return ptz_driver_canon_cmd_send_choice(self, AUTO_MODE, mode);
 }
 
 gboolean ptz_driver_canon_cmd_focus_manual_mode(PTZDriverCanon *self, const char *mode)
 {
-    GUARD(self, FALSE);
-    GUARD(mode, FALSE);
-    const TextChoice *choice = ptz_driver_canon_cmd_find_choice(MANUAL_MODES, mode);
+    GUARD_TEXT(mode);
+    const ModeRow *choice = ptz_driver_canon_cmd_find_mode(MANUAL_MODES, mode);
     if (choice == nullptr) {
         log_error("Unsupported manual focus mode");
         return FALSE;
     }
     if (self->current.auto_focus)
         return TRUE;
-    CommandBuffer commands;
-    commands.add(kFocusMode, choice->value);
-    const gboolean sent =
-        ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send manual focus mode setup command");
-    self->current.focus_manual_mode = static_cast<guint8>(choice->value);
+    const gboolean sent = ptz_driver_canon_cmd_send_record(self, "Failed to send manual focus mode setup command",
+                                                           kFocusMode, choice->code);
+    self->current.focus_manual_mode = static_cast<guint8>(choice->code);
     return sent;
 }
 
 gboolean ptz_driver_canon_cmd_auto_focus_sensitivity(PTZDriverCanon *self, const char *mode)
 {
-    GUARD(self, FALSE);
-    GUARD(mode, FALSE);
+    GUARD_TEXT(mode);
     return ptz_driver_canon_cmd_send_choice(self, SENSITIVITY, mode);
 }
 

@@ -3,7 +3,9 @@
 
 #include "core/ptz_driver_canon.h"
 
-// mode 1 switches auto focus on, 2 off (to `focus_manual_mode`). Nothing is sent when it is that way already. Refused
+enum AutoFocusMode { AUTO_FOCUS_ON = 1, AUTO_FOCUS_OFF = 2 };
+
+// mode AUTO_FOCUS_ON or AUTO_FOCUS_OFF (to `focus_manual_mode`). Nothing is sent when it is that way already. Refused
 // with a warning, but TRUE, before start-up is complete. Afterwards `focus_moving` is unknown (-1), sent or not.
 gboolean ptz_driver_canon_cmd_auto_focus(PTZDriverCanon *self, int mode);
 

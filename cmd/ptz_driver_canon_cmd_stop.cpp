@@ -17,16 +17,3 @@ gboolean ptz_driver_canon_cmd_stop(PTZDriverCanon *self)
     self->target.focus_zenta = self->current.focus_zenta;
     return sent;
 }
-
-gboolean ptz_driver_canon_cmd_ircut(PTZDriverCanon *self, int mode)
-{
-    GUARD(self, FALSE);
-    CommandBuffer commands;
-    if (mode == IR_CUT_AUTOMATIC) {
-        commands.add(kDayNightMode, 1);
-    } else {
-        commands.add(kDayNightMode, 0);
-        commands.add(kIrCutFilter, mode == IR_CUT_NIGHT ? 1 : 0);
-    }
-    return ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send day/night mode setup command");
-}

@@ -16,9 +16,6 @@ gboolean ptz_driver_canon_cmd_video_output(PTZDriverCanon *self, const char *mod
 // "level_a" or "level_b".
 gboolean ptz_driver_canon_cmd_sdi_mapping_mode(PTZDriverCanon *self, const char *mode);
 
-// Balances white once, for what the camera sees now.
-gboolean ptz_driver_canon_cmd_white_balance_onepush(PTZDriverCanon *self);
-
 // Halts the image sensor, or lets it run.
 gboolean ptz_driver_canon_cmd_halt_sensor(PTZDriverCanon *self, gboolean halt);
 

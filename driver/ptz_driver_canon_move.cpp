@@ -1,7 +1,11 @@
 // Movement, positions and fields of view.
 #include "driver/ptz_driver_canon_operations.h"
 
+#include "cmd/ptz_driver_canon_cmd_brightness.h"
 #include "cmd/ptz_driver_canon_cmd_focus.h"
+#include "cmd/ptz_driver_canon_cmd_iris_mode.h"
+#include "cmd/ptz_driver_canon_cmd_move_focus.h"
+#include "cmd/ptz_driver_canon_cmd_move_iris.h"
 #include "cmd/ptz_driver_canon_cmd_move_pan_tilt.h"
 #include "cmd/ptz_driver_canon_cmd_move_zoom.h"
 #include "cmd/ptz_driver_canon_cmd_stop.h"
@@ -51,6 +55,18 @@ void set_position_target(int *target, const PTZMotion &motion)
         *target = CLAMP(*target + value, ZENTA_RANGE_MIN, ZENTA_RANGE_MAX);
 }
 
+// Iris, focus and brightness, as far as they are asked for. A brightness move takes back what the iris move has set.
+void move_lens(PTZDriverCanon *self, const PTZMotion &iris, const PTZMotion &focus, const PTZMotion &brightness)
+{
+    if (iris.type != PTZ_MOVE_NONE)
+        ptz_driver_canon_cmd_move_iris(self, iris.type, fixed_integer_part(iris.value));
+    if (focus.type != PTZ_MOVE_NONE &&
+        ptz_driver_canon_cmd_move_focus(self, focus.type, fixed_integer_part(focus.value)))
+        self->parent_instance.focus_mode = AUTO_FOCUS_OFF;
+    if (brightness.type != PTZ_MOVE_NONE)
+        ptz_driver_canon_cmd_move_brightness(self, brightness.type, fixed_integer_part(brightness.value));
+}
+
 float half_width(const PTZDriverCanon *self)
 {
     return std::tan(self->cam_model->wide_hfov / 2.0f * RADIANS_PER_DEGREE);
@@ -59,7 +75,7 @@ float half_width(const PTZDriverCanon *self)
 } // namespace
 
 gboolean ptz_driver_canon_op_move(PTZDriver *driver, const PTZMotion *pan, const PTZMotion *tilt, const PTZMotion *zoom,
-                                  const PTZMotion *iris, const PTZMotion * /*focus*/, const PTZMotion *brightness,
+                                  const PTZMotion *iris, const PTZMotion *focus, const PTZMotion *brightness,
                                   const PTZSpeed *speed)
 {
     PTZDriverCanon *self = ptz_driver_canon_of(driver);
@@ -83,6 +99,7 @@ gboolean ptz_driver_canon_op_move(PTZDriver *driver, const PTZMotion *pan, const
     set_position_target(&self->target.brightness_zenta, *brightness);
     if (driver->zoom_requested)
         ptz_driver_canon_cmd_move_zoom(self, zoom->type, zoom->value);
+    move_lens(self, *iris, *focus, *brightness);
     ptz_driver_canon_cmd_move_pan_tilt(self, pan, tilt, speed, 0);
 
     self->pan_move_requested = self->tilt_move_requested = FALSE;
@@ -141,6 +158,18 @@ gboolean ptz_driver_canon_op_focus_mode_changed(PTZDriver *driver)
 {
     PTZDriverCanon *self = ptz_driver_canon_of(driver);
     return self->driver_initialized ? ptz_driver_canon_cmd_auto_focus(self, driver->focus_mode) : TRUE;
+}
+
+gboolean ptz_driver_canon_op_iris_mode_changed(PTZDriver *driver)
+{
+    PTZDriverCanon *self = ptz_driver_canon_of(driver);
+    return self->driver_initialized ? ptz_driver_canon_set_iris_mode(self, driver->iris_mode) : TRUE;
+}
+
+gboolean ptz_driver_canon_op_backlight_changed(PTZDriver *driver)
+{
+    PTZDriverCanon *self = ptz_driver_canon_of(driver);
+    return self->driver_initialized ? ptz_driver_canon_cmd_backlight_compensation(self, driver->backlight_mode) : TRUE;
 }
 
 gboolean ptz_driver_canon_op_speed_factor_changed(PTZDriver *driver)

@@ -16,7 +16,9 @@ gboolean ptz_driver_canon_op_get_field_of_view(PTZDriver *driver, gint32 unused,
 gboolean ptz_driver_canon_op_angle_to_zoom(PTZDriver *driver, gint32 angle, gint32 scale_percent, gint32 *zoom);
 
 // Modes and parameters (gated, but for the speed factor).
+gboolean ptz_driver_canon_op_iris_mode_changed(PTZDriver *driver);
 gboolean ptz_driver_canon_op_focus_mode_changed(PTZDriver *driver);
+gboolean ptz_driver_canon_op_backlight_changed(PTZDriver *driver);
 gboolean ptz_driver_canon_op_limit_changed(PTZDriver *driver, const char *name);
 gboolean ptz_driver_canon_op_speed_factor_changed(PTZDriver *driver);
 

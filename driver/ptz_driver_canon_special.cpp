@@ -1,6 +1,7 @@
 // Special commands, and the rotation that the streaming service announces.
 #include "driver/ptz_driver_canon_operations.h"
 
+#include "cmd/ptz_driver_canon_cmd_color.h"
 #include "cmd/ptz_driver_canon_cmd_video.h"
 #include "core/log.h"
 #include "driver/ptz_driver_canon_startup.h"

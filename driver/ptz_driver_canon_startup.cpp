@@ -83,8 +83,16 @@ void begin_initialising(PTZDriverCanon *self)
     vccif_clear_status();
 }
 
+// Until a capture mode is applied the camera runs in the one of its block defaults; shutter speeds go by it.
+void assume_capture_mode(CameraState *now)
+{
+    if (now->capture_mode == nullptr)
+        now->capture_mode = g_strdup(now->default_capture_mode);
+}
+
 void begin_running(PTZDriverCanon *self)
 {
+    assume_capture_mode(&self->current);
     ptz_driver_canon_utils_start_publishing(self);
     ptz_driver_canon_read_limits(self);
     if (!ptz_driver_canon_update_device_status(self, self->device_error))

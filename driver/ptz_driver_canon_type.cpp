@@ -154,7 +154,9 @@ static void ptz_driver_canon_class_init(PTZDriverCanonClass *klass)
     base->angle_to_zoom = ptz_driver_canon_op_angle_to_zoom;
     base->get_position = ptz_driver_canon_op_get_position;
     base->limit_changed = ptz_driver_canon_op_limit_changed;
+    base->iris_mode_changed = ptz_driver_canon_op_iris_mode_changed;
     base->focus_mode_changed = ptz_driver_canon_op_focus_mode_changed;
+    base->backlight_changed = ptz_driver_canon_op_backlight_changed;
     base->speed_factor_changed = ptz_driver_canon_op_speed_factor_changed;
     base->open = ptz_driver_canon_op_open;
     base->close = ptz_driver_canon_op_close;

@@ -1,3 +1,4 @@
+#include "cmd/ptz_driver_canon_cmd_day_night.h"
 #include "cmd/ptz_driver_canon_cmd_send.h"
 #include "cmd/ptz_driver_canon_cmd_stop.h"
 #include "tests/support/driver_fixture.h"

@@ -20,12 +20,11 @@ TEST_F(Video, FixedChoices)
     EXPECT_TRUE(ptz_driver_canon_cmd_video_output(driver, "sdi"));
     EXPECT_TRUE(ptz_driver_canon_cmd_sdi_mapping_mode(driver, "level_a"));
     EXPECT_TRUE(ptz_driver_canon_cmd_sdi_mapping_mode(driver, "Level_B"));
-    EXPECT_TRUE(ptz_driver_canon_cmd_white_balance_onepush(driver));
     EXPECT_TRUE(ptz_driver_canon_cmd_halt_sensor(driver, TRUE));
     EXPECT_TRUE(ptz_driver_canon_cmd_halt_sensor(driver, FALSE));
     EXPECT_EQ(port.take_payloads(),
               (Lines{"04 02 08 03 00", "04 02 08 03 01", "04 02 08 17 00", "04 02 08 17 01", "04 02 08 1D 00",
-                     "04 02 08 1D 01", "03 00 04 09", "05 00 08 00 00 01", "05 00 08 00 01 00"}));
+                     "04 02 08 1D 01", "05 00 08 00 00 01", "05 00 08 00 01 00"}));
 }
 
 TEST_F(Video, ModeWithItsScan)
@@ -59,7 +58,6 @@ TEST_F(Video, EachFailureHasItsMessage)
     ptz_driver_canon_cmd_video_mode(driver, "720p60", "progressive");
     ptz_driver_canon_cmd_video_output(driver, "sdi");
     ptz_driver_canon_cmd_sdi_mapping_mode(driver, "level_a");
-    ptz_driver_canon_cmd_white_balance_onepush(driver);
     ptz_driver_canon_cmd_halt_sensor(driver, TRUE);
     Lines failures;
     for (const std::string &line : log.take())
@@ -67,7 +65,6 @@ TEST_F(Video, EachFailureHasItsMessage)
             failures.push_back(line.substr(7));
     EXPECT_EQ(failures, (Lines{"Failed to send rotate setup command", "Failed to send video mode setup command",
                                "Failed to send video output setup command", "Failed to send SDI mapping setup command",
-                               "Failed to send one push white balance setup command",
                                "Failed to send image sensor halt mode setup command"}));
 }
 

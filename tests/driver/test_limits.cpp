@@ -2,29 +2,19 @@
 #include "driver/ptz_driver_canon_operations.h"
 #include "tests/support/driver_fixture.h"
 
-#include <map>
-#include <variant>
-
 namespace {
-
-// Values of the "Limit" group, by name; served in the place of the framework's store.
-std::map<std::string, std::variant<int, std::string>> stored;
 
 class Limits : public DriverBench {
   protected:
-    Limits()
-    {
-        stored.clear();
-        make_driver();
-    }
+    Limits() { make_driver(); }
 
     gboolean change(const char *name) { return ptz_driver_canon_op_limit_changed(&driver->parent_instance, name); }
 };
 
 TEST_F(Limits, AreReadAtStartUpAndMissingOnesSkipped)
 {
-    stored = {{"MinPan", -100}, {"MaxPan", 100},    {"MinTilt", -10},   {"MaxTilt", std::string("high")},
-              {"MinZoom", 5},   {"MaxZoom", 15000}, {"MinFocus", 2124}, {"MaxIris", 900}};
+    framework().params = {{"MinPan", -100}, {"MaxPan", 100},    {"MinTilt", -10},   {"MaxTilt", "high"},
+                          {"MinZoom", 5},   {"MaxZoom", 15000}, {"MinFocus", 2124}, {"MaxIris", 900}};
     ptz_driver_canon_read_limits(driver);
     EXPECT_EQ(driver->limit_min_pan, -100);
     EXPECT_EQ(driver->limit_max_pan, 100);
@@ -40,7 +30,7 @@ TEST_F(Limits, AreReadAtStartUpAndMissingOnesSkipped)
 
 TEST_F(Limits, ChangesAreAppliedOneByOne)
 {
-    stored = {{"MaxBrightness", 12}, {"MinFocus", 9999}, {"MinFieldAngle", 23}, {"MinIris", std::string("x")}};
+    framework().params = {{"MaxBrightness", 12}, {"MinFocus", 9999}, {"MinFieldAngle", 23}, {"MinIris", "x"}};
     EXPECT_TRUE(change("MaxBrightness"));
     EXPECT_EQ(driver->limit_max_brightness, 12);
     EXPECT_TRUE(change("MinFieldAngle"));
@@ -71,19 +61,3 @@ TEST_F(Limits, AreDeclaredToTheFramework)
 }
 
 } // namespace
-
-extern "C" GValue *ptz_dynamical_properties_get(PTZDynamicalProperties *, const char *name)
-{
-    const auto found = stored.find(name);
-    if (found == stored.end())
-        return nullptr;
-    GValue *value = g_new0(GValue, 1);
-    if (const int *number = std::get_if<int>(&found->second)) {
-        g_value_init(value, G_TYPE_INT);
-        g_value_set_int(value, *number);
-    } else {
-        g_value_init(value, G_TYPE_STRING);
-        g_value_set_string(value, std::get<std::string>(found->second).c_str());
-    }
-    return value;
-}

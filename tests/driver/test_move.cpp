@@ -76,14 +76,46 @@ TEST_F(Move, ZoomTargets)
     EXPECT_EQ(driver->target.zoom_zenta, 500);
 }
 
-TEST_F(Move, IrisAndBrightnessTargetsStayInRangeWhenRelative)
+TEST_F(Move, BrightnessTargetsStayInRangeWhenRelative)
 {
-    EXPECT_TRUE(move({.iris = motion(1, 100), .brightness = motion(1, 20000)}));
-    EXPECT_EQ(driver->target.iris_zenta, 100);
+    EXPECT_TRUE(move({.brightness = motion(1, 20000)}));
     EXPECT_EQ(driver->target.brightness_zenta, 20000);
-    EXPECT_TRUE(move({.iris = motion(2, -200), .brightness = motion(2, 5)}));
-    EXPECT_EQ(driver->target.iris_zenta, 1);
+    EXPECT_TRUE(move({.brightness = motion(2, 5)}));
     EXPECT_EQ(driver->target.brightness_zenta, 9999);
+    EXPECT_EQ(driver->current.brightness_zenta, 9999);
+    EXPECT_TRUE(move({.brightness = motion(2, -20000.5)}));
+    EXPECT_EQ(driver->target.brightness_zenta, 1);
+    EXPECT_EQ(port.take_payloads(), (Lines{"04 00 03 01 18", "04 00 03 01 08", "04 00 03 01 F8"}));
+}
+
+TEST_F(Move, LensMovesBetweenZoomAndPan)
+{
+    driver->current.capture_mode = g_strdup("720p25");
+    base().focus_mode = 1;
+    EXPECT_TRUE(move({.pan = motion(1, 10),
+                      .zoom = motion(1, 1),
+                      .iris = motion(1, 1),
+                      .focus = motion(1, 1),
+                      .brightness = motion(1, 9999)}));
+    EXPECT_EQ(port.take_payloads(),
+              (Lines{"04 00 01 00 00", // auto focus, as the mode was
+                     "03 00 02 00 04 00 02 03 07 05 00 02 06 00 00",
+                     "04 00 03 03 36 04 00 03 02 20 04 00 03 15 20 04 00 03 04 00", "04 00 01 00 01",
+                     "05 00 01 01 08 00", "04 00 03 01 08", "07 01 02 00 00 01 86 A0 07 01 08 00 00 00 27 10"}));
+    EXPECT_EQ(base().focus_mode, 2);
+    EXPECT_EQ(driver->target.focus_zenta, 1);
+    EXPECT_EQ(driver->current.iris_zenta, 1);
+    // The iris move made the brightness unknown; the brightness move after it took the exposure back at once.
+    EXPECT_EQ(driver->current.brightness_zenta, -1);
+    EXPECT_TRUE(driver->current.auto_iris);
+}
+
+TEST_F(Move, RefusedFocusLeavesTheFocusMode)
+{
+    base().focus_mode = 1;
+    driver->current.auto_focus = TRUE;
+    EXPECT_TRUE(move({.focus = motion(4, 1)}));
+    EXPECT_EQ(base().focus_mode, 1);
 }
 
 TEST_F(Move, ZoomNeedsTheRequestAndTheType)
@@ -151,11 +183,26 @@ TEST_F(Move, StopAndModesAreGated)
     driver->driver_initialized = FALSE;
     EXPECT_TRUE(ptz_driver_canon_op_stop(&base()));
     EXPECT_TRUE(ptz_driver_canon_op_focus_mode_changed(&base()));
+    base().iris_mode = base().backlight_mode = 1;
+    EXPECT_TRUE(ptz_driver_canon_op_iris_mode_changed(&base()));
+    EXPECT_TRUE(ptz_driver_canon_op_backlight_changed(&base()));
     EXPECT_TRUE(log.take().empty());
     EXPECT_TRUE(port.packets.empty());
     base().speed_factor = -3; // not gated
     EXPECT_TRUE(ptz_driver_canon_op_speed_factor_changed(&base()));
     EXPECT_EQ(driver->fov_speed_factor, -3);
+}
+
+TEST_F(Move, ChangedModesAreApplied)
+{
+    base().backlight_mode = 1;
+    EXPECT_TRUE(ptz_driver_canon_op_backlight_changed(&base()));
+    framework().params = {{"Exposure", "auto"}, {"ManualGainControl", "no"}, {"ManualShutterControl", "no"}};
+    base().iris_mode = 1;
+    EXPECT_TRUE(ptz_driver_canon_op_iris_mode_changed(&base()));
+    EXPECT_EQ(port.take_payloads(), (Lines{"04 00 03 01 06", "04 00 03 00 00"}));
+    base().backlight_mode = 3; // counts as off, so it is looked at
+    EXPECT_FALSE(ptz_driver_canon_op_backlight_changed(&base()));
 }
 
 } // namespace

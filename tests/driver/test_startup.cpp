@@ -41,11 +41,13 @@ class Startup : public DriverBench {
 
 TEST_F(Startup, BringsTheCameraUp)
 {
+    driver->current.default_capture_mode = g_strdup("720p25");
     EXPECT_TRUE(ptz_driver_canon_op_open(&driver->parent_instance));
     EXPECT_EQ(state(), PTZ_STATE_RUNNING);
     EXPECT_TRUE(driver->driver_initialized);
     EXPECT_EQ(driver->cam_model_id, 1);
     EXPECT_EQ(driver->fw_version, 0x0123);
+    EXPECT_STREQ(driver->current.capture_mode, "720p25"); // which chooses the shutter tables
     EXPECT_EQ(driver->parent_instance.start_routine, nullptr);
     EXPECT_EQ(ports_locked, 0);
     EXPECT_EQ(hardware.calls_of({"drive"}),

@@ -11,7 +11,9 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
 #include <string>
+#include <variant>
 #include <vector>
 
 using Bytes = std::vector<std::uint8_t>;
@@ -56,6 +58,8 @@ struct FrameworkBench {
     bool picture_fails = false;
     bool refuse_params = false;
     int datacache_result = 0;
+    // The parameters that the driver may read, in any group.
+    std::map<std::string, std::variant<int, const char *>> params;
 
     std::vector<std::string> take();
     // Runs every queued task once; those that want to go on stay queued. Returns how many remain.

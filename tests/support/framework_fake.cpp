@@ -156,6 +156,19 @@ int sc_set_group(const char *group, const ScParam *const *params, int flags)
     return bench.set_group_fails ? -1 : count - bench.set_group_short;
 }
 
+GValue *ptz_dynamical_properties_get(PTZDynamicalProperties *, const char *name)
+{
+    const auto found = bench.params.find(name);
+    if (found == bench.params.end())
+        return nullptr;
+    GValue *value = g_new0(GValue, 1);
+    if (const int *number = std::get_if<int>(&found->second))
+        g_value_set_int(g_value_init(value, G_TYPE_INT), *number);
+    else
+        g_value_set_string(g_value_init(value, G_TYPE_STRING), std::get<const char *>(found->second));
+    return value;
+}
+
 int ptz_driver_zoom_datacache_init(PTZDriver *)
 {
     return open_cache("zoom");

@@ -1,0 +1,18 @@
+// Iris movement, which is movement of the whole manual exposure: one position, 1..9999, drives first the exposure time
+// up to one frame, then the iris, then the gain, then the exposure time up to the slowest shutter.
+#pragma once
+
+#include "core/ptz_driver_canon.h"
+
+// To the position, or by it from where the exposure now is, kept in 1..9999 when relative. TRUE, with `iris_zenta` at
+// the position, whatever the camera block said; a continuous move is refused, with `iris_moving` left at 1.
+gboolean ptz_driver_canon_cmd_move_iris(PTZDriverCanon *self, int move_type, int value);
+
+// Sets shutter, iris and gain for that position and, when a priority is in force, the exposure mode to manual. Once the
+// position is good, `auto_iris` is off, the framework's `iris_mode` manual, `target.iris_zenta` the position and
+// brightness not known, and they stay so on failure; `iris_moving` is then left at 1.
+gboolean ptz_driver_canon_cmd_full_manual_exposure(PTZDriverCanon *self, int iris_zenta);
+
+// Refreshes the status and stores in *position what shutter, iris and gain there amount to. FALSE, and nothing stored,
+// when the capture mode has no exposure times.
+gboolean ptz_driver_canon_get_exposure_position(PTZDriverCanon *self, int *position);

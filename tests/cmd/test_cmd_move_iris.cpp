@@ -1,0 +1,227 @@
+#include "cmd/ptz_driver_canon_cmd_move_iris.h"
+#include "tests/cmd/command_bench.h"
+
+#include <cstdlib>
+#include <set>
+
+namespace {
+
+std::string exposure(const std::string &shutter, const std::string &iris, const std::string &gain)
+{
+    return "04 00 03 03 " + shutter + " 04 00 03 02 " + iris + " 04 00 03 15 " + iris + " 04 00 03 04 " + gain;
+}
+
+class IrisMove : public CommandBench {
+  protected:
+    IrisMove()
+    {
+        set_capture_mode("720p25");
+        port.status = BLOCKS;
+    }
+
+    // The codes that the status reports.
+    void report(int iris, int shutter, int gain)
+    {
+        port.status[103] = static_cast<std::uint8_t>(iris);
+        port.status[104] = static_cast<std::uint8_t>(shutter);
+        port.status[105] = static_cast<std::uint8_t>(gain);
+    }
+
+    std::string sent(int position)
+    {
+        EXPECT_TRUE(ptz_driver_canon_cmd_full_manual_exposure(driver, position)) << position;
+        const Lines payloads = port.take_payloads();
+        return payloads.size() == 1 ? payloads.front() : "not one packet";
+    }
+
+    int read_back()
+    {
+        int position = 0;
+        EXPECT_TRUE(ptz_driver_canon_get_exposure_position(driver, &position));
+        return position;
+    }
+
+    const Bytes BLOCKS = StatusRun().bytes();
+};
+
+using ManualExposure = IrisMove;
+
+TEST_F(ManualExposure, OnePositionDrivesShutterThenIrisThenGainThenShutter)
+{
+    struct {
+        int position;
+        const char *shutter, *iris, *gain;
+    } const cases[] = {
+        {1, "36", "20", "00"},                                                        // 1 us
+        {1250, "17", "20", "00"},                                                     // 19992 us
+        {2500, "13", "20", "00"},                                                     // 40000 us
+        {2501, "13", "20", "00"}, {2526, "13", "1F", "00"},                           // 0 %, 1 %
+        {3750, "13", "12", "00"},                                                     // 49 %
+        {5000, "13", "04", "00"}, {5001, "13", "04", "00"}, {6251, "13", "04", "10"}, // 50 %
+        {7500, "13", "04", "20"}, {7501, "13", "04", "20"}, {7502, "12", "04", "20"}, // 40384 us
+        {8697, "04", "04", "20"}, {8750, "00", "04", "20"},                           // 499631 us, 520000 us
+        {9999, "00", "04", "20"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(sent(c.position), exposure(c.shutter, c.iris, c.gain)) << c.position;
+    set_capture_mode("1080p30"); // 999999 us in single precision: the same code
+    EXPECT_EQ(sent(9999), exposure("00", "04", "20"));
+    EXPECT_EQ(sent(2500), exposure("14", "20", "00"));
+}
+
+// Positions fall on the steps of the tables: what is read back is never farther than the next step.
+TEST_F(ManualExposure, EveryPositionReadsBackWithinOneStep)
+{
+    constexpr int FIRST = 1, LAST = 9999;
+    for (const char *mode :
+         {"720p25", "720p30", "720p50", "720p60", "1080i50", "1080i60", "1080p25", "1080p30", "1080p50", "1080p60"}) {
+        set_capture_mode(mode);
+        std::vector<int> read(LAST + 1);
+        for (int position = FIRST; position <= LAST; ++position) {
+            const std::string bytes = sent(position);
+            const auto code = [&bytes](std::size_t record) {
+                return static_cast<int>(std::strtol(bytes.substr(record * 15 + 12, 2).c_str(), nullptr, 16));
+            };
+            report(code(1), code(0), code(3));
+            read[static_cast<std::size_t>(position)] = read_back();
+            framework().calls.clear();
+        }
+        const std::set<int> steps(read.begin() + FIRST, read.end());
+        for (int position = FIRST; position <= LAST; ++position) {
+            const auto step = steps.find(read[static_cast<std::size_t>(position)]);
+            const int below = step == steps.begin() ? FIRST : *std::prev(step);
+            const int above = std::next(step) == steps.end() ? LAST : *std::next(step);
+            ASSERT_TRUE(below <= position && position <= above) << mode << " " << position << " reads " << *step;
+        }
+    }
+}
+
+TEST_F(ManualExposure, ReadsBackFromTheStatus)
+{
+    const auto at = [this](int iris, int shutter, int gain) {
+        report(iris, shutter, gain);
+        return read_back();
+    };
+    EXPECT_EQ(at(32, 19, 0), 2500); // F16, 40000 us
+    EXPECT_EQ(at(32, 54, 0), 6);    // 91 us: 90 x 2499 / 39999 + 1
+    EXPECT_EQ(at(32, 0, 32), 2500); // longer than a frame with a closed iris
+    EXPECT_EQ(at(4, 19, 0), 5001);
+    EXPECT_EQ(at(4, 23, 16), 6250); // 50 %: 1249.5 + 5001
+    EXPECT_EQ(at(4, 4, 32), 8697);  // 460000 x 2498 / 960000 + 7501
+    EXPECT_EQ(at(4, 0, 0), 9999);
+    EXPECT_EQ(at(20, 0, 0), 3575);  // 43 %
+    EXPECT_EQ(at(3, 19, 0), 2476);  // no such iris: -1 %
+    EXPECT_EQ(at(4, 19, 33), 4976); // no such gain: -1 %
+    EXPECT_EQ(log.take(), Lines{});
+}
+
+TEST_F(ManualExposure, RefusesBeforeItNotesAnything)
+{
+    for (const int position : {0, 10000, -1})
+        EXPECT_FALSE(ptz_driver_canon_cmd_full_manual_exposure(driver, position));
+    constexpr const char *FULL = "ptz_driver_canon_cmd_full_manual_exposure";
+    EXPECT_EQ(log.take(),
+              Lines(3, guard_line(FULL, "(ZENTA_RANGE_MIN <= iris_zenta) && (iris_zenta <= ZENTA_RANGE_MAX)")));
+    EXPECT_TRUE(now().auto_iris);
+    EXPECT_TRUE(framework().take().empty());
+    EXPECT_EQ(port.attempts, 0);
+}
+
+TEST_F(ManualExposure, WhatItNotesStaysOnFailure)
+{
+    static constexpr ShutterRow short_rows[] = {{0, 91, 54}, {100, 100, 53}, {-1, -1, -1}};
+    static constexpr ShutterTable short_tables[] = {{"720p25", short_rows}, {}};
+    static constexpr IrisRow small_iris[] = {{0, 16.0f, 32}, {-1, -1.0f, -1}};
+    static constexpr GainRow small_gain[] = {{0, 0.0f, 0}, {-1, -1.0f, -1}};
+    const auto refused = [this](int position) {
+        now().iris_moving = 0;
+        EXPECT_FALSE(ptz_driver_canon_cmd_full_manual_exposure(driver, position));
+        model = *vccif_model_krx131();
+        return log.take();
+    };
+    model.shutter_tbls = nullptr;
+    EXPECT_EQ(refused(300).back(), "error: Could not calculate exposure time");
+    EXPECT_EQ(now().iris_moving, 1);
+    EXPECT_EQ(now().brightness_moving, -1);
+    EXPECT_EQ(now().brightness_zenta, -1);
+    EXPECT_EQ(driver->target.brightness_zenta, -1);
+    EXPECT_EQ(driver->target.iris_zenta, 300);
+    EXPECT_EQ(driver->parent_instance.iris_mode, 2);
+    EXPECT_FALSE(now().auto_iris);
+    model.shutter_tbls = short_tables;
+    EXPECT_EQ(refused(2500), (Lines{"error: Unsupported shutter speed: 40000"}));
+    model.iris_tbl = small_iris;
+    EXPECT_EQ(refused(5000), (Lines{"error: Unsupported iris value: 100"}));
+    model.gain_tbl = small_gain;
+    EXPECT_EQ(refused(7500), (Lines{"error: Unsupported gain: 100"}));
+    EXPECT_EQ(port.attempts, 0);
+    port.deaf = true;
+    EXPECT_EQ(refused(1).back(), "error: Failed to send full manual settings setup command");
+    EXPECT_EQ(now().iris_moving, 1);
+    port.deaf = false;
+    EXPECT_EQ(sent(1), exposure("36", "20", "00"));
+    EXPECT_EQ(now().iris_moving, 0);
+}
+
+TEST_F(ManualExposure, SwitchesAPriorityOffOnceTheValuesAreSent)
+{
+    now().exposure_mode = "flickerfree";
+    EXPECT_TRUE(ptz_driver_canon_cmd_full_manual_exposure(driver, 1));
+    EXPECT_EQ(port.take_payloads(), (Lines{exposure("36", "20", "00"), "04 00 03 00 03"}));
+    EXPECT_EQ(now().exposure_mode, nullptr);
+    EXPECT_EQ(sent(1), exposure("36", "20", "00"));
+    now().exposure_mode = "MANUAL";
+    EXPECT_EQ(sent(1), exposure("36", "20", "00"));
+    EXPECT_STREQ(now().exposure_mode, "MANUAL");
+}
+
+TEST_F(IrisMove, AbsoluteAndRelative)
+{
+    EXPECT_TRUE(ptz_driver_canon_cmd_move_iris(driver, 1, 5000));
+    EXPECT_EQ(now().iris_zenta, 5000);
+    EXPECT_EQ(now().iris_moving, 0);
+    EXPECT_EQ(port.reads, 0);
+    EXPECT_TRUE(ptz_driver_canon_cmd_move_iris(driver, 2, 9000)); // from iris_zenta, no longer automatic
+    EXPECT_EQ(now().iris_zenta, 9999);
+    EXPECT_TRUE(ptz_driver_canon_cmd_move_iris(driver, 2, -20000));
+    EXPECT_EQ(now().iris_zenta, 1);
+    EXPECT_EQ(port.reads, 0);
+    now().auto_iris = TRUE; // from where automatic exposure is
+    report(4, 19, 0);
+    EXPECT_TRUE(ptz_driver_canon_cmd_move_iris(driver, 2, 1250));
+    EXPECT_EQ(now().iris_zenta, 6251);
+    EXPECT_GT(port.reads, 0);
+    EXPECT_EQ(port.take_payloads(), (Lines{exposure("13", "04", "00"), exposure("00", "04", "20"),
+                                           exposure("36", "20", "00"), exposure("13", "04", "10")}));
+}
+
+TEST_F(IrisMove, AlwaysSucceeds)
+{
+    EXPECT_TRUE(ptz_driver_canon_cmd_move_iris(driver, 1, 30000)); // beyond the scale
+    EXPECT_EQ(now().iris_zenta, 30000);
+    EXPECT_EQ(now().iris_moving, 0);
+    EXPECT_TRUE(now().auto_iris);
+    port.deaf = true;
+    EXPECT_TRUE(ptz_driver_canon_cmd_move_iris(driver, 1, 1));
+    EXPECT_EQ(now().iris_moving, 0);
+    set_capture_mode("480i");
+    now().auto_iris = TRUE; // no position to count from: -1
+    EXPECT_TRUE(ptz_driver_canon_cmd_move_iris(driver, 2, 11));
+    EXPECT_EQ(now().iris_zenta, 10);
+    EXPECT_EQ(log.take().back(), "error: Could not calculate exposure time");
+}
+
+TEST_F(IrisMove, OtherTypesAreRefusedAndLeaveItMoving)
+{
+    for (const int type : {0, 3, 4}) {
+        now().iris_moving = 0;
+        EXPECT_FALSE(ptz_driver_canon_cmd_move_iris(driver, type, 5));
+        EXPECT_EQ(now().iris_moving, 1);
+        EXPECT_EQ(log.take(), (Lines{"error: Unsupported PTZ move type"}));
+        EXPECT_FALSE(framework().take().empty());
+    }
+    EXPECT_TRUE(port.packets.empty());
+    EXPECT_TRUE(now().auto_iris);
+}
+
+} // namespace
