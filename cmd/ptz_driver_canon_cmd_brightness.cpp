@@ -70,7 +70,7 @@ gboolean ptz_driver_canon_cmd_move_brightness(PTZDriverCanon *self, int move_typ
     ptz_driver_canon_utils_publish_status(self);
     int position = value;
     if (move_type == PTZ_MOVE_RELATIVE) {
-        position = CLAMP(now.brightness_zenta + value, ZENTA_RANGE_MIN, ZENTA_RANGE_MAX);
+        position = zenta_moved(now.brightness_zenta, value);
     } else if (move_type != PTZ_MOVE_ABSOLUTE) {
         log_error("Unsupported PTZ move type");
         return FALSE;

@@ -57,7 +57,7 @@ gboolean ptz_driver_canon_cmd_move_focus(PTZDriverCanon *self, int move_type, in
     case PTZ_MOVE_RELATIVE:
         if (value == 0)
             return stop(self, STOPPED);
-        return move_to(self, CLAMP(self->current.focus_zenta + value, ZENTA_RANGE_MIN, ZENTA_RANGE_MAX));
+        return move_to(self, zenta_moved(self->current.focus_zenta, value));
     case PTZ_MOVE_CONTINUOUS:
         return value == 0 ? stop(self, NO_TARGET) : drive(self, value);
     default:

@@ -115,7 +115,7 @@ gboolean ptz_driver_canon_cmd_move_iris(PTZDriverCanon *self, int move_type, int
     ptz_driver_canon_utils_publish_status(self);
     int position = value;
     if (move_type == PTZ_MOVE_RELATIVE) {
-        position = CLAMP(present_position(self) + value, ZENTA_RANGE_MIN, ZENTA_RANGE_MAX);
+        position = zenta_moved(present_position(self), value);
     } else if (move_type != PTZ_MOVE_ABSOLUTE) {
         log_error("Unsupported PTZ move type");
         return FALSE;

@@ -52,7 +52,7 @@ void set_position_target(int *target, const PTZMotion &motion)
     if (motion.type == PTZ_MOVE_ABSOLUTE)
         *target = value;
     else if (motion.type == PTZ_MOVE_RELATIVE)
-        *target = CLAMP(*target + value, ZENTA_RANGE_MIN, ZENTA_RANGE_MAX);
+        *target = zenta_moved(*target, value);
 }
 
 // Iris, focus and brightness, as far as they are asked for. A brightness move takes back what the iris move has set.

@@ -103,6 +103,8 @@ TEST_F(BrightnessMove, RelativeCountsFromThePresentPositionInRange)
     EXPECT_EQ(moved(2, 9000), Lines{step("08")});
     now().brightness_zenta = 5000;
     EXPECT_EQ(moved(2, -9000), Lines{step("F8")});
+    now().brightness_zenta = 2147483647;
+    EXPECT_EQ(moved(2, 1), Lines{step("08")});
     now().brightness_zenta = -1; // not known
     EXPECT_EQ(moved(2, 2), Lines{step("F8")});
 }
