@@ -21,6 +21,7 @@ class Program {
         EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
         arguments.insert(arguments.begin(), KRX_SIM);
         std::vector<char *> argv;
+        argv.reserve(arguments.size() + 1);
         for (std::string &argument : arguments)
             argv.push_back(argument.data());
         argv.push_back(nullptr);

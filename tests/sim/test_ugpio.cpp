@@ -3,6 +3,7 @@
 
 #include "ugpio/ugpio_backend.h"
 
+#include <array>
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
@@ -91,9 +92,9 @@ TEST_F(Lines, AnEdgeIsPendingUntilTheLevelIsRead)
 
 TEST_F(Lines, ManyHandlesAtATimeAndManyEdgeWaitsLeaveNothingBehind)
 {
-    std::vector<ugpio *> handles;
-    for (int i = 0; i < 50; ++i)
-        handles.push_back(ugpio_request_named("imc_req"));
+    std::array<ugpio *, 50> handles{};
+    for (ugpio *&handle : handles)
+        handle = ugpio_request_named("imc_req");
     for (ugpio *handle : handles) {
         EXPECT_EQ(ugpio_full_open(handle), 0);
         EXPECT_EQ(ugpio_get_value(handle), 0);
