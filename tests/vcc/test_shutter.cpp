@@ -1,5 +1,5 @@
 #include "tests/support/capture.h"
-#include "tests/vcc/fake_driver.h"
+#include "tests/vcc/vcc_bench.h"
 #include "vcc/ptz_driver_canon_utils_backlight.h"
 #include "vcc/vccif_shutter.h"
 
