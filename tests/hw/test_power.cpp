@@ -8,9 +8,8 @@
 
 namespace {
 
-constexpr char SUPPLY[] = "error: Fatal error, failed to supply power";
-constexpr char RELEASE[] = "error: Fatal error, failed to release the reset for camera block";
-constexpr char DISABLE[] = "error: Fatal error, failed to disable power supply";
+const std::string FATAL = "error: Fatal error, ";
+const std::string DENIED = "error: 13 - (Permission denied) ERROR: Failed to change gpio ";
 
 class PowerTest : public testing::Test {
   protected:
@@ -55,29 +54,19 @@ class PowerTest : public testing::Test {
     LogCapture log;
 };
 
-TEST_F(PowerTest, PowerOnGoesThroughAllLinesInOrder)
+TEST_F(PowerTest, GoesThroughAllLinesInOrder)
 {
     EXPECT_TRUE(ptz_driver_canon_power_on(&driver));
     EXPECT_EQ(steps(), (Lines{"drive power high", "value good", "drive 12 high", "drive reset high", "value done",
                               "drive pcie high", "drive fpga low"}));
     EXPECT_EQ(flags(), "powered released");
-    EXPECT_EQ(clock.sleeps(), 0);
-    EXPECT_EQ(log.take(), Lines{});
-}
-
-TEST_F(PowerTest, PowerOffGoesThroughAllLinesInOrder)
-{
-    driver.camera_powered = driver.camera_reset_released = TRUE;
     EXPECT_TRUE(ptz_driver_canon_power_off(&driver));
     EXPECT_EQ(steps(),
               (Lines{"drive fpga high", "drive pcie low", "drive reset low", "drive 12 low", "drive power low"}));
     EXPECT_EQ(flags(), "- -");
-    EXPECT_EQ(log.take(), Lines{});
-}
+    EXPECT_EQ(clock.sleeps(), 0);
 
-TEST_F(PowerTest, EveryPolarityFollowsItsOwnKey)
-{
-    driver.power_pins_active_low = TRUE;
+    driver.power_pins_active_low = TRUE; // every polarity follows its own key
     driver.reset_pins_active_low = FALSE;
     driver.fpga_reset_pins_active_low = TRUE;
     EXPECT_TRUE(ptz_driver_canon_power_on(&driver));
@@ -86,6 +75,7 @@ TEST_F(PowerTest, EveryPolarityFollowsItsOwnKey)
     EXPECT_TRUE(ptz_driver_canon_power_off(&driver));
     EXPECT_EQ(steps(),
               (Lines{"drive fpga low", "drive pcie high", "drive reset high", "drive 12 low", "drive power high"}));
+    EXPECT_EQ(log.take(), Lines{});
 }
 
 TEST_F(PowerTest, LinesThatAreNotConfiguredAreSkipped)
@@ -106,86 +96,65 @@ TEST_F(PowerTest, LinesThatMustBeThereFailWhenTheyAreNotConfigured)
 {
     driver.power_good_pin = {-1, nullptr};
     EXPECT_FALSE(ptz_driver_canon_power_on(&driver));
-    EXPECT_EQ(log.take(), (Lines{"error: 22 - (Invalid argument) ERROR: Failed to request gpio -1/",
-                                 "error: Fatal error, camera block power could not be enabled.\n", SUPPLY}));
+    EXPECT_EQ(log.take(),
+              (Lines{"error: 22 - (Invalid argument) ERROR: Failed to request gpio -1/",
+                     FATAL + "camera block power could not be enabled.\n", FATAL + "failed to supply power"}));
     driver.fpga_reset_pin = {-1, nullptr};
     EXPECT_FALSE(ptz_driver_canon_power_off(&driver));
     EXPECT_EQ(log.take(), (Lines{"error: 22 - (Invalid argument) ERROR: Failed to change gpio -1/",
-                                 "error: Fatal error, failed to reset FPGA"}));
+                                 FATAL + "failed to reset FPGA"}));
 }
 
-struct FailingStep {
-    const char *call;
-    std::size_t steps; // made, the failing one included
-    const char *flags; // left
-    const char *line;  // number/name in the message
-    Lines messages;    // after that of the line itself
-};
-
-TEST_F(PowerTest, EveryFailingStepEndsPowerOn)
+TEST_F(PowerTest, EveryFailingStepEndsTheSequence)
 {
-    const FailingStep cases[] = {
-        {"drive power", 1, "- -", "-1/power", {SUPPLY}},
-        {"drive 12", 3, "powered -", "12/", {"error: Fatal error, failed to enable the clock for PCIe"}},
-        {"drive reset", 4, "powered -", "-1/reset", {RELEASE}},
-        {"drive pcie", 6, "powered released", "-1/pcie", {"error: Fatal error, failed to release the reset for PCIe"}},
-        {"drive fpga", 7, "powered released", "-1/fpga", {"error: Fatal error, failed to release the reset of FPGA"}},
+    const struct {
+        bool on;
+        const char *call;
+        std::size_t steps; // made, the failing one included
+        const char *flags; // left
+        const char *line;  // number/name in the message
+        const char *failure;
+    } cases[] = {
+        {true, "drive power", 1, "- -", "-1/power", "failed to supply power"},
+        {true, "drive 12", 3, "powered -", "12/", "failed to enable the clock for PCIe"},
+        {true, "drive reset", 4, "powered -", "-1/reset", "failed to release the reset for camera block"},
+        {true, "drive pcie", 6, "powered released", "-1/pcie", "failed to release the reset for PCIe"},
+        {true, "drive fpga", 7, "powered released", "-1/fpga", "failed to release the reset of FPGA"},
+        {false, "drive fpga", 1, "powered released", "-1/fpga", "failed to reset FPGA"},
+        {false, "drive pcie", 2, "powered released", "-1/pcie", "failed to reset PCIe"},
+        {false, "drive reset", 3, "powered released", "-1/reset", "failed to reset camera block"},
+        {false, "drive 12", 4, "powered -", "12/", "failed to disable power supply"},
+        {false, "drive power", 5, "powered -", "-1/power", "failed to disable power supply"},
     };
-    for (const FailingStep &failing : cases) {
-        SCOPED_TRACE(failing.call);
-        driver.camera_powered = driver.camera_reset_released = FALSE;
-        hardware.failing = {{failing.call, EACCES}};
-        EXPECT_FALSE(ptz_driver_canon_power_on(&driver));
-        EXPECT_EQ(steps().size(), failing.steps);
-        EXPECT_EQ(flags(), failing.flags);
-        Lines expected{std::string("error: 13 - (Permission denied) ERROR: Failed to change gpio ") + failing.line};
-        expected.insert(expected.end(), failing.messages.begin(), failing.messages.end());
-        EXPECT_EQ(log.take(), expected);
+    for (const auto &each : cases) {
+        SCOPED_TRACE(each.failure);
+        driver.camera_powered = driver.camera_reset_released = !each.on;
+        hardware.failing = {{each.call, EACCES}};
+        EXPECT_FALSE(each.on ? ptz_driver_canon_power_on(&driver) : ptz_driver_canon_power_off(&driver));
+        EXPECT_EQ(steps().size(), each.steps);
+        EXPECT_EQ(flags(), each.flags);
+        EXPECT_EQ(log.take(), (Lines{DENIED + each.line, FATAL + each.failure}));
     }
 }
 
-TEST_F(PowerTest, EveryFailingStepEndsPowerOff)
-{
-    const FailingStep cases[] = {
-        {"drive fpga", 1, "powered released", "-1/fpga", {"error: Fatal error, failed to reset FPGA"}},
-        {"drive pcie", 2, "powered released", "-1/pcie", {"error: Fatal error, failed to reset PCIe"}},
-        {"drive reset", 3, "powered released", "-1/reset", {"error: Fatal error, failed to reset camera block"}},
-        {"drive 12", 4, "powered -", "12/", {DISABLE}},
-        {"drive power", 5, "powered -", "-1/power", {DISABLE}},
-    };
-    for (const FailingStep &failing : cases) {
-        SCOPED_TRACE(failing.call);
-        driver.camera_powered = driver.camera_reset_released = TRUE;
-        hardware.failing = {{failing.call, EACCES}};
-        EXPECT_FALSE(ptz_driver_canon_power_off(&driver));
-        EXPECT_EQ(steps().size(), failing.steps);
-        EXPECT_EQ(flags(), failing.flags);
-        EXPECT_EQ(log.take(),
-                  (Lines{std::string("error: 13 - (Permission denied) ERROR: Failed to change gpio ") + failing.line,
-                         failing.messages[0]}));
-    }
-}
-
-TEST_F(PowerTest, PowerThatNeverGetsGoodStopsBeforeTheResets)
-{
-    hardware.lines["good"].level = 0;
-    EXPECT_FALSE(ptz_driver_canon_power_on(&driver));
-    EXPECT_EQ(hardware.calls_of({"value"}).size(), 30000u);
-    EXPECT_EQ(hardware.calls_of({"drive"}), Lines{"drive power high"});
-    EXPECT_EQ(clock.slept_us(), 29999 * 1000);
-    EXPECT_EQ(flags(), "powered -");
-    EXPECT_EQ(log.take(), (Lines{"error: Fatal error, timeout is occurred while waiting for good!\n",
-                                 "error: Fatal error, camera block power could not be enabled.\n", SUPPLY}));
-}
-
-TEST_F(PowerTest, ABlockThatNeverBootsKeepsThePcieReset)
+TEST_F(PowerTest, ALineThatNeverGetsHighEndsPowerOnAfterThirtySeconds)
 {
     hardware.lines["done"].level = 0;
     EXPECT_FALSE(ptz_driver_canon_power_on(&driver));
     EXPECT_EQ(hardware.calls_of({"drive"}), (Lines{"drive power high", "drive 12 high", "drive reset high"}));
     EXPECT_EQ(flags(), "powered released");
-    EXPECT_EQ(log.take(), (Lines{"error: Fatal error, timeout is occurred while waiting for done!\n",
-                                 "error: Fatal error, camera block could not be boot up.\n", RELEASE}));
+    EXPECT_EQ(log.take(), (Lines{FATAL + "timeout is occurred while waiting for done!\n",
+                                 FATAL + "camera block could not be boot up.\n",
+                                 FATAL + "failed to release the reset for camera block"}));
+    EXPECT_EQ(clock.slept_us(), 29999 * 1000);
+    hardware.calls.clear();
+    hardware.lines["good"].level = 0;
+    EXPECT_FALSE(ptz_driver_canon_power_on(&driver));
+    EXPECT_EQ(hardware.calls_of({"value"}).size(), 30000u);
+    EXPECT_EQ(hardware.calls_of({"drive"}), Lines{"drive power high"});
+    EXPECT_EQ(log.take(),
+              (Lines{FATAL + "timeout is occurred while waiting for good!\n",
+                     FATAL + "camera block power could not be enabled.\n", FATAL + "failed to supply power"}));
 }
 
 TEST_F(PowerTest, PowerCyclePausesBetweenOffAndOn)
@@ -208,8 +177,8 @@ TEST_F(PowerTest, TheUpgradeWaitIsTwoMinutesOfLooks)
     hardware.calls.clear();
     EXPECT_FALSE(ptz_driver_canon_wait_fw_upgrade_complete(&driver));
     EXPECT_EQ(steps().size(), 600u);
-    EXPECT_EQ(log.take(), (Lines{"error: Fatal error, timeout is occurred while waiting for upgraded!\n",
-                                 "error: Fatal error, camera block firmware upgrade could not be completed.\n"}));
+    EXPECT_EQ(log.take(), (Lines{FATAL + "timeout is occurred while waiting for upgraded!\n",
+                                 FATAL + "camera block firmware upgrade could not be completed.\n"}));
 }
 
 TEST_F(PowerTest, SingleSwitchesKeepTheirFlagWhenTheLineFails)
@@ -228,27 +197,24 @@ TEST_F(PowerTest, SingleSwitchesKeepTheirFlagWhenTheLineFails)
 
 TEST_F(PowerTest, AWaitReportsEveryFailingStepAndReleasesTheLine)
 {
+    const std::string error = "error: 5 - (Input/output error) ERROR: Failed to ";
     const struct {
         const char *call, *message;
         Lines calls;
     } cases[] = {
-        {"request", "error: 5 - (Input/output error) ERROR: Failed to request gpio 40/x", {"request 40"}},
-        {"open",
-         "error: 5 - (Input/output error) ERROR: Failed to open gpio 40/x",
-         {"request 40", "open 40", "free 40"}},
-        {"value",
-         "error: 5 - (Input/output error) ERROR: Failed to get value of gpio 40/x",
-         {"request 40", "open 40", "value 40", "close 40", "free 40"}},
+        {"request", "request gpio 40/x", {"request 40"}},
+        {"open", "open gpio 40/x", {"request 40", "open 40", "free 40"}},
+        {"value", "get value of gpio 40/x", {"request 40", "open 40", "value 40", "close 40", "free 40"}},
     };
     for (const auto &each : cases) {
         hardware.failing = {{each.call, EIO}};
         hardware.calls.clear();
         EXPECT_EQ(ptz_driver_canon_wait_gpio(40, "x", 10, 1000), -1);
-        EXPECT_EQ(log.take(), Lines{each.message});
+        EXPECT_EQ(log.take(), Lines{error + each.message});
         EXPECT_EQ(hardware.calls, each.calls);
     }
     EXPECT_EQ(ptz_driver_canon_wait_gpio(41, nullptr, 0, 1000), -1);
-    EXPECT_EQ(log.take(), Lines{"error: Fatal error, timeout is occurred while waiting for !\n"});
+    EXPECT_EQ(log.take(), Lines{FATAL + "timeout is occurred while waiting for !\n"});
 }
 
 TEST_F(PowerTest, NoDriverIsRefused)

@@ -1,12 +1,12 @@
 // The temperature controllers: what they register, and what they do when the temperature leaves and re-enters the
 // range.
+#include "core/glib_raii.h"
 #include "core/ptz_driver_canon.h"
 #include "hw/ptz_driver_canon_life_door.h"
 #include "hw/ptz_temperature_controller_canon.h"
 #include "tests/support/capture.h"
 
 #include <gtest/gtest.h>
-#include <memory>
 
 namespace {
 
@@ -36,10 +36,6 @@ int ptz_temperature_controller_register_trigger(PTZTemperatureController *, int 
 
 namespace {
 
-struct Unref {
-    void operator()(void *object) const { g_object_unref(object); }
-};
-
 // A driver object with our record and nothing of our driver's behaviour.
 GType plain_driver_get_type()
 {
@@ -59,9 +55,8 @@ class TemperatureTest : public testing::Test {
         driver->temperature_upper_limit = 65;
         driver->temperature_hysteresis_generic = 0.5;
         driver->temperature_hysteresis_cooling = 1.25;
-        // The framework's own start, seen.
-        auto *base = PTZ_TEMPERATURE_CONTROLLER_CLASS(g_type_class_ref(ptz_temperature_controller_get_type()));
-        start_before_ = base->start;
+        static auto *base =
+            PTZ_TEMPERATURE_CONTROLLER_CLASS(g_type_class_ref(ptz_temperature_controller_get_type())); // kept for good
         base->start = [](PTZTemperatureController *) {
             events.push_back("framework start");
             return 7;
@@ -70,14 +65,7 @@ class TemperatureTest : public testing::Test {
         cooling = make(ptz_temperature_controller_active_cooling_get_type());
     }
 
-    ~TemperatureTest() override
-    {
-        auto *base = PTZ_TEMPERATURE_CONTROLLER_CLASS(g_type_class_peek(ptz_temperature_controller_get_type()));
-        base->start = start_before_;
-        g_type_class_unref(base);
-    }
-
-    using Owned = std::unique_ptr<PTZTemperatureController, Unref>;
+    using Owned = GOwned<PTZTemperatureController, g_object_unref>;
 
     Owned make(GType type) const
     {
@@ -93,22 +81,15 @@ class TemperatureTest : public testing::Test {
 
     int &state() const { return driver->parent_instance.state; }
 
-    std::unique_ptr<PTZDriverCanon, Unref> driver;
+    GOwned<PTZDriverCanon, g_object_unref> driver;
     Owned generic, cooling;
     LogCapture log;
-
-  private:
-    int (*start_before_)(PTZTemperatureController *);
 };
 
-TEST_F(TemperatureTest, GenericWatchesTheLowerLimit)
+TEST_F(TemperatureTest, GenericWatchesTheLowerLimitAndActiveCoolingTheUpperOneFirst)
 {
     EXPECT_EQ(of(generic)->start(generic.get()), 41);
-    EXPECT_EQ(events, (Lines{"trigger 3 1 -20.000000 0.500000", "framework start"}));
-}
-
-TEST_F(TemperatureTest, ActiveCoolingWatchesTheUpperLimitFirst)
-{
+    EXPECT_EQ(std::exchange(events, {}), (Lines{"trigger 3 1 -20.000000 0.500000", "framework start"}));
     EXPECT_EQ(of(cooling)->start(cooling.get()), 40);
     EXPECT_EQ(events, (Lines{"trigger 3 0 65.000000 1.250000", "trigger 3 1 -20.000000 0.500000", "framework start"}));
 }
@@ -131,32 +112,26 @@ TEST_F(TemperatureTest, ARunningBlockIsStoppedOutsideItsRange)
     EXPECT_EQ(events, Lines(3, "stop in state 1"));
 }
 
-TEST_F(TemperatureTest, ABlockThatDoesNotRunIsLeftAlone)
-{
-    for (const int each : {0, 2, 3, 4, 5, 6, 7}) {
-        state() = each;
-        cooling->temperature_ok = 1;
-        of(cooling)->below_range(cooling.get());
-        EXPECT_EQ(cooling->temperature_ok, 0);
-        cooling->temperature_ok = 1;
-        of(cooling)->above_range(cooling.get());
-        EXPECT_EQ(cooling->temperature_ok, 0);
-        EXPECT_EQ(state(), each);
-    }
-    EXPECT_EQ(events, Lines{});
-    EXPECT_EQ(log.lines().size(), 14u);
-}
-
-TEST_F(TemperatureTest, BackInRangeAStoppedBlockIsStarted)
+TEST_F(TemperatureTest, OnlyARunningBlockIsStoppedAndOnlyAStoppedOneStarted)
 {
     for (const int each : {0, 1, 2, 3, 4, 5, 6, 7}) {
+        for (auto *reaction : {of(cooling)->below_range, of(cooling)->above_range}) {
+            state() = each != 1 ? each : 0;
+            cooling->temperature_ok = 1;
+            reaction(cooling.get());
+            EXPECT_EQ(cooling->temperature_ok, 0);
+            EXPECT_EQ(state(), each != 1 ? each : 0);
+        }
+        EXPECT_EQ(events, Lines{});
+        EXPECT_EQ(log.take().size(), 2u);
+
         state() = each;
-        cooling->temperature_ok = 0;
         of(cooling)->in_range(cooling.get());
         EXPECT_EQ(cooling->temperature_ok, 1);
-        EXPECT_EQ(state(), each == 2 || each == 3 ? 4 : each);
+        const bool stopped = each == 2 || each == 3;
+        EXPECT_EQ(state(), stopped ? 4 : each);
+        EXPECT_EQ(std::exchange(events, {}), stopped ? Lines{"start-up in state 4"} : Lines{});
     }
-    EXPECT_EQ(events, Lines(2, "start-up in state 4"));
     EXPECT_EQ(log.take(), Lines{});
 }
 

@@ -1,6 +1,7 @@
 // A port on fake hardware, in virtual time, with its messages caught.
 #pragma once
 
+#include "core/glib_raii.h"
 #include "port/ptz_port_canon.h"
 #include "port/ptz_port_canon_settings.h"
 #include "tests/support/capture.h"
@@ -8,12 +9,8 @@
 #include "tests/support/virtual_clock.h"
 
 #include <gtest/gtest.h>
-#include <memory>
 
-struct Unref {
-    void operator()(void *object) const { g_object_unref(object); }
-};
-using PortOwned = std::unique_ptr<PTZPort, Unref>;
+using PortOwned = GOwned<PTZPort, g_object_unref>;
 
 class PortTest : public testing::Test {
   protected:

@@ -42,12 +42,10 @@ class PortConfigTest : public PortTest {
         fs::remove_all(folder);
     }
 
-    void write_file(const std::string &text) const { std::ofstream(folder / "krx_port.conf") << text; }
-
     // Port `index` of a file with this text, read afresh.
     PortOwned port_of(const std::string &text, int index = 0) const
     {
-        write_file(text);
+        std::ofstream(folder / "krx_port.conf") << text;
         ptz_port_canon_forget_config();
         return PortOwned(ptz_port_canon_new(index));
     }
@@ -58,14 +56,16 @@ class PortConfigTest : public PortTest {
         if (port == nullptr)
             return "none";
         const auto *self = reinterpret_cast<const PTZPortCanon *>(port.get());
-        return std::string(self->device) + " " + std::to_string(self->request.number) + "/" +
-               (self->request.name != nullptr ? self->request.name : "-") + " " + std::to_string(self->burst_len) +
-               " " + std::to_string(self->trig_mode);
+        const char *name = self->request.name != nullptr ? self->request.name : "-";
+        return GText(g_strdup_printf("%s %d/%s %d %d", self->device, self->request.number, name, self->burst_len,
+                                     self->trig_mode))
+            .get();
     }
 
     const fs::path folder;
 };
 
+constexpr char ONE_PORT[] = "[KRX_PORTS]\nPorts=1\n[KRX_PORT0]\n";
 constexpr char GOOD[] = "[KRX_PORTS]\nPorts=2\nBigEndian=true\n"
                         "[KRX_PORT0]\nDevice=/dev/spidev2.1\nRequestPin=37\nBurstLenght=512\nTriggerMode=3\n"
                         "[KRX_PORT1]\nDevice=/dev/spidev2.2\nRequestPin=cam_req\nBurstLenght=16\nTriggerMode=1\n";
@@ -91,32 +91,26 @@ TEST_F(PortConfigTest, ACompleteFileFillsEveryPort)
     EXPECT_EQ(log.take(), Lines{});
 }
 
-struct PartialGroup {
-    const char *group; // below "Ports=1"
-    const char *port;
-    Lines messages;
-};
-
 TEST_F(PortConfigTest, WhatAGroupLacksOrGarblesIsReplaced)
 {
-    const std::string no_device = "warning: Failed to read config file parameter KRX_PORT0:Device";
-    const std::string no_pin = "warning: Failed to read config file parameter KRX_PORT0:RequestPin";
-    const std::string no_burst = "warning: Failed to read config file parameter KRX_PORT0:BurstLenght";
-    const std::string no_trigger = "warning: Failed to read config file parameter KRX_PORT0:TriggerMode";
-    const PartialGroup groups[] = {
+    const std::string unread = "warning: Failed to read config file parameter KRX_PORT0:";
+    const std::string no_device = unread + "Device", no_pin = unread + "RequestPin";
+    const struct {
+        const char *group, *port;
+        Lines messages;
+    } groups[] = {
         {"", "/dev/spidev1.0 -1/imc_req 1024 0", {no_device, no_pin}},
         {"Device=/d\nRequestPin=imc_req\n", "/d -1/imc_req 1024 0", {}},
         {"Device=/d\nRequestPin=-1\n", "/d -1/- 1024 0", {}},
         {"Device=/d\nRequestPin=3x\n", "/d -1/3x 1024 0", {}},
         {"Device=\\z\nRequestPin=\\z\n", "/dev/spidev1.0 -1/imc_req 1024 0", {no_device, no_pin}},
-        {"Device=/d\nRequestPin=1\nBurstLenght=many\nTriggerMode=2\n", "/d 1/- 1024 2", {no_burst}},
-        {"Device=/d\nRequestPin=1\nBurstLenght=100\nTriggerMode=edge\n", "/d 1/- 100 0", {no_trigger}},
+        {"Device=/d\nRequestPin=1\nBurstLenght=many\nTriggerMode=2\n", "/d 1/- 1024 2", {unread + "BurstLenght"}},
+        {"Device=/d\nRequestPin=1\nBurstLenght=100\nTriggerMode=edge\n", "/d 1/- 100 0", {unread + "TriggerMode"}},
         {"Device=/d\nRequestPin=1\nBurstLength=100\n", "/d 1/- 1024 0", {}}, // another key
     };
-    for (const PartialGroup &each : groups) {
-        SCOPED_TRACE(each.group);
-        EXPECT_EQ(described(port_of(std::string("[KRX_PORTS]\nPorts=1\n[KRX_PORT0]\n") + each.group)), each.port);
-        EXPECT_EQ(log.take(), each.messages);
+    for (const auto &[group, port, messages] : groups) {
+        EXPECT_EQ(described(port_of(std::string(ONE_PORT) + group)), port) << group;
+        EXPECT_EQ(log.take(), messages) << group;
     }
     EXPECT_FALSE(port_transfer_settings.big_endian);
 }
@@ -125,9 +119,7 @@ TEST_F(PortConfigTest, ValuesOutOfRangeAreRefusedByTheProperties)
 {
     for (const char *line :
          {"BurstLenght=15\n", "BurstLenght=1921\n", "TriggerMode=4\n", "TriggerMode=-1\n", "RequestPin=10000\n"}) {
-        const PortOwned port =
-            port_of(std::string("[KRX_PORTS]\nPorts=1\n[KRX_PORT0]\nDevice=/d\nRequestPin=0\n") + line);
-        EXPECT_NE(port, nullptr);
+        const PortOwned port = port_of(std::string(ONE_PORT) + "Device=/d\nRequestPin=0\n" + line);
         const Lines lines = log.take();
         ASSERT_EQ(lines.size(), 1u) << line;
         EXPECT_TRUE(lines[0].starts_with("glib: value \"")) << lines[0];
@@ -135,45 +127,37 @@ TEST_F(PortConfigTest, ValuesOutOfRangeAreRefusedByTheProperties)
     }
 }
 
-struct BadFile {
-    const char *text;
-    Lines messages;
-};
-
 TEST_F(PortConfigTest, AFileThatCannotBeUsedGivesNoPortAndIsTriedAgain)
 {
+    const std::string no_file = "error: Failed to load port config file";
     EXPECT_EQ(ptz_port_canon_new(0), nullptr);
-    EXPECT_EQ(log.take(), Lines{"error: Failed to load port config file"});
-    const std::string no_ports = "error: Failed to read config file parameter KRX_PORTS:Ports";
-    const BadFile files[] = {
-        {"", {no_ports}},
-        {"Ports=1\n", {"error: Failed to load port config file"}},
-        {"[KRX_PORTS\nPorts=1\n", {"error: Failed to load port config file"}},
-        {"[KRX_PORTS]\n", {no_ports}},
-        {"[KRX_PORTS]\nPorts=two\n", {no_ports}},
-        {"[KRX_PORTS]\nPorts=257\n", {no_ports}},
-        {"[KRX_PORTS]\nPorts=1\nBigEndian=maybe\n",
-         {"error: Failed to read config file parameter KRX_PORTS:BigEndian"}},
-    };
-    for (const BadFile &file : files) {
-        write_file(file.text);
-        EXPECT_EQ(ptz_port_canon_new(0), nullptr) << file.text;
-        EXPECT_EQ(log.take(), file.messages) << file.text;
+    EXPECT_EQ(log.take(), Lines{no_file});
+    const std::string unread = "error: Failed to read config file parameter KRX_PORTS:";
+    const std::pair<const char *, std::string> files[] = {
+        {"", unread + "Ports"},
+        {"Ports=1\n", no_file},
+        {"[KRX_PORTS\nPorts=1\n", no_file},
+        {"[KRX_PORTS]\n", unread + "Ports"},
+        {"[KRX_PORTS]\nPorts=two\n", unread + "Ports"},
+        {"[KRX_PORTS]\nPorts=257\n", unread + "Ports"},
+        {"[KRX_PORTS]\nPorts=1\nBigEndian=maybe\n", unread + "BigEndian"}};
+    for (const auto &[text, message] : files) {
+        std::ofstream(folder / "krx_port.conf") << text;
+        EXPECT_EQ(ptz_port_canon_new(0), nullptr) << text;
+        EXPECT_EQ(log.take(), Lines{message}) << text;
     }
-    write_file(GOOD);
+    std::ofstream(folder / "krx_port.conf") << GOOD;
     EXPECT_NE(PortOwned(ptz_port_canon_new(0)), nullptr);
 }
 
 TEST_F(PortConfigTest, AnIndexThatTheFileDoesNotHaveIsRefused)
 {
     const Lines refused{guard_line("ptz_port_canon_new", "0 <= port_index && port_index < port_count()")};
-    for (const int index : {-1, 2, 1000000}) {
-        EXPECT_EQ(port_of(GOOD, index), nullptr);
-        EXPECT_EQ(log.take(), refused);
-    }
-    for (const char *ports : {"0", "-5"}) {
-        EXPECT_EQ(port_of(std::string("[KRX_PORTS]\nPorts=") + ports), nullptr);
-        EXPECT_EQ(log.take(), refused);
+    const std::pair<std::string, int> cases[] = {
+        {GOOD, -1}, {GOOD, 2}, {GOOD, 1000000}, {"[KRX_PORTS]\nPorts=0", 0}, {"[KRX_PORTS]\nPorts=-5", 0}};
+    for (const auto &[text, index] : cases) {
+        EXPECT_EQ(port_of(text, index), nullptr);
+        EXPECT_EQ(log.take(), refused) << text << " " << index;
     }
 }
 

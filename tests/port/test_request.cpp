@@ -7,7 +7,8 @@
 namespace {
 
 constexpr char TIMEOUT[] = "warning: Timeout (10s) occurred while waiting for request!";
-const Lines ONE_READ{"request imc_req", "open imc_req", "value imc_req", "close imc_req", "free imc_req"};
+const Lines UNREADABLE{"error: 5 - (Input/output error) ERROR: Failed to get value of gpio -1/imc_req request!",
+                       "error: Failed to get gpio value"};
 
 class RequestTest : public PortTest {
   protected:
@@ -26,139 +27,108 @@ class RequestTest : public PortTest {
                                                     static_cast<std::uint32_t>(then % 1000000)};
     }
 
-    std::int64_t last_request_us() const
+    static std::int64_t last_request_us()
     {
         const auto &last = port_transfer_settings.last_request_time;
         return std::int64_t{last.seconds} * 1000000 + last.microseconds;
     }
+
+    int wait(int mode) const { return ptz_port_canon_wait_request(request, mode); }
+    int wait_edge() const { return ptz_port_canon_wait_request_edge(request); }
 
     char name[8] = "imc_req";
     GpioLine request{-1, name};
     int edges = 0; // how many waits end with an edge
 };
 
-TEST_F(RequestTest, ModesZeroAndThreeLookOnceWhenTheLineIsHigh)
+TEST_F(RequestTest, ModesZeroAndThreeLookOnceAndWaitForAnEdgeOnlyWhenTheLineIsLow)
 {
-    hardware.lines["imc_req"].level = 1;
+    const Lines look{"request imc_req", "open imc_req", "value imc_req", "close imc_req", "free imc_req"};
+    Lines look_and_wait = look;
+    for (const char *call : {"request imc_req", "open imc_req", "edge imc_req 8", "fd imc_req", "value imc_req",
+                             "value imc_req", "close imc_req", "free imc_req"})
+        look_and_wait.push_back(call);
     for (const int mode : {0, 3}) {
         hardware.calls.clear();
-        EXPECT_GE(ptz_port_canon_wait_request(request, mode), 0);
-        EXPECT_EQ(hardware.calls, ONE_READ);
-    }
-    EXPECT_EQ(last_request_us(), 0);
-}
+        port_transfer_settings.last_request_time = {};
+        levels({1});
+        EXPECT_EQ(wait(mode), 0);
+        EXPECT_EQ(hardware.calls, look);
+        EXPECT_EQ(last_request_us(), 0);
 
-TEST_F(RequestTest, ModesZeroAndThreeWaitForAnEdgeWhenTheLineIsLow)
-{
-    for (const int mode : {0, 3}) {
         hardware.calls.clear();
         last_request_ago(1000);
         levels({0, 0, 1});
         edges = 1;
-        EXPECT_EQ(ptz_port_canon_wait_request(request, mode), 1);
-        Lines expected = ONE_READ;
-        for (const char *call : {"request imc_req", "open imc_req", "edge imc_req 8", "fd imc_req", "value imc_req",
-                                 "value imc_req", "close imc_req", "free imc_req"})
-            expected.push_back(call);
-        EXPECT_EQ(hardware.calls, expected);
+        EXPECT_EQ(wait(mode), 1);
+        EXPECT_EQ(hardware.calls, look_and_wait);
         EXPECT_EQ(last_request_us(), clock.now_us());
     }
-}
-
-TEST_F(RequestTest, ModeZeroWaitsForAnEdgeAlsoWhenTheLevelCannotBeRead)
-{
+    EXPECT_EQ(log.take(), Lines{});
     levels({-1, 1});
-    EXPECT_EQ(ptz_port_canon_wait_request(request, 0), 1);
-    EXPECT_EQ(log.take(),
-              (Lines{"error: 5 - (Input/output error) ERROR: Failed to get value of gpio -1/imc_req request!",
-                     "error: Failed to get gpio value"}));
+    EXPECT_EQ(wait(0), 1);
+    EXPECT_EQ(log.take(), UNREADABLE);
 }
 
 TEST_F(RequestTest, ModeTwoEndsAtOnceWhenTheLineIsHigh)
 {
     levels({1});
-    EXPECT_EQ(ptz_port_canon_wait_request(request, 2), 1);
+    EXPECT_EQ(wait(2), 1);
     EXPECT_EQ(clock.waits(), 0);
     EXPECT_EQ(last_request_us(), clock.now_us());
 }
 
-TEST_F(RequestTest, ModeOnePollsEveryMillisecond)
+TEST_F(RequestTest, ModeOnePollsEveryMillisecondTenThousandTimes)
 {
     levels({0, 0, 1});
-    EXPECT_EQ(ptz_port_canon_wait_request(request, 1), 0);
+    EXPECT_EQ(wait(1), 0);
     EXPECT_EQ(clock.sleeps(), 2);
     EXPECT_EQ(clock.slept_us(), 2000);
-    EXPECT_EQ(hardware.calls_of({"request", "value", "free"}).size(), 9u);
-}
-
-TEST_F(RequestTest, ModeOneGivesUpAfterTenThousandPolls)
-{
-    EXPECT_EQ(ptz_port_canon_wait_request(request, 1), -1);
+    levels({0, -1});
+    EXPECT_EQ(wait(1), -1);
+    EXPECT_EQ(log.take(), UNREADABLE);
+    hardware.calls.clear();
+    EXPECT_EQ(wait(1), -1);
     EXPECT_EQ(hardware.calls_of({"value"}).size(), 10000u);
     EXPECT_EQ(log.take(), Lines{TIMEOUT});
 }
 
-TEST_F(RequestTest, ModeOneGivesUpWhenTheLevelCannotBeRead)
-{
-    levels({0, -1});
-    EXPECT_EQ(ptz_port_canon_wait_request(request, 1), -1);
-    EXPECT_EQ(log.take(),
-              (Lines{"error: 5 - (Input/output error) ERROR: Failed to get value of gpio -1/imc_req request!",
-                     "error: Failed to get gpio value"}));
-}
-
-TEST_F(RequestTest, ANumberGoesBeforeTheName)
+TEST_F(RequestTest, ANumberGoesBeforeTheNameAndOneOfThemMustBeThere)
 {
     request.number = 37;
     hardware.lines["37"].level = 1;
-    EXPECT_EQ(ptz_port_canon_wait_request(request, 0), 0);
+    EXPECT_EQ(wait(0), 0);
     EXPECT_EQ(hardware.calls.front(), "request 37/request");
-}
-
-TEST_F(RequestTest, ALineWithoutNumberAndNameFails)
-{
-    const GpioLine nothing{-1, nullptr};
-    EXPECT_EQ(ptz_port_canon_wait_request(nothing, 2), -1);
+    request = {-1, nullptr};
     int level = 0;
-    EXPECT_EQ(ptz_port_canon_get_request_level(nothing, &level), -1);
+    EXPECT_EQ(wait(2), -1);
+    EXPECT_EQ(ptz_port_canon_get_request_level(request, &level), -1);
     EXPECT_EQ(log.take(), (Lines{"error: 22 - (Invalid argument) ERROR: Not possible to request GPIO -1/ request!",
                                  "error: 22 - (Invalid argument) ERROR: Failed to request gpio -1/ request!"}));
 }
 
-struct FailingStep {
-    const char *call;
-    const char *message;
-};
-
-TEST_F(RequestTest, EveryFailingStepOfTheEdgeWaitIsReportedAndReleasesTheLine)
+TEST_F(RequestTest, EveryFailingStepIsReportedAndReleasesTheLine)
 {
-    const FailingStep steps[] = {
-        {"request", "error: 16 - (Device or resource busy) ERROR: Not possible to request GPIO 37/imc_req request!"},
-        {"open", "error: 16 - (Device or resource busy) ERROR: Not possible to full open GPIO 37/imc_req request!"},
-        {"edge", "error: 16 - (Device or resource busy) ERROR: Not possible to set edge on GPIO 37/imc_req request!"},
-        {"fd", "error: 16 - (Device or resource busy) ERROR: Not possible to get fd on GPIO 37/imc_req request!"},
-    };
+    const std::string busy = "error: 16 - (Device or resource busy) ERROR: ";
+    const struct {
+        const char *call, *edge_wait, *level_read; // null: the step is not made
+    } steps[] = {{"request", "Not possible to request GPIO", "Failed to request gpio"},
+                 {"open", "Not possible to full open GPIO", "Failed to open gpio"},
+                 {"edge", "Not possible to set edge on GPIO", nullptr},
+                 {"fd", "Not possible to get fd on GPIO", nullptr},
+                 {"value", nullptr, "Failed to get value of gpio"}};
     request.number = 37;
-    for (const FailingStep &step : steps) {
+    int level = 0;
+    for (const auto &step : steps) {
         hardware.failing = {{step.call, EBUSY}};
-        EXPECT_EQ(ptz_port_canon_wait_request_edge(request), -1);
-        EXPECT_EQ(log.take(), Lines{step.message});
-        EXPECT_EQ(hardware.live_handles, 0);
-    }
-}
-
-TEST_F(RequestTest, EveryFailingStepOfALevelReadIsReportedAndReleasesTheLine)
-{
-    const FailingStep steps[] = {
-        {"request", "error: 16 - (Device or resource busy) ERROR: Failed to request gpio -1/imc_req request!"},
-        {"open", "error: 16 - (Device or resource busy) ERROR: Failed to open gpio -1/imc_req request!"},
-        {"value", "error: 16 - (Device or resource busy) ERROR: Failed to get value of gpio -1/imc_req request!"},
-    };
-    for (const FailingStep &step : steps) {
-        hardware.failing = {{step.call, EBUSY}};
-        int level = 0;
-        EXPECT_EQ(ptz_port_canon_get_request_level(request, &level), -1);
-        EXPECT_EQ(log.take(), Lines{step.message});
+        if (step.edge_wait != nullptr) {
+            EXPECT_EQ(wait_edge(), -1);
+            EXPECT_EQ(log.take(), Lines{busy + step.edge_wait + " 37/imc_req request!"});
+        }
+        if (step.level_read != nullptr) {
+            EXPECT_EQ(ptz_port_canon_get_request_level(request, &level), -1);
+            EXPECT_EQ(log.take(), Lines{busy + step.level_read + " 37/imc_req request!"});
+        }
         EXPECT_EQ(hardware.live_handles, 0);
     }
 }
@@ -166,14 +136,12 @@ TEST_F(RequestTest, EveryFailingStepOfALevelReadIsReportedAndReleasesTheLine)
 TEST_F(RequestTest, NoEdgeForTenSecondsIsATimeout)
 {
     last_request_ago(500);
-    const std::int64_t before = last_request_us();
     const std::int64_t start = clock.now_us();
-    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), -1);
+    EXPECT_EQ(wait_edge(), -1);
     EXPECT_EQ(clock.now_us() - start, 10000000);
-    EXPECT_EQ(last_request_us(), before);
-
+    EXPECT_EQ(last_request_us(), start - 500);
     clock.on_poll = [](int) { return -1; };
-    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), -1);
+    EXPECT_EQ(wait_edge(), -1);
     EXPECT_EQ(log.take(), (Lines{TIMEOUT, TIMEOUT}));
 }
 
@@ -181,23 +149,19 @@ TEST_F(RequestTest, NoEdgeForTenSecondsIsATimeout)
 // wait when it is used and two when it is not.
 TEST_F(RequestTest, TheFirstEdgeAfterALongPauseDoesNotCount)
 {
-    const struct {
-        std::int64_t pause_us;
-        int waits;
-    } cases[] = {
-        {0, 1},          {2800000, 1},    {2800001, 2},
-        {4294000000, 2}, {4295000000, 1}, // 32 bits of microseconds: 32704
-        {4297767296, 1}, {4297767297, 2}, // 2800000 and one more, beyond the wrap
-        {-1, 2},                          // a clock that was set back
+    const std::pair<std::int64_t, int> cases[] = {
+        {0, 1},          {2800000, 1},    {2800001, 2}, // the pause in microseconds and the waits
+        {4294000000, 2}, {4295000000, 1},               // 32 bits of microseconds: 32704
+        {4297767296, 1}, {4297767297, 2},               // 2800000 and one more, beyond the wrap
+        {-1, 2},                                        // a clock that was set back
     };
-    for (const auto &each : cases) {
-        SCOPED_TRACE(each.pause_us);
-        last_request_ago(each.pause_us);
+    edges = 100;
+    for (const auto &[pause_us, waits] : cases) {
+        last_request_ago(pause_us);
         levels({0, 1, 0, 1});
-        edges = 10;
         const int before = clock.waits();
-        EXPECT_EQ(ptz_port_canon_wait_request_edge(request), 1);
-        EXPECT_EQ(clock.waits() - before, each.waits);
+        EXPECT_EQ(wait_edge(), 1);
+        EXPECT_EQ(clock.waits() - before, waits) << pause_us;
     }
 }
 
@@ -206,29 +170,25 @@ TEST_F(RequestTest, TheFirstEdgeOfTheProcessDoesNotCountAndStartsTheMeasuring)
     levels({0, 1, 0}); // and stays low: the second wait times out
     edges = 1;
     const std::int64_t start = clock.now_us();
-    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), -1);
+    EXPECT_EQ(wait_edge(), -1);
     EXPECT_EQ(last_request_us(), start);
-}
-
-TEST_F(RequestTest, ALineThatStaysHighPastAStaleEdgeIsSeen)
-{
-    levels({0, 1, 1});
+    port_transfer_settings.last_request_time = {};
+    levels({0, 1, 1}); // and stays high past the edge that does not count
     edges = 1;
-    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), 1);
-    EXPECT_EQ(clock.waits(), 1);
+    EXPECT_EQ(wait_edge(), 1);
+    EXPECT_EQ(clock.waits(), 3);
 }
 
 TEST_F(RequestTest, AfterAShortPauseTheNextEdgeIsStillTheFirst)
 {
     last_request_ago(1000);
     levels({0, 0, 0, 1, 0, 1});
-    int polls = 0;
-    clock.on_poll = [&](int) {
-        if (++polls == 2)
+    clock.on_poll = [this](int) {
+        if (clock.waits() == 2)
             clock.advance(3000000);
         return 1;
     };
-    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), 1);
+    EXPECT_EQ(wait_edge(), 1);
     EXPECT_EQ(clock.waits(), 3);
 }
 
@@ -238,23 +198,21 @@ TEST_F(RequestTest, ALineThatDiesAtAnEdgeEndsTheWait)
     levels({0});
     hardware.lines["imc_req"].level = -1;
     edges = 1000;
-    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), -1);
+    EXPECT_EQ(wait_edge(), -1);
     EXPECT_EQ(clock.waits(), 1);
     EXPECT_EQ(log.take(), Lines{"error: Failed to get gpio value"});
 }
 
 TEST_F(RequestTest, TheEdgeDescriptorIsClosedOnceAndBeforeItsLine)
 {
-    int seen = -1;
-    int flags = 0;
+    int seen = -1, flags = 0, squatter = -1; // which takes the number as soon as it is free
     clock.on_poll = [&](int fd) {
         seen = fd;
         flags = fcntl(fd, F_GETFD);
         return 0;
     };
-    int squatter = -1; // takes the number as soon as it is free
     hardware.on_close = [&] { squatter = open("/dev/null", O_RDONLY); };
-    EXPECT_EQ(ptz_port_canon_wait_request_edge(request), -1);
+    EXPECT_EQ(wait_edge(), -1);
     EXPECT_NE(flags & FD_CLOEXEC, 0);
     EXPECT_EQ(squatter, seen);
     EXPECT_EQ(close(squatter), 0) << "somebody else's descriptor was closed";
@@ -269,7 +227,7 @@ TEST_F(RequestTest, AThousandWaitsLeaveNoDescriptor)
             hardware.failing = {{"fd", EMFILE}};
         levels({round % 2, round % 3});
         edges = round % 2;
-        ptz_port_canon_wait_request(request, round % 5);
+        wait(round % 5);
         log.take();
     }
     EXPECT_EQ(open_descriptors(), before);

@@ -1,4 +1,5 @@
 // Reads and writes on an open port: what is clocked out, and what becomes of every frame that may come back.
+#include "port/ptz_port_canon_frame.h"
 #include "port/ptz_port_canon_transfer.h"
 #include "tests/port/port_fixture.h"
 
@@ -23,8 +24,37 @@ class TransferTest : public PortTest {
     int read(void *buffer, int capacity) { return ptz_port_canon_read_data(port.get(), buffer, capacity, 0, 45000); }
     int write(const void *bytes, int length) { return ptz_port_canon_write_data(port.get(), bytes, length, 0, 0); }
 
+    // A write and a read fail, each with these warnings and, when `error` is set, the operation's own error.
+    void expect_both_fail(const Lines &warnings, bool error)
+    {
+        Bytes buffer(1920);
+        for (const char *operation : {"write", "read"}) {
+            EXPECT_EQ(*operation == 'w' ? write("abc", 3) : read(buffer.data(), 1920), -1);
+            Lines expected = warnings;
+            if (error)
+                expected.push_back(std::string("error: Failed to communicate, could not ") + operation + " data");
+            EXPECT_EQ(log.take(), expected);
+        }
+    }
+
     PortOwned port;
 };
+
+TEST(FrameChecksum, IsTheComplementOfTheSixteenBitSum)
+{
+    const auto checksum_of = [](const Bytes &bytes) {
+        return ptz_port_canon_checksum(bytes.data(), static_cast<int>(bytes.size()));
+    };
+    EXPECT_EQ(checksum_of(Bytes(257, 0xFF)), 0x0001); // the sum is 65535
+    EXPECT_EQ(checksum_of(Bytes(1916, 0xFF)), 0x8B7C);
+    Bytes bytes;
+    unsigned sum = 0;
+    for (unsigned length = 0; length < 100; ++length) {
+        EXPECT_EQ((sum + checksum_of(bytes)) & 0xFFFFu, 0u) << length;
+        bytes.push_back(static_cast<std::uint8_t>(length * 37 + 200));
+        sum += bytes.back();
+    }
+}
 
 TEST_F(TransferTest, WriteClocksTheFrameWithZeroFiller)
 {
@@ -53,13 +83,16 @@ TEST_F(TransferTest, ReadClocksAnEmptyFrameAndCopiesWhatFits)
 
 TEST_F(TransferTest, WriteTakesAtMost1916Bytes)
 {
-    hardware.replies = {ABC_FRAME, ABC_FRAME};
+    hardware.replies = {ABC_FRAME, ABC_FRAME, ABC_FRAME};
     const Bytes many(2000, 0xFF);
     EXPECT_EQ(write(many.data(), 2000), 1916);
     EXPECT_EQ(hardware.sent[0].size(), 1024u);
     EXPECT_EQ(Bytes(hardware.sent[0].begin(), hardware.sent[0].begin() + 5), (Bytes{0x07, 0x7C, 0x8B, 0x7C, 0xFF}));
     EXPECT_EQ(write(nullptr, INT_MIN), 0);
     EXPECT_EQ(hardware.sent[1], Bytes(1024, 0));
+    port_transfer_settings.burst_length = 1920;
+    EXPECT_EQ(write(many.data(), 1916), 1916);
+    EXPECT_EQ(hardware.sent[2].back(), 0xFF);
 }
 
 TEST_F(TransferTest, BigEndianConcernsOnlyWhatIsReceived)
@@ -70,54 +103,42 @@ TEST_F(TransferTest, BigEndianConcernsOnlyWhatIsReceived)
     EXPECT_EQ(Bytes(hardware.sent[0].begin(), hardware.sent[0].begin() + 4), (Bytes{0x00, 0x03, 0xFE, 0xDA}));
 }
 
-struct BadFrame {
-    Bytes received;
-    int burst;
-    int read_result;
-    const char *message; // of a write, and of a read that fails
-};
-
 TEST_F(TransferTest, ChecksSizeAndChecksumOfWhatComesBack)
 {
-    const Bytes full_1020{0xFC, 0x03, 0xB9, 0x4B}; // 1020 times EE, one too many
-    const Bytes full_1916{0x7C, 0x07, 0xB7, 0x0A}; // 1916 times EE, one too few
-    const BadFrame cases[] = {
-        {EMPTY_FRAME, 1024, 0, "Transports payload data size is invalid: 0(0000)"},
-        {{0xFD, 0x03, 0, 0}, 1024, -1, "Transports data size is invalid: 1025(0401)"},
-        {{0xFF, 0xFF, 0, 0}, 1024, -1, "Transports data size is invalid: 65539(10003)"},
-        {{0xFC, 0xFF, 0, 0}, 1024, -1, "Transports data size is invalid: 65536(10000)"},
-        {{0x0D, 0x00, 0, 0}, 16, -1, "Transports data size is invalid: 17(0011)"},
-        {{0x7D, 0x07, 0, 0}, 4000, -1, "Transports data size is invalid: 1921(0781)"},
-        {{0x01, 0x00, 0, 0}, 4, -1, "Transports data size is invalid: 5(0005)"},
-        {{0x03, 0x00, 0xDB, 0xFE, 'a', 'b', 'c'},
-         1024,
-         -1,
-         "Checksum does not match, received checksum: fedb calculated checksum: feda"},
-        {{0x03, 0x00, 0xDA, 0xFE, 'a', 'b', 'd'},
-         1024,
-         -1,
-         "Checksum does not match, received checksum: feda calculated checksum: fed9"},
-        {full_1020, 1024, -1, "Checksum does not match, received checksum: 4bb9 calculated checksum: 4bb8"},
-        {full_1916, 4000, -1, "Checksum does not match, received checksum: 0ab7 calculated checksum: 0ab8"},
+    const std::string size = "Transports data size is invalid: ";
+    const auto checksums = [](const char *received, const char *calculated) {
+        return std::string("Checksum does not match, received checksum: ") + received +
+               " calculated checksum: " + calculated;
     };
-    for (const BadFrame &bad : cases) {
+    const struct {
+        Bytes received;
+        int burst;
+        std::string message;
+    } cases[] = {
+        {{0xFD, 0x03, 0, 0}, 1024, size + "1025(0401)"},
+        {{0xFF, 0xFF, 0, 0}, 1024, size + "65539(10003)"},
+        {{0xFC, 0xFF, 0, 0}, 1024, size + "65536(10000)"},
+        {{0x0D, 0x00, 0, 0}, 16, size + "17(0011)"},
+        {{0x7D, 0x07, 0, 0}, 4000, size + "1921(0781)"},
+        {{0x01, 0x00, 0, 0}, 4, size + "5(0005)"},
+        {{0x03, 0x00, 0xDB, 0xFE, 'a', 'b', 'c'}, 1024, checksums("fedb", "feda")},
+        {{0x03, 0x00, 0xDA, 0xFE, 'a', 'b', 'd'}, 1024, checksums("feda", "fed9")},
+        {{0xFC, 0x03, 0xB9, 0x4B}, 1024, checksums("4bb9", "4bb8")}, // 1020 times EE, one too many
+        {{0x7C, 0x07, 0xB7, 0x0A}, 4000, checksums("0ab7", "0ab8")}, // 1916 times EE, one too few
+    };
+    for (const auto &bad : cases) {
         SCOPED_TRACE(bad.message);
         port_transfer_settings.burst_length = bad.burst;
         hardware.replies = {bad.received, bad.received};
-        Bytes buffer(1920);
-        EXPECT_EQ(read(buffer.data(), 1920), bad.read_result);
-        EXPECT_EQ(log.take(), bad.read_result < 0 ? Lines{std::string("warning: ") + bad.message} : Lines{});
-        EXPECT_EQ(write("abc", 3), -1);
-        EXPECT_EQ(log.take(), Lines{std::string("warning: ") + bad.message});
+        expect_both_fail({"warning: " + bad.message}, false);
     }
-}
-
-TEST_F(TransferTest, AnEmptyFrameWithAChecksumIsNoFrame)
-{
-    hardware.replies = {{0, 0, 1, 0}};
+    // An empty frame is no answer to a write; for a read it needs its checksum.
+    hardware.replies = {EMPTY_FRAME, {0, 0, 1, 0}};
+    EXPECT_EQ(write("abc", 3), -1);
+    EXPECT_EQ(log.take(), Lines{"warning: Transports payload data size is invalid: 0(0000)"});
     char byte;
     EXPECT_EQ(read(&byte, 1), -1);
-    EXPECT_EQ(log.take(), Lines{"warning: Checksum does not match, received checksum: 0001 calculated checksum: 0000"});
+    EXPECT_EQ(log.take(), Lines{"warning: " + checksums("0001", "0000")});
 }
 
 TEST_F(TransferTest, TheFullestFrameIsAccepted)
@@ -133,55 +154,32 @@ TEST_F(TransferTest, TheFullestFrameIsAccepted)
 
 TEST_F(TransferTest, NeverClocksMoreThanAFrameHoldsNorLessThanAHeader)
 {
-    const struct {
-        int burst;
-        const char *call;
-    } clocked[] = {{4, "message 4"}, {1920, "message 1920"}, {1921, "message 1920"}, {INT_MAX, "message 1920"}};
-    for (const auto &each : clocked) {
-        hardware.calls.clear();
-        port_transfer_settings.burst_length = each.burst;
-        hardware.replies = {EMPTY_FRAME};
+    hardware.replies = std::deque<Bytes>(4, EMPTY_FRAME);
+    for (const int burst : {4, 1920, 1921, INT_MAX}) {
+        port_transfer_settings.burst_length = burst;
         EXPECT_EQ(read(nullptr, 0), 0);
-        EXPECT_EQ(hardware.calls.back(), each.call);
     }
-    hardware.calls.clear();
+    EXPECT_EQ(hardware.calls_of({"message"}), (Lines{"message 4", "message 1920", "message 1920", "message 1920"}));
     for (const int burst : {3, 0, -1, INT_MIN}) {
         port_transfer_settings.burst_length = burst;
-        EXPECT_EQ(read(nullptr, 0), -1) << burst;
-        EXPECT_EQ(log.take(),
-                  (Lines{"warning: Could not send spi message", "error: Failed to communicate, could not read data"}));
+        expect_both_fail({"warning: Could not send spi message"}, true);
     }
-    EXPECT_EQ(hardware.calls_of({"message"}), Lines{});
+    EXPECT_EQ(hardware.sent.size(), 4u);
 }
 
-TEST_F(TransferTest, AFailedBurstIsReported)
+TEST_F(TransferTest, AFailedBurstOrWaitAndAClosedPortAreReported)
 {
     hardware.failing["message"] = EIO;
-    EXPECT_EQ(write("abc", 3), -1);
-    EXPECT_EQ(log.take(),
-              (Lines{"warning: Could not send spi message", "error: Failed to communicate, could not write data"}));
-}
-
-TEST_F(TransferTest, AFailedWaitLeavesTheBusAlone)
-{
+    expect_both_fail({"warning: Could not send spi message"}, true);
     hardware.lines["imc_req"].level = 0;
-    char byte;
-    EXPECT_EQ(read(&byte, 1), -1);
-    EXPECT_EQ(write("abc", 3), -1);
-    const std::string timeout = "warning: Timeout (10s) occurred while waiting for request!";
-    const std::string abort = "warning: Abort waiting the request for communication start";
-    EXPECT_EQ(log.take(), (Lines{timeout, abort, "error: Failed to communicate, could not read data", timeout, abort,
-                                 "error: Failed to communicate, could not write data"}));
-    EXPECT_EQ(hardware.sent.size(), 0u);
-}
-
-TEST_F(TransferTest, AClosedPortIsReported)
-{
+    hardware.calls.clear();
+    expect_both_fail({"warning: Timeout (10s) occurred while waiting for request!",
+                      "warning: Abort waiting the request for communication start"},
+                     true);
+    EXPECT_EQ(hardware.calls_of({"message"}), Lines{}) << "a failed wait leaves the bus alone";
     close_port(port);
-    char byte;
-    EXPECT_EQ(read(&byte, 1), -1);
-    EXPECT_EQ(write("abc", 3), -1);
-    EXPECT_EQ(log.take(), Lines(2, "warning: The port is not open"));
+    hardware.calls.clear();
+    expect_both_fail({"warning: The port is not open"}, false);
     EXPECT_EQ(hardware.calls, Lines{});
 }
 

@@ -113,9 +113,7 @@ TEST(ZoomScale, IsClampedAndSplitAtTheOpticalEnd)
     expect_results(ptz_driver_canon_zoom_zenta_to_mag, self,
                    {{10000, 30.0f}, {19999, 360.0f}, {INT_MAX, 360.0f}, {-1, 360.0f}});
     fake.driver.max_digital_zoom = 4.0f;
-    expect_results(ptz_driver_canon_zoom_mag_to_zenta, self, {{0.0f, 1.0f}, {1.0f, 1.0f}, {30.0f, 9999.0f}});
-    expect_results(ptz_driver_canon_zoom_mag_to_zenta, self,
-                   {{60.0f, 10909.0f}, {360.0f, 19999.0f}, {1000.0f, 19999.0f}});
+    expect_results(ptz_driver_canon_zoom_mag_to_zenta, self, {{60.0f, 13333.0f}, {360.0f, 19999.0f}});
     expect_results(ptz_driver_canon_zoom_zenta_to_mag, self, {{19999, 120.0f}});
     fake.driver.max_digital_zoom = 1.0f; // no digital range
     expect_results(ptz_driver_canon_zoom_mag_to_zenta, self, {{360.0f, 9999.0f}});
