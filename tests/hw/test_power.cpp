@@ -181,20 +181,6 @@ TEST_F(PowerTest, TheUpgradeWaitIsTwoMinutesOfLooks)
                                  FATAL + "camera block firmware upgrade could not be completed.\n"}));
 }
 
-TEST_F(PowerTest, SingleSwitchesKeepTheirFlagWhenTheLineFails)
-{
-    EXPECT_TRUE(ptz_driver_canon_set_power(&driver, true));
-    EXPECT_TRUE(ptz_driver_canon_set_reset(&driver, false));
-    EXPECT_EQ(steps(), (Lines{"drive power high", "drive reset high"}));
-    hardware.failing["drive"] = EIO;
-    EXPECT_FALSE(ptz_driver_canon_set_power(&driver, false));
-    EXPECT_FALSE(ptz_driver_canon_set_reset(&driver, true));
-    EXPECT_EQ(flags(), "powered released");
-    hardware.failing = {};
-    EXPECT_TRUE(ptz_driver_canon_set_reset(&driver, true));
-    EXPECT_EQ(flags(), "powered -");
-}
-
 TEST_F(PowerTest, AWaitReportsEveryFailingStepAndReleasesTheLine)
 {
     const std::string error = "error: 5 - (Input/output error) ERROR: Failed to ";

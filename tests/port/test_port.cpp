@@ -172,24 +172,6 @@ TEST_F(PortObjectTest, StartsWithNothingSet)
     EXPECT_EQ(log.take(), Lines{"error: Fatal error, faild to open device \"\". (No such file or directory:2)"});
 }
 
-TEST_F(PortObjectTest, PropertiesAreDescribed)
-{
-    const auto described = [this](const char *name) {
-        GParamSpec *spec = g_object_class_find_property(G_OBJECT_GET_CLASS(port.get()), name);
-        const std::string text = g_param_spec_get_nick(spec);
-        if (G_IS_PARAM_SPEC_STRING(spec))
-            return text + ": " + G_PARAM_SPEC_STRING(spec)->default_value;
-        const GParamSpecInt *number = G_PARAM_SPEC_INT(spec);
-        return text + ", " + g_param_spec_get_blurb(spec) + ": " + std::to_string(number->minimum) + ".." +
-               std::to_string(number->maximum) + ", " + std::to_string(number->default_value);
-    };
-    EXPECT_EQ(described("device"), "Device name: /dev/spidev1.0");
-    EXPECT_EQ(described("request_pin_named"), "request pin name: imc_req");
-    EXPECT_EQ(described("request_pin"), "request pin number, PTZ Port Request Pin: -1..9999, -1");
-    EXPECT_EQ(described("burst_len"), "Burst Length, PTZ Burst Length: 16..1920, 1024");
-    EXPECT_EQ(described("trig_mode"), "Trigger Mode, PTZ Trigger mode: 0..3, 0");
-}
-
 TEST_F(PortObjectTest, OpenAndCloseHelpersPairAnOpenWithAReference)
 {
     hardware.failing["rd-speed"] = EIO;

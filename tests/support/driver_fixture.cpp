@@ -9,36 +9,18 @@
 #include <filesystem>
 #include <fstream>
 
-std::string to_hex(const std::uint8_t *bytes, std::size_t size)
-{
-    static constexpr char DIGITS[] = "0123456789ABCDEF";
-    std::string hex;
-    for (std::size_t i = 0; i < size; ++i) {
-        if (i > 0)
-            hex += ' ';
-        hex += DIGITS[bytes[i] >> 4];
-        hex += DIGITS[bytes[i] & 15];
-    }
-    return hex;
-}
-
 std::vector<std::string> PortBench::take_payloads()
 {
-    constexpr std::size_t HEADER_TEXT = 4 * 3;
-    std::vector<std::string> payloads;
-    for (const std::string &packet : packets)
-        payloads.push_back(packet.substr(HEADER_TEXT));
-    packets.clear();
-    return payloads;
+    for (std::string &packet : packets)
+        packet.erase(0, 4 * 3); // the header, three characters a byte
+    return std::exchange(packets, {});
 }
 
 StatusRun::Block StatusRun::make(std::uint8_t tag, std::size_t size)
 {
-    Block block{tag, Bytes(size)};
-    block.bytes[0] = tag;
-    block.bytes[2] = static_cast<std::uint8_t>((size - 4) >> 8);
-    block.bytes[3] = static_cast<std::uint8_t>((size - 4) & 0xFF);
-    return block;
+    Bytes bytes{tag, 0, static_cast<std::uint8_t>((size - 4) >> 8), static_cast<std::uint8_t>(size - 4)};
+    bytes.resize(size);
+    return {tag, bytes};
 }
 
 StatusRun &StatusRun::set(std::uint8_t tag, unsigned offset, unsigned size, std::int64_t value)
@@ -96,8 +78,5 @@ void DriverBench::make_driver(bool initialized)
 void DriverBench::drop_driver()
 {
     framework().drop_tasks();
-    if (driver == nullptr)
-        return;
-    g_object_unref(driver);
-    driver = nullptr;
+    g_clear_object(&driver);
 }

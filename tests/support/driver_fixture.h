@@ -4,6 +4,7 @@
 
 #include "core/ptz_driver_canon.h"
 #include "tests/support/capture.h"
+#include "tests/support/hex.h"
 #include "tests/support/virtual_clock.h"
 
 #include <gtest/gtest.h>
@@ -17,9 +18,6 @@
 #include <vector>
 
 using Bytes = std::vector<std::uint8_t>;
-
-// "10 01 00 05": upper-case hexadecimal bytes with blanks between them.
-std::string to_hex(const std::uint8_t *bytes, std::size_t size);
 
 // What the fake port has seen, and what it does next.
 struct PortBench {

@@ -5,34 +5,18 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <iterator>
 #include <linux/spi/spidev.h>
-#include <utility>
-
-FakeHardware *FakeHardware::current = nullptr;
-
-FakeHardware::FakeHardware()
-{
-    if (std::exchange(current, this) != nullptr)
-        std::abort();
-}
-
-FakeHardware::~FakeHardware()
-{
-    current = nullptr;
-}
 
 std::vector<std::string> FakeHardware::calls_of(std::initializer_list<std::string> operations) const
 {
     std::vector<std::string> wanted;
-    std::copy_if(calls.begin(), calls.end(), std::back_inserter(wanted), [&](const std::string &call) {
-        return std::any_of(operations.begin(), operations.end(),
-                           [&](const std::string &operation) { return call.starts_with(operation + " "); });
-    });
+    for (const std::string &call : calls)
+        if (std::find(operations.begin(), operations.end(), call.substr(0, call.find(' '))) != operations.end())
+            wanted.push_back(call);
     return wanted;
 }
 
@@ -64,42 +48,18 @@ FakeHardware &hardware()
     return *FakeHardware::current;
 }
 
-ugpio *new_handle(const std::string &key, const std::string &call)
+// For "request" and "drive" with the label and the level, if any, in `rest`.
+ugpio *new_handle(const char *operation, const std::string &key, const std::string &rest = "")
 {
-    if (hardware().fails(call))
+    if (hardware().fails(std::string(operation) + " " + key + rest))
         return nullptr;
     ++hardware().live_handles;
     return new ugpio{key};
 }
 
-std::string with_label(const std::string &text, const char *label)
-{
-    return label != nullptr ? text + "/" + label : text;
-}
-
-const char *level_name(unsigned flags)
-{
-    return flags == 0 ? " low" : flags == 2 ? " high" : " ?";
-}
-
 int result(const std::string &call)
 {
     return hardware().fails(call) ? -1 : 0;
-}
-
-template <typename T>
-int written(const char *call, const void *arg)
-{
-    return result(call + (" " + std::to_string(*static_cast<const T *>(arg))));
-}
-
-template <typename T>
-int read_back(const char *call, std::uint32_t value, void *arg)
-{
-    if (hardware().fails(call))
-        return -1;
-    *static_cast<T *>(arg) = static_cast<T>(value);
-    return 0;
 }
 
 int message(const spi_ioc_transfer &burst)
@@ -113,11 +73,9 @@ int message(const spi_ioc_transfer &burst)
                     std::to_string(burst.word_delay_usecs);
     const auto *out = reinterpret_cast<const std::uint8_t *>(burst.tx_buf);
     fake.sent.emplace_back(out, out + burst.len);
-    FakeHardware::Bytes reply;
-    if (!fake.replies.empty()) {
-        reply = fake.replies.front();
-        fake.replies.pop_front();
-    }
+    fake.replies.resize(std::max<std::size_t>(fake.replies.size(), 1));
+    FakeHardware::Bytes reply = std::move(fake.replies.front());
+    fake.replies.pop_front();
     reply.resize(burst.len, 0xEE);
     std::memcpy(reinterpret_cast<void *>(burst.rx_buf), reply.data(), burst.len);
     return static_cast<int>(burst.len);
@@ -127,24 +85,22 @@ int message(const spi_ioc_transfer &burst)
 
 ugpio *ugpio_request(int number, const char *label)
 {
-    const std::string key = std::to_string(number);
-    return new_handle(key, "request " + with_label(key, label));
+    return new_handle("request", std::to_string(number), label != nullptr ? std::string("/") + label : "");
 }
 
 ugpio *ugpio_request_named(const char *name)
 {
-    return new_handle(name, std::string("request ") + name);
+    return new_handle("request", name);
 }
 
 ugpio *ugpio_request_one(int number, unsigned flags, const char *label)
 {
-    const std::string key = std::to_string(number);
-    return new_handle(key, "drive " + with_label(key, label) + level_name(flags));
+    return ugpio_request_one_named((std::to_string(number) + (label != nullptr ? label : "")).c_str(), flags);
 }
 
 ugpio *ugpio_request_one_named(const char *name, unsigned flags)
 {
-    return new_handle(name, std::string("drive ") + name + level_name(flags));
+    return new_handle("drive", name, flags == 0 ? " low" : flags == 2 ? " high" : " ?");
 }
 
 int ugpio_full_open(ugpio *line)
@@ -204,24 +160,24 @@ int spidev_open(const char *path, int flags)
 
 int spidev_ioctl(int, unsigned long request, void *arg)
 {
-    const FakeHardware &fake = hardware();
-    switch (request) {
-    case SPI_IOC_WR_MODE32:
-        return written<std::uint32_t>("wr-mode", arg);
-    case SPI_IOC_RD_MODE32:
-        return read_back<std::uint32_t>("rd-mode", fake.mode, arg);
-    case SPI_IOC_WR_BITS_PER_WORD:
-        return written<std::uint8_t>("wr-bits", arg);
-    case SPI_IOC_RD_BITS_PER_WORD:
-        return read_back<std::uint8_t>("rd-bits", fake.bits, arg);
-    case SPI_IOC_WR_MAX_SPEED_HZ:
-        return written<std::uint32_t>("wr-speed", arg);
-    case SPI_IOC_RD_MAX_SPEED_HZ:
-        return read_back<std::uint32_t>("rd-speed", fake.speed, arg);
-    case SPI_IOC_MESSAGE(1):
+    if (request == SPI_IOC_MESSAGE(1))
         return message(*static_cast<const spi_ioc_transfer *>(arg));
-    default:
-        errno = ENOTTY;
+    FakeHardware &fake = hardware();
+    struct Setting {
+        const char *call;
+        std::uint32_t *read_back; // null: the request writes
+    };
+    const std::map<unsigned long, Setting> settings = {
+        {SPI_IOC_WR_MODE32, {"wr-mode", nullptr}},        {SPI_IOC_RD_MODE32, {"rd-mode", &fake.mode}},
+        {SPI_IOC_WR_BITS_PER_WORD, {"wr-bits", nullptr}}, {SPI_IOC_RD_BITS_PER_WORD, {"rd-bits", &fake.bits}},
+        {SPI_IOC_WR_MAX_SPEED_HZ, {"wr-speed", nullptr}}, {SPI_IOC_RD_MAX_SPEED_HZ, {"rd-speed", &fake.speed}}};
+    const auto &[call, read_back] = settings.at(request);
+    std::uint32_t written = 0;
+    if (read_back == nullptr)
+        std::memcpy(&written, arg, _IOC_SIZE(request));
+    if (fake.fails(read_back != nullptr ? call : call + (" " + std::to_string(written))))
         return -1;
-    }
+    if (read_back != nullptr)
+        std::memcpy(arg, read_back, _IOC_SIZE(request));
+    return 0;
 }

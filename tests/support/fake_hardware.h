@@ -16,10 +16,9 @@
 // "wr-bits 8", "rd-bits", "wr-speed 3000000", "rd-speed", "message 1024". A line goes by its number or name.
 class FakeHardware {
   public:
-    FakeHardware();
-    ~FakeHardware();
+    FakeHardware() { current = this; }
+    ~FakeHardware() { current = nullptr; }
     FakeHardware(const FakeHardware &) = delete;
-    FakeHardware &operator=(const FakeHardware &) = delete;
 
     struct Line {
         std::deque<int> script; // what the next reads give, -1: the read fails
@@ -47,7 +46,7 @@ class FakeHardware {
     std::string transfer;      // the last burst: "speed 3000000 delay 1 bits 8 cs 0 tx 0 rx 0 word 0"
 
     // Used by the C functions.
-    static FakeHardware *current;
+    static inline FakeHardware *current = nullptr;
     bool fails(const std::string &call);
 };
 

@@ -44,16 +44,6 @@ gboolean run_start_routine(PTZDriver *driver)
     return driver->start_routine != nullptr && driver->start_routine(driver);
 }
 
-void prepare_move(PTZDriver *)
-{
-    note("prepare_move");
-}
-
-void idle_poll(PTZDriver *, int word)
-{
-    note("idle_poll %d", word);
-}
-
 int report_status_params(PTZDriver *, int pan, int tilt, int zoom, int focus, int iris, int brightness,
                          guint32 position, guint32 speed, int one, int max, ScParam *spare)
 {
@@ -71,22 +61,15 @@ gboolean emit_event(PTZDriver *, int kind, const void *data, GError **)
     return TRUE;
 }
 
-gboolean set_param_bool(PTZDriver *, const char *group, const char *name, gboolean value)
-{
-    note("set %s.%s %s", group, name, value ? "true" : "false");
-    return !bench.refuse_params;
-}
-
 gboolean set_param_string(PTZDriver *, const char *group, const char *name, const char *value)
 {
     note("set %s.%s %s", group, name, value != nullptr ? value : "(none)");
     return !bench.refuse_params;
 }
 
-int open_cache(const char *name)
+gboolean set_param_bool(PTZDriver *driver, const char *group, const char *name, gboolean value)
 {
-    note("open %s cache", name);
-    return bench.datacache_result;
+    return set_param_string(driver, group, name, value ? "true" : "false");
 }
 
 std::string text_of(const ScParam &param)
@@ -136,8 +119,8 @@ void fake_framework_install()
     klass->add_params = add_params;
     klass->queue_task = queue_task;
     klass->run_start_routine = run_start_routine;
-    klass->prepare_move = prepare_move;
-    klass->idle_poll = idle_poll;
+    klass->prepare_move = [](PTZDriver *) { note("prepare_move"); };
+    klass->idle_poll = [](PTZDriver *, int word) { note("idle_poll %d", word); };
     klass->report_status_params = report_status_params;
     klass->emit_event = emit_event;
     klass->set_param_bool = set_param_bool;
@@ -169,46 +152,21 @@ GValue *ptz_dynamical_properties_get(PTZDynamicalProperties *, const char *name)
     return value;
 }
 
-int ptz_driver_zoom_datacache_init(PTZDriver *)
-{
-    return open_cache("zoom");
-}
-int ptz_driver_flip_datacache_init(PTZDriver *)
-{
-    return open_cache("flip");
-}
-int ptz_driver_position_datacache_init(PTZDriver *)
-{
-    return open_cache("position");
-}
-int ptz_driver_moving_datacache_init(PTZDriver *)
-{
-    return open_cache("moving");
-}
-int ptz_driver_speed_datacache_init(PTZDriver *)
-{
-    return open_cache("speed");
-}
-void ptz_driver_zoom_datacache_close(PTZDriver *)
-{
-    note("close zoom cache");
-}
-void ptz_driver_flip_datacache_close(PTZDriver *)
-{
-    note("close flip cache");
-}
-void ptz_driver_position_datacache_close(PTZDriver *)
-{
-    note("close position cache");
-}
-void ptz_driver_moving_datacache_close(PTZDriver *)
-{
-    note("close moving cache");
-}
-void ptz_driver_speed_datacache_close(PTZDriver *)
-{
-    note("close speed cache");
-}
+#define DATACACHE(name)                                                                                                \
+    int ptz_driver_##name##_datacache_init(PTZDriver *)                                                                \
+    {                                                                                                                  \
+        note("open " #name " cache");                                                                                  \
+        return bench.datacache_result;                                                                                 \
+    }                                                                                                                  \
+    void ptz_driver_##name##_datacache_close(PTZDriver *)                                                              \
+    {                                                                                                                  \
+        note("close " #name " cache");                                                                                 \
+    }
+DATACACHE(zoom)
+DATACACHE(flip)
+DATACACHE(position)
+DATACACHE(moving)
+DATACACHE(speed)
 
 void ptz_driver_zoom_datacache_write(int zoom, int moving, gboolean used, float mask_hfov, float mask_vfov,
                                      float magnification)

@@ -8,31 +8,10 @@ struct FakePort {
     PTZPort parent_instance;
     PortBench *bench;
 };
-struct FakePortClass {
-    PTZPortClass parent_class;
-};
-
-} // namespace
-
-G_DEFINE_TYPE(FakePort, fake_port, PTZ_TYPE_PORT)
-
-namespace {
 
 PortBench &bench_of(PTZPort *port)
 {
     return *reinterpret_cast<FakePort *>(port)->bench;
-}
-
-int open_port(PTZPort *port)
-{
-    ++bench_of(port).opens;
-    return 3;
-}
-
-int close_port(PTZPort *port)
-{
-    ++bench_of(port).closes;
-    return 0;
 }
 
 int read_port(PTZPort *port, void *buffer, int length, int, int)
@@ -56,23 +35,23 @@ int write_port(PTZPort *port, const void *buffer, int length, int, int)
     return length;
 }
 
+void set_up_class(gpointer klass, gpointer)
+{
+    auto *port_class = static_cast<PTZPortClass *>(klass);
+    port_class->port_open = [](PTZPort *port) { return ++bench_of(port).opens, 3; };
+    port_class->port_close = [](PTZPort *port) { return ++bench_of(port).closes, 0; };
+    port_class->port_read = read_port;
+    port_class->port_write = write_port;
+}
+
 } // namespace
-
-static void fake_port_init(FakePort *)
-{
-}
-
-static void fake_port_class_init(FakePortClass *klass)
-{
-    klass->parent_class.port_open = open_port;
-    klass->parent_class.port_close = close_port;
-    klass->parent_class.port_read = read_port;
-    klass->parent_class.port_write = write_port;
-}
 
 PTZPort *fake_port_new(PortBench *bench)
 {
-    auto *port = static_cast<FakePort *>(g_object_new(fake_port_get_type(), nullptr));
+    static const GType type =
+        g_type_register_static_simple(PTZ_TYPE_PORT, "FakePort", sizeof(PTZPortClass), set_up_class, sizeof(FakePort),
+                                      nullptr, static_cast<GTypeFlags>(0));
+    auto *port = static_cast<FakePort *>(g_object_new(type, nullptr));
     port->bench = bench;
     return &port->parent_instance;
 }

@@ -14,8 +14,6 @@ class VirtualClock : public Clock {
   public:
     explicit VirtualClock(std::int64_t start_us = 1'000'000'000'000'000) : now_(start_us) { clock_set(this); }
     ~VirtualClock() override { clock_set(nullptr); }
-    VirtualClock(const VirtualClock &) = delete;
-    VirtualClock &operator=(const VirtualClock &) = delete;
 
     // Called with the microseconds that have just passed, e.g. to let a simulated board move on.
     std::function<void(std::int64_t)> on_advance;

@@ -34,33 +34,24 @@ TEST_F(Lookup, CodeTakesTheFirstRowNotAboveInIrisAndNotBelowInGain)
     EXPECT_EQ(log.take(), Lines{});
 }
 
-TEST_F(Lookup, NegativeInputIsAGuardFailure)
+TEST_F(Lookup, NegativeInputAndAMissingTableAreGuardFailures)
 {
-    expect_results(vccif_percent_to_vcc_iris, self, {{-1, -1}});
-    expect_results(vccif_percent_to_vcc_gain, self, {{-2, -1}});
-    expect_results(vccif_vcc_to_percent_gain, self, {{-1, -1}});
-    expect_results(vccif_vcc_to_db_gain, self, {{-1, -1.0f}});
-    EXPECT_EQ(log.take(), (Lines{guard_line("vccif_percent_to_vcc_iris", "percent >= 0"),
-                                 guard_line("vccif_percent_to_vcc_gain", "percent >= 0"),
-                                 guard_line("vccif_vcc_to_percent_gain", "value >= 0"),
-                                 guard_line("vccif_vcc_to_db_gain", "value >= 0")}));
-}
-
-TEST_F(Lookup, MissingTableIsAGuardFailure)
-{
+    const auto expect_refusal = [this](auto function, const char *name, int value, const char *expression) {
+        EXPECT_EQ(function(self, value), -1.0) << name;
+        EXPECT_EQ(log.take(), Lines{guard_line(name, expression)});
+    };
+    expect_refusal(vccif_percent_to_vcc_iris, "vccif_percent_to_vcc_iris", -1, "percent >= 0");
+    expect_refusal(vccif_percent_to_vcc_gain, "vccif_percent_to_vcc_gain", -2, "percent >= 0");
+    expect_refusal(vccif_vcc_to_percent_gain, "vccif_vcc_to_percent_gain", -1, "value >= 0");
+    expect_refusal(vccif_vcc_to_db_gain, "vccif_vcc_to_db_gain", -1, "value >= 0");
     fake.model.iris_tbl = nullptr;
     fake.model.gain_tbl = nullptr;
-    expect_results(vccif_percent_to_vcc_iris, self, {{50, -1}});
-    expect_results(vccif_vcc_to_percent_iris, self, {{20, -1}});
-    expect_results(vccif_vcc_to_fno_iris, self, {{20, -1.0f}});
-    expect_results(vccif_percent_to_vcc_gain, self, {{50, -1}});
-    expect_results(vccif_vcc_to_percent_gain, self, {{20, -1}});
-    expect_results(vccif_vcc_to_db_gain, self, {{20, -1.0f}});
-    const std::string iris = "self->cam_model->iris_tbl", gain = "self->cam_model->gain_tbl";
-    EXPECT_EQ(log.take(),
-              (Lines{guard_line("vccif_percent_to_vcc_iris", iris), guard_line("vccif_vcc_to_percent_iris", iris),
-                     guard_line("vccif_vcc_to_fno_iris", iris), guard_line("vccif_percent_to_vcc_gain", gain),
-                     guard_line("vccif_vcc_to_percent_gain", gain), guard_line("vccif_vcc_to_db_gain", gain)}));
+    expect_refusal(vccif_percent_to_vcc_iris, "vccif_percent_to_vcc_iris", 50, "self->cam_model->iris_tbl");
+    expect_refusal(vccif_vcc_to_percent_iris, "vccif_vcc_to_percent_iris", 20, "self->cam_model->iris_tbl");
+    expect_refusal(vccif_vcc_to_fno_iris, "vccif_vcc_to_fno_iris", 20, "self->cam_model->iris_tbl");
+    expect_refusal(vccif_percent_to_vcc_gain, "vccif_percent_to_vcc_gain", 50, "self->cam_model->gain_tbl");
+    expect_refusal(vccif_vcc_to_percent_gain, "vccif_vcc_to_percent_gain", 20, "self->cam_model->gain_tbl");
+    expect_refusal(vccif_vcc_to_db_gain, "vccif_vcc_to_db_gain", 20, "self->cam_model->gain_tbl");
 }
 
 template <typename Row>

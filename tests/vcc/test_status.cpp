@@ -99,11 +99,9 @@ TEST_F(Status, LengthZeroEndsTheRunAndKeepsWhatCameBefore)
     EXPECT_EQ(append(block(0x40, 28) + block(0xE0, 0) + block(0x60, 60)), 0);
     EXPECT_EQ(log.take(), Lines{invalid_length});
     EXPECT_TRUE(vccif_has_status(0x40));
-    EXPECT_FALSE(vccif_has_status(0xE0));
-    EXPECT_FALSE(vccif_has_status(0x60));
+    EXPECT_FALSE(vccif_has_status(0xE0) || vccif_has_status(0x60));
 }
 
-// Every prefix of a run: only the ones that end between two blocks are good, and a cut block leaves nothing behind.
 TEST_F(Status, RunsCutAnywhereDropTheCutBlockOnly)
 {
     const Bytes run = block(0xF8, 524) + block(0x10, 8) + block(0xE0, 124) + block(0x60, 1) + block(0x40, 28);
