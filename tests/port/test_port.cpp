@@ -172,6 +172,15 @@ TEST_F(PortObjectTest, StartsWithNothingSet)
     EXPECT_EQ(log.take(), Lines{"error: Fatal error, faild to open device \"\". (No such file or directory:2)"});
 }
 
+TEST_F(PortObjectTest, ReadsBackItsPlace)
+{
+    char *device = nullptr, *name = nullptr;
+    int pin = 0;
+    g_object_get(port.get(), "device", &device, "request_pin", &pin, "request_pin_named", &name, nullptr);
+    EXPECT_EQ(std::string(GText(device).get()) + " " + GText(name).get(), "/dev/spidev1.0 imc_req");
+    EXPECT_EQ(pin, -1);
+}
+
 TEST_F(PortObjectTest, OpenAndCloseHelpersPairAnOpenWithAReference)
 {
     hardware.failing["rd-speed"] = EIO;
