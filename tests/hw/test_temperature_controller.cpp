@@ -94,37 +94,27 @@ TEST_F(TemperatureTest, GenericWatchesTheLowerLimitAndActiveCoolingTheUpperOneFi
     EXPECT_EQ(events, (Lines{"trigger 3 0 65.000000 1.250000", "trigger 3 1 -20.000000 0.500000", "framework start"}));
 }
 
-TEST_F(TemperatureTest, ARunningBlockIsStoppedOutsideItsRange)
-{
-    for (const Owned *controller : {&generic, &cooling}) {
-        state() = 1;
-        of(*controller)->below_range(controller->get());
-        EXPECT_EQ((*controller)->temperature_ok, 0);
-        EXPECT_EQ(state(), 2);
-        EXPECT_EQ(log.take(),
-                  Lines{"warning: Temperature is below operating temperature. Camera block will shut down."});
-    }
-    state() = 1;
-    of(cooling)->above_range(cooling.get());
-    EXPECT_EQ(cooling->temperature_ok, 0);
-    EXPECT_EQ(state(), 3);
-    EXPECT_EQ(log.take(), Lines{"warning: Temperature is above operating temperature. Camera block will shut down."});
-    EXPECT_EQ(events, Lines(3, "stop in state 1"));
-}
-
 TEST_F(TemperatureTest, OnlyARunningBlockIsStoppedAndOnlyAStoppedOneStarted)
 {
+    const struct {
+        const Owned &controller;
+        void (*reaction)(PTZTemperatureController *);
+        int state; // that a running block is left in
+        const char *side;
+    } reactions[] = {{generic, of(generic)->below_range, 2, "below"},
+                     {cooling, of(cooling)->below_range, 2, "below"},
+                     {cooling, of(cooling)->above_range, 3, "above"}};
     for (const int each : {0, 1, 2, 3, 4, 5, 6, 7}) {
-        for (auto *reaction : {of(cooling)->below_range, of(cooling)->above_range}) {
-            state() = each != 1 ? each : 0;
-            cooling->temperature_ok = 1;
-            reaction(cooling.get());
-            EXPECT_EQ(cooling->temperature_ok, 0);
-            EXPECT_EQ(state(), each != 1 ? each : 0);
+        for (const auto &[controller, reaction, stopped_state, side] : reactions) {
+            state() = each;
+            controller->temperature_ok = 1;
+            reaction(controller.get());
+            EXPECT_EQ(controller->temperature_ok, 0);
+            EXPECT_EQ(state(), each == 1 ? stopped_state : each);
+            EXPECT_EQ(std::exchange(events, {}), each == 1 ? Lines{"stop in state 1"} : Lines{});
+            EXPECT_EQ(log.take(), Lines{std::string("warning: Temperature is ") + side +
+                                        " operating temperature. Camera block will shut down."});
         }
-        EXPECT_EQ(events, Lines{});
-        EXPECT_EQ(log.take().size(), 2u);
-
         state() = each;
         of(cooling)->in_range(cooling.get());
         EXPECT_EQ(cooling->temperature_ok, 1);

@@ -67,19 +67,19 @@ TEST(Zoom, PositionsBecomeCameraUnits)
                    {{1.0f, 1}, {2.0f, 345}, {30.0f, 9999}, {60.0f, 10909}, {360.0f, 19999}, {0.0f, -343}});
 }
 
-TEST(SpeedCodes, CoverZeroToSeven)
-{
-    expect_results(vccif_percent_to_vcc_zoom_speed, krx131,
-                   {{1.0f, 0}, {14.0f, 0}, {15.0f, 1}, {100.0f, 7}, {200.0f, 14}});
-    expect_results(vccif_percent_to_vcc_focus_speed, krx131, {{50, 3}, {100, 7}});
-}
-
 TEST(Focus, RunsDownwardsAndIsLimitedFromTheCameraAboveOnly)
 {
     expect_results(vccif_zenta_to_vcc_focus, krx131,
                    {{1, 2048}, {2000, 1867}, {9999, 1144}, {0, 2048}, {-9997, 2952}}); // 0: 2048.09
     expect_results(vccif_vcc_to_zenta_focus, krx131,
                    {{2048, 1}, {1600, 4955}, {1144, 9999}, {1000, 9999}, {0, 9999}, {2100, -574}});
+}
+
+TEST(SpeedCodes, CoverZeroToSeven)
+{
+    expect_results(vccif_percent_to_vcc_zoom_speed, krx131,
+                   {{1.0f, 0}, {14.0f, 0}, {15.0f, 1}, {100.0f, 7}, {200.0f, 14}});
+    expect_results(vccif_percent_to_vcc_focus_speed, krx131, {{50, 3}, {100, 7}});
 }
 
 TEST(RangeScaling, MeetsItsThreePointsAndCutsTowardsZero)
