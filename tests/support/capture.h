@@ -45,8 +45,15 @@ class LogCapture {
         current_ = nullptr;
     }
 
-    // Everything logged since the last call, each line as "error: text", "warning: text", "info: text", "guard: text"
-    // (GLib's critical level) or "glib: text" (any other of GLib's).
+    // Everything logged so far, each line as "error: text", "warning: text", "info: text", "guard: text" (GLib's
+    // critical level) or "glib: text" (any other of GLib's).
+    Lines lines() const
+    {
+        const std::lock_guard hold(mutex_);
+        return lines_;
+    }
+
+    // The same, and forgets them.
     Lines take()
     {
         const std::lock_guard hold(mutex_);

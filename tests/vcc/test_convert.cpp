@@ -1,5 +1,5 @@
 #include "tests/support/capture.h"
-#include "tests/vcc/vcc_bench.h"
+#include "tests/vcc/fake_driver.h"
 #include "vcc/ptz_driver_canon_zoom_scale.h"
 #include "vcc/vccif_convert.h"
 

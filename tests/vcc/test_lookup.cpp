@@ -1,5 +1,5 @@
 #include "tests/support/capture.h"
-#include "tests/vcc/vcc_bench.h"
+#include "tests/vcc/fake_driver.h"
 #include "vcc/vccif_lookup.h"
 
 #include <cstring>
@@ -81,21 +81,6 @@ TEST(Model, CaptureModesDifferByFrameRateFamily)
         }
     }
     EXPECT_EQ(row_named(tables[0], &CaptureModeRow::name, "1080i60"), nullptr);
-}
-
-TEST(Model, EveryModeHasAShutterTableAndTheSlowOneOfItsFrameRate)
-{
-    const CameraModel *model = vccif_model_krx131();
-    const std::pair<const char *, int> cases[] = {
-        {"720p25", 40000},  {"720p30", 33333},  {"720p50", 20000},  {"720p60", 16667},  {"1080i50", 20000},
-        {"1080i60", 16667}, {"1080p25", 40000}, {"1080p30", 33333}, {"1080p50", 20000}, {"1080p60", 16667}};
-    for (const auto &[mode, one_frame_us] : cases) {
-        const ShutterTable *shutter = row_named(model->shutter_tbls, &ShutterTable::capture_mode, mode);
-        const SlowShutterTable *slow = row_named(model->slow_shutter_tbls, &SlowShutterTable::capture_mode, mode);
-        ASSERT_TRUE(shutter != nullptr && slow != nullptr) << mode;
-        EXPECT_EQ(shutter->rows[48].exposure_us, 1000000) << mode;
-        EXPECT_EQ(slow->rows[0].exposure_us, one_frame_us) << mode;
-    }
 }
 
 } // namespace

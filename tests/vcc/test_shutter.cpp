@@ -1,9 +1,7 @@
 #include "tests/support/capture.h"
-#include "tests/vcc/vcc_bench.h"
+#include "tests/vcc/fake_driver.h"
 #include "vcc/ptz_driver_canon_utils_backlight.h"
 #include "vcc/vccif_shutter.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -23,30 +21,13 @@ class Shutter : public testing::Test {
     PTZDriverCanon *const self = &fake.driver;
 };
 
-struct CodeCase {
-    int value, code;
-};
-
-TEST_F(Shutter, PercentTakesTheNextRow)
+TEST_F(Shutter, PercentOrExposureTimeTakesTheNextRow)
 {
-    for (const auto &[percent, code] :
-         {CodeCase{0, 54}, {1, 53}, {2, 53}, {49, 30}, {50, 30}, {51, 29}, {72, 19}, {99, 0}, {100, 0}, {101, -1}})
-        EXPECT_EQ(vccif_percent_to_vcc_shutter(self, percent), code) << percent;
+    expect_results(vccif_percent_to_vcc_shutter, self, {{0, 54}, {1, 53}, {2, 53}, {49, 30}, {50, 30}});
+    expect_results(vccif_percent_to_vcc_shutter, self, {{51, 29}, {72, 19}, {99, 0}, {100, 0}, {101, -1}});
+    expect_results(vccif_exposure_time_to_vcc_shutter, self, {{0, 54}, {91, 54}, {92, 53}, {20000, 23}, {20001, 22}});
+    expect_results(vccif_exposure_time_to_vcc_shutter, self, {{999999, 0}, {1000000, 0}, {1000001, -1}});
     EXPECT_EQ(log.take(), Lines{});
-}
-
-TEST_F(Shutter, ExposureTimeTakesTheNextRow)
-{
-    for (const auto &[time, code] : {CodeCase{0, 54},
-                                     {91, 54},
-                                     {92, 53},
-                                     {20000, 23},
-                                     {20001, 22},
-                                     {999999, 0},
-                                     {1000000, 0},
-                                     {1000001, -1},
-                                     {2000000, -1}})
-        EXPECT_EQ(vccif_exposure_time_to_vcc_shutter(self, time), code) << time;
 }
 
 // Both conversions take minus a number of frames.
@@ -54,7 +35,7 @@ TEST_F(Shutter, NegativeValueCountsFrames)
 {
     struct {
         const char *mode;
-        CodeCase cases[5];
+        std::pair<int, int> cases[5];
     } const modes[] = {
         {"1080P25", {{-1, 19}, {-7, 7}, {-13, 0}, {-25, 0}, {-30, -1}}},
         {"720p30", {{-1, 20}, {-3, 12}, {-16, 0}, {-30, 0}, {-31, -1}}},
@@ -72,16 +53,9 @@ TEST_F(Shutter, NegativeValueCountsFrames)
 
 TEST_F(Shutter, CodeTakesTheFirstRowNotAbove)
 {
-    for (const auto &[code, time] : {CodeCase{255, 91},
-                                     {54, 91},
-                                     {19, 40000},
-                                     {9, 250000},
-                                     {6, 500000},
-                                     {5, 500000},
-                                     {3, 1000000},
-                                     {1, 1000000},
-                                     {0, 1000000}})
-        EXPECT_EQ(vccif_vcc_to_exposure_time_shutter(self, code), time) << code;
+    expect_results(vccif_vcc_to_exposure_time_shutter, self, {{255, 91}, {54, 91}, {19, 40000}, {9, 250000}});
+    expect_results(vccif_vcc_to_exposure_time_shutter, self,
+                   {{6, 500000}, {5, 500000}, {3, 1000000}, {1, 1000000}, {0, 1000000}});
     EXPECT_EQ(vccif_vcc_to_exposure_time_shutter(self, -1), -1);
     EXPECT_EQ(log.take(), (Lines{guard_line("vccif_vcc_to_exposure_time_shutter", "value >= 0")}));
 }

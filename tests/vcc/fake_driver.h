@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
-#include <source_location>
 #include <type_traits>
 #include <utility>
 
@@ -26,8 +25,8 @@ struct FakeDriver {
 template <typename Result, typename Subject, typename Value>
 void expect_results(Result (*function)(Subject, Value), std::type_identity_t<Subject> subject,
                     std::initializer_list<std::pair<std::type_identity_t<Value>, std::type_identity_t<Result>>> cases,
-                    std::source_location where = std::source_location::current())
+                    int line = __builtin_LINE())
 {
     for (const auto &[value, result] : cases)
-        EXPECT_EQ(function(subject, value), result) << "for " << value << " in the table at line " << where.line();
+        EXPECT_EQ(function(subject, value), result) << "for " << value << " in the table at line " << line;
 }
