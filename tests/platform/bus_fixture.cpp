@@ -1,5 +1,15 @@
 #include "tests/platform/bus_fixture.h"
 
+std::string print(GVariant *value)
+{
+    g_variant_ref_sink(value);
+    char *text = g_variant_print(value, FALSE);
+    std::string result = text;
+    g_free(text);
+    g_variant_unref(value);
+    return result;
+}
+
 void run_until(const std::function<bool()> &condition)
 {
     // Only a test that fails waits that long.
@@ -27,8 +37,7 @@ Client::Client(const std::string &address)
                                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
     GError *error = nullptr;
     connection_ = g_dbus_connection_new_for_address_sync(address.c_str(), flags, nullptr, nullptr, &error);
-    if (connection_ == nullptr)
-        g_error("no connection to the test's bus: %s", error->message);
+    g_assert_no_error(error);
 }
 
 Client::~Client()
@@ -41,8 +50,7 @@ ReplyPtr Client::send(const char *method, const char *arguments)
 {
     GError *error = nullptr;
     GVariant *parsed = g_variant_parse(nullptr, arguments, nullptr, nullptr, &error);
-    if (parsed == nullptr)
-        g_error("%s", error->message);
+    g_assert_no_error(error);
     const ReplyPtr reply = send_to("/com/orna/PTZ", "com.orna.PTZ", method, parsed);
     g_variant_unref(parsed);
     return reply;
@@ -72,9 +80,7 @@ ReplyPtr Client::send_to(const char *path, const char *interface, const char *me
             g_error_free(error);
             return;
         }
-        char *text = g_variant_print(value, FALSE);
-        (*reply)->text = text;
-        g_free(text);
+        (*reply)->text = print(value);
         g_variant_unref(value);
     };
     auto reply = std::make_shared<Reply>();

@@ -16,6 +16,9 @@ struct Reply {
 };
 using ReplyPtr = std::shared_ptr<Reply>;
 
+// The value as GVariant text without types; a floating one is released.
+std::string print(GVariant *value);
+
 // Runs the main loop until the condition holds; a test that waits in vain fails.
 void run_until(const std::function<bool()> &condition);
 

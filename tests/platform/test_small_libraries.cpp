@@ -5,27 +5,15 @@
 #include "ptzmath/ptzmath.h"
 #include "ptzorvel/driver/data_caches.h"
 #include "ptzorvel/driver/driver_private.h"
-#include "status_cache/status_cache.h"
 #include "status_cache/status_cache_read.h"
+#include "tests/platform/bench.h"
+#include "tests/platform/bus_fixture.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <string>
+#include <gmock/gmock.h>
 
 namespace {
 
-std::string print(GVariant *floating)
-{
-    GVariant *value = g_variant_ref_sink(floating);
-    char *text = g_variant_print(value, FALSE);
-    std::string result = text;
-    g_free(text);
-    g_variant_unref(value);
-    return result;
-}
+using testing::HasSubstr;
 
 TEST(PtzMath, FieldsOfViewFollowTheTangentOfTheHalfAngle)
 {
@@ -43,12 +31,9 @@ TEST(StatusCache, CopiesValuesDuringTheCallAndCountsThem)
     status_cache_clear();
     gint32 zoom = 5;
     float pan = -12.5f;
-    const ScParam params[] = {{"ZOOM", 4, &zoom, SC_TYPE_INTEGER},
-                              {"PAN", 4, &pan, SC_TYPE_REAL},
-                              {"WIDE", 8, &pan, SC_TYPE_REAL},
-                              {"ODD", 4, &pan, 7},
-                              {nullptr, 4, &pan, SC_TYPE_REAL}};
-    const ScParam *list[] = {&params[0], &params[1], &params[2], &params[3], &params[4], nullptr};
+    const ScParam good[] = {{"ZOOM", 4, &zoom, SC_TYPE_INTEGER}, {"PAN", 4, &pan, SC_TYPE_REAL}};
+    const ScParam bad[] = {{"WIDE", 8, &pan, SC_TYPE_REAL}, {"ODD", 4, &pan, 7}, {nullptr, 4, &pan, SC_TYPE_REAL}};
+    const ScParam *list[] = {&good[0], &good[1], &bad[0], &bad[1], &bad[2], nullptr};
     EXPECT_EQ(sc_set_group("POSITION", list, 0), 2);
     zoom = 6;
     EXPECT_EQ(print(status_cache_snapshot()), "{'POSITION': {'ZOOM': <5>, 'PAN': <-12.5>}}");
@@ -60,25 +45,43 @@ TEST(StatusCache, CopiesValuesDuringTheCallAndCountsThem)
     status_cache_clear();
 }
 
+TEST(StatusReport, FillsAsManyRecordsAsThereIsRoomForFromStableStorage)
+{
+    auto *driver = PTZ_DRIVER(g_object_new(PTZ_TYPE_DRIVER, "video_channel_nbr", 3, nullptr));
+    const PTZDriverClass *klass = PTZ_DRIVER_GET_CLASS(driver);
+    ScParam spare[PTZ_STATUS_SPARE_RECORDS] = {};
+    klass->prepare_move(driver);
+    EXPECT_EQ(klass->report_status_params(driver, 0, 1, -1, 0, 0, 0, 1, 0, 1, 13, spare), 13);
+    const ScParam *list[] = {&spare[0], &spare[1], &spare[3], &spare[4], &spare[8], &spare[12], nullptr};
+    EXPECT_EQ(sc_set_group("G", list, 0), 6);
+    EXPECT_EQ(print(status_cache_snapshot()), "{'G': {'PTZ_STATE': <0>, 'PTZ_MOVING': <1>, 'TILT_MOVING': <1>, "
+                                              "'ZOOM_MOVING': <-1>, 'POSITION_CHANGED': <1>, 'MOVE_COUNT': <1>}}");
+    const void *first = spare[0].value;
+    EXPECT_EQ(klass->report_status_params(driver, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, spare), 2);
+    EXPECT_EQ(spare[0].value, first);
+    EXPECT_EQ(klass->report_status_params(driver, 0, 0, 0, 0, 0, 0, 0, 0, 1, -1, spare), 0);
+    status_cache_clear();
+    g_object_unref(driver);
+}
+
 TEST(DataCaches, OnlyOpenCachesTakeValuesAndSayWhetherTheyAreNew)
 {
-    guint32 result = 9;
-    ptz_driver_position_datacache_update(36100, 36000, 36000, 36000, &result);
-    EXPECT_EQ(result, 0u);
+    const auto update = [](gint32 pan, gint32 tilt) {
+        guint32 result = 9;
+        ptz_driver_position_datacache_update(pan, tilt, 36000, 36000, &result);
+        return result;
+    };
+    EXPECT_EQ(update(36100, 36000), 0u);
     ASSERT_EQ(ptz_driver_position_datacache_init(nullptr), 0);
-    ptz_driver_position_datacache_update(36100, 36000, 36000, 36000, &result);
-    EXPECT_EQ(result, 1u);
-    ptz_driver_position_datacache_update(36100, 36000, 36000, 36000, &result);
-    EXPECT_EQ(result, 0u);
-    ptz_driver_position_datacache_update(36100, 35999, 36000, 36000, &result);
-    EXPECT_EQ(result, 1u);
-    EXPECT_NE(print(ptz_data_caches_snapshot())
-                  .find("'position': {'open': <true>, 'pan': <36100>, 'tilt': <35999>, 'pan_offset': <36000>, "
-                        "'tilt_offset': <36000>}"),
-              std::string::npos);
-    ptz_driver_position_datacache_close(nullptr);
-    ptz_driver_position_datacache_close(nullptr);
-    EXPECT_NE(print(ptz_data_caches_snapshot()).find("'position': {'open': <false>}"), std::string::npos);
+    EXPECT_EQ(update(36100, 36000), 1u);
+    EXPECT_EQ(update(36100, 36000), 0u);
+    EXPECT_EQ(update(36100, 35999), 1u);
+    EXPECT_THAT(print(ptz_data_caches_snapshot()),
+                HasSubstr("'position': {'open': <true>, 'pan': <36100>, 'tilt': <35999>, 'pan_offset': <36000>, "
+                          "'tilt_offset': <36000>}"));
+    for (int times = 0; times < 2; times++)
+        ptz_driver_position_datacache_close(nullptr);
+    EXPECT_THAT(print(ptz_data_caches_snapshot()), HasSubstr("'position': {'open': <false>}"));
 }
 
 TEST(ImageSourceControl, RemembersWhatThePictureDoesAndRefusesWithoutAHandle)
@@ -100,14 +103,11 @@ TEST(ImageSourceControl, RemembersWhatThePictureDoesAndRefusesWithoutAHandle)
 
 TEST(BlockDefaults, AreThoseOfTheBlockAndItsVersionOrNone)
 {
-    char folder[] = "/tmp/ptz-defaults-XXXXXX";
-    ASSERT_NE(mkdtemp(folder), nullptr);
-    setenv("PTZ_DATA_DIR", folder, 1);
+    const TempFolder folder;
+    setenv("PTZ_DATA_DIR", folder.path, 1);
     EXPECT_EQ(block_defaults_init("KRX_camblock", "1.00"), nullptr); // no file
-
-    std::ofstream(std::string(folder) + "/block_defaults.conf") << "[KRX_camblock]\nVersion=1.00\nModel=KRX131\n";
+    folder.write("block_defaults.conf", "[KRX_camblock]\nVersion=1.00\nModel=KRX131\n");
     BlockDefaults *defaults = block_defaults_init("KRX_camblock", "1.00");
-    ASSERT_NE(defaults, nullptr);
     BlockDefaultsRecord *model = block_defaults_get_block_model(defaults);
     ASSERT_NE(model, nullptr);
     EXPECT_STREQ(model->text, "KRX131");
@@ -117,31 +117,9 @@ TEST(BlockDefaults, AreThoseOfTheBlockAndItsVersionOrNone)
     block_defaults_free(nullptr);
     EXPECT_EQ(block_defaults_init("KRX_camblock", "1.01"), nullptr);
     EXPECT_EQ(block_defaults_init("OTHER", "1.00"), nullptr);
-
-    std::ofstream(std::string(folder) + "/block_defaults.conf") << "Version=1.00\n";
-    EXPECT_EQ(block_defaults_init("KRX_camblock", "1.00"), nullptr); // malformed
+    folder.write("block_defaults.conf", "Version=1.00\n"); // malformed
+    EXPECT_EQ(block_defaults_init("KRX_camblock", "1.00"), nullptr);
     unsetenv("PTZ_DATA_DIR");
-    std::filesystem::remove_all(folder);
-}
-
-TEST(StatusReport, FillsAsManyRecordsAsThereIsRoomForFromStableStorage)
-{
-    auto *driver = PTZ_DRIVER(g_object_new(PTZ_TYPE_DRIVER, "video_channel_nbr", 3, nullptr));
-    const PTZDriverClass *klass = PTZ_DRIVER_GET_CLASS(driver);
-    ScParam spare[PTZ_STATUS_SPARE_RECORDS] = {};
-    klass->prepare_move(driver);
-    EXPECT_EQ(klass->report_status_params(driver, 0, 1, -1, 0, 0, 0, 1, 0, 1, 13, spare), 13);
-    status_cache_clear();
-    const ScParam *list[] = {&spare[0], &spare[1], &spare[3], &spare[4], &spare[8], &spare[12], nullptr};
-    EXPECT_EQ(sc_set_group("G", list, 0), 6);
-    EXPECT_EQ(print(status_cache_snapshot()), "{'G': {'PTZ_STATE': <0>, 'PTZ_MOVING': <1>, 'TILT_MOVING': <1>, "
-                                              "'ZOOM_MOVING': <-1>, 'POSITION_CHANGED': <1>, 'MOVE_COUNT': <1>}}");
-    const void *first = spare[0].value;
-    EXPECT_EQ(klass->report_status_params(driver, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, spare), 2);
-    EXPECT_EQ(spare[0].value, first);
-    EXPECT_EQ(klass->report_status_params(driver, 0, 0, 0, 0, 0, 0, 0, 0, 1, -1, spare), 0);
-    status_cache_clear();
-    g_object_unref(driver);
 }
 
 } // namespace

@@ -1,219 +1,154 @@
-#include "ptzorvel/common/task_queue.h"
+#include "tests/platform/bench.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <deque>
-#include <functional>
 #include <future>
-#include <string>
-#include <vector>
+#include <set>
 
 namespace {
 
-using testing::ElementsAre;
-
-// Stands still until the test moves it; nobody waits on it.
-class ManualClock final : public QueueClock {
-  public:
-    std::int64_t now_us() override { return now; }
-    void wait_until(std::condition_variable &, std::unique_lock<std::mutex> &, std::int64_t) override {}
-
-    std::int64_t now = 5000;
-};
-
-// A task record as a driver makes it.
-struct CountedTask {
-    PTZTask task{run, this, destroy, {}};
-    std::function<bool()> body;
-    int destroyed = 0;
-
-    explicit CountedTask(std::function<bool()> work) : body(std::move(work)) {}
-    CountedTask(const CountedTask &) = delete;
-    CountedTask &operator=(const CountedTask &) = delete;
-
-    static gboolean run(PTZTask *task) { return static_cast<CountedTask *>(task->data)->body() ? TRUE : FALSE; }
-    static void destroy(gpointer task) { static_cast<CountedTask *>(static_cast<PTZTask *>(task)->data)->destroyed++; }
-};
+using Lane = TaskQueue::Lane;
 
 class TaskQueueTest : public testing::Test {
-  protected:
-    void run_all()
+  public:
+    // A task record as a driver makes it: writes its name down when it runs, and "~name" when it is destroyed.
+    struct NamedTask {
+        PTZTask task;
+        std::string &done;
+        std::string name;
+        std::function<bool()> body;
+    };
+
+    // Queues one at that interval; it goes on for ever unless it has a body of its own.
+    bool add(
+        const std::string &name, std::int64_t interval_us, std::function<bool()> body = [] { return true; })
     {
-        while (queue.run_next()) {
-        }
-    }
-    void advance_to(std::int64_t us)
-    {
-        clock.now = us;
-        run_all();
-    }
-    auto note(const std::string &word)
-    {
-        return [this, word] { done.push_back(word); };
+        auto *named = new NamedTask{{run, nullptr, destroy, {}}, done, name, std::move(body)};
+        named->task.data = named;
+        return queue.add(&named->task, interval_us);
     }
 
-    CountedTask &make(std::function<bool()> body = [] { return true; }) { return tasks.emplace_back(std::move(body)); }
+    void post(const std::string &word, Lane lane = Lane::normal)
+    {
+        queue.post([this, word] { done += word + " "; }, lane);
+    }
 
-    ManualClock clock;
-    std::deque<CountedTask> tasks; // outlive the queue, which hands them back at its end
-    TaskQueue queue{clock};
-    std::vector<std::string> done;
-    std::vector<std::int64_t> ticks;
+    std::string pass(std::int64_t us)
+    {
+        done.clear();
+        bench.pass(us);
+        return done;
+    }
+
+    std::string done; // outlives the queue, which hands the tasks back at its end
+    QueueBench bench;
+    TaskQueue &queue = bench.queue;
+
+  private:
+    static gboolean run(PTZTask *task)
+    {
+        auto *named = static_cast<NamedTask *>(task->data);
+        named->done += named->name + " ";
+        return named->body();
+    }
+    static void destroy(gpointer task)
+    {
+        const std::unique_ptr<NamedTask> named(static_cast<NamedTask *>(static_cast<PTZTask *>(task)->data));
+        named->done += "~" + named->name + " ";
+    }
 };
 
-TEST_F(TaskQueueTest, WorkRunsInTheOrderInWhichItWasQueued)
+TEST_F(TaskQueueTest, WorkRunsInItsOrderAndUrgentWorkOvertakesIt)
 {
-    queue.post(note("a"));
-    queue.post([this] {
-        done.push_back("b");
-        queue.post(note("d"));
-    });
-    queue.post(note("c"));
-    run_all();
-    EXPECT_THAT(done, ElementsAre("a", "b", "c", "d"));
-}
-
-TEST_F(TaskQueueTest, UrgentWorkOvertakesAllThatWaits)
-{
-    CountedTask &repeating = make([this] {
-        done.push_back("tick");
-        return false;
-    });
-    queue.add(&repeating.task, 100);
-    clock.now += 100;
-    queue.post(note("move"));
-    queue.post(note("stop"), TaskQueue::Lane::urgent);
-    queue.post(note("stop again"), TaskQueue::Lane::urgent);
-    run_all();
-    EXPECT_THAT(done, ElementsAre("stop", "stop again", "move", "tick"));
+    add("tick", 100, [] { return false; });
+    bench.clock.now += 100;
+    post("a");
+    queue.post([this] { post("c"); });
+    post("b");
+    post("stop", Lane::urgent);
+    post("stop-again", Lane::urgent);
+    EXPECT_EQ(pass(0), "stop stop-again a b tick ~tick c ");
 }
 
 TEST_F(TaskQueueTest, RepeatingTasksKeepTheirGridAndSkipMissedTicks)
 {
-    CountedTask &task = make([this] {
-        ticks.push_back(clock.now - 5000);
-        if (ticks.size() == 2)
-            clock.now += 80000; // this tick takes two and a half intervals
+    std::string ticks;
+    add("tick", 33000, [&] {
+        ticks += std::to_string(bench.clock.now - 5000) + " ";
+        if (bench.clock.now == 5000 + 66500)
+            bench.clock.now += 80000; // this tick takes two and a half intervals
         return true;
     });
-    queue.add(&task.task, 33000);
-    for (const std::int64_t at : {32999, 33000, 40000, 66500})
-        advance_to(5000 + at);
-    // The second tick came late, at 66500, and took until 146500: those of 99000 and 132000 are gone.
-    advance_to(5000 + 164999);
-    EXPECT_THAT(ticks, ElementsAre(33000, 66500));
-    advance_to(5000 + 165000);
-    EXPECT_THAT(ticks, ElementsAre(33000, 66500, 165000));
+    // The second tick comes late, at 66500, and takes until 146500: those of 99000 and 132000 are gone.
+    for (const std::int64_t at : {32999, 33000, 40000, 66500, 164999, 165000})
+        pass(5000 + at - bench.clock.now);
+    EXPECT_EQ(ticks, "33000 66500 165000 ");
 }
 
 TEST_F(TaskQueueTest, DueRepetitionsWaitBehindWorkAlreadyThereAndAreNotStarvedByIt)
 {
-    CountedTask &task = make([this] {
-        done.push_back("tick");
-        return true;
-    });
-    queue.add(&task.task, 10);
+    add("tick", 10);
     int posted = 0;
     const std::function<void()> chain = [&] {
-        done.push_back("work");
-        clock.now += 10;
+        done += "work ";
+        bench.clock.now += 10;
         if (++posted < 3)
             queue.post(chain);
     };
     queue.post(chain);
-    run_all();
-    EXPECT_THAT(done, ElementsAre("work", "work", "tick", "work", "tick"));
+    EXPECT_EQ(pass(0), "work work tick work tick ");
 }
 
 TEST_F(TaskQueueTest, TasksAreDestroyedOnceWhicheverWayTheyEnd)
 {
-    CountedTask &once = make([] { return true; }); // asks to go on, but was queued once
-    CountedTask &ended = make([] { return false; });
-    CountedTask &cancelled = make(), &waiting = make(), &left_repeating = make(), &late = make();
-    queue.add(&once.task, 0);
-    queue.add(&ended.task, 10);
-    queue.add(&cancelled.task, 10);
-    advance_to(5010);
-    EXPECT_EQ(once.destroyed, 1);
-    EXPECT_EQ(ended.destroyed, 1);
-    EXPECT_EQ(cancelled.destroyed, 0);
+    add("once", 0); // asks to go on, but was queued once
+    add("ended", 10, [] { return false; });
+    add("cancelled", 10);
+    EXPECT_EQ(pass(10), "once ~once ended ~ended cancelled ");
     queue.cancel_repeating();
-    EXPECT_EQ(cancelled.destroyed, 1);
-
-    queue.add(&waiting.task, 0);
-    queue.add(&left_repeating.task, 10);
-    queue.shutdown();
-    EXPECT_EQ(waiting.destroyed, 1);
-    EXPECT_EQ(left_repeating.destroyed, 1);
-    EXPECT_FALSE(queue.add(&late.task, 0));
-    EXPECT_EQ(late.destroyed, 1);
-    EXPECT_EQ(once.destroyed + ended.destroyed + cancelled.destroyed, 3);
-}
-
-TEST_F(TaskQueueTest, ARepeatingTaskThatCancelsAllRepetitionsEndsWithItsRun)
-{
-    CountedTask &task = make([this] {
-        queue.cancel_repeating();
-        EXPECT_EQ(queue.repeating(), 0u);
+    EXPECT_EQ(done, "once ~once ended ~ended cancelled ~cancelled ");
+    add("canceller", 10, [this] {
+        queue.cancel_repeating(); // ends with this run
         return true;
     });
-    queue.add(&task.task, 10);
-    advance_to(5010);
-    EXPECT_EQ(task.destroyed, 1);
-    advance_to(5100);
-    EXPECT_EQ(task.destroyed, 1);
-}
+    EXPECT_EQ(pass(10) + pass(100), "canceller ~canceller ");
 
-TEST_F(TaskQueueTest, ADestroyThatQueuesMoreAtShutdownIsRefused)
-{
-    struct Chained {
-        PTZTask task;
-        TaskQueue *queue;
-        CountedTask &next;
-        bool accepted = true;
-    } chained{{nullptr, &chained, nullptr, {}}, &queue, make()};
-    chained.task.destroy = [](gpointer task) {
-        auto *self = static_cast<Chained *>(static_cast<PTZTask *>(task)->data);
-        self->accepted = self->queue->add(&self->next.task, 0);
+    add("waiting", 0);
+    add("repeating", 10);
+    PTZTask last{nullptr, this, nullptr, {}};
+    last.destroy = [](gpointer task) {
+        EXPECT_FALSE(static_cast<TaskQueueTest *>(static_cast<PTZTask *>(task)->data)->add("late", 0));
     };
-    queue.add(&chained.task, 0);
+    queue.add(&last, 0);
     queue.shutdown();
-    EXPECT_FALSE(chained.accepted);
-    EXPECT_EQ(chained.next.destroyed, 1);
+    EXPECT_EQ(done, "~waiting ~late ~repeating ");
+    EXPECT_FALSE(add("later", 0));
+    EXPECT_EQ(done, "~waiting ~late ~repeating ~later ");
 }
 
-TEST(TaskQueueThread, RunsEverythingOnOneThreadAndDestroysTheRestThere)
-{
-    TaskQueue queue;
-    std::promise<std::thread::id> ran_on;
-    std::thread::id destroyed_on;
-    PTZTask record{nullptr, &destroyed_on, nullptr, {}};
-    record.destroy = [](gpointer task) {
-        *static_cast<std::thread::id *>(static_cast<PTZTask *>(task)->data) = std::this_thread::get_id();
-    };
-    queue.post([&] {
-        EXPECT_TRUE(queue.on_command_thread());
-        queue.add(&record, 1000000000);
-        ran_on.set_value(std::this_thread::get_id());
-    });
-    EXPECT_FALSE(queue.on_command_thread());
-    queue.start();
-    const auto thread = ran_on.get_future().get();
-    queue.shutdown();
-    EXPECT_NE(thread, std::this_thread::get_id());
-    EXPECT_EQ(destroyed_on, thread);
-}
-
-TEST(TaskQueueThread, WorkQueuedWhileTheThreadSleepsWakesIt)
+TEST(TaskQueueThread, SleepsUntilWorkComesAndRunsAndDestroysItAllOnOneThread)
 {
     TaskQueue queue;
     queue.start();
+    std::set<std::thread::id> threads;
     for (int i = 0; i < 100; i++) {
-        std::promise<void> ran;
-        queue.post([&] { ran.set_value(); });
-        ran.get_future().get();
+        std::promise<bool> ran;
+        queue.post([&] {
+            threads.insert(std::this_thread::get_id());
+            ran.set_value(queue.on_command_thread());
+        });
+        EXPECT_TRUE(ran.get_future().get());
     }
+    EXPECT_FALSE(queue.on_command_thread());
+    PTZTask record{nullptr, &threads, nullptr, {}};
+    record.destroy = [](gpointer task) {
+        static_cast<std::set<std::thread::id> *>(static_cast<PTZTask *>(task)->data)
+            ->insert(std::this_thread::get_id());
+    };
+    queue.add(&record, 1000000000);
+    queue.shutdown();
+    EXPECT_EQ(threads.size(), 1u);
+    EXPECT_EQ(threads.count(std::this_thread::get_id()), 0u);
 }
 
 } // namespace
