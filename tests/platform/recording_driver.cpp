@@ -50,11 +50,11 @@ static gboolean on_get_position(PTZDriver *, gint32 *pan, gint32 *tilt, gint32 *
     return TRUE;
 }
 
-static gboolean on_param(PTZDriver *driver, const char *name)
+static gboolean on_useradv(PTZDriver *driver, const char *name)
 {
     if (g_strcmp0(name, "Speed") == 0)
         g_object_set(driver, "speed", 25.0, nullptr);
-    return note(std::string("changed ") + name);
+    return note(std::string("useradv ") + name);
 }
 
 static gboolean start_routine(PTZDriver *driver)
@@ -87,21 +87,18 @@ static gboolean on_close(PTZDriver *driver)
     return note("close");
 }
 
+// The same table in both groups.
 static gboolean on_install(PTZDriver *driver)
 {
-    static const PTZParamDefinition limits[] = {
+    static const PTZParamDefinition table[] = {
         {PTZ_PARAM_INTEGER, "MinPan", "Pan Min", "-170", 0x81, PTZ_CONTROL_PLAIN, "-170..170"},
-        {PTZ_PARAM_END, nullptr, nullptr, nullptr, 0, 0, nullptr},
-    };
-    static const PTZParamDefinition settings[] = {
         {PTZ_PARAM_STRING, "Status", "", "", 0x81, PTZ_CONTROL_PLAIN, ""},
         {PTZ_PARAM_BOOLEAN, "Update", "Update", "true", 0x81, PTZ_CONTROL_PLAIN, ""},
-        {PTZ_PARAM_STRING, "Freeze", "Freeze", "off", 0x81, PTZ_CONTROL_CHOICE, "off|Off, on|All movements"},
         {PTZ_PARAM_INTEGER, "Speed", "Speed", "100", 0x81, PTZ_CONTROL_PLAIN, "1..100"},
         {PTZ_PARAM_END, nullptr, nullptr, nullptr, 0, 0, nullptr},
     };
-    const PTZDriverClass *klass = PTZ_DRIVER_GET_CLASS(driver);
-    return klass->add_params(driver, "Limit", limits) && klass->add_params(driver, "UserAdv", settings);
+    const auto add = PTZ_DRIVER_GET_CLASS(driver)->add_params;
+    return add(driver, "Limit", table) && add(driver, "UserAdv", table);
 }
 
 static void recording_driver_init(PTZDriver *self)
@@ -133,7 +130,8 @@ static void recording_driver_class_init(PTZDriverClass *driver)
         *list = g_strsplit("wbonep|reset", "|", 0);
         return TRUE;
     };
-    driver->useradv_changed = driver->limit_changed = on_param;
+    driver->useradv_changed = on_useradv;
+    driver->limit_changed = [](PTZDriver *, const char *name) { return note(std::string("limit ") + name); };
     driver->iris_mode_changed = [](PTZDriver *self) { return note("iris " + std::to_string(self->iris_mode)); };
     driver->focus_mode_changed = [](PTZDriver *self) { return note("focus " + std::to_string(self->focus_mode)); };
     driver->backlight_changed = [](PTZDriver *self) { return note("light " + std::to_string(self->backlight_mode)); };

@@ -81,7 +81,7 @@ TEST_F(ServiceTest, MovesReachTheDriverInItsNumbersAndBadOnesNever)
     });
     EXPECT_THAT(script.lines(),
                 ElementsAre("move pan=819200/1 zoom=-196608/2 speed=3276800 zoom preset",
-                            "move tilt=-1671168/3 speed=6553600", "changed Speed", // from here on the speed is 25 %
+                            "move tilt=-1671168/3 speed=6553600", "useradv Speed", // from here on the speed is 25 %
                             "move iris=524288/1 focus=458752/1 bri=589824/1 speed=1638400"));
 }
 
@@ -127,13 +127,13 @@ TEST_F(ServiceTest, ParametersAreListedReadSetAndKept)
 {
     const TempFolder folder;
     options.state_dir = folder.path;
-    folder.write("parameters.conf", "[Limit]\nMinPan=400\n[UserAdv]\nUpdate=perhaps\nStatus=fine\nFreeze=on\n");
+    folder.write("parameters.conf", "[Limit]\nMinPan=400\n[UserAdv]\nUpdate=perhaps\nStatus=fine\nSpeed=8\n");
     start();
     expect_answers({
         {"GetParameter", "('Limit','MinPan')", "(<-170>,)"}, // spoilt in the file, like the next two
         {"GetParameter", "('UserAdv','Update')", "(<true>,)"},
         {"GetParameter", "('UserAdv','Status')", "UnknownParameter"}, // no value
-        {"GetParameter", "('UserAdv','Freeze')", "(<'on'>,)"},
+        {"GetParameter", "('UserAdv','Speed')", "(<8>,)"},
         {"ListParameters", "('Limits',)", "UnknownParameter"},
         {"SetParameter", "('Limit','MinPan',<-90>)", "()"},
         {"SetParameter", "('Limit','MinPan',<'-80'>)", "()"},
@@ -144,7 +144,7 @@ TEST_F(ServiceTest, ParametersAreListedReadSetAndKept)
         {"SetParameter", "('UserAdv','Status',<'fine'>)", "InvalidArgument"},
     });
     EXPECT_THAT(client.call("ListParameters", "('',)").text, HasSubstr("'minimum': <-170>, 'maximum': <170>"));
-    EXPECT_THAT(script.lines(), ElementsAre("changed MinPan", "changed MinPan"));
+    EXPECT_THAT(script.lines(), ElementsAre("limit MinPan", "limit MinPan"));
     service.reset();
     start();
     expect_answers({{"GetParameter", "('Limit','MinPan')", "(<-80>,)"}});
@@ -221,35 +221,31 @@ TEST_F(ServiceTest, AStopOvertakesWhatWaitsAndCancelsMovesButNothingElse)
 TEST_F(ServiceTest, OnlyAClientThatLeavesDuringItsContinuousMoveIsStoppedFor)
 {
     start();
-    auto absolute = std::make_unique<Client>(address());
-    auto overruled = std::make_unique<Client>(address());
-    auto stopped = std::make_unique<Client>(address());
-    move(*absolute, "('pan','absolute',30.0)");
-    move(*stopped, "('tilt','continuous',30.0)");
-    stopped->call("Stop");
-    move(*overruled, "('pan','continuous',30.0)");
-    move(client, "('pan','continuous',-10.0)"); // this client's now
-    absolute.reset();
-    overruled.reset();
-    stopped.reset();
+    {
+        Client absolute(address()), overruled(address()), stopped(address());
+        move(absolute, "('pan','absolute',30.0)");
+        move(stopped, "('tilt','continuous',30.0)");
+        stopped.call("Stop");
+        move(overruled, "('pan','continuous',30.0)");
+        move(client, "('pan','continuous',-10.0)"); // this client's now
+    }
     // A last visitor whose move does run: the one stop that comes is on its behalf, so the others caused none.
-    auto last = std::make_unique<Client>(address());
-    move(*last, "('zoom','continuous',10.0)");
-    last.reset();
+    move(*std::make_unique<Client>(address()), "('zoom','continuous',10.0)");
     run_until([&] { return script.lines().back() == "stop"; });
-    const auto lines = script.lines();
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), "stop"), 2);
+    EXPECT_THAT(script.lines(), ElementsAre(HasSubstr("pan"), HasSubstr("tilt"), "stop", HasSubstr("pan"),
+                                            HasSubstr("pan"), HasSubstr("zoom"), "stop"));
 }
 
 TEST_F(ServiceTest, ARefusedMoveLeavesTheAxisWithItsOwner)
 {
     start();
-    auto owner_of_pan = std::make_unique<Client>(address());
-    move(*owner_of_pan, "('pan','continuous',30.0)");
-    script.works = false;
-    EXPECT_EQ(move(client, "('pan','absolute',1.0)"), "Failed");
-    expect_answers({{"Stop", "()", "Failed"}});
-    owner_of_pan.reset();
+    {
+        Client owner_of_pan(address());
+        move(owner_of_pan, "('pan','continuous',30.0)");
+        script.works = false;
+        EXPECT_EQ(move(client, "('pan','absolute',1.0)"), "Failed");
+        expect_answers({{"Stop", "()", "Failed"}});
+    }
     run_until([&] { return script.lines().size() == 4; });
     EXPECT_EQ(script.lines()[3], "stop");
 }
@@ -274,7 +270,7 @@ TEST_F(ServiceTest, StatesEventsAndParametersAreAnnouncedAndPictureSignalsPassed
                                            nullptr, G_DBUS_SIGNAL_FLAGS_NONE, write_down, &lines, nullptr);
     EXPECT_EQ(client.call("GetState").error, "ServiceUnknown"); // the subscription is in place when this is answered
     start();
-    client.call("SetParameter", "('UserAdv','Freeze',<'on'>)");
+    client.call("SetParameter", "('UserAdv','Update',<false>)");
     g_dbus_connection_emit_signal(client.connection(), nullptr, "/com/orna/Streamer/Video/Channel/1",
                                   "com.orna.Streamer.Video.Channel", "CurrentRotationChanged",
                                   g_variant_new("(i)", 180), nullptr);
@@ -284,7 +280,7 @@ TEST_F(ServiceTest, StatesEventsAndParametersAreAnnouncedAndPictureSignalsPassed
     run_until([&] { return lines.size() == 5; });
     EXPECT_THAT(lines,
                 ElementsAre("StateChanged(4, 'starting')", "Event(4, 'Cam error DSP')", "StateChanged(1, 'running')",
-                            "ParameterChanged('UserAdv', 'Freeze', <'on'>)", "StateChanged(6, 'closed')"));
+                            "ParameterChanged('UserAdv', 'Update', <false>)", "StateChanged(6, 'closed')"));
     g_dbus_connection_signal_unsubscribe(client.connection(), id);
 }
 
