@@ -23,6 +23,15 @@ static gboolean note(const std::string &line)
     return script().works;
 }
 
+// The changed mode, then how iris, focus and backlight stand.
+static gboolean note_modes(const char *changed, PTZDriver *driver)
+{
+    std::string line = changed;
+    for (const gint32 mode : {driver->iris_mode, driver->focus_mode, driver->backlight_mode})
+        line += " " + std::to_string(mode);
+    return note(line);
+}
+
 static gboolean on_move(PTZDriver *driver, const PTZMotion *pan, const PTZMotion *tilt, const PTZMotion *zoom,
                         const PTZMotion *iris, const PTZMotion *focus, const PTZMotion *brightness,
                         const PTZSpeed *speed)
@@ -132,9 +141,9 @@ static void recording_driver_class_init(PTZDriverClass *driver)
     };
     driver->useradv_changed = on_useradv;
     driver->limit_changed = [](PTZDriver *, const char *name) { return note(std::string("limit ") + name); };
-    driver->iris_mode_changed = [](PTZDriver *self) { return note("iris " + std::to_string(self->iris_mode)); };
-    driver->focus_mode_changed = [](PTZDriver *self) { return note("focus " + std::to_string(self->focus_mode)); };
-    driver->backlight_changed = [](PTZDriver *self) { return note("light " + std::to_string(self->backlight_mode)); };
+    driver->iris_mode_changed = [](PTZDriver *self) { return note_modes("iris", self); };
+    driver->focus_mode_changed = [](PTZDriver *self) { return note_modes("focus", self); };
+    driver->backlight_changed = [](PTZDriver *self) { return note_modes("light", self); };
     driver->speed_factor_changed = [](PTZDriver *self) {
         return note("factor " + std::to_string(self->proportional_speed) + " " + std::to_string(self->speed_factor));
     };

@@ -111,7 +111,8 @@ TEST_F(TaskQueueTest, TasksAreDestroyedOnceWhicheverWayTheyEnd)
         queue.cancel_repeating(); // ends with this run
         return true;
     });
-    EXPECT_EQ(pass(10) + pass(100), "canceller ~canceller ");
+    add("due", 10);
+    EXPECT_EQ(pass(10) + pass(100), "canceller ~due ~canceller ");
 
     add("waiting", 0);
     add("repeating", 10);
