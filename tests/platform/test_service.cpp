@@ -278,7 +278,7 @@ TEST_F(ServiceTest, StatesEventsAndParametersAreAnnouncedAndPictureSignalsPassed
                                   "com.orna.Streamer.Video.Channel", "CurrentRotationChanged",
                                   g_variant_new("(i)", 180), nullptr);
     run_until([&] { return script.lines().size() == 2; });
-    EXPECT_EQ(script.lines()[1], "signal CurrentRotationChanged(180,)");
+    EXPECT_EQ(script.lines().at(1), "signal CurrentRotationChanged(180,)");
     service.reset();
     run_until([&] { return lines.size() == 5; });
     EXPECT_THAT(lines,
