@@ -92,7 +92,8 @@ PanTiltMove unpack(const PTZDriverCanon *self, const PTZMotion &pan, const PTZMo
 // The speed that the camera block gets for a continuous move at `percent` of `range`.
 unsigned continuous_speed(const PTZDriverCanon *self, float percent, const MinMax &range)
 {
-    float scale = static_cast<float>(range.max / 1000);
+    const int whole_degrees = range.max / 1000;
+    auto scale = static_cast<float>(whole_degrees);
     if (self->parent_instance.proportional_speed == 1)
         scale = self->current.hfov * static_cast<float>(self->fov_speed_factor) / 100.0f;
     unsigned speed = truncate_to_unsigned((percent * scale / 100.0f + 0.0f) * 1000.0f);

@@ -3,7 +3,7 @@
 
 #include "core/ptz_driver_canon.h"
 
-GType ptz_driver_canon_get_type(void);
+GType ptz_driver_canon_get_type();
 
 // A new driver of that video channel, for the caller. It has read its configuration and created its port and its
 // temperature controller; the camera block is not touched before `open`.

@@ -79,7 +79,7 @@ TEST(Axes, SayWhatIsWrong)
         {"Pan=1", "no axis 'Pan'"},
     };
     for (const auto &[term, message] : cases)
-        EXPECT_THAT(failure_of([&] { parse_axes({term}, "absolute"); }), HasSubstr(message)) << term;
+        EXPECT_THAT(failure_of([&axis = term] { parse_axes({axis}, "absolute"); }), HasSubstr(message)) << term;
     EXPECT_THAT(failure_of([] { parse_axes({"pan=1", "pan=rel:1"}, "absolute"); }), HasSubstr("named twice"));
 }
 
