@@ -48,9 +48,10 @@ class PortServerTest : public BusTest {
                 configs += std::to_string(number) + " ";
         };
         configs.clear();
-        g_dbus_connection_call_sync(owner.connection(), "org.freedesktop.DBus", "/", "org.freedesktop.DBus",
-                                    "RequestName", g_variant_new("(su)", "com.orna.PTZ", 4u), nullptr,
-                                    G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+        GVariant *reply = g_dbus_connection_call_sync(
+            owner.connection(), "org.freedesktop.DBus", "/", "org.freedesktop.DBus", "RequestName",
+            g_variant_new("(su)", "com.orna.PTZ", 4u), nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+        g_clear_pointer(&reply, g_variant_unref);
         ptz_ports_set_connection(owner.connection());
         ptz_command_queue_set_current(&bench.command_queue);
         server = ptz_port_dbus_server_new(port, kXml, "Port.KRX.SIO3");
