@@ -76,7 +76,7 @@ class PortServerTest : public BusTest {
     ReplyPtr send_write_under_locks(int value)
     {
         ptz_driver_port_lock_all(registry);
-        const ReplyPtr reply = send_write("BurstLength", g_variant_new_int32(value));
+        ReplyPtr reply = send_write("BurstLength", g_variant_new_int32(value));
         run_until([this] { return bench.queue.repeating() == 1; });
         return reply;
     }
