@@ -5,6 +5,7 @@
 #include "core/log.h"
 #include "utils/ptz_driver_canon_utils_status.h"
 #include "utils/ptz_driver_canon_utils_task.h"
+#include "vcc/vccif_dump.h"
 #include "vcc/vccif_model.h"
 
 #include <cstring>
@@ -13,6 +14,8 @@
 namespace {
 
 constexpr gint64 STATUS_POLL_INTERVAL_US = 33000;
+constexpr gint64 STATUS_DUMP_INTERVAL_US = 500000;
+constexpr const char *STATUS_DUMP_FILE = "/tmp/camsts.log";
 constexpr guint32 FLAGS = 0x81;
 constexpr const char *GROUP = "UserAdv";
 
@@ -88,6 +91,23 @@ gboolean status_poll(PTZDriverCanon *self)
     return TRUE;
 }
 
+// Ends when the file cannot be written; the next start-up tries again.
+gboolean status_dump(PTZDriverCanon *self)
+{
+    if (!self->closed && vccif_dump_status_to_file(STATUS_DUMP_FILE))
+        return TRUE;
+    self->status_dump_active = FALSE;
+    return FALSE;
+}
+
+void start_once(PTZDriverCanon *self, gboolean *active, DriverTask task, gint64 interval_us)
+{
+    if (*active)
+        return;
+    *active = TRUE;
+    ptz_driver_canon_queue_repeating(self, task, interval_us);
+}
+
 } // namespace
 
 void ptz_driver_canon_install_device_params(PTZDriverCanon *self)
@@ -143,8 +163,10 @@ gboolean ptz_driver_canon_set_status_update(PTZDriverCanon *self, gboolean value
 
 void ptz_driver_canon_start_status_poll(PTZDriverCanon *self)
 {
-    if (self->status_poll_active)
-        return;
-    self->status_poll_active = TRUE;
-    ptz_driver_canon_queue_repeating(self, status_poll, STATUS_POLL_INTERVAL_US);
+    start_once(self, &self->status_poll_active, status_poll, STATUS_POLL_INTERVAL_US);
+}
+
+void ptz_driver_canon_start_status_dump(PTZDriverCanon *self)
+{
+    start_once(self, &self->status_dump_active, status_dump, STATUS_DUMP_INTERVAL_US);
 }

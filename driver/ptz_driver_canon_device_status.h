@@ -1,4 +1,4 @@
-// How the camera block is: error bits, model and version, and the poll that keeps them current.
+// How the camera block is: error bits, model and version, and the jobs that keep them current or write them down.
 #pragma once
 
 #include "core/ptz_driver_canon.h"
@@ -22,3 +22,7 @@ gboolean ptz_driver_canon_set_status_update(PTZDriverCanon *self, gboolean value
 
 // Queues the status poll, every 33 ms, unless it is queued already.
 void ptz_driver_canon_start_status_poll(PTZDriverCanon *self);
+
+// Queues the status dump, twice a second into /tmp/camsts.log for diagnosis, unless it is queued already. It ends when
+// the file cannot be written.
+void ptz_driver_canon_start_status_dump(PTZDriverCanon *self);

@@ -99,6 +99,8 @@ void begin_running(PTZDriverCanon *self)
         log_warning("Could not update DeviceStatus");
     self->parent_instance.start_routine = nullptr;
     ptz_driver_canon_start_status_poll(self);
+    if (self->dbg_status_dump)
+        ptz_driver_canon_start_status_dump(self);
     ptz_driver_canon_set_status_update(self, TRUE);
     ptz_driver_canon_set_state(self, PTZ_STATE_RUNNING);
     self->driver_initialized = TRUE;

@@ -1,7 +1,11 @@
 #include "driver/ptz_driver_canon_device_status.h"
 #include "tests/support/driver_fixture.h"
+#include "vcc/vccif_dump.h"
 
 namespace {
+
+Lines dumped_to;
+int dump_result = 1;
 
 class DeviceStatus : public DriverBench {
   protected:
@@ -103,4 +107,26 @@ TEST_F(DeviceStatus, PollEndsOutOfRangeAndAfterClose)
     EXPECT_EQ(port.reads, 0);
 }
 
+TEST_F(DeviceStatus, DumpRepeatsUntilItFailsOrTheDriverCloses)
+{
+    dumped_to.clear();
+    for (gboolean *reason : {&driver->closed, &dump_result}) {
+        ptz_driver_canon_start_status_dump(driver);
+        ptz_driver_canon_start_status_dump(driver);
+        EXPECT_EQ(framework().take(), Lines{"queue_task 500000"});
+        EXPECT_EQ(framework().run_tasks(), 1u);
+        *reason = !*reason;
+        EXPECT_EQ(framework().run_tasks(), 0u);
+        EXPECT_FALSE(driver->status_dump_active);
+        *reason = !*reason;
+    }
+    EXPECT_EQ(dumped_to, Lines(3, "/tmp/camsts.log"));
+}
+
 } // namespace
+
+int vccif_dump_status_to_file(const char *filename)
+{
+    dumped_to.emplace_back(filename);
+    return dump_result;
+}
