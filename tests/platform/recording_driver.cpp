@@ -106,6 +106,8 @@ static gboolean on_install(PTZDriver *driver)
         {PTZ_PARAM_INTEGER, "Speed", "Speed", "100", 0x81, PTZ_CONTROL_PLAIN, "1..100"},
         {PTZ_PARAM_END, nullptr, nullptr, nullptr, 0, 0, nullptr},
     };
+    static const char *const pictures[] = {"Defog", "Sepia", "Exposure", nullptr};
+    ptz_driver_connect_imaging_params(driver, "ImageSource", pictures);
     const auto add = PTZ_DRIVER_GET_CLASS(driver)->add_params;
     return add(driver, "Limit", table) && add(driver, "UserAdv", table);
 }
@@ -140,6 +142,7 @@ static void recording_driver_class_init(PTZDriverClass *driver)
         return TRUE;
     };
     driver->useradv_changed = on_useradv;
+    driver->imagesource_changed = [](PTZDriver *, const char *name) { return note(std::string("image ") + name); };
     driver->limit_changed = [](PTZDriver *, const char *name) { return note(std::string("limit ") + name); };
     driver->iris_mode_changed = [](PTZDriver *self) { return note_modes("iris", self); };
     driver->focus_mode_changed = [](PTZDriver *self) { return note_modes("focus", self); };

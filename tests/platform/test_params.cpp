@@ -7,9 +7,9 @@ namespace {
 constexpr PTZParamDefinition kEnd{PTZ_PARAM_END, nullptr, nullptr, nullptr, 0, 0, nullptr};
 
 PTZParamDefinition row(guint32 type, const char *name, const char *default_text, const char *range,
-                       guint32 control = PTZ_CONTROL_PLAIN)
+                       guint32 control = PTZ_CONTROL_PLAIN, guint32 flags = 0x81)
 {
-    return {type, name, "Shown", default_text, 0x81, control, range};
+    return {type, name, "Shown", default_text, flags, control, range};
 }
 
 // The value that a driver reads, with its type.
@@ -35,27 +35,38 @@ TEST(Params, AreTypedHaveTheirDefaultsAndRefuseWhatDoesNotFit)
         row(PTZ_PARAM_INTEGER, "Free", "7", ""),
         row(PTZ_PARAM_BOOLEAN, "Update", "true", ""),
         row(PTZ_PARAM_STRING, "Profile", "sport", "stage|Stage mode, sport|Sport mode", PTZ_CONTROL_CHOICE),
+        row(PTZ_PARAM_STRING, "Defog", "", "off|Off, on|On", PTZ_CONTROL_CHOICE, 0x181), // in any letter case
         {PTZ_PARAM_STRING, "Report", "", "", 0x81, PTZ_CONTROL_PLAIN, ""},
         kEnd,
     };
     ASSERT_TRUE(group.add_table(table));
     EXPECT_EQ(group.find("Profile")->choices[1], (std::pair<std::string, std::string>("sport", "Sport mode")));
-    EXPECT_EQ(group.set("MinPan", 171), "UserAdv.MinPan takes numbers in -170..170, not 171.");
-    EXPECT_EQ(group.set("MinPan", true), "UserAdv.MinPan takes a value of kind integer.");
-    EXPECT_EQ(group.set("Profile", std::string("Sport")), "UserAdv.Profile takes one of stage, sport, not \"Sport\".");
-    EXPECT_EQ(group.set("Update", ParamValue()), "UserAdv.Update must have a value.");
-    EXPECT_EQ(group.set("Nothing", 1), "UserAdv has no parameter \"Nothing\".");
-    EXPECT_EQ(read(group, "MinPan"), "gint -170");
-    EXPECT_EQ(read(group, "Update"), "gboolean TRUE");
-    EXPECT_EQ(read(group, "Profile"), "gchararray \"sport\"");
-    EXPECT_EQ(read(group, "Report"), "none"); // has no value
-    EXPECT_EQ(read(group, "Nothing"), "none");
+    const std::string x60(60, 'x');
+    const struct {
+        const char *name;
+        ParamValue value;
+        std::string refusal;
+        const char *then; // what the driver reads
+    } attempts[] = {
+        {"MinPan", 171, "UserAdv.MinPan takes numbers in -170..170, not 171.", "gint -170"},
+        {"MinPan", true, "UserAdv.MinPan takes a value of kind integer.", "gint -170"},
+        {"MinPan", 170, "", "gint 170"},
+        {"Free", -2147483647, "", "gint -2147483647"},
+        {"Update", ParamValue(), "UserAdv.Update must have a value.", "gboolean TRUE"},
+        {"Profile", "Sport", "UserAdv.Profile takes one of stage, sport, not \"Sport\".", "gchararray \"sport\""},
+        {"Defog", "", "UserAdv.Defog takes one of off, on, not \"\".", "none"}, // has no value yet
+        {"Defog", "%n\n\xff", "UserAdv.Defog takes one of off, on, not \"%n?\uFFFD\".", "none"},
+        {"Defog", x60 + x60, "UserAdv.Defog takes one of off, on, not \"" + x60 + "...\".", "none"},
+        {"Defog", "oN", "", "gchararray \"on\""}, // as the list spells it
+        {"Report", "ok", "", "gchararray \"ok\""},
+        {"Report", ParamValue(), "", "none"},
+        {"Nothing", 1, "UserAdv has no parameter \"Nothing\".", "none"},
+    };
+    for (const auto &[name, value, refusal, then] : attempts) {
+        EXPECT_EQ(group.set(name, value), refusal);
+        EXPECT_EQ(read(group, name), then) << name;
+    }
     EXPECT_EQ(ptz_dynamical_properties_get(nullptr, "MinPan"), nullptr);
-
-    EXPECT_EQ(group.set("MinPan", 170) + group.set("Free", -2147483647) + group.set("Report", std::string("ok")), "");
-    EXPECT_EQ(read(group, "MinPan") + read(group, "Free") + read(group, "Report"),
-              "gint 170gint -2147483647gchararray \"ok\"");
-    EXPECT_EQ(group.set("Report", ParamValue()), "");
 }
 
 TEST(Params, ATableWithABadRowIsRefusedWhole)

@@ -91,6 +91,7 @@ TEST_F(ServiceTest, QuestionsAreAnsweredInEngineeringUnits)
     expect_answers({
         {"GetPosition", "()",
          "({'pan': 12.5, 'tilt': -1.0, 'zoom': 10000.0, 'iris': -1.0, 'focus': -1.0, 'brightness': -1.0},)"},
+        {"GetStatus", "()", "({'state': <1>, 'text': <'running'>, "},
         {"GetFieldOfView", "()", "({'angle': 30.0, 'widest': 60.0, 'horizontal': -1.0, 'vertical': -1.0},)"},
         {"AngleToZoom", "(10.0, 100.0)", "NotSupported"}, // not replaced by this driver
         {"GetCapabilities", "('',)", "NotSupported"},
@@ -100,6 +101,7 @@ TEST_F(ServiceTest, QuestionsAreAnsweredInEngineeringUnits)
     const ReplyPtr all = client.send_to("/com/orna/PTZ", "org.freedesktop.DBus.Properties", "GetAll",
                                         g_variant_new("(s)", "com.orna.PTZ"));
     run_until([&] { return all->done; });
+    EXPECT_THAT(client.call("GetStatus").text, HasSubstr("'error-bits': <4>, 'errors': <'Cam error DSP'>"));
     EXPECT_THAT(all->text, HasSubstr("'State': <1>, 'StateText': <'running'>, 'Speed': <100.0>, 'VideoChannel': <2>, "
                                      "'Id': <7>"));
 }
@@ -127,13 +129,19 @@ TEST_F(ServiceTest, ParametersAreListedReadSetAndKept)
 {
     const TempFolder folder;
     options.state_dir = folder.path;
-    folder.write("parameters.conf", "[Limit]\nMinPan=400\n[UserAdv]\nUpdate=perhaps\nStatus=fine\nSpeed=8\n");
+    folder.write("parameters.conf", "[Limit]\nMinPan=400\n[UserAdv]\nUpdate=perhaps\nStatus=fine\nSpeed=8\n"
+                                    "[ImageSource]\nExposure=Manual\nDefog=\xff\n");
     start();
     expect_answers({
         {"GetParameter", "('Limit','MinPan')", "(<-170>,)"}, // spoilt in the file, like the next two
         {"GetParameter", "('UserAdv','Update')", "(<true>,)"},
         {"GetParameter", "('UserAdv','Status')", "UnknownParameter"}, // no value
         {"GetParameter", "('UserAdv','Speed')", "(<8>,)"},
+        {"GetParameter", "('ImageSource','Exposure')", "(<'manual'>,)"},
+        {"GetParameter", "('ImageSource','Defog')", "(<'off'>,)"},
+        {"SetParameter", "('ImageSource','Defog',<'ON'>)", "()"},
+        {"SetParameter", "('ImageSource','Defog',<''>)", "OutOfRange"},
+        {"SetParameter", "('ImageSource','Sepia',<'on'>)", "UnknownParameter"}, // not one of the framework's
         {"ListParameters", "('Limits',)", "UnknownParameter"},
         {"SetParameter", "('Limit','MinPan',<-90>)", "()"},
         {"SetParameter", "('Limit','MinPan',<'-80'>)", "()"},
@@ -144,10 +152,12 @@ TEST_F(ServiceTest, ParametersAreListedReadSetAndKept)
         {"SetParameter", "('UserAdv','Status',<'fine'>)", "InvalidArgument"},
     });
     EXPECT_THAT(client.call("ListParameters", "('',)").text, HasSubstr("'minimum': <-170>, 'maximum': <170>"));
-    EXPECT_THAT(script.lines(), ElementsAre("limit MinPan", "limit MinPan"));
+    EXPECT_THAT(script.lines(), ElementsAre("image Defog", "limit MinPan", "limit MinPan"));
     service.reset();
     start();
-    expect_answers({{"GetParameter", "('Limit','MinPan')", "(<-80>,)"}});
+    expect_answers({{"GetParameter", "('Limit','MinPan')", "(<-80>,)"},
+                    {"GetParameter", "('UserAdv','Speed')", "(<8>,)"},
+                    {"GetParameter", "('ImageSource','Defog')", "(<'on'>,)"}});
     service.reset();
     folder.write("parameters.conf", "no key file");
     start();

@@ -99,6 +99,7 @@ TEST_F(TemperatureTest, OnlyWhatIsRegisteredIsWatchedAndOnlyAsLongAsTheControlle
     EXPECT_EQ(bench.queue.repeating(), 1u);
     bench.pass(kSecond);
     expect_state(kAbove);
+    EXPECT_EQ(ptz_camera_temperature(), 61.0);
     g_clear_object(&controller);
     EXPECT_EQ(ptz_driver_busy_text(driver), nullptr);
     bench.pass(kSecond);

@@ -1,5 +1,7 @@
 #include "ptzorvel/common/param_store.h"
 
+#include "ptzorvel/common/quote.h"
+
 #include <algorithm>
 #include <charconv>
 
@@ -62,6 +64,7 @@ std::optional<ParamInfo> parse_row(const std::string &group, const PTZParamDefin
     info.default_text = text_or_empty(row.default_text);
     info.range = text_or_empty(row.range);
     info.kind = row.type;
+    info.any_case = (row.flags & PTZ_PARAM_FLAG_ANY_CASE) != 0;
     if (info.name.empty() || param_kind_name(row.type) == nullptr)
         return std::nullopt;
     if (row.control == PTZ_CONTROL_CHOICE) {
@@ -75,7 +78,7 @@ std::optional<ParamInfo> parse_row(const std::string &group, const PTZParamDefin
     if (info.default_text.empty())
         return info;
     auto value = param_value_from_text(info.kind, info.default_text);
-    if (!value || !param_check(info, *value).empty())
+    if (!value || !param_fit(info, *value).empty())
         return std::nullopt;
     info.value = std::move(*value);
     return info;
@@ -87,6 +90,15 @@ std::string join_choices(const ParamInfo &info)
     for (const auto &[value, label] : info.choices)
         text += (text.empty() ? "" : ", ") + value;
     return text;
+}
+
+// The choice that the text names, as the list spells it.
+const std::string *find_choice(const ParamInfo &info, const std::string &text)
+{
+    for (const auto &[value, label] : info.choices)
+        if (value == text || (info.any_case && g_ascii_strcasecmp(value.c_str(), text.c_str()) == 0))
+            return &value;
+    return nullptr;
 }
 
 std::size_t kind_index(guint32 kind)
@@ -133,7 +145,7 @@ std::string param_value_to_text(const ParamValue &value)
     return text != nullptr ? *text : "";
 }
 
-std::string param_check(const ParamInfo &info, const ParamValue &value)
+std::string param_fit(const ParamInfo &info, ParamValue &value)
 {
     const std::string name = info.group + "." + info.name;
     if (std::holds_alternative<std::monostate>(value))
@@ -144,10 +156,14 @@ std::string param_check(const ParamInfo &info, const ParamValue &value)
         if (info.bounds && (*number < info.bounds->first || *number > info.bounds->second))
             return name + " takes numbers in " + info.range + ", not " + std::to_string(*number) + ".";
     }
+    if (info.choices.empty())
+        return "";
     const std::string text = param_value_to_text(value);
-    const auto chosen = [&](const auto &choice) { return choice.first == text; };
-    if (!info.choices.empty() && std::none_of(info.choices.begin(), info.choices.end(), chosen))
-        return name + " takes one of " + join_choices(info) + ", not \"" + text + "\".";
+    const std::string *chosen = find_choice(info, text);
+    if (chosen == nullptr)
+        return name + " takes one of " + join_choices(info) + ", not " + quoted(text) + ".";
+    if (info.kind == PTZ_PARAM_STRING)
+        value = *chosen;
     return "";
 }
 
@@ -188,12 +204,12 @@ std::string PTZDynamicalProperties::set(std::string_view name, ParamValue value)
     for (ParamInfo &info : params_) {
         if (info.name != name)
             continue;
-        std::string refusal = param_check(info, value);
+        std::string refusal = param_fit(info, value);
         if (refusal.empty())
             info.value = std::move(value);
         return refusal;
     }
-    return name_ + " has no parameter \"" + std::string(name) + "\".";
+    return name_ + " has no parameter " + quoted(name) + ".";
 }
 
 PTZDynamicalProperties *ParamStore::group(std::string_view name, bool create)

@@ -25,9 +25,14 @@ struct ParamInfo {
     guint32 kind = PTZ_PARAM_STRING;
     std::optional<std::pair<int, int>> bounds;                // integers with a range
     std::vector<std::pair<std::string, std::string>> choices; // value and label
+    bool any_case = false;                                    // of the choices
     bool writable = true;                                     // by the user; the driver may always write
     ParamValue value;
 };
+
+// A flag of rows that are the framework's own: texts name a choice in any letter case. Drivers take theirs to the
+// letter.
+constexpr guint32 PTZ_PARAM_FLAG_ANY_CASE = 0x100;
 
 // "string", "integer" or "boolean".
 const char *param_kind_name(guint32 kind);
@@ -37,9 +42,9 @@ std::optional<ParamValue> param_value_from_text(guint32 kind, std::string_view t
 // The reverse; no value: "".
 std::string param_value_to_text(const ParamValue &value);
 
-// Why `value` cannot be the parameter's value, as a sentence for the user; empty when it can. No value is allowed for
-// strings only.
-std::string param_check(const ParamInfo &info, const ParamValue &value);
+// Why `value` cannot be the parameter's value, as a sentence for the user; empty when it can: a choice is then spelled
+// as in the list. No value is allowed for strings only.
+std::string param_fit(const ParamInfo &info, ParamValue &value);
 
 // One group; the handle that drivers hold.
 struct _PTZDynamicalProperties {

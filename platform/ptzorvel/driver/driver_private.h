@@ -7,6 +7,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -29,6 +30,9 @@ int driver_report_status(PTZDriver *driver, int pan_moving, int tilt_moving, int
 
 // Why requests are refused at this temperature, null when they are not. Constant text.
 const char *ptz_driver_busy_text(PTZDriver *driver);
+
+// What the camera's sensor says now, in degrees Celsius; none when there is no sensor. Any thread.
+std::optional<double> ptz_camera_temperature();
 
 // What a driver's operations are called with: the request being served, until the next one. Null: none any more.
 void ptz_driver_set_request(PTZDriver *driver, const PTZRequest *request);

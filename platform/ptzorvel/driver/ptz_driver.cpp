@@ -1,6 +1,7 @@
 #include "ptzorvel/driver/driver_private.h"
 
 #include "ptzorvel/common/task_queue.h"
+#include "ptzorvel/driver/imaging_params.h"
 #include "ptzorvel/ports/port_registry.h"
 
 G_DEFINE_TYPE(PTZDriver, ptz_driver, G_TYPE_OBJECT)
@@ -289,8 +290,13 @@ void ptz_driver_connect_imaging_params(PTZDriver *driver, const char *group, con
 {
     if (driver == nullptr || g_strcmp0(group, "ImageSource") != 0 || names == nullptr)
         return;
-    for (; *names != nullptr; names++)
-        driver_private(driver).imaging_names.insert(*names);
+    for (; *names != nullptr; names++) {
+        const PTZParamDefinition *row = imaging_param(*names);
+        if (row != nullptr && driver_private(driver).imaging_names.insert(*names).second) {
+            const PTZParamDefinition table[] = {*row, {}};
+            driver->imagesource_params->add_table(table);
+        }
+    }
 }
 
 const char *ptz_driver_busy_text(PTZDriver *driver)

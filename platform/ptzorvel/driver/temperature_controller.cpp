@@ -4,6 +4,7 @@
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/driver/temperature_watch.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -15,6 +16,8 @@ G_DEFINE_TYPE(PTZTemperatureController, ptz_temperature_controller, G_TYPE_OBJEC
 namespace {
 
 constexpr gint64 kPollUs = 1000000;
+
+std::atomic<int> latest_sensor{0}; // the last one that somebody wanted watched
 
 struct ControllerPrivate {
     std::mutex mutex;
@@ -195,7 +198,13 @@ int ptz_temperature_controller_register_trigger(PTZTemperatureController *contro
         ControllerPrivate &priv = private_of(controller);
         const std::lock_guard lock(priv.mutex);
         priv.watch.add(sensor_id, direction, limit, hysteresis);
+        latest_sensor = sensor_id;
     }
     begin_polling(controller);
     return 0;
+}
+
+std::optional<double> ptz_camera_temperature()
+{
+    return read_thermal_zone(latest_sensor);
 }

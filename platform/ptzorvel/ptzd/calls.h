@@ -27,6 +27,7 @@ void call_set_parameter(PtzService &service, const CallPtr &call);
 
 // calls_status.cpp
 void call_get_state(PtzService &service, const CallPtr &call);
+void call_get_status(PtzService &service, const CallPtr &call);
 void call_get_published(PtzService &service, const CallPtr &call);
 void call_get_data_caches(PtzService &service, const CallPtr &call);
 void call_get_video(PtzService &service, const CallPtr &call);

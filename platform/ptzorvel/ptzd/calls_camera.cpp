@@ -1,4 +1,5 @@
 // Special commands, capabilities and modes.
+#include "ptzorvel/common/quote.h"
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ptzd/calls.h"
 
@@ -32,11 +33,11 @@ CallError special_command_error(PTZDriver *driver, const std::string &command)
     std::string offered;
     for (char **entry = list.get(); entry != nullptr && *entry != nullptr; entry++) {
         if (command == *entry)
-            return {ErrorKind::failed, "The camera did not carry out \"" + command + "\"; see the system log."};
+            return {ErrorKind::failed, "The camera did not carry out " + quoted(command) + "; see the system log."};
         offered += (offered.empty() ? "" : ", ") + std::string(*entry);
     }
-    return {ErrorKind::invalid_argument, "There is no special command \"" + command +
-                                             "\" now; there are: " + (offered.empty() ? "none" : offered) + "."};
+    return {ErrorKind::invalid_argument, "There is no special command " + quoted(command) +
+                                             " now; there are: " + (offered.empty() ? "none" : offered) + "."};
 }
 
 // A mode that the framework keeps as 1 or 2 and the driver applies.
@@ -61,8 +62,8 @@ void set_mode(PtzService &service, const CallPtr &call, const ModeRow &row)
         if (std::string_view(word) == row.words[i])
             mode = i + 1;
     if (mode == 0) {
-        call->refuse({ErrorKind::invalid_argument, std::string("There is no ") + row.what + " mode \"" + word +
-                                                       "\"; there are " + row.words[0] + " and " + row.words[1] + "."});
+        call->refuse({ErrorKind::invalid_argument, std::string("There is no ") + row.what + " mode " + quoted(word) +
+                                                       "; there are " + row.words[0] + " and " + row.words[1] + "."});
         return;
     }
     service.run(call, PtzService::Gate::running, [&row, mode](PTZDriver *driver, Call &answered) {

@@ -1,4 +1,5 @@
 // Listing, reading and setting parameters.
+#include "ptzorvel/common/quote.h"
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ptzd/calls.h"
 
@@ -53,13 +54,14 @@ CallError unknown(const ParamStore &store, const std::string &group)
     std::string names;
     for (const PTZDynamicalProperties *known : store.groups())
         names += (names.empty() ? "" : ", ") + known->name();
-    return {ErrorKind::unknown_parameter, "There is no parameter group \"" + group + "\"; there are " + names + "."};
+    return {ErrorKind::unknown_parameter,
+            "There is no parameter group " + quoted(group) + "; there are " + names + "."};
 }
 
 CallError unknown_in(const std::string &group, const std::string &name)
 {
     return {ErrorKind::unknown_parameter,
-            "Group " + group + " has no parameter \"" + name + "\"; ListParameters names them all."};
+            "Group " + group + " has no parameter " + quoted(name) + "; ListParameters names them all."};
 }
 
 // The group, or null after refusing the call.
@@ -91,7 +93,7 @@ std::optional<CallError> check_set(const std::optional<ParamInfo> &info, const s
         return CallError{ErrorKind::invalid_argument,
                          group + "." + name + " takes a value of kind " + param_kind_name(info->kind) + "."};
     wanted = *converted;
-    const std::string refusal = param_check(*info, wanted);
+    const std::string refusal = param_fit(*info, wanted);
     if (!refusal.empty())
         return CallError{ErrorKind::out_of_range, refusal};
     return std::nullopt;

@@ -1,8 +1,39 @@
 // Calls answered at once, whatever the camera is doing.
 #include "image_source_control/image_source_control_read.h"
 #include "ptzorvel/driver/data_caches.h"
+#include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ptzd/calls.h"
 #include "status_cache/status_cache_read.h"
+
+// What the driver reports about the camera in parameters that only it sets.
+static GVariant *reports(const std::shared_ptr<ParamStore> &store)
+{
+    GVariantBuilder list;
+    g_variant_builder_init(&list, G_VARIANT_TYPE("a{ss}"));
+    if (store != nullptr)
+        for (const PTZDynamicalProperties *group : store->groups())
+            for (const ParamInfo &info : group->list())
+                if (const auto *text = std::get_if<std::string>(&info.value); text != nullptr && !info.writable)
+                    g_variant_builder_add(&list, "{ss}", info.name.c_str(), text->c_str());
+    return g_variant_builder_end(&list);
+}
+
+void call_get_status(PtzService &service, const CallPtr &call)
+{
+    const int state = service.state();
+    GVariantBuilder status;
+    g_variant_builder_init(&status, G_VARIANT_TYPE("a{sv}"));
+    g_variant_builder_add(&status, "{sv}", "state", g_variant_new_int32(state));
+    g_variant_builder_add(&status, "{sv}", "text", g_variant_new_string(state_text(state)));
+    if (const auto degrees = ptz_camera_temperature())
+        g_variant_builder_add(&status, "{sv}", "temperature", g_variant_new_double(*degrees));
+    if (const auto event = service.last_event()) {
+        g_variant_builder_add(&status, "{sv}", "error-bits", g_variant_new_uint32(event->error_bits));
+        g_variant_builder_add(&status, "{sv}", "errors", g_variant_new_string(event->text.c_str()));
+    }
+    g_variant_builder_add(&status, "{sv}", "reports", reports(service.params()));
+    call->answer(g_variant_new("(a{sv})", &status));
+}
 
 void call_get_state(PtzService &service, const CallPtr &call)
 {

@@ -29,6 +29,7 @@ constexpr MethodRow kMethods[] = {
     {"SetBacklightMode", call_set_backlight_mode},
     {"SetSpeedFactor", call_set_speed_factor},
     {"GetState", call_get_state},
+    {"GetStatus", call_get_status},
     {"GetPublished", call_get_published},
     {"GetDataCaches", call_get_data_caches},
     {"GetVideo", call_get_video},

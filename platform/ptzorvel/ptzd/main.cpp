@@ -1,4 +1,5 @@
 // ptzd: runs one camera driver plug-in as the PTZ service of the system bus.
+#include "ptzorvel/ptzd/param_file.h"
 #include "ptzorvel/ptzd/plugin.h"
 #include "ptzorvel/ptzd/service.h"
 
@@ -62,7 +63,7 @@ bool parse(int *argc, char ***argv, CommandLine &line)
         {"channel", 'c', 0, G_OPTION_ARG_INT, &line.channel, "Number of the video channel (default: 1)", "N"},
         {"id", 'i', 0, G_OPTION_ARG_INT, &line.id, "Number of the driver on that channel (default: 0)", "N"},
         {"state-dir", 0, 0, G_OPTION_ARG_FILENAME, &line.state_dir,
-         "Keep parameter values in this folder (default: do not keep them)", "DIR"},
+         "Keep parameter values in this folder (default: see below)", "DIR"},
         {"foreground", 'f', 0, G_OPTION_ARG_NONE, &line.foreground, "Show log messages on standard error too", nullptr},
         {"version", 0, 0, G_OPTION_ARG_NONE, &line.version, "Show the version and end", nullptr},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr},
@@ -72,7 +73,10 @@ bool parse(int *argc, char ***argv, CommandLine &line)
     g_option_context_set_description(
         context, "Runs the driver plug-in and serves it as com.orna.PTZ on the system bus until it gets SIGTERM or\n"
                  "SIGINT. It stays in the foreground.\n\n"
+                 "Parameters that were set keep their values in DIR/parameters.conf.\n\n"
                  "Environment:\n"
+                 "  STATE_DIRECTORY          folder to keep parameter values in (default: $PTZ_BOARD, else\n"
+                 "                           /var/lib/ptz)\n"
                  "  DBUS_SYSTEM_BUS_ADDRESS  the system bus\n"
                  "  PTZ_DATA_DIR             folder of the configuration (default: /usr/share/ptz)\n"
                  "  PTZ_BOARD                folder of a simulated board\n"
@@ -168,7 +172,7 @@ int main(int argc, char *argv[])
         return complain(EXIT_NO_DRIVER, problem);
     options.video_channel = line.channel;
     options.id = line.id;
-    options.state_dir = line.state_dir != nullptr ? line.state_dir : "";
+    options.state_dir = line.state_dir != nullptr ? line.state_dir : default_state_folder();
 
     GError *error = nullptr;
     GDBusConnection *connection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);

@@ -1,5 +1,7 @@
 #include "ptzorvel/ptzd/move_request.h"
 
+#include "ptzorvel/common/quote.h"
+
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -46,15 +48,14 @@ std::optional<CallError> parse_axis(const char *axis, const char *type, double v
     while (index < AXIS_COUNT && std::string_view(axis) != kAxes[index].name)
         index++;
     if (index == AXIS_COUNT)
-        return invalid(std::string("There is no axis \"") + axis +
-                       "\"; there are pan, tilt, zoom, iris, focus and brightness.");
+        return invalid("There is no axis " + quoted(axis) + "; there are pan, tilt, zoom, iris, focus and brightness.");
     const AxisRow &row = kAxes[index];
     int move_type = PTZ_MOVE_CONTINUOUS;
     while (move_type > PTZ_MOVE_NONE && std::string_view(type) != kTypes[move_type])
         move_type--;
     if (move_type == PTZ_MOVE_NONE)
-        return invalid(std::string(row.name) + ": there is no move type \"" + type +
-                       "\"; there are absolute, relative and continuous.");
+        return invalid(std::string(row.name) + ": there is no move type " + quoted(type) +
+                       "; there are absolute, relative and continuous.");
     PTZMotion &motion = request.axes[index];
     if (motion.type != PTZ_MOVE_NONE)
         return invalid(std::string(row.name) + " is asked for twice; name each axis once.");
@@ -81,8 +82,8 @@ std::optional<CallError> parse_options(GVariant *options, MoveRequest &request)
             request.preset = g_variant_get_boolean(value) != FALSE;
         g_variant_unref(value);
         if (!known)
-            return invalid(std::string("There is no move option \"") + key +
-                           "\" of that type; there is \"preset\", true or false.");
+            return invalid("There is no move option " + quoted(key) +
+                           " of that type; there is \"preset\", true or false.");
     }
     return std::nullopt;
 }

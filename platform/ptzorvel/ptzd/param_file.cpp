@@ -7,7 +7,14 @@
 
 namespace {
 
-using KeyFile = std::unique_ptr<GKeyFile, decltype(&g_key_file_unref)>;
+struct Release {
+    void operator()(GKeyFile *file) const { g_key_file_unref(file); }
+    void operator()(char *text) const { g_free(text); }
+    void operator()(GError *error) const { g_error_free(error); }
+};
+using KeyFile = std::unique_ptr<GKeyFile, Release>;
+using Text = std::unique_ptr<char, Release>;
+using Error = std::unique_ptr<GError, Release>;
 
 std::string file_in(const std::string &folder)
 {
@@ -16,29 +23,45 @@ std::string file_in(const std::string &folder)
 
 void load_param(GKeyFile *file, PTZDynamicalProperties &group, const ParamInfo &info)
 {
-    const std::unique_ptr<char, decltype(&g_free)> text(
-        g_key_file_get_string(file, info.group.c_str(), info.name.c_str(), nullptr), g_free);
-    if (text == nullptr || !info.writable)
+    const char *group_name = info.group.c_str();
+    const char *name = info.name.c_str();
+    if (!info.writable || g_key_file_has_key(file, group_name, name, nullptr) == FALSE)
         return;
-    const auto value = param_value_from_text(info.kind, text.get());
-    const std::string refusal = value ? group.set(info.name, *value) : "not of its kind.";
+    const Text text(g_key_file_get_string(file, group_name, name, nullptr));
+    const auto value = text != nullptr ? param_value_from_text(info.kind, text.get()) : std::nullopt;
+    const std::string refusal = value ? group.set(info.name, *value)
+                                      : "it is not a value of kind " + std::string(param_kind_name(info.kind)) + ".";
     if (!refusal.empty())
-        syslog(LOG_WARNING, "Kept value of %s.%s is not used: %s", info.group.c_str(), info.name.c_str(),
-               refusal.c_str());
+        syslog(LOG_WARNING, "The kept value of %s.%s is not used: %s", group_name, name, refusal.c_str());
+}
+
+bool differs_from_default(const ParamInfo &info)
+{
+    return !std::holds_alternative<std::monostate>(info.value) && param_value_to_text(info.value) != info.default_text;
 }
 
 } // namespace
+
+std::string default_state_folder()
+{
+    // The service manager may give several folders, separated by colons.
+    if (const char *folders = g_getenv("STATE_DIRECTORY"); folders != nullptr && *folders != '\0')
+        return std::string(folders).substr(0, std::string(folders).find(':'));
+    if (const char *board = g_getenv("PTZ_BOARD"); board != nullptr && *board != '\0')
+        return board;
+    return "/var/lib/ptz";
+}
 
 void load_params(const std::string &folder, ParamStore &store)
 {
     if (folder.empty())
         return;
-    const KeyFile file(g_key_file_new(), g_key_file_unref);
-    GError *error = nullptr;
-    if (!g_key_file_load_from_file(file.get(), file_in(folder).c_str(), G_KEY_FILE_NONE, &error)) {
-        if (!g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT))
+    const KeyFile file(g_key_file_new());
+    GError *problem = nullptr;
+    if (!g_key_file_load_from_file(file.get(), file_in(folder).c_str(), G_KEY_FILE_NONE, &problem)) {
+        const Error error(problem);
+        if (!g_error_matches(error.get(), G_FILE_ERROR, G_FILE_ERROR_NOENT))
             syslog(LOG_WARNING, "Kept parameters are not used: %s: %s", file_in(folder).c_str(), error->message);
-        g_error_free(error);
         return;
     }
     for (PTZDynamicalProperties *group : store.groups())
@@ -50,15 +73,17 @@ void save_params(const std::string &folder, const ParamStore &store)
 {
     if (folder.empty())
         return;
-    const KeyFile file(g_key_file_new(), g_key_file_unref);
+    const KeyFile file(g_key_file_new());
     for (const PTZDynamicalProperties *group : store.groups())
         for (const ParamInfo &info : group->list())
-            if (info.writable && !std::holds_alternative<std::monostate>(info.value))
+            if (info.writable && differs_from_default(info))
                 g_key_file_set_string(file.get(), info.group.c_str(), info.name.c_str(),
                                       param_value_to_text(info.value).c_str());
-    GError *error = nullptr;
-    if (!g_key_file_save_to_file(file.get(), file_in(folder).c_str(), &error)) {
+    g_mkdir_with_parents(folder.c_str(), 0755); // what is wrong with it shows when the file is written
+    GError *problem = nullptr;
+    // Written beside the old one, which it then replaces: there is always a whole file.
+    if (!g_key_file_save_to_file(file.get(), file_in(folder).c_str(), &problem)) {
+        const Error error(problem);
         syslog(LOG_WARNING, "Parameters are not kept: %s", error->message);
-        g_error_free(error);
     }
 }

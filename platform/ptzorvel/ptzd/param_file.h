@@ -5,9 +5,13 @@
 
 #include <string>
 
+// Where parameters are kept when the command line does not say: $STATE_DIRECTORY, which a service manager sets; else
+// the folder of the simulated board, if there is one; else /var/lib/ptz.
+std::string default_state_folder();
+
 // Gives the store the values that were kept for it. Values that do not fit (any more) are reported and left out. An
 // empty folder name, and a folder without values, give nothing.
 void load_params(const std::string &folder, ParamStore &store);
 
-// Keeps the values of everything that users may set. A failure is reported, and changes nothing.
+// Keeps the values that users may set and that are not the defaults. A failure is reported, and changes nothing.
 void save_params(const std::string &folder, const ParamStore &store);

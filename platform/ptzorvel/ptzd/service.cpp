@@ -167,7 +167,7 @@ bool PtzService::make_driver(const Failed &failed)
     PTZ_DRIVER_GET_CLASS(driver)->install_params(driver);
     const auto params = driver_private(driver).params;
     load_params(options_.state_dir, *params);
-    const std::lock_guard lock(params_mutex_);
+    const std::lock_guard lock(mutex_);
     params_ = params;
     return true;
 }
@@ -179,7 +179,7 @@ void PtzService::release_driver()
         return;
     g_signal_handlers_disconnect_by_data(driver, this);
     g_object_unref(driver);
-    const std::lock_guard lock(params_mutex_);
+    const std::lock_guard lock(mutex_);
     params_.reset();
 }
 
@@ -246,8 +246,14 @@ void PtzService::stop_abandoned_move()
 
 std::shared_ptr<ParamStore> PtzService::params()
 {
-    const std::lock_guard lock(params_mutex_);
+    const std::lock_guard lock(mutex_);
     return params_;
+}
+
+std::optional<PtzService::Event> PtzService::last_event()
+{
+    const std::lock_guard lock(mutex_);
+    return last_event_;
 }
 
 void PtzService::param_was_set(const std::string &group, const std::string &name)

@@ -70,6 +70,12 @@ class PtzService {
     MoveOwners &move_owners() { return *move_owners_; }
     // The driver's parameters; null before there is a driver. Any thread.
     std::shared_ptr<ParamStore> params();
+    // What the driver reported last; none before the first report. Any thread.
+    struct Event {
+        guint32 error_bits;
+        std::string text;
+    };
+    std::optional<Event> last_event();
     // A value has changed: tells the bus and keeps it in the state folder. Command thread.
     void param_was_set(const std::string &group, const std::string &name);
 
@@ -90,6 +96,7 @@ class PtzService {
     void state_changed(int state);
     void speed_changed(double speed);
     void param_changed(const std::string &group, const std::string &name);
+    void event_reported(guint32 error_bits, const char *text);
     static void connect_driver(PTZDriver *driver, PtzService *service);
 
     GDBusConnection *connection_;
@@ -97,8 +104,9 @@ class PtzService {
     PTZCommandQueue queue_;
     std::unique_ptr<MoveOwners> move_owners_;
     PTZDriver *driver_ = nullptr; // command thread
-    std::mutex params_mutex_;
-    std::shared_ptr<ParamStore> params_;
+    std::mutex mutex_;
+    std::shared_ptr<ParamStore> params_; // under the mutex
+    std::optional<Event> last_event_;    // under the mutex
     std::atomic<int> state_{PTZ_STATE_NOT_OPENED};
     std::atomic<double> speed_{100.0};
     std::atomic<unsigned> stops_{0};

@@ -43,6 +43,15 @@ void PtzService::param_changed(const std::string &group, const std::string &name
              g_variant_new("(ssv)", group.c_str(), name.c_str(), param_variant(info->value)));
 }
 
+void PtzService::event_reported(guint32 error_bits, const char *text)
+{
+    {
+        const std::lock_guard lock(mutex_);
+        last_event_ = {error_bits, text};
+    }
+    emit(kInterfaceName, "Event", g_variant_new("(us)", error_bits, text));
+}
+
 void PtzService::connect_driver(PTZDriver *driver, PtzService *service)
 {
     // All on the command thread.
@@ -50,9 +59,8 @@ void PtzService::connect_driver(PTZDriver *driver, PtzService *service)
         +[](PTZDriver *source, GParamSpec *, PtzService *self) { self->state_changed(source->state); };
     const auto on_speed =
         +[](PTZDriver *source, GParamSpec *, PtzService *self) { self->speed_changed(source->speed); };
-    const auto on_event = +[](PTZDriver *, guint bits, const char *text, PtzService *self) {
-        self->emit(kInterfaceName, "Event", g_variant_new("(us)", bits, text));
-    };
+    const auto on_event =
+        +[](PTZDriver *, guint bits, const char *text, PtzService *self) { self->event_reported(bits, text); };
     const auto on_param =
         +[](PTZDriver *, const char *group, const char *name, PtzService *self) { self->param_changed(group, name); };
     g_signal_connect(driver, "notify::state", G_CALLBACK(on_state), service);
