@@ -101,7 +101,7 @@ TEST_F(ServiceTest, QuestionsAreAnsweredInEngineeringUnits)
     const ReplyPtr all = client.send_to("/com/orna/PTZ", "org.freedesktop.DBus.Properties", "GetAll",
                                         g_variant_new("(s)", "com.orna.PTZ"));
     run_until([&] { return all->done; });
-    EXPECT_THAT(client.call("GetStatus").text, HasSubstr("'error-bits': <4>, 'errors': <'Cam error DSP'>"));
+    EXPECT_THAT(client.call("GetStatus").text, HasSubstr("'error-bits': <uint32 4>, 'errors': <'Cam error DSP'>"));
     EXPECT_THAT(all->text, HasSubstr("'State': <1>, 'StateText': <'running'>, 'Speed': <100.0>, 'VideoChannel': <2>, "
                                      "'Id': <7>"));
 }

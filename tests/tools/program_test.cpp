@@ -28,6 +28,15 @@ GVariant *answer_well(const std::string &method, std::string &, std::string &)
         return g_variant_new("(is)", 1, "running");
     if (method == "GetParameter")
         return g_variant_new("(v)", g_variant_new_string("a \"b\""));
+    if (method == "ListParameters")
+        return g_variant_new_parsed(
+            "([{'group': <'Limit'>, 'name': <'MinPan'>, 'kind': <'integer'>, 'minimum': <-170>, 'maximum': <170>, "
+            "'writable': <true>, 'value': <-90>}, {'group': <'UserAdv'>, 'name': <'State'>, 'kind': <'string'>, "
+            "'choices': <[('on', 'On'), ('off', 'Off')]>, 'writable': <true>}],)");
+    if (method == "GetStatus")
+        return g_variant_new_parsed("({'state': <1>, 'text': <'running'>, 'temperature': <40.25>, 'error-bits': "
+                                    "<uint32 0x84>, 'errors': <'Cam error DSP/Pan-Tilt'>, 'reports': "
+                                    "<{'DeviceModVer': 'model:0001', 'Other': 'a\\nb'}>},)");
     if (method == "ListSpecialCommands")
         return g_variant_new_parsed("(['wbonep', 'reset'],)");
     return nullptr;
@@ -85,6 +94,8 @@ TEST(Program, RefusesCommandLinesThatMeanNothing)
         {"state", "--within", "8"},
         {"position", "--for", "1"},
         {"params", "set", "Limit", "MaxZoom"},
+        {"params", "set", "Limit.MaxZoom"},
+        {"params", "get", "MaxZoom"},
         {"params", "drop"},
         {"mode", "iris", "on"},
         {"mode", "zoom", "auto"},
@@ -115,6 +126,24 @@ TEST(Program, SendsTheAxesWithTheirTypesAndTheSpeed)
                             "Move([('pan', 'relative', 0.5)], 0.0, {'preset': <true>})"));
 }
 
+TEST(Program, SetsParametersByEitherSpellingOfTheirNames)
+{
+    FakeService service(answer_well);
+    EXPECT_EQ(run_ptzctl_on(service.address(), {"params", "set", "Limit.MinPan", "-90"}).status, EXIT_DONE);
+    EXPECT_EQ(run_ptzctl_on(service.address(), {"params", "set", "A", "B", "100%s\n"}).status, EXIT_DONE);
+    EXPECT_THAT(service.calls(),
+                ElementsAre("SetParameter('Limit', 'MinPan', <'-90'>)", "SetParameter('A', 'B', <'100%s\\n'>)"));
+}
+
+TEST(Program, ATourEndsAtTheFirstStepThatGoesWrong)
+{
+    FakeService service(answer_well); // its camera stays where it is
+    const RunResult result = run_ptzctl_on(service.address(), {"tour"});
+    EXPECT_EQ(result.status, EXIT_REFUSED);
+    EXPECT_EQ(result.output, "ok: the camera runs: running\n");
+    EXPECT_EQ(result.errors, "ptzctl: the tour stopped at 'pan 10 absolute': at 10.25\n");
+}
+
 TEST(Program, StopsAContinuousMoveWhenItsTimeIsUp)
 {
     FakeService service(answer_well);
@@ -143,6 +172,13 @@ TEST(Program, PrintsTextForPeopleAndObjectsForMachines)
     EXPECT_EQ(run_ptzctl_on(bus, {"params", "get", "UserAdv", "Name"}).output, "a \"b\"\n");
     EXPECT_EQ(run_ptzctl_on(bus, {"params", "get", "UserAdv", "Name", "--json"}).output,
               "{\"group\":\"UserAdv\",\"name\":\"Name\",\"value\":\"a \\\"b\\\"\"}\n");
+    EXPECT_EQ(run_ptzctl_on(bus, {"params"}).output,
+              "GROUP       NAME                       KIND     VALUE                      RANGE\n"
+              "Limit       MinPan                     integer  -90                        -170..170\n"
+              "UserAdv     State                      string   -                          on, off\n");
+    EXPECT_EQ(run_ptzctl_on(bus, {"status"}).output, "state        1 running\ntemperature  40.2 deg C\n"
+                                                     "errors       Cam error DSP/Pan-Tilt (0084)\n"
+                                                     "model        model:0001\nOther        a?b\n");
     EXPECT_EQ(run_ptzctl_on(bus, {"special"}).output, "wbonep\nreset\n");
     EXPECT_EQ(run_ptzctl_on(bus, {"special", "list", "--json"}).output, "{\"commands\":[\"wbonep\",\"reset\"]}\n");
 }

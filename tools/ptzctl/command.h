@@ -5,6 +5,7 @@
 #include "failure.h"
 #include "service.h"
 
+#include <initializer_list>
 #include <memory>
 #include <span>
 #include <string>
@@ -21,6 +22,10 @@ class Context {
     // Failure when standard output does not take it.
     void line(const std::string &text);
     void object(GVariant *object);
+    // The object {"KEY": value}.
+    void object_of(const char *key, GVariant *value);
+    // A list of texts: each on its line, or {"KEY": [...]}.
+    void texts(const char *key, const VariantOwned &list);
     // What a command without results says: `text`, or {"ok":true}.
     void done(const std::string &text);
 
@@ -43,6 +48,9 @@ std::span<const Command> all_commands();
 // printf into a std::string.
 std::string format_text(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
+// Throws Failure (EXIT_USAGE), naming them all, when the word is none of the choices. `what`: of what there is none.
+void require_choice(const std::string &word, const char *what, std::initializer_list<const char *> choices);
+
 ExitStatus run_state(Context &context, Arguments &arguments);
 ExitStatus run_move(Context &context, Arguments &arguments);
 ExitStatus run_stop(Context &context, Arguments &arguments);
@@ -55,7 +63,9 @@ ExitStatus run_capabilities(Context &context, Arguments &arguments);
 ExitStatus run_mode(Context &context, Arguments &arguments);
 ExitStatus run_speed_factor(Context &context, Arguments &arguments);
 ExitStatus run_published(Context &context, Arguments &arguments);
+ExitStatus run_status(Context &context, Arguments &arguments);
 ExitStatus run_monitor(Context &context, Arguments &arguments);
+ExitStatus run_tour(Context &context, Arguments &arguments);
 ExitStatus run_decode(Context &context, Arguments &arguments);
 
 // The whole program: `words` are the command line's words after the program's name. Returns the exit status.

@@ -97,15 +97,17 @@ constexpr Command kCommands[] = {
      "  ptzctl special 'video_output|sdi'\n",
      run_special},
     {"params", "list, get and set parameters",
-     "Usage: ptzctl params [list [GROUP] | get GROUP NAME | set GROUP NAME VALUE]\n"
+     "Usage: ptzctl params [list [GROUP] | get GROUP.NAME | set GROUP.NAME VALUE]\n"
      "\n"
-     "Lists the parameters of one group or of all (with their values and what they take), prints one value, or sets\n"
-     "one and waits until the driver has applied it. Groups: Limit, UserAdv, ImageSource.\n"
+     "Lists the parameters of one group or of all (group, name, kind, value, and the range or choices), prints one\n"
+     "value, or sets one and waits until the driver has applied it. Values are kept over a restart of ptzd.\n"
+     "Groups: Limit, UserAdv, ImageSource. 'GROUP NAME' does as well as 'GROUP.NAME'.\n"
      "\n"
      "Examples:\n"
      "  ptzctl params list Limit\n"
-     "  ptzctl params get Limit MaxZoom\n"
-     "  ptzctl params set Limit MaxZoom 9999\n",
+     "  ptzctl params get Limit.MaxZoom\n"
+     "  ptzctl params set ImageSource.WDR on\n"
+     "  ptzctl params set ImageSource.MaxExposureTime -2\n",
      run_params},
     {"capabilities", "what the driver can do",
      "Usage: ptzctl capabilities [CATEGORY]\n"
@@ -140,14 +142,37 @@ constexpr Command kCommands[] = {
      "Example:\n"
      "  ptzctl --json published\n",
      run_published},
+    {"status", "state, temperature, errors, model and firmware",
+     "Usage: ptzctl status\n"
+     "\n"
+     "Prints the state, the temperature, the errors that the camera reported last, and what it says of itself: how "
+     "its\n"
+     "parts are, its model and firmware version, when that was looked at. Answered at once, whatever the camera does.\n"
+     "\n"
+     "Example:\n"
+     "  ptzctl status\n",
+     run_status},
     {"monitor", "print state changes, events and new parameter values as they come",
      "Usage: ptzctl monitor\n"
      "\n"
-     "One line for each signal of the service, until Ctrl-C.\n"
+     "First a snapshot of the status, then one line for each signal of the service, until Ctrl-C.\n"
      "\n"
      "Example:\n"
      "  ptzctl monitor\n",
      run_monitor},
+    {"tour", "show the camera in action and check each step",
+     "Usage: ptzctl tour [--no-reset]\n"
+     "\n"
+     "Waits for the camera, moves every axis, stops one in mid-move, sets the modes and one parameter of each family\n"
+     "(which then have their former values again), asks for the capabilities, and runs the special commands wbonep "
+     "and\n"
+     "reset. Every step is checked against what the camera reports; the first wrong one ends the tour with status 1.\n"
+     "\n"
+     "  --no-reset   do not restart the camera at the end\n"
+     "\n"
+     "Example:\n"
+     "  ptzctl tour\n",
+     run_tour},
     {"decode", "put a trace of krx-sim into words",
      "Usage: ptzctl decode TRACE [--sent] [--big-endian]\n"
      "\n"

@@ -1,4 +1,5 @@
 // state, position, fov, angle-to-zoom, capabilities, published: what the camera says about itself.
+#include "camera.h"
 #include "command.h"
 #include "json.h"
 #include "loop.h"
@@ -6,9 +7,7 @@
 
 namespace {
 
-constexpr unsigned kStateEveryMs = 50;
 constexpr unsigned kPositionEveryMs = 200;
-constexpr double kLongestWait = 3600; // seconds
 
 // The axes in the order in which people expect them.
 constexpr const char *kAngles[] = {"pan", "tilt"};
@@ -54,27 +53,6 @@ void show_state(Context &context, const std::pair<int, std::string> &state)
         context.line(std::to_string(state.first) + " " + printable(state.second));
 }
 
-// Polls until the state is `wanted`, also while no ptzd is there yet. Throws EXIT_NO_ANSWER when it takes too long.
-std::pair<int, std::string> wait_for_state(Service &service, int wanted, double seconds)
-{
-    const gint64 deadline = steady_now() + static_cast<gint64>(seconds * 1e6);
-    std::pair<int, std::string> state{-1, "no ptzd"};
-    run_loop(kStateEveryMs, [&] {
-        try {
-            state = service.state();
-        } catch (const Failure &failure) {
-            if (failure.code() != "NoService")
-                throw;
-        }
-        return state.first != wanted && steady_now() < deadline;
-    });
-    if (state.first != wanted)
-        throw Failure(EXIT_NO_ANSWER, "NoAnswer",
-                      "the camera did not come to state " + std::to_string(wanted) +
-                          "; it is at: " + printable(state.second) + "; the system log says what ptzd does");
-    return state;
-}
-
 // "  key  value" lines of a dictionary of dictionaries, a heading above each.
 void show_groups(Context &context, GVariant *groups)
 {
@@ -93,11 +71,6 @@ void show_groups(Context &context, GVariant *groups)
             context.line(format_text("  %-26s %s", printable(key).c_str(), json_from_variant(value).c_str()));
         }
     }
-}
-
-VariantOwned first_result(VariantOwned reply)
-{
-    return VariantOwned(g_variant_get_child_value(reply.get(), 0));
 }
 
 } // namespace
@@ -159,7 +132,7 @@ ExitStatus run_position(Context &context, Arguments &arguments)
 ExitStatus run_fov(Context &context, Arguments &arguments)
 {
     arguments.words(0, 0);
-    VariantOwned fields = first_result(context.service().call("GetFieldOfView", nullptr, "(a{sd})"));
+    VariantOwned fields = context.service().result("GetFieldOfView", nullptr, "(a{sd})");
     if (context.json()) {
         context.object(fields.get());
         return EXIT_DONE;
@@ -178,17 +151,11 @@ ExitStatus run_angle_to_zoom(Context &context, Arguments &arguments)
     const double angle = parse_number(arguments.words(1, 1)[0], "the angle");
     const double scale = scale_text ? parse_number(*scale_text, "--scale") : 100;
 
-    VariantOwned reply = context.service().call("AngleToZoom", g_variant_new("(dd)", angle, scale), "(d)");
-    double zoom = 0;
-    g_variant_get(reply.get(), "(d)", &zoom);
-    if (context.json()) {
-        GVariantBuilder object;
-        g_variant_builder_init(&object, G_VARIANT_TYPE("a{sd}"));
-        g_variant_builder_add(&object, "{sd}", "zoom", zoom);
-        context.object(g_variant_builder_end(&object));
-    } else {
-        context.line(number_text(zoom));
-    }
+    VariantOwned zoom = context.service().result("AngleToZoom", g_variant_new("(dd)", angle, scale), "(d)");
+    if (context.json())
+        context.object_of("zoom", zoom.get());
+    else
+        context.line(value_text(zoom.get()));
     return EXIT_DONE;
 }
 
@@ -196,20 +163,8 @@ ExitStatus run_capabilities(Context &context, Arguments &arguments)
 {
     const std::vector<std::string> words = arguments.words(0, 1);
     const std::string category = words.empty() ? "" : words[0];
-    VariantOwned reply =
-        context.service().call("GetCapabilities", g_variant_new("(s)", valid_text(category).c_str()), "(as)");
-    VariantOwned list = first_result(std::move(reply));
-    if (context.json()) {
-        GVariantBuilder object;
-        g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);
-        g_variant_builder_add(&object, "{sv}", "capabilities", list.get());
-        context.object(g_variant_builder_end(&object));
-        return EXIT_DONE;
-    }
-    for (gsize i = 0; i < g_variant_n_children(list.get()); i++) {
-        VariantOwned entry(g_variant_get_child_value(list.get(), i));
-        context.line(printable(g_variant_get_string(entry.get(), nullptr)));
-    }
+    context.texts("capabilities", context.service().result("GetCapabilities",
+                                                           g_variant_new("(s)", valid_text(category).c_str()), "(as)"));
     return EXIT_DONE;
 }
 
@@ -217,9 +172,9 @@ ExitStatus run_published(Context &context, Arguments &arguments)
 {
     arguments.words(0, 0);
     Service &service = context.service();
-    VariantOwned published = first_result(service.call("GetPublished", nullptr, "(a{sa{sv}})"));
-    VariantOwned caches = first_result(service.call("GetDataCaches", nullptr, "(a{sa{sv}})"));
-    VariantOwned video = first_result(service.call("GetVideo", nullptr, "(a{sb})"));
+    VariantOwned published = service.result("GetPublished", nullptr, "(a{sa{sv}})");
+    VariantOwned caches = service.result("GetDataCaches", nullptr, "(a{sa{sv}})");
+    VariantOwned video = service.result("GetVideo", nullptr, "(a{sb})");
     if (context.json()) {
         GVariantBuilder object;
         g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);

@@ -1,4 +1,4 @@
-// monitor: what the service reports, as it happens.
+// status, monitor: how the camera is, now and as it changes.
 #include "command.h"
 #include "json.h"
 #include "loop.h"
@@ -7,8 +7,21 @@ namespace {
 
 constexpr unsigned kLookEveryMs = 200;
 
+// What the signal handlers share with the command; takes them off the bus at its end.
 struct Monitor {
-    Context *context;
+    explicit Monitor(Context &for_context) : context(for_context), bus(for_context.service().connection()) {}
+    ~Monitor()
+    {
+        g_bus_unwatch_name(watch);
+        g_dbus_connection_signal_unsubscribe(bus, signals);
+    }
+    Monitor(const Monitor &) = delete;
+    Monitor &operator=(const Monitor &) = delete;
+
+    Context &context;
+    GDBusConnection *bus;
+    guint signals = 0;
+    guint watch = 0;
     std::exception_ptr failure; // carried over GDBus's frames
     bool service_gone = false;
 };
@@ -31,12 +44,56 @@ void show_signal(Context &context, const char *name, GVariant *parameters)
     context.line(text);
 }
 
+VariantOwned ask_status(Service &service)
+{
+    return service.result("GetStatus", nullptr, "(a{sv})");
+}
+
+// The words for a report that people know under another name than its parameter's.
+std::string report_label(const char *name)
+{
+    constexpr std::pair<std::string_view, const char *> kLabels[] = {
+        {"CamDeviceStatus", "device"}, {"DeviceModVer", "model"}, {"CamLastTestDate", "last test"}};
+    for (const auto &[known, label] : kLabels)
+        if (known == name)
+            return label;
+    return printable(name);
+}
+
+void show_status(Context &context, GVariant *status)
+{
+    const auto row = [&](const std::string &label, const std::string &text) {
+        context.line(format_text("%-12s %s", label.c_str(), text.c_str()));
+    };
+    gint32 state = 0;
+    const char *text = "";
+    g_variant_lookup(status, "state", "i", &state);
+    g_variant_lookup(status, "text", "&s", &text);
+    row("state", std::to_string(state) + " " + printable(text));
+    double degrees = 0;
+    const bool known = g_variant_lookup(status, "temperature", "d", &degrees) != FALSE;
+    row("temperature", known ? format_text("%.1f deg C", degrees) : "not known");
+    guint32 bits = 0;
+    const bool reported = g_variant_lookup(status, "error-bits", "u", &bits) != FALSE;
+    if (bits != 0 && g_variant_lookup(status, "errors", "&s", &text) != FALSE)
+        row("errors", printable(text) + format_text(" (%04x)", bits));
+    else
+        row("errors", reported ? "none" : "none reported yet");
+    VariantOwned reports(g_variant_lookup_value(status, "reports", G_VARIANT_TYPE("a{ss}")));
+    for (gsize i = 0; reports && i < g_variant_n_children(reports.get()); i++) {
+        VariantOwned report(g_variant_get_child_value(reports.get(), i));
+        const char *name = nullptr;
+        g_variant_get(report.get(), "{&s&s}", &name, &text);
+        row(report_label(name), printable(text));
+    }
+}
+
 void on_signal(GDBusConnection *, const char *, const char *, const char *, const char *name, GVariant *parameters,
                gpointer data)
 {
     auto *monitor = static_cast<Monitor *>(data);
     try {
-        show_signal(*monitor->context, name, parameters);
+        show_signal(monitor->context, name, parameters);
     } catch (...) {
         monitor->failure = std::current_exception();
     }
@@ -49,24 +106,35 @@ void on_vanished(GDBusConnection *, const char *, gpointer data)
 
 } // namespace
 
+ExitStatus run_status(Context &context, Arguments &arguments)
+{
+    arguments.words(0, 0);
+    VariantOwned status = ask_status(context.service());
+    if (context.json())
+        context.object(status.get());
+    else
+        show_status(context, status.get());
+    return EXIT_DONE;
+}
+
 ExitStatus run_monitor(Context &context, Arguments &arguments)
 {
     arguments.words(0, 0);
-    Service &service = context.service();
-    Monitor monitor{&context, nullptr};
-    GDBusConnection *bus = service.connection();
-    const guint signals =
-        g_dbus_connection_signal_subscribe(bus, kServiceName, kServiceInterface, nullptr, kServicePath, nullptr,
+    Monitor monitor(context);
+    monitor.signals =
+        g_dbus_connection_signal_subscribe(monitor.bus, kServiceName, kServiceInterface, nullptr, kServicePath, nullptr,
                                            G_DBUS_SIGNAL_FLAGS_NONE, on_signal, &monitor, nullptr);
-    const guint watch = g_bus_watch_name_on_connection(bus, kServiceName, G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr,
-                                                       on_vanished, &monitor, nullptr);
+    monitor.watch = g_bus_watch_name_on_connection(monitor.bus, kServiceName, G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr,
+                                                   on_vanished, &monitor, nullptr);
+    // What happens from here on is shown after it: signals are delivered by the loop.
+    VariantOwned status = ask_status(context.service());
+    GVariant *snapshot[] = {status.get()};
+    VariantOwned values(g_variant_ref_sink(g_variant_new_tuple(snapshot, 1)));
+    show_signal(context, "Snapshot", values.get());
     run_loop(kLookEveryMs, [&] { return !monitor.failure && !monitor.service_gone; });
-    g_bus_unwatch_name(watch);
-    g_dbus_connection_signal_unsubscribe(bus, signals);
     if (monitor.failure)
         std::rethrow_exception(monitor.failure);
     if (monitor.service_gone)
-        throw Failure(EXIT_NO_SERVICE, "NoService",
-                      "ptzd is not on this bus; start it (systemctl start ptzd), or set DBUS_SYSTEM_BUS_ADDRESS");
+        throw Failure(EXIT_NO_SERVICE, "NoService", "ptzd has left the bus; start it (systemctl start ptzd)");
     return EXIT_DONE;
 }

@@ -1,16 +1,11 @@
 // move and stop: what makes the camera move and how to wait for it.
-#include "axes.h"
+#include "camera.h"
 #include "command.h"
-#include "loop.h"
 #include "numbers.h"
 
 #include <algorithm>
 
 namespace {
-
-constexpr unsigned kLookEveryMs = 100;
-constexpr gint64 kSettleUs = 1000000;
-constexpr double kLongestWait = 3600; // seconds
 
 struct MoveOptions {
     std::string default_type = "absolute";
@@ -41,34 +36,6 @@ MoveOptions take_options(Arguments &arguments)
     return options;
 }
 
-void send_move(Service &service, const std::vector<AxisMove> &moves, const MoveOptions &options)
-{
-    GVariantBuilder axes;
-    g_variant_builder_init(&axes, G_VARIANT_TYPE("a(ssd)"));
-    for (const AxisMove &move : moves)
-        g_variant_builder_add(&axes, "(ssd)", move.axis.c_str(), move.type.c_str(), move.value);
-    GVariantBuilder extras;
-    g_variant_builder_init(&extras, G_VARIANT_TYPE_VARDICT);
-    if (options.preset)
-        g_variant_builder_add(&extras, "{sv}", "preset", g_variant_new_boolean(TRUE));
-    service.call("Move", g_variant_new("(a(ssd)da{sv})", &axes, options.speed, &extras), "()");
-}
-
-// Stays until the camera stands still or `seconds` have passed, whichever is first. True when it stands still or the
-// time is up, false when the person interrupted.
-bool stay(Service &service, std::optional<double> seconds)
-{
-    const gint64 start = steady_now();
-    Standstill standstill(kSettleUs);
-    const LoopEnd end = run_loop(kLookEveryMs, [&] {
-        const gint64 now = steady_now();
-        if (seconds)
-            return static_cast<double>(now - start) < *seconds * 1e6;
-        return !standstill.observe(service.position(), now);
-    });
-    return end == LoopEnd::Finished;
-}
-
 } // namespace
 
 ExitStatus run_move(Context &context, Arguments &arguments)
@@ -85,12 +52,12 @@ ExitStatus run_move(Context &context, Arguments &arguments)
         throw usage_failure("--for is for continuous moves; use --wait to wait for the end of this one");
 
     Service &service = context.service();
-    send_move(service, moves, options);
+    send_move(service, moves, options.speed, options.preset);
     if (!runs_on) {
         if (!options.wait)
             context.done("moving");
         else
-            context.done(stay(service, std::nullopt) ? "the camera stands still" : "not waiting; the move goes on");
+            context.done(stay(service) ? "the camera stands still" : "not waiting; the move goes on");
         return EXIT_DONE;
     }
     // The service stops the continuous move of a client that leaves the bus, so we stay.

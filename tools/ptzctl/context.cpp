@@ -2,6 +2,7 @@
 
 #include "json.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
@@ -26,16 +27,33 @@ void Context::object(GVariant *object)
     line(json_from_variant(object));
 }
 
+void Context::object_of(const char *key, GVariant *value)
+{
+    GVariantBuilder object;
+    g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);
+    g_variant_builder_add(&object, "{sv}", key, value);
+    this->object(g_variant_builder_end(&object));
+}
+
+void Context::texts(const char *key, const VariantOwned &list)
+{
+    if (json_) {
+        object_of(key, list.get());
+        return;
+    }
+    for (gsize i = 0; i < g_variant_n_children(list.get()); i++) {
+        VariantOwned entry(g_variant_get_child_value(list.get(), i));
+        line(value_text(entry.get()));
+    }
+}
+
 void Context::done(const std::string &text)
 {
     if (!json_) {
         line(text);
         return;
     }
-    GVariantBuilder object;
-    g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);
-    g_variant_builder_add(&object, "{sv}", "ok", g_variant_new_boolean(TRUE));
-    this->object(g_variant_builder_end(&object));
+    object_of("ok", g_variant_new_boolean(TRUE));
 }
 
 std::string format_text(const char *format, ...)
@@ -45,4 +63,14 @@ std::string format_text(const char *format, ...)
     TextOwned text(g_strdup_vprintf(format, arguments));
     va_end(arguments);
     return text.get();
+}
+
+void require_choice(const std::string &word, const char *what, std::initializer_list<const char *> choices)
+{
+    if (std::find(choices.begin(), choices.end(), word) != choices.end())
+        return;
+    std::string list;
+    for (const char *choice : choices)
+        list += (list.empty() ? "" : ", ") + std::string(choice);
+    throw usage_failure(std::string("no ") + what + " '" + printable(word) + "'; there are " + list);
 }

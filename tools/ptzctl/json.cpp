@@ -1,5 +1,7 @@
 #include "json.h"
 
+#include "failure.h"
+
 #include "glib_owned.h"
 #include "numbers.h"
 
@@ -102,4 +104,11 @@ std::string json_from_variant(GVariant *value)
         return join_children(value, '[', ']');
     }
     return "null";
+}
+
+std::string value_text(GVariant *value)
+{
+    if (g_variant_is_of_type(value, G_VARIANT_TYPE_STRING))
+        return printable(g_variant_get_string(value, nullptr));
+    return json_from_variant(value);
 }

@@ -9,6 +9,9 @@
 // A JSON text with its quotes. Invalid UTF-8 is replaced, control characters are escaped.
 std::string json_text(std::string_view text);
 
+// A text as it stands but printable, any other value as JSON writes it: on, 25, true.
+std::string value_text(GVariant *value);
+
 // The value as JSON: dictionaries as objects (keys as texts), other containers as arrays, a variant as what it holds,
 // an empty maybe and numbers that are not finite as null. `value` stays the caller's.
 std::string json_from_variant(GVariant *value);

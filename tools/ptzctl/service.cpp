@@ -80,8 +80,7 @@ VariantOwned Service::call(const char *method, GVariant *arguments, const char *
 
 Position Service::position()
 {
-    VariantOwned reply = call("GetPosition", nullptr, "(a{sd})");
-    VariantOwned axes(g_variant_get_child_value(reply.get(), 0));
+    VariantOwned axes = result("GetPosition", nullptr, "(a{sd})");
     Position position;
     for (gsize i = 0; i < g_variant_n_children(axes.get()); i++) {
         const char *axis = nullptr;

@@ -20,6 +20,12 @@ class Service {
     // Throws Failure: what the service says is wrong, no service, no answer in time.
     VariantOwned call(const char *method, GVariant *arguments, const char *reply);
 
+    // The same for a method with one result: that.
+    VariantOwned result(const char *method, GVariant *arguments, const char *reply)
+    {
+        return VariantOwned(g_variant_get_child_value(call(method, arguments, reply).get(), 0));
+    }
+
     // GetPosition, and GetState's number and words.
     Position position();
     std::pair<int, std::string> state();

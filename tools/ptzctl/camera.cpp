@@ -1,0 +1,70 @@
+#include "camera.h"
+
+#include "failure.h"
+#include "loop.h"
+
+namespace {
+
+constexpr unsigned kLookEveryMs = 100;
+constexpr unsigned kStateEveryMs = 50;
+constexpr gint64 kSettleUs = 1000000;
+
+} // namespace
+
+void send_move(Service &service, const std::vector<AxisMove> &moves, double speed, bool preset)
+{
+    GVariantBuilder axes;
+    g_variant_builder_init(&axes, G_VARIANT_TYPE("a(ssd)"));
+    for (const AxisMove &move : moves)
+        g_variant_builder_add(&axes, "(ssd)", move.axis.c_str(), move.type.c_str(), move.value);
+    GVariantBuilder extras;
+    g_variant_builder_init(&extras, G_VARIANT_TYPE_VARDICT);
+    if (preset)
+        g_variant_builder_add(&extras, "{sv}", "preset", g_variant_new_boolean(TRUE));
+    service.call("Move", g_variant_new("(a(ssd)da{sv})", &axes, speed, &extras), "()");
+}
+
+bool stay(Service &service, std::optional<double> seconds)
+{
+    const gint64 start = steady_now();
+    Standstill standstill(kSettleUs);
+    const LoopEnd end = run_loop(kLookEveryMs, [&] {
+        const gint64 now = steady_now();
+        if (seconds)
+            return static_cast<double>(now - start) < *seconds * 1e6;
+        return !standstill.observe(service.position(), now);
+    });
+    return end == LoopEnd::Finished;
+}
+
+VariantOwned get_parameter(Service &service, const std::string &group, const std::string &name)
+{
+    VariantOwned boxed = service.result("GetParameter", g_variant_new("(ss)", group.c_str(), name.c_str()), "(v)");
+    return VariantOwned(g_variant_get_variant(boxed.get()));
+}
+
+void set_parameter(Service &service, const std::string &group, const std::string &name, const std::string &text)
+{
+    GVariant *value = g_variant_new_string(text.c_str());
+    service.call("SetParameter", g_variant_new("(ssv)", group.c_str(), name.c_str(), value), "()");
+}
+
+std::pair<int, std::string> wait_for_state(Service &service, int wanted, double seconds)
+{
+    const gint64 deadline = steady_now() + static_cast<gint64>(seconds * 1e6);
+    std::pair<int, std::string> state{-1, "no ptzd"};
+    run_loop(kStateEveryMs, [&] {
+        try {
+            state = service.state();
+        } catch (const Failure &failure) {
+            if (failure.code() != "NoService")
+                throw;
+        }
+        return state.first != wanted && steady_now() < deadline;
+    });
+    if (state.first != wanted)
+        throw Failure(EXIT_NO_ANSWER, "NoAnswer",
+                      "the camera did not come to state " + std::to_string(wanted) +
+                          "; it is at: " + printable(state.second) + "; the system log says what ptzd does");
+    return state;
+}

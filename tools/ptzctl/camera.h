@@ -1,0 +1,27 @@
+// What several commands have the camera do, and how they wait for it.
+#pragma once
+
+#include "axes.h"
+#include "service.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+constexpr double kLongestWait = 3600; // seconds that a command line may ask for
+
+// Sends a move. speed: percent of absolute and relative moves, 0: as fast as the camera goes; preset: it goes to a
+// stored preset.
+void send_move(Service &service, const std::vector<AxisMove> &moves, double speed = 0, bool preset = false);
+
+// Stays until the camera has stood still for a second or `seconds` have passed, if given. True when it stands still or
+// the time is up, false when the person interrupted.
+bool stay(Service &service, std::optional<double> seconds = std::nullopt);
+
+// A parameter's value, and setting it (a text is converted to its kind).
+VariantOwned get_parameter(Service &service, const std::string &group, const std::string &name);
+void set_parameter(Service &service, const std::string &group, const std::string &name, const std::string &text);
+
+// Polls until the state is `wanted`, also while no ptzd is there yet. Throws Failure (EXIT_NO_ANSWER) after `seconds`.
+std::pair<int, std::string> wait_for_state(Service &service, int wanted, double seconds);
