@@ -3,11 +3,13 @@
 #include "cmd/ptz_driver_canon_cmd_video.h"
 #include "core/clock.h"
 #include "core/log.h"
+#include "core/paths.h"
 #include "driver/ptz_driver_canon_config.h"
 #include "driver/ptz_driver_canon_device_status.h"
 #include "driver/ptz_driver_canon_limits.h"
 #include "driver/ptz_driver_canon_operations.h"
 #include "driver/ptz_driver_canon_type.h"
+#include "hw/ptz_driver_canon_fw_file.h"
 #include "hw/ptz_driver_canon_power.h"
 #include "port/ptz_port_canon.h"
 #include "utils/ptz_driver_canon_utils_picture.h"
@@ -83,6 +85,28 @@ void begin_initialising(PTZDriverCanon *self)
     vccif_clear_status();
 }
 
+// Brings the camera block to the version of the firmware file, if there is one and it is another. Whatever the transfer
+// reports, the block decides: false when it does not come back from it.
+bool upgrade_firmware(PTZDriverCanon *self)
+{
+    const std::string file = data_path("IMC.APP");
+    const guint32 version = ptz_driver_canon_fw_file_version(file.c_str());
+    if (version == 0 || version == static_cast<guint32>(self->fw_version))
+        return true;
+    log_info("Camera block firmware upgrade needed, starting upgrade.");
+    ptz_driver_canon_set_state(self, PTZ_STATE_UPGRADING);
+    ptz_driver_canon_fw_upgrade_file(file.c_str());
+    ptz_driver_canon_wait_fw_upgrade_complete(self);
+    if (!ptz_driver_canon_boot(self)) {
+        log_error("Fatal error, could not restart camera block");
+        return false;
+    }
+    self->fw_version = vccif_wait_fw_revision(self);
+    ptz_driver_canon_set_state(self, PTZ_STATE_INITIALISING);
+    log_info("Camera block firmware upgrade is finished");
+    return true;
+}
+
 // Until a capture mode is applied the camera runs in the one of its block defaults; shutter speeds go by it.
 void assume_capture_mode(CameraState *now)
 {
@@ -154,6 +178,8 @@ gboolean ptz_driver_canon_startup(PTZDriverCanon *self)
     if (!ptz_driver_canon_boot(self))
         log_error("Fatal error, could not start camera block");
     self->fw_version = vccif_wait_fw_revision(self);
+    if (self->firmware_do_upgrade && !upgrade_firmware(self))
+        return fail_startup(self);
     if (!ptz_driver_canon_utils_wait_all_status(self)) {
         log_error("Fatal error, failed to communicate with camera block");
         return fail_startup(self);

@@ -17,6 +17,7 @@ class Startup : public DriverBench {
         ports_locked = 0;
         make_driver(false);
         driver->datacache_is_used = FALSE;
+        driver->firmware_do_upgrade = FALSE;
         hardware.lines["cam_good"].level = 1;
         hardware.lines["cam_done"].level = 1;
         port.status = StatusRun().set(0x60, 28, 1, 1).set(0x40, 4, 4, 0x0123).bytes();
@@ -107,6 +108,85 @@ TEST_F(Startup, AnUnknownModelIsLoggedAndStartUpGoesOn)
                                  "error: Fatal error, detected unknown camera block model",
                                  "error: Fatal error, could not start camera block"}));
     EXPECT_EQ(state(), PTZ_STATE_RUNNING);
+}
+
+// With a firmware file of version 0x0124 and no port to send it over: what the transfer itself does is told elsewhere.
+class FirmwareStartup : public Startup {
+  protected:
+    FirmwareStartup()
+    {
+        driver->firmware_do_upgrade = TRUE;
+        driver->fw_upgrade_complete_pin.number = 7;
+        hardware.lines["7"].level = 1;
+        write_version(0x0124);
+        g_signal_connect_swapped(driver, "notify::state", G_CALLBACK(note_state), this);
+    }
+
+    void write_version(std::uint32_t version) const
+    {
+        std::string file("131\0\0\0\0\0", 8);
+        file.resize(128);
+        for (unsigned i = 0; i < 4; ++i)
+            file[40 + i] = static_cast<char>(version >> (8 * i));
+        write_file("IMC.APP", file);
+    }
+
+    static void note_state(FirmwareStartup *self)
+    {
+        self->states += std::to_string(self->state());
+        if (self->state() == PTZ_STATE_UPGRADING)
+            self->port.status = self->status_after;
+    }
+
+    // The states that a restart goes through.
+    std::string restart()
+    {
+        states.clear();
+        ptz_driver_canon_reset(driver);
+        EXPECT_EQ(ports_locked, 0);
+        return states;
+    }
+
+    const Lines upgrading = {"info: Camera block firmware upgrade needed, starting upgrade.",
+                             "error: Failed to load port config file", "error: Failed to create the port",
+                             "error: Fatal error, could not upgrade camera block firmware"};
+    const Bytes old_status = port.status;
+    Bytes status_after = StatusRun().set(0x60, 28, 1, 1).set(0x40, 4, 4, 0x0124).bytes();
+    std::string states;
+};
+
+TEST_F(FirmwareStartup, UpgradesABlockOfAnotherVersion)
+{
+    EXPECT_EQ(restart(), "4541");
+    Lines expected = upgrading;
+    expected.push_back("info: Camera block firmware upgrade is finished");
+    EXPECT_EQ(log.take(), expected);
+    EXPECT_EQ(driver->fw_version, 0x0124);
+    EXPECT_EQ(hardware.calls_of({"value"}),
+              (Lines{"value cam_good", "value cam_done", "value 7", "value cam_good", "value cam_done"}));
+    EXPECT_EQ(restart(), "41"); // has it now
+    EXPECT_EQ(log.take(), Lines{});
+
+    port.status = StatusRun().set(0x60, 28, 1, 1).set(0x40, 4, 4, 0xFFFFFFFF).bytes();
+    write_version(0xFFFFFFFF); // what a block without a version counts as
+    EXPECT_EQ(restart(), "41");
+}
+
+TEST_F(FirmwareStartup, ABlockThatDoesNotComeBackFailsUntilItDoes)
+{
+    port.status.clear();
+    status_after.clear();
+    EXPECT_EQ(restart(), "457");
+    Lines expected = {"error: Fatal error, failed to boot up the camera block",
+                      "error: Fatal error, could not start camera block"};
+    expected.insert(expected.end(), upgrading.begin(), upgrading.end());
+    expected.push_back("error: Fatal error, failed to boot up the camera block");
+    expected.push_back("error: Fatal error, could not restart camera block");
+    EXPECT_EQ(log.take(), failure(expected));
+    EXPECT_FALSE(driver->camera_powered);
+    status_after = old_status; // comes back, with the version that it had
+    EXPECT_EQ(restart(), "4541");
+    EXPECT_EQ(driver->fw_version, 0x0123);
 }
 
 // With both limits configured and a thermal zone that the test writes.

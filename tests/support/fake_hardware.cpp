@@ -72,10 +72,15 @@ int message(const spi_ioc_transfer &burst)
                     std::to_string(burst.tx_nbits) + " rx " + std::to_string(burst.rx_nbits) + " word " +
                     std::to_string(burst.word_delay_usecs);
     const auto *out = reinterpret_cast<const std::uint8_t *>(burst.tx_buf);
-    fake.sent.emplace_back(out, out + burst.len);
-    fake.replies.resize(std::max<std::size_t>(fake.replies.size(), 1));
-    FakeHardware::Bytes reply = std::move(fake.replies.front());
-    fake.replies.pop_front();
+    FakeHardware::Bytes reply;
+    if (fake.partner) {
+        reply = fake.partner({out, out + burst.len});
+    } else {
+        fake.sent.emplace_back(out, out + burst.len);
+        fake.replies.resize(std::max<std::size_t>(fake.replies.size(), 1));
+        reply = std::move(fake.replies.front());
+        fake.replies.pop_front();
+    }
     reply.resize(burst.len, 0xEE);
     std::memcpy(reinterpret_cast<void *>(burst.rx_buf), reply.data(), burst.len);
     return static_cast<int>(burst.len);

@@ -41,9 +41,10 @@ class FakeHardware {
     std::uint32_t mode = 9, bits = 8, speed = 3000000; // what the device reads back
 
     using Bytes = std::vector<std::uint8_t>;
-    std::vector<Bytes> sent;   // what each burst clocked out
-    std::deque<Bytes> replies; // what the next bursts clock in, filled up with 0xEE
-    std::string transfer;      // the last burst: "speed 3000000 delay 1 bits 8 cs 0 tx 0 rx 0 word 0"
+    std::vector<Bytes> sent;                         // what each burst clocked out
+    std::deque<Bytes> replies;                       // what the next bursts clock in, filled up with 0xEE
+    std::function<Bytes(const Bytes &sent)> partner; // answers in the place of `replies`; nothing is kept in `sent`
+    std::string transfer; // the last burst: "speed 3000000 delay 1 bits 8 cs 0 tx 0 rx 0 word 0"
 
     // Used by the C functions.
     static inline FakeHardware *current = nullptr;

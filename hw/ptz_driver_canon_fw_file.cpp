@@ -1,0 +1,63 @@
+#include "hw/ptz_driver_canon_fw_file.h"
+
+#include "core/descriptor.h"
+#include "core/log.h"
+#include "hw/ptz_driver_canon_fw_upgrade.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr std::size_t HEADER_SIZE = 128;
+constexpr guint8 MAGIC[8] = {'1', '3', '1'};
+constexpr std::size_t VERSION_OFFSET = 40;
+
+// Not waiting: what is there may be a pipe.
+int open_image(const char *path)
+{
+    return open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+}
+
+} // namespace
+
+guint32 ptz_driver_canon_fw_file_version(const char *path)
+{
+    const Descriptor file(open_image(path));
+    if (!file) {
+        log_warning("Can't open firmware file");
+        return 0;
+    }
+    guint8 header[HEADER_SIZE];
+    const std::size_t size = file.read_up_to(header, HEADER_SIZE);
+    const bool whole = size == HEADER_SIZE;
+    const bool ours = whole && std::equal(MAGIC, std::end(MAGIC), header);
+    if (whole && !ours)
+        log_warning("firmware file format error");
+    if (!ours) {
+        log_warning("file read len: %d", static_cast<int>(size));
+        return 0;
+    }
+    guint32 version = 0;
+    for (std::size_t i = 4; i-- > 0;)
+        version = version << 8 | header[VERSION_OFFSET + i];
+    return version;
+}
+
+bool ptz_driver_canon_fw_upgrade_file(const char *path)
+{
+    const Descriptor file(open_image(path));
+    struct stat status {};
+    if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return false;
+    // One byte too many is enough to be refused.
+    const std::size_t size = std::min(static_cast<std::size_t>(status.st_size), FW_IMAGE_MAX + 1);
+    const std::unique_ptr<guint8[]> image(new (std::nothrow) guint8[size]);
+    if (image == nullptr || file.read_up_to(image.get(), size) != size)
+        return false;
+    return ptz_driver_canon_fw_upgrade(image.get(), size);
+}

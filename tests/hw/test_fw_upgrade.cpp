@@ -1,0 +1,268 @@
+// Firmware images and their transfer to a partner that takes frames as the camera block does.
+#include "hw/ptz_driver_canon_fw_file.h"
+#include "hw/ptz_driver_canon_fw_upgrade.h"
+#include "port/ptz_port_canon_config.h"
+#include "port/ptz_port_canon_settings.h"
+#include "tests/support/capture.h"
+#include "tests/support/fake_hardware.h"
+#include "tests/support/hex.h"
+#include "tests/support/virtual_clock.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sys/stat.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Bytes = FakeHardware::Bytes;
+
+gpointer live_port = nullptr; // cleared when the port is gone
+
+constexpr const char *TWO_PORTS = "[KRX_PORTS]\nPorts=2\n[KRX_PORT0]\nDevice=/dev/spidev1.0\nRequestPin=imc_req\n"
+                                  "[KRX_PORT1]\nDevice=/dev/spidev2.0\nRequestPin=imc_req\nBurstLenght=512\n"
+                                  "TriggerMode=2\n";
+const std::string FATAL = "error: Fatal error, could not upgrade camera block firmware";
+const std::string COMPLETE = "info: Camera block firmware upgrade is complete. ";
+
+std::string retries(int count)
+{
+    return "warning: Firmware upload retry count: " + std::to_string(count);
+}
+
+Bytes image_of(std::size_t size)
+{
+    Bytes image(size);
+    for (std::size_t i = 0; i < size; ++i)
+        image[i] = static_cast<std::uint8_t>(i * 7 + i / 1016);
+    return image;
+}
+
+class FwUpgrade : public testing::Test {
+  protected:
+    FwUpgrade()
+    {
+        char name[] = "/tmp/fw-test-XXXXXX";
+        folder = g_mkdtemp(name);
+        g_setenv("PTZ_DATA_DIR", folder.c_str(), TRUE);
+        use_ports(TWO_PORTS);
+        port_transfer_settings = {};
+        hardware.lines["imc_req"].level = 1;
+        hardware.partner = [this](const Bytes &frame) { return answer(frame); };
+        descriptors = open_descriptors();
+    }
+
+    ~FwUpgrade() override
+    {
+        ptz_port_canon_forget_config();
+        g_unsetenv("PTZ_DATA_DIR");
+        fs::remove_all(folder);
+    }
+
+    void use_ports(const std::string &text) const
+    {
+        std::ofstream(folder / "krx_port.conf") << text;
+        ptz_port_canon_forget_config();
+    }
+
+    // Upgrades from a new conversation; whatever comes of it, nothing of port 1 is left.
+    bool upgrade(const Bytes &image)
+    {
+        told.clear();
+        received.clear();
+        const bool done = ptz_driver_canon_fw_upgrade(image.data(), image.size());
+        EXPECT_EQ(live_port, nullptr);
+        EXPECT_EQ(open_descriptors(), descriptors);
+        EXPECT_EQ(hardware.live_handles, 0);
+        return done;
+    }
+
+    // The messages without the port's own.
+    Lines messages()
+    {
+        Lines lines = log.take();
+        std::erase_if(lines, [](const std::string &line) { return line.starts_with("warning: Transports"); });
+        return lines;
+    }
+
+    Bytes answer(const Bytes &frame)
+    {
+        const auto size = static_cast<std::size_t>(frame[0] << 8 | frame[1]);
+        const std::uint8_t *payload = frame.data() + 4;
+        if (size < 4 || payload[0] != 0xFF) {
+            told.push_back(size == 0 ? "read" : to_hex(payload, size));
+        } else {
+            const int index = payload[2] << 8 | payload[3];
+            told.push_back("chunk " + std::to_string(index));
+            if (refusals[index]-- > 0)
+                return {0, 0, 0, 0};
+            received.resize(static_cast<std::size_t>(index) * 1016);
+            received.insert(received.end(), payload + 4, payload + size);
+        }
+        const int checksum = 0x10000 - reply[0] - reply[1];
+        return {2,        0,       static_cast<std::uint8_t>(checksum), static_cast<std::uint8_t>(checksum >> 8),
+                reply[0], reply[1]};
+    }
+
+    fs::path folder;
+    VirtualClock clock;
+    FakeHardware hardware;
+    LogCapture log;
+    int descriptors = 0;
+
+    std::uint8_t reply[2] = {0xFE, 0x00};
+    std::map<int, int> refusals; // how often each chunk is refused
+    Lines told;                  // what the partner was told
+    Bytes received;
+};
+
+TEST_F(FwUpgrade, TellsThePartnerEveryStepAndTheWholeImage)
+{
+    const Bytes image = image_of(1017);
+    EXPECT_TRUE(upgrade(image));
+    EXPECT_EQ(told, (Lines{"read", "read", "read", "10 01 00 0C 0B 02 08 11 AA 55 AA 55 00 00 03 F9", "read", "FF 01",
+                           "read", "chunk 0", "chunk 1", "FF 03"}));
+    EXPECT_EQ(received, image);
+    EXPECT_EQ(messages(), Lines{COMPLETE});
+    EXPECT_EQ(clock.slept_us(), 7'000'000);
+    EXPECT_EQ(hardware.calls_of({"spi-open"}), Lines{"spi-open /dev/spidev2.0"});
+    EXPECT_EQ(port_transfer_settings.burst_length, 1024);
+    EXPECT_EQ(port_transfer_settings.trigger_mode, 1);
+
+    struct {
+        std::size_t size;
+        const char *announced, *last;
+    } const cases[] = {
+        {0, "00 00 00 00", "read"}, {1016, "00 00 03 F8", "chunk 0"}, {70000, "00 01 11 70", "chunk 68"}};
+    for (const auto &c : cases) {
+        EXPECT_TRUE(upgrade(image_of(c.size)));
+        EXPECT_TRUE(told[3].ends_with(c.announced)) << told[3];
+        EXPECT_EQ(*(told.end() - 2), c.last);
+        EXPECT_EQ(received, image_of(c.size));
+    }
+}
+
+TEST_F(FwUpgrade, ARefusedChunkRewindsFive)
+{
+    refusals = {{3, 1}, {12, 1}, {13, 2}};
+    const Bytes image = image_of(13 * 1016 + 5);
+    EXPECT_TRUE(upgrade(image));
+    EXPECT_EQ(received, image);
+    std::string indices;
+    for (const std::string &line : told)
+        if (line.starts_with("chunk"))
+            indices += line.substr(5);
+    EXPECT_EQ(indices, " 0 1 2 3 0 1 2 3 4 5 6 7 8 9 10 11 12 7 8 9 10 11 12 13 8 9 10 11 12 13 8 9 10 11 12 13");
+    EXPECT_EQ(messages(), (Lines{COMPLETE, retries(4)}));
+}
+
+TEST_F(FwUpgrade, TheThousandAndFirstFailureAborts)
+{
+    refusals = {{2, 400}, {6, 600}};
+    EXPECT_TRUE(upgrade(image_of(10 * 1016)));
+    EXPECT_EQ(messages(), (Lines{COMPLETE, retries(1000)}));
+    refusals = {{2, 400}, {6, 601}};
+    EXPECT_FALSE(upgrade(image_of(10 * 1016)));
+    EXPECT_EQ(told.back(), "chunk 6");
+    EXPECT_EQ(messages(),
+              (Lines{"error: Fatal error, could not transfer camera block firmware: 7/10", FATAL, retries(1001)}));
+}
+
+TEST_F(FwUpgrade, EveryCutOffSaysSoAndCanBeTriedAgain)
+{
+    const Bytes image = image_of(5000);
+    use_ports("[KRX_PORTS]\nPorts=1\n[KRX_PORT0]\nDevice=/dev/spidev1.0\n");
+    EXPECT_FALSE(upgrade(image));
+    EXPECT_EQ(log.take().back(), FATAL);
+    use_ports(TWO_PORTS);
+
+    const std::string not_ready = "error: Fatal error, could not start camera block firmware upgrading";
+    struct {
+        const char *failing; // call of the board
+        std::uint8_t reply;
+        Lines last_messages;
+        std::size_t told;
+    } const cases[] = {
+        {"spi-open", 0x00, {"error: Failed to open port", "error: Failed to open the port", FATAL}, 0},
+        {"message", 0x00, {"error: Fatal error, could not reflesh the port", FATAL}, 0},
+        {"", 0x01, {not_ready, FATAL}, 3 + 2 + 5 * 2},
+    };
+    for (const auto &c : cases) {
+        reply[1] = c.reply;
+        if (*c.failing != '\0')
+            hardware.failing = {{c.failing, EIO}};
+        EXPECT_FALSE(upgrade(image));
+        const Lines all = messages();
+        EXPECT_EQ(Lines(all.end() - static_cast<std::ptrdiff_t>(c.last_messages.size()), all.end()), c.last_messages);
+        EXPECT_EQ(told.size(), c.told);
+        hardware.failing.clear();
+        reply[1] = 0x00;
+        EXPECT_TRUE(upgrade(image));
+        EXPECT_EQ(messages(), Lines{COMPLETE});
+    }
+}
+
+TEST_F(FwUpgrade, AnImageOfMoreThan32767ChunksIsRefused)
+{
+    const std::string file = folder / "IMC.APP";
+    std::ofstream(file) << "131";
+    reply[1] = 0x01;
+    fs::resize_file(file, 33291272);
+    EXPECT_FALSE(ptz_driver_canon_fw_upgrade_file(file.c_str()));
+    EXPECT_EQ(told[3], "10 01 00 0C 0B 02 08 11 AA 55 AA 55 01 FB FC 08");
+    messages();
+    hardware.calls.clear();
+    fs::resize_file(file, 33291273);
+    EXPECT_FALSE(ptz_driver_canon_fw_upgrade_file(file.c_str()));
+    EXPECT_EQ(messages(), Lines{FATAL});
+    fs::remove(file);
+    EXPECT_FALSE(ptz_driver_canon_fw_upgrade_file(file.c_str()));
+    EXPECT_EQ(messages(), Lines{});
+    EXPECT_TRUE(hardware.calls.empty());
+}
+
+TEST(FwFile, HasAVersionOnlyWithAWholeHeader)
+{
+    LogCapture log;
+    char name[] = "/tmp/fw-file-XXXXXX";
+    const fs::path folder = g_mkdtemp(name);
+    const std::string file = folder / "IMC.APP";
+    const auto version_of = [&](const std::string &contents) {
+        std::ofstream(file) << contents;
+        return ptz_driver_canon_fw_file_version(file.c_str());
+    };
+    std::string image(129, '\xAA');
+    image.replace(0, 8, std::string("131\0\0\0\0\0", 8)).replace(40, 4, "\x04\x03\x02\xF1");
+    for (std::size_t size = 0; size < 128; ++size) {
+        EXPECT_EQ(version_of(image.substr(0, size)), 0u);
+        EXPECT_EQ(log.take(), Lines{"warning: file read len: " + std::to_string(size)});
+    }
+    EXPECT_EQ(version_of(image.substr(0, 128)), 0xF1020304u);
+    EXPECT_EQ(version_of(image), 0xF1020304u);
+    EXPECT_TRUE(log.take().empty());
+    image[7] = 1;
+    EXPECT_EQ(version_of(image), 0u);
+    EXPECT_EQ(log.take(), (Lines{"warning: firmware file format error", "warning: file read len: 128"}));
+
+    fs::remove(file);
+    EXPECT_EQ(ptz_driver_canon_fw_file_version(file.c_str()), 0u);
+    EXPECT_EQ(log.take(), Lines{"warning: Can't open firmware file"});
+    mkfifo(file.c_str(), 0600);
+    EXPECT_EQ(ptz_driver_canon_fw_file_version(file.c_str()), 0u); // and does not wait for a writer
+    EXPECT_FALSE(ptz_driver_canon_fw_upgrade_file(file.c_str()));
+    fs::remove_all(folder);
+}
+
+} // namespace
+
+// In the place of the framework's: shows how long the port lives.
+GObject *ptz_port_dbus_server_new(GObject *port, const char *, const char *name)
+{
+    EXPECT_STREQ(name, "Port.KRX.SIO1");
+    live_port = port;
+    g_object_add_weak_pointer(port, &live_port);
+    return G_OBJECT(g_object_new(G_TYPE_OBJECT, nullptr));
+}
