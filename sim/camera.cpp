@@ -32,10 +32,10 @@ Camera::Camera(const CameraOptions &options, Lines &lines, Faults &faults, Journ
     lines_.set(Line::reset, !options.resets_active_low);
     lines_.set(Line::reset_pcie, !options.resets_active_low);
     lines_.set(Line::fpga_reset, !options.fpga_reset_active_low);
-    default_settings();
+    default_settings(0);
 }
 
-void Camera::default_settings()
+void Camera::default_settings(std::int64_t now)
 {
     settings_ = {};
     const auto set = [this](Rec id, std::int32_t value) { settings_[static_cast<std::size_t>(id)][0] = value; };
@@ -48,6 +48,7 @@ void Camera::default_settings()
     set(Rec::gain, 4);
     set(Rec::exposure_window, 4);
     set(Rec::max_gain, 8);
+    set(Rec::ae_response, 50);
     settings_[static_cast<std::size_t>(Rec::shutter_limits)] = {24, 54};
     set(Rec::day_night_mode, 1);
     set(Rec::day_night_threshold, 2);
@@ -55,6 +56,8 @@ void Camera::default_settings()
     set(Rec::wb_blue, 256);
     set(Rec::video_mode, 1);
     settings_[static_cast<std::size_t>(Rec::colour_level)] = {0, 50};
+    exposure_.place({setting(Rec::iris_a)[0], setting(Rec::shutter)[0], setting(Rec::gain)[0]}, now);
+    expose(Rec::exposure_mode, now);
 }
 
 bool Camera::asserted(Line line) const
@@ -168,7 +171,7 @@ void Camera::run(std::int64_t now)
             if (!asserted(Line::reset))
                 begin_boot(due);
         } else if (state_ == BlockState::booting) {
-            default_settings();
+            default_settings(due);
             capture_frequency = wanted_capture_frequency_;
             capture_set_at_ = kNever;
             lens_ready_at_ = due + options_.lens_us;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "sim/axis.h"
+#include "sim/exposure.h"
 #include "sim/faults.h"
 #include "sim/journal.h"
 #include "sim/lines.h"
@@ -72,6 +73,10 @@ class Camera {
     double magnification(std::int64_t now) const;
     void place_magnification(double magnification, std::int64_t now);
 
+    // Iris, shutter and gain at work.
+    ExposureCodes exposure(std::int64_t now) const { return exposure_.at(now); }
+    void set_scene_light(double stops, std::int64_t now);
+
     double temperature = 40.0;           // degrees Celsius
     std::uint32_t capture_frequency = 0; // in force; survives a loss of power
     std::uint32_t capture_mode_state(std::int64_t now) const;
@@ -91,7 +96,8 @@ class Camera {
     void carry_out(const Record &record, std::int64_t now);
     bool carry_out_motion(Rec id, const Values &values, std::int64_t now);
     void focus_mode(std::int32_t mode, std::int64_t now);
-    void default_settings();
+    void expose(Rec id, std::int64_t now);
+    void default_settings(std::int64_t now);
     bool asserted(Line line) const;
 
     CameraOptions options_;
@@ -106,6 +112,8 @@ class Camera {
     std::uint32_t wanted_capture_frequency_ = 0; // in force from the next boot on
     std::size_t next_block_ = 0;                 // where a run that did not fit goes on
     std::array<Values, kRecCount> settings_{};
+    Exposure exposure_;
+    double scene_light_ = 7; // stops; a lit room
 };
 
 } // namespace sim

@@ -97,6 +97,8 @@ constexpr Quantity kQuantities[] = {
          call.target.camera.temperature = value;
          call.target.folder.write_temperature(value);
      }},
+    {"scene-light", -7, 22, "stops",
+     [](const Call &call, double value) { call.target.camera.set_scene_light(value, call.now); }},
     {"capture-frequency", 0, 2, "code",
      [](const Call &call, double value) { call.target.camera.capture_frequency = static_cast<std::uint32_t>(value); }},
     {"model", 0, 255, "number",

@@ -1,6 +1,7 @@
 // The language in which scripts, D-Bus and tests tell the board what to be and what to get wrong. One command per line:
 //
 //   set pan 12.5 | set tilt -3 | set zoom 30 | set focus 1144 | set temperature 61
+//   set scene-light 10
 //   set status-bit lens 1 on|off|auto | set status-bit pan-tilt 0 on | set byte f8 34 12|auto
 //   set capture-frequency 1 | set model 1 | set firmware 01020003 | set boot 5s | set request-delay 200us | seed 42
 //   fault drop-edge [3|forever] | fault silence 5s | fault hold-request low | fault power-good never | ...

@@ -55,6 +55,7 @@ void Camera::carry_out(const Record &record, std::int64_t now)
 {
     const Rec id = record.row->id;
     settings_[static_cast<std::size_t>(id)] = record.values;
+    expose(id, now);
     if (carry_out_motion(id, record.values, now))
         return;
     if (id == Rec::sensor_capture_mode) {
@@ -116,6 +117,37 @@ bool Camera::carry_out_motion(Rec id, const Values &values, std::int64_t now)
     default:
         return false;
     }
+}
+
+void Camera::set_scene_light(double stops, std::int64_t now)
+{
+    scene_light_ = stops;
+    expose(Rec::exposure_mode, now);
+}
+
+// A record of the exposure group came in. What it sets is there at once, also where the automatic then moves it on.
+void Camera::expose(Rec id, std::int64_t now)
+{
+    if (row(id).cls != 0x00 || row(id).group != 0x03)
+        return;
+    ExposureCodes codes = exposure_.at(now);
+    const auto value = [this](Rec which) { return setting(which)[0]; };
+    if (id == Rec::iris_a)
+        codes.iris = value(id);
+    else if (id == Rec::shutter)
+        codes.shutter = value(id);
+    else if (id == Rec::gain)
+        codes.gain = value(id);
+    exposure_.place(codes, now);
+    const Values &limits = setting(Rec::shutter_limits);
+    exposure_.aim({value(Rec::exposure_mode),
+                   value(Rec::brightness),
+                   value(Rec::ae_response),
+                   limits[0],
+                   limits[1],
+                   4 * value(Rec::max_gain),
+                   {value(Rec::iris_a), value(Rec::shutter), value(Rec::gain)}},
+                  scene_light_, now);
 }
 
 void Camera::focus_mode(std::int32_t mode, std::int64_t now)

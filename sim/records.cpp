@@ -34,12 +34,9 @@ constexpr Choice kOutputs[] = {{0, "HDMI"}, {1, "SDI"}};
 constexpr Choice kScans[] = {{0, "progressive"}, {1, "interlaced"}};
 constexpr Choice kLevels[] = {{0, "level A"}, {1, "level B"}};
 
-// Shutter codes 0..54; there are no codes 1 to 3, 5, 6 and 9.
-constexpr std::uint64_t kShutterCodes = ((std::uint64_t{1} << 55) - 1) & ~std::uint64_t{0b1001101110};
-
-constexpr Param byte(std::int32_t low, std::int32_t high)
+constexpr Param byte(std::int32_t low, std::int32_t high, Unit unit = Unit::none)
 {
-    return {.width = 1, .low = low, .high = high};
+    return {.width = 1, .low = low, .high = high, .unit = unit};
 }
 constexpr Param word(std::int32_t low, std::int32_t high, Unit unit = Unit::none)
 {
@@ -55,7 +52,8 @@ constexpr Param one_of(const Choice (&choices)[N], std::uint8_t width = 1)
     return {.width = width, .low = 0, .high = 0xFFFF, .choices = choices};
 }
 
-constexpr Param kShutter{.width = 1, .low = 0, .high = 54, .allowed = kShutterCodes};
+constexpr Param kShutter = byte(0, 54, Unit::shutter);
+constexpr Param kIris = byte(4, 32, Unit::f_number);
 constexpr Param kPan = quad(-170'000, 170'000, Unit::degrees);
 constexpr Param kTilt = quad(-20'000, 90'000, Unit::degrees);
 constexpr Param kSpeed = quad(200, 100'000, Unit::degrees_per_second);
@@ -69,7 +67,7 @@ constexpr RecordRow kRows[] = {
     {"Auto focus mode", Rec::af_mode, 0x00, 0x01, 0x0B, {one_of(kAfModes)}},
     {"Auto focus interval time", Rec::af_interval, 0x00, 0x01, 0x0C, {byte(0, 255)}},
     {"Auto focus activity time", Rec::af_activity, 0x00, 0x01, 0x0D, {byte(0, 255)}},
-    {"Auto focus near limit", Rec::af_near_limit, 0x00, 0x01, 0x10, {byte(0, 11)}},
+    {"Auto focus near limit", Rec::af_near_limit, 0x00, 0x01, 0x10, {byte(0, 11, Unit::near_distance)}},
     {"Zoom stop", Rec::zoom_stop, 0x00, 0x02, 0x00},
     {"Zoom optical position", Rec::zoom_optical, 0x00, 0x02, 0x01, {word(0, 2440)}},
     {"Zoom digital position", Rec::zoom_digital, 0x00, 0x02, 0x02, {word(0, 2816, Unit::magnification)}},
@@ -77,11 +75,11 @@ constexpr RecordRow kRows[] = {
     {"Zoom magnification", Rec::zoom_magnification, 0x00, 0x02, 0x06, {word(0, 7424, Unit::magnification)}},
     {"Exposure mode", Rec::exposure_mode, 0x00, 0x03, 0x00, {one_of(kExposureModes)}},
     {"Brightness level", Rec::brightness, 0x00, 0x03, 0x01, {byte(-8, 8)}},
-    {"Iris level A", Rec::iris_a, 0x00, 0x03, 0x02, {byte(4, 32)}},
+    {"Iris level A", Rec::iris_a, 0x00, 0x03, 0x02, {kIris}},
     {"Shutter", Rec::shutter, 0x00, 0x03, 0x03, {kShutter}},
-    {"Gain", Rec::gain, 0x00, 0x03, 0x04, {byte(0, 32)}},
+    {"Gain", Rec::gain, 0x00, 0x03, 0x04, {byte(0, 32, Unit::gain)}},
     {"Exposure window", Rec::exposure_window, 0x00, 0x03, 0x06, {one_of(kWindows)}},
-    {"Maximum gain", Rec::max_gain, 0x00, 0x03, 0x07, {byte(0, 8)}},
+    {"Maximum gain", Rec::max_gain, 0x00, 0x03, 0x07, {byte(0, 8, Unit::max_gain)}},
     {"Shutter limits", Rec::shutter_limits, 0x00, 0x03, 0x0E, {kShutter, kShutter}},
     {"Auto exposure response", Rec::ae_response, 0x00, 0x03, 0x0F, {byte(1, 100)}},
     {"Spot exposure position",
@@ -90,7 +88,7 @@ constexpr RecordRow kRows[] = {
      0x03,
      0x10,
      {word(13, 243), word(13, 243), word(26, 230), word(26, 230)}},
-    {"Iris level B", Rec::iris_b, 0x00, 0x03, 0x15, {byte(4, 32)}, Rec::iris_a},
+    {"Iris level B", Rec::iris_b, 0x00, 0x03, 0x15, {kIris}, Rec::iris_a},
     {"White balance mode", Rec::wb_mode, 0x00, 0x04, 0x00, {one_of(kWhiteBalances)}},
     {"White balance red gain", Rec::wb_red, 0x00, 0x04, 0x05, {word(0, 1023)}},
     {"White balance blue gain", Rec::wb_blue, 0x00, 0x04, 0x06, {word(0, 1023)}},
@@ -104,7 +102,7 @@ constexpr RecordRow kRows[] = {
     {"IR-cut filter", Rec::ir_cut, 0x00, 0x05, 0x01, {one_of(kIrCut)}, Rec::day_night_mode},
     {"Day/night threshold", Rec::day_night_threshold, 0x00, 0x05, 0x02, {byte(0, 4)}},
     {"Day/night hysteresis", Rec::day_night_hysteresis, 0x00, 0x05, 0x08, {byte(0, 4)}},
-    {"Day/night waiting time", Rec::day_night_wait, 0x00, 0x05, 0xFF, {byte(0, 4)}},
+    {"Day/night waiting time", Rec::day_night_wait, 0x00, 0x05, 0x09, {byte(0, 4)}},
     {"Image stabilization", Rec::stabilization, 0x00, 0x06, 0x00, {one_of(kOffOn)}},
     {"Distortion correction", Rec::distortion, 0x00, 0x06, 0x01, {one_of(kOffOn)}},
     {"Sharpness", Rec::sharpness, 0x00, 0x07, 0x00, {byte(0, 19)}},
@@ -124,9 +122,9 @@ constexpr RecordRow kRows[] = {
     {"Video mode", Rec::video_mode, 0x02, 0x08, 0x04, {one_of(kVideoModes)}},
     {"Video output", Rec::video_output, 0x02, 0x08, 0x17, {one_of(kOutputs)}},
     {"Scan mode", Rec::scan_mode, 0x02, 0x08, 0x18, {one_of(kScans)}, Rec::video_mode},
-    {"Capture frame rate", Rec::frame_rate, 0x02, 0x08, 0x19, {byte(0, 5)}},
+    {"Capture frame rate", Rec::frame_rate, 0x02, 0x08, 0x19, {byte(0, 5, Unit::frame_rate)}},
     {"SDI mapping", Rec::sdi_mapping, 0x02, 0x08, 0x1D, {one_of(kLevels)}},
-    {"Sensor capture mode", Rec::sensor_capture_mode, 0x02, 0x10, 0xEF, {byte(0, 2)}},
+    {"Sensor capture mode", Rec::sensor_capture_mode, 0x02, 0x10, 0xEF, {byte(0, 2, Unit::sensor_rate)}},
 };
 static_assert(std::size(kRows) == kRecCount);
 static_assert([] {
@@ -142,10 +140,7 @@ const RecordRow *find_row(std::uint8_t cls, std::uint8_t group, std::uint8_t ite
     const auto found = std::find_if(std::begin(kRows), std::end(kRows), [&](const RecordRow &candidate) {
         return candidate.cls == cls && candidate.group == group && candidate.item == item;
     });
-    if (found != std::end(kRows))
-        return &*found;
-    // The block keeps its waiting time under any item of the group that nothing else uses.
-    return cls == 0x00 && group == 0x05 ? &row(Rec::day_night_wait) : nullptr;
+    return found == std::end(kRows) ? nullptr : &*found;
 }
 
 std::size_t parameter_bytes(const RecordRow &wanted)
@@ -171,8 +166,7 @@ bool in_range(const Param &param, std::int32_t value)
     if (!param.choices.empty())
         return std::any_of(param.choices.begin(), param.choices.end(),
                            [value](const Choice &choice) { return choice.value == value; });
-    const bool exists = value < 0 || value > 63 || (param.allowed >> value & 1) != 0;
-    return value >= param.low && value <= param.high && exists;
+    return value >= param.low && value <= param.high && (param.unit != Unit::shutter || shutter_exists(value));
 }
 
 // Fills in the values; a value out of range is an offence, and is limited unless only certain values exist.
@@ -190,7 +184,7 @@ void read_values(Record &record)
         if (in_range(param, value))
             continue;
         record.problem = "value-range";
-        record.usable = record.usable && param.choices.empty() && param.allowed == ~std::uint64_t{0};
+        record.usable = record.usable && param.choices.empty() && param.unit != Unit::shutter;
         record.values[i] = std::clamp(value, param.low, param.high);
     }
 }
@@ -250,14 +244,7 @@ std::string describe_value(const Param &param, std::int32_t value)
         if (choice.value == value)
             return std::string(" ") + choice.text;
     }
-    char unit[32] = "";
-    if (param.unit == Unit::magnification)
-        std::snprintf(unit, sizeof unit, " (x%.2f)", value / 256.0 + 1.0);
-    else if (param.unit == Unit::degrees)
-        std::snprintf(unit, sizeof unit, " (%.3f deg)", value / 1000.0);
-    else if (param.unit == Unit::degrees_per_second)
-        std::snprintf(unit, sizeof unit, " (%.3f deg/s)", value / 1000.0);
-    return " " + std::to_string(value) + unit;
+    return " " + std::to_string(value) + in_words(param.unit, value);
 }
 
 } // namespace

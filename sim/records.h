@@ -1,6 +1,8 @@
 // The command records the camera block understands: one row each, with the size, range and meaning of its parameters.
 #pragma once
 
+#include "sim/units.h"
+
 #include <array>
 #include <cstdint>
 #include <span>
@@ -81,16 +83,12 @@ struct Choice {
     const char *text;
 };
 
-// How a parameter is put into words beside its number.
-enum class Unit : std::uint8_t { none, magnification, degrees, degrees_per_second };
-
 struct Param {
     std::uint8_t width = 0; // bytes, most significant first
     std::int32_t low = 0;   // a negative low bound makes it signed
     std::int32_t high = 0;
-    std::span<const Choice> choices{};         // when given: the only values, and their words
-    std::uint64_t allowed = ~std::uint64_t{0}; // values 0..63 that exist within the range
-    Unit unit = Unit::none;
+    std::span<const Choice> choices{}; // when given: the only values, and their words
+    Unit unit = Unit::none;            // puts the number into words; of shutter codes only those with words exist
 };
 
 using Params = std::array<Param, 4>; // those in use have a width

@@ -66,9 +66,10 @@ void fill_camera(Block block, const Camera &camera, std::int64_t now)
     put_views(block, camera.magnification(now));
     put(block, 96, 2, camera.setting(Rec::exposure_mode)[0]);
     put(block, 98, 1, camera.setting(Rec::exposure_window)[0]);
-    put(block, 103, 1, camera.setting(Rec::iris_a)[0]);
-    put(block, 104, 1, camera.setting(Rec::shutter)[0]);
-    put(block, 105, 1, camera.setting(Rec::gain)[0]);
+    const ExposureCodes exposure = camera.exposure(now);
+    put(block, 103, 1, exposure.iris);
+    put(block, 104, 1, exposure.shutter);
+    put(block, 105, 1, exposure.gain);
     put(block, 121, 1, camera.setting(Rec::brightness)[0]);
     put(block, 130, 1, camera.setting(Rec::max_gain)[0]);
     put(block, 132, 1, camera.setting(Rec::shutter_limits)[0]);

@@ -123,12 +123,49 @@ TEST_F(Motion, FocusDrivesBothWaysAndStops)
     EXPECT_EQ(field(status(), 0xF8, 34, 2), 1400);
 }
 
-TEST_F(Motion, ExposureSettingsReadBack)
+TEST_F(Motion, WhatIsSetByHandReadsBackAtOnce)
 {
-    send({4, 0, 3, 2, 12, 4, 0, 3, 0x15, 12, 4, 0, 3, 3, 19, 4, 0, 3, 4, 32, 4, 0, 3, 1, 0xF8});
-    const Bytes run = status();
-    EXPECT_EQ(field(run, 0xF8, 103, 3), 12 << 16 | 19 << 8 | 32);
-    EXPECT_EQ(field(run, 0xF8, 121, 1), 0xF8);
+    send({4, 0, 3, 0, 3, 4, 0, 3, 2, 12, 4, 0, 3, 0x15, 12, 4, 0, 3, 3, 19, 4, 0, 3, 4, 32, 4, 0, 3, 1, 0xF8});
+    EXPECT_EQ(field(status(), 0xF8, 103, 3), 12 << 16 | 19 << 8 | 32);
+    EXPECT_EQ(field(status(), 0xF8, 121, 1), 0xF8);
+    board.advance(10'000'000);
+    order("set scene-light 20");
+    EXPECT_EQ(field(status(), 0xF8, 103, 3), 12 << 16 | 19 << 8 | 32);
+}
+
+// Iris + shutter - gain is four times the scene's light, as far as the limits let it.
+TEST_F(Motion, AutomaticExposureSettlesOnTheSceneWithinItsLimits)
+{
+    struct Case {
+        const char *light;
+        Bytes orders; // on top of those before
+        int iris, shutter, gain;
+    };
+    const Case cases[] = {
+        {"10", {4, 0, 3, 0, 0}, 16, 24, 0},
+        {"17", {4, 0, 3, 0, 0}, 32, 36, 0},
+        {"22", {4, 0, 3, 0, 0}, 32, 54, 0},
+        {"2", {4, 0, 3, 0, 0}, 4, 24, 20},
+        {"2", {5, 0, 3, 0x0E, 19, 54}, 4, 19, 15},
+        {"-7", {4, 0, 3, 7, 3}, 4, 19, 12},
+        {"10", {5, 0, 3, 0x0E, 24, 54, 4, 0, 3, 1, 8}, 8, 24, 0},
+        {"10", {4, 0, 3, 1, 0, 4, 0, 3, 3, 40, 4, 0, 3, 0, 5}, 4, 40, 4}, // shutter by hand
+        {"10", {4, 0, 3, 2, 20, 4, 0, 3, 0, 4}, 20, 24, 4},               // iris by hand
+        {"10", {4, 0, 3, 4, 8, 4, 0, 3, 0, 9}, 24, 24, 8},                // gain by hand
+    };
+    for (const Case &c : cases) {
+        order(std::string("set scene-light ") + c.light);
+        send(c.orders);
+        board.advance(10'000'000);
+        EXPECT_EQ(field(status(), 0xF8, 103, 3), c.iris << 16 | c.shutter << 8 | c.gain) << c.light << c.orders[3];
+    }
+    // One code after another, the faster the higher the response.
+    order("set scene-light 12"); // iris 32
+    board.advance(55'000);
+    EXPECT_EQ(field(status(), 0xF8, 103, 1), 25);
+    send({4, 0, 3, 0x0F, 100});
+    board.advance(25'000);
+    EXPECT_EQ(field(status(), 0xF8, 103, 1), 30);
 }
 
 TEST_F(Motion, LosingPowerStopsEverythingInPlace)

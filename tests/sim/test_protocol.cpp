@@ -63,6 +63,8 @@ TEST_F(Protocol, RecordsAreCheckedOneByOne)
     expect_offences({{"record-unknown", 1}});
     EXPECT_THAT(send({0x05, 0x00, 0x07, 0x00, 0x0A, 0x00}), ElementsAre("Sharpness 05 00 07 00 0A 00 [record-size]"));
     expect_offences({{"record-size", 1}});
+    EXPECT_THAT(send({0x04, 0x00, 0x05, 0x0A, 0x01}), ElementsAre("Record 04 00 05 0A 01 [record-unknown]"));
+    expect_offences({{"record-unknown", 1}});
     EXPECT_THAT(send({0x04, 0x00, 0x07, 0x00}), ElementsAre("Record 04 00 07 00 [record-length]"));
     expect_offences({{"record-length", 1}});
 }
@@ -97,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(
         RowCase{{4, 0, 1, 0x0B, 2}, "Auto focus mode interval", {4, 0, 1, 0x0B, 3}},
         RowCase{{4, 0, 1, 0x0C, 255}, "Auto focus interval time 255", {}},
         RowCase{{4, 0, 1, 0x0D, 0}, "Auto focus activity time 0", {}},
-        RowCase{{4, 0, 1, 0x10, 11}, "Auto focus near limit 11", {4, 0, 1, 0x10, 255}},
+        RowCase{{4, 0, 1, 0x10, 11}, "Auto focus near limit 11 (2000 cm)", {4, 0, 1, 0x10, 255}},
         RowCase{{3, 0, 2, 0}, "Zoom stop", {}},
         RowCase{{5, 0, 2, 1, 0x09, 0x88}, "Zoom optical position 2440", {5, 0, 2, 1, 0x09, 0x89}},
         RowCase{{5, 0, 2, 2, 0x0B, 0x00}, "Zoom digital position 2816 (x12.00)", {5, 0, 2, 2, 0x0B, 0x01}},
@@ -105,12 +107,12 @@ INSTANTIATE_TEST_SUITE_P(
         RowCase{{5, 0, 2, 6, 0x1D, 0x00}, "Zoom magnification 7424 (x30.00)", {5, 0, 2, 6, 0x1D, 0x01}},
         RowCase{{4, 0, 3, 0, 11}, "Exposure mode dciris", {4, 0, 3, 0, 1}},
         RowCase{{4, 0, 3, 1, 0xF8}, "Brightness level -8", {4, 0, 3, 1, 0xF7}},
-        RowCase{{4, 0, 3, 2, 4}, "Iris level A 4", {4, 0, 3, 2, 33}},
-        RowCase{{4, 0, 3, 3, 54}, "Shutter 54", {4, 0, 3, 3, 9}},
-        RowCase{{4, 0, 3, 4, 32}, "Gain 32", {4, 0, 3, 4, 33}},
+        RowCase{{4, 0, 3, 2, 18}, "Iris level A 18 (F4.76)", {4, 0, 3, 2, 33}},
+        RowCase{{4, 0, 3, 3, 54}, "Shutter 54 (1/11000 s)", {4, 0, 3, 3, 9}},
+        RowCase{{4, 0, 3, 4, 32}, "Gain 32 (48.16 dB)", {4, 0, 3, 4, 33}},
         RowCase{{4, 0, 3, 6, 4}, "Exposure window auto", {4, 0, 3, 6, 5}},
-        RowCase{{4, 0, 3, 7, 8}, "Maximum gain 8", {4, 0, 3, 7, 9}},
-        RowCase{{5, 0, 3, 0x0E, 19, 54}, "Shutter limits 19 54", {5, 0, 3, 0x0E, 19, 55}},
+        RowCase{{4, 0, 3, 7, 8}, "Maximum gain 8 (48 dB)", {4, 0, 3, 7, 9}},
+        RowCase{{5, 0, 3, 0x0E, 19, 54}, "Shutter limits 19 (1/25 s) 54 (1/11000 s)", {5, 0, 3, 0x0E, 19, 55}},
         RowCase{{4, 0, 3, 0x0F, 1}, "Auto exposure response 1", {4, 0, 3, 0x0F, 0}},
         RowCase{{11, 0, 3, 0x10, 0, 127, 0, 127, 0, 51, 0, 85},
                 "Spot exposure position 127 127 51 85",
@@ -146,9 +148,9 @@ INSTANTIATE_TEST_SUITE_P(
         RowCase{{4, 2, 8, 3, 1}, "Rotation 180 degrees", {4, 2, 8, 3, 2}},
         RowCase{{4, 2, 8, 4, 1}, "Video mode 1080 lines", {4, 2, 8, 4, 2}},
         RowCase{{4, 2, 8, 0x17, 1}, "Video output SDI", {4, 2, 8, 0x17, 2}},
-        RowCase{{4, 2, 8, 0x19, 5}, "Capture frame rate 5", {4, 2, 8, 0x19, 6}},
+        RowCase{{4, 2, 8, 0x19, 5}, "Capture frame rate 5 (30 fps)", {4, 2, 8, 0x19, 6}},
         RowCase{{4, 2, 8, 0x1D, 1}, "SDI mapping level B", {4, 2, 8, 0x1D, 2}},
-        RowCase{{4, 2, 0x10, 0xEF, 2}, "Sensor capture mode 2", {4, 2, 0x10, 0xEF, 3}}));
+        RowCase{{4, 2, 0x10, 0xEF, 2}, "Sensor capture mode 2 (60 Hz)", {4, 2, 0x10, 0xEF, 3}}));
 
 TEST_F(Protocol, SomeRecordsStandRightBehindAnother)
 {
