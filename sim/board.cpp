@@ -31,6 +31,7 @@ struct Board::Impl final : Requests {
     Journal journal;
     Camera camera;
     BoardFolder folder;
+    Services services;
     std::multimap<std::int64_t, std::string> script;
     std::unique_ptr<Server> server;
     std::thread thread;
@@ -71,7 +72,7 @@ struct Board::Impl final : Requests {
 
     CommandResult carry_out(std::string_view line, std::int64_t now)
     {
-        return run_command(line, {camera, lines, faults, journal, folder}, now);
+        return run_command(line, {camera, lines, faults, journal, folder, services}, now);
     }
 
     int drive(std::uint32_t line, bool high) override
@@ -230,9 +231,20 @@ Reading Board::reading() const
     const std::lock_guard lock(self.mutex);
     const std::int64_t now = self.catch_up();
     const Camera &camera = self.camera;
-    return {camera.state(),          camera.pan.at(now) / 1000, camera.tilt.at(now) / 1000, camera.magnification(now),
-            camera.focus.at(now),    camera.temperature,        camera.pan.moving(now),     camera.tilt.moving(now),
-            camera.zoom.moving(now), camera.focus.moving(now)};
+    return {.state = camera.state(),
+            .pan = camera.pan.at(now) / 1000,
+            .tilt = camera.tilt.at(now) / 1000,
+            .magnification = camera.magnification(now),
+            .focus = camera.focus.at(now),
+            .temperature = camera.temperature,
+            .exposure = camera.exposure(now),
+            .sensor_frequency = camera.capture_frequency,
+            .firmware = camera.options().fw_revision,
+            .sensor_halted = camera.sensor_halted(),
+            .pan_moving = camera.pan.moving(now),
+            .tilt_moving = camera.tilt.moving(now),
+            .zoom_moving = camera.zoom.moving(now),
+            .focus_moving = camera.focus.moving(now)};
 }
 
 bool Board::level(Line line) const
@@ -252,6 +264,27 @@ Values Board::setting(Rec id) const
 {
     const std::lock_guard lock(impl_->mutex);
     return impl_->camera.setting(id);
+}
+
+Services Board::services() const
+{
+    const std::lock_guard lock(impl_->mutex);
+    return impl_->services;
+}
+
+void Board::watch_services(std::function<void(ServiceChange)> changed)
+{
+    const std::lock_guard lock(impl_->mutex);
+    impl_->services.changed = std::move(changed);
+}
+
+ServiceFault Board::service_fault(Fault fault, bool strike)
+{
+    const std::lock_guard lock(impl_->mutex);
+    Faults &faults = impl_->faults;
+    if (fault == Fault::count || !faults.armed(fault) || (strike && !faults.strike(fault)))
+        return ServiceFault::none;
+    return static_cast<ServiceFault>(faults.value(fault));
 }
 
 Counts Board::offences() const

@@ -13,8 +13,10 @@
 #pragma once
 
 #include "sim/camera.h"
+#include "sim/services.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -48,6 +50,10 @@ struct Reading {
     double magnification = 1; // optical x digital
     double focus = 0;         // motor steps, 1144 (far) to 2048 (near)
     double temperature = 0;   // degrees Celsius
+    ExposureCodes exposure{};
+    std::uint32_t sensor_frequency = 0; // code in force
+    std::uint32_t firmware = 0;         // version in force
+    bool sensor_halted = false;
     bool pan_moving = false;
     bool tilt_moving = false;
     bool zoom_moving = false;
@@ -80,6 +86,13 @@ class Board {
     bool level(Line line) const;
     std::uint32_t capture_frequency() const;
     Values setting(Rec id) const;
+
+    // What the services on the bus tell. `changed` is called after every change, from any thread, with the board
+    // locked: it must not call back.
+    Services services() const;
+    void watch_services(std::function<void(ServiceChange)> changed);
+    // How a service fails now (none for any other fault); `strike` counts it.
+    ServiceFault service_fault(Fault fault, bool strike);
 
     // Offences against the protocol, faults that struck and records received, by name.
     Counts offences() const;

@@ -174,6 +174,7 @@ void Camera::run(std::int64_t now)
             default_settings(due);
             capture_frequency = wanted_capture_frequency_;
             capture_set_at_ = kNever;
+            sensor_halted_ = false;
             lens_ready_at_ = due + options_.lens_us;
             request_at_ = due;
             next_block_ = 0;

@@ -81,6 +81,7 @@ class Camera {
     std::uint32_t capture_frequency = 0; // in force; survives a loss of power
     std::uint32_t capture_mode_state(std::int64_t now) const;
     bool lens_ready(std::int64_t now) const { return now >= lens_ready_at_; }
+    bool sensor_halted() const { return sensor_halted_; }
     const Values &setting(Rec id) const { return settings_[static_cast<std::size_t>(id)]; }
     std::vector<ForcedBits> forced; // applied to every status run
 
@@ -110,7 +111,8 @@ class Camera {
     std::int64_t lens_ready_at_ = kNever;
     std::int64_t capture_set_at_ = kNever;
     std::uint32_t wanted_capture_frequency_ = 0; // in force from the next boot on
-    std::size_t next_block_ = 0;                 // where a run that did not fit goes on
+    bool sensor_halted_ = false;
+    std::size_t next_block_ = 0; // where a run that did not fit goes on
     std::array<Values, kRecCount> settings_{};
     Exposure exposure_;
     double scene_light_ = 7; // stops; a lit room

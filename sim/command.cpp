@@ -99,7 +99,17 @@ constexpr Quantity kQuantities[] = {
      }},
     {"scene-light", -7, 22, "stops",
      [](const Call &call, double value) { call.target.camera.set_scene_light(value, call.now); }},
-    {"capture-frequency", 0, 2, "code",
+    {"capture-frequency", 0, 1000, "Hz",
+     [](const Call &call, double value) {
+         call.target.services.capture_frequency = static_cast<std::uint32_t>(value);
+         call.target.services.tell(ServiceChange::capture_frequency);
+     }},
+    {"rotation", -360, 360, "degrees",
+     [](const Call &call, double value) {
+         call.target.services.rotation = static_cast<std::int32_t>(value);
+         call.target.services.tell(ServiceChange::rotation);
+     }},
+    {"sensor-frequency", 0, 2, "code",
      [](const Call &call, double value) { call.target.camera.capture_frequency = static_cast<std::uint32_t>(value); }},
     {"model", 0, 255, "number",
      [](const Call &call, double value) { call.target.camera.options().model = static_cast<std::uint32_t>(value); }},
@@ -166,6 +176,15 @@ CommandResult set_firmware(const Call &call)
     return ok("done");
 }
 
+CommandResult set_video_capture_mode(const Call &call)
+{
+    if (call.words.size() != 3)
+        return usage("set video-capture-mode TEXT, such as 1080p50");
+    call.target.services.video_capture_mode = call.words[2];
+    call.target.services.tell(ServiceChange::video_capture_mode);
+    return ok("done");
+}
+
 CommandResult set_quantity(const Call &call)
 {
     const Words &words = call.words;
@@ -201,6 +220,8 @@ CommandResult set(const Call &call)
         return set_byte(call);
     if (call.words[1] == "firmware")
         return set_firmware(call);
+    if (call.words[1] == "video-capture-mode")
+        return set_video_capture_mode(call);
     return set_quantity(call);
 }
 
@@ -226,6 +247,9 @@ std::optional<std::int64_t> parse_times(const Words &words, std::size_t index)
     return times && *times >= 0 ? times : std::nullopt;
 }
 
+constexpr std::array<std::string_view, 5> kServiceFaults{"missing", "error", "wrong-type", "silent", "garbage"};
+static_assert(kServiceFaults.size() == static_cast<std::size_t>(ServiceFault::none));
+
 // The words behind a fault's name; false when they are not what it takes.
 bool parse_fault(const Call &call, FaultArgument argument, std::optional<std::int64_t> &times, std::int64_t &value)
 {
@@ -248,14 +272,19 @@ bool parse_fault(const Call &call, FaultArgument argument, std::optional<std::in
         return words.size() == 3 && (value == 1 || words[2] == "low");
     case FaultArgument::never:
         return words.size() == 3 && words[2] == "never";
+    case FaultArgument::service:
+        value = std::find(kServiceFaults.begin(), kServiceFaults.end(), words.size() == 3 ? words[2] : "") -
+                kServiceFaults.begin();
+        return value < static_cast<std::int64_t>(kServiceFaults.size());
     }
     return false;
 }
 
 std::string fault_form(Fault fault)
 {
-    constexpr std::array<const char *, 5> kForms{" [COUNT|forever]", " DURATION [COUNT|forever]", " DURATION",
-                                                 " low|high", " never"};
+    constexpr std::array<const char *, 6> kForms{" [COUNT|forever]", " DURATION [COUNT|forever]",
+                                                 " DURATION",        " low|high",
+                                                 " never",           " missing|error|wrong-type|silent|garbage"};
     return std::string("fault ") + row(fault).name + kForms[static_cast<std::size_t>(row(fault).argument)];
 }
 
@@ -271,6 +300,7 @@ CommandResult arm(const Call &call, Fault fault)
     if (fault == Fault::silence || fault == Fault::hold_request)
         faults.strike(fault);
     call.target.camera.faults_changed(call.now);
+    call.target.services.tell(ServiceChange::faults);
     return ok("armed");
 }
 
@@ -296,6 +326,7 @@ CommandResult clear(const Call &call)
         for (std::size_t i = 0; i < kLines.size(); ++i)
             call.target.lines.refuse(static_cast<Line>(i), false);
         call.target.camera.faults_changed(call.now);
+        call.target.services.tell(ServiceChange::faults);
     }
     if (what == "all" || what == "status")
         call.target.camera.forced.clear();
@@ -342,6 +373,7 @@ std::string command_help()
     for (const Delay &delay : kDelays)
         help += std::string(delay.name) + " ";
     help += "\n  set firmware HEX-VERSION\n"
+            "  set video-capture-mode TEXT\n"
             "  set status-bit lens|pan-tilt BIT on|off|auto\n"
             "  set byte f8|e0|60|40 OFFSET HEX-VALUE|auto\n"
             "  seed NUMBER\n"

@@ -3,13 +3,16 @@
 //   set pan 12.5 | set tilt -3 | set zoom 30 | set focus 1144 | set temperature 61
 //   set scene-light 10
 //   set status-bit lens 1 on|off|auto | set status-bit pan-tilt 0 on | set byte f8 34 12|auto
-//   set capture-frequency 1 | set model 1 | set firmware 01020003 | set boot 5s | set request-delay 200us | seed 42
+//   set video-capture-mode 1080p50 | set capture-frequency 50 | set rotation 180
+//   set sensor-frequency 1 | set model 1 | set firmware 01020003 | set boot 5s | set request-delay 200us | seed 42
 //   fault drop-edge [3|forever] | fault silence 5s | fault hold-request low | fault power-good never | ...
+//   fault image-control missing|error|wrong-type|silent|garbage | fault streamer ...
 //   fault refuse cam_power | clear [faults|status|offences]
 #pragma once
 
 #include "sim/board.h"
 #include "sim/board_folder.h"
+#include "sim/services.h"
 
 #include <cstdint>
 #include <string>
@@ -23,6 +26,7 @@ struct CommandTarget {
     Faults &faults;
     Journal &journal;
     BoardFolder &folder;
+    Services &services;
 };
 
 // Carries out one command. The board is locked and up to date.

@@ -19,6 +19,8 @@ constexpr std::array<FaultRow, static_cast<std::size_t>(Fault::count)> kRows{{
     {"power-good", FaultArgument::never, "the power-good line stays low"},
     {"init-done", FaultArgument::never, "the block does not get up from its reset"},
     {"slow-boot", FaultArgument::duration, "booting takes that long"},
+    {"image-control", FaultArgument::service, "how com.orna.ImageControl fails"},
+    {"streamer", FaultArgument::service, "how com.orna.Streamer fails"},
 }};
 
 } // namespace

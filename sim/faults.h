@@ -27,11 +27,14 @@ enum class Fault : std::uint8_t {
     power_good_never,
     init_done_never,
     slow_boot,
+    image_control,
+    streamer,
     count
 };
 
-// What a fault takes: how often it strikes; a duration and how often; how long it lasts; a level; or "never".
-enum class FaultArgument : std::uint8_t { times, duration, period, level, never };
+// What a fault takes: how often it strikes; a duration and how often; how long it lasts; a level; "never"; or in
+// what way a service fails (a ServiceFault).
+enum class FaultArgument : std::uint8_t { times, duration, period, level, never, service };
 
 struct FaultRow {
     const char *name;

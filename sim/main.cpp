@@ -1,5 +1,5 @@
 // krx-sim: a simulated camera board in a folder.
-#include "sim/dbus_face.h"
+#include "sim/bus.h"
 #include "sim/options.h"
 #include "sim/script.h"
 #include "sim/trace.h"
@@ -43,7 +43,7 @@ int run(const sim::Arguments &arguments)
     g_unix_signal_add(SIGINT, quit, loop);
     g_unix_signal_add(SIGTERM, quit, loop);
     {
-        const sim::DBusFace face(board);
+        const sim::Bus bus(board);
         std::printf("ready\n");
         g_main_loop_run(loop);
     }

@@ -64,6 +64,8 @@ void Camera::carry_out(const Record &record, std::int64_t now)
     } else if (id == Rec::system && record.values[0] == 0) {
         halt(now);
         begin_boot(now);
+    } else if (id == Rec::system) {
+        sensor_halted_ = record.values[0] == 1;
     }
 }
 

@@ -73,22 +73,38 @@ TEST_F(Boot, EachWrongOrderIsNamed)
     expect_offences({{"drove-an-input", 1}});
 }
 
-TEST_F(Boot, SettingsAreLostWithThePowerButNotTheCaptureFrequency)
+TEST_F(Boot, ARestartLosesSettingsButKeepsTheCaptureFrequency)
 {
+    const auto power_cycle = [this] {
+        for (const char *line : {"fpga_reset", "cam_reset_pcie", "cam_reset", "cam_pcie_clk", "cam_power"})
+            drive_line(line, false);
+        power_up();
+    };
+    const auto software_reset = [this] {
+        send({5, 0, 8, 0, 0, 0});
+        EXPECT_EQ(read_line("cam_init_done"), 0);
+        EXPECT_EQ(read_line("imc_req"), 0);
+        board.advance(800'000);
+    };
     power_up();
-    send({0x04, 0x00, 0x07, 0x00, 0x0D});       // sharpness 13
-    send({0x04, 0x02, 0x10, 0xEF, 0x02});       // capture frequency 2
-    EXPECT_EQ(field(status(), 0x60, 31, 1), 1); // being changed
-    board.advance(1'000'000);
-    EXPECT_EQ(field(status(), 0x60, 31, 1), 2);
-    EXPECT_EQ(field(status(), 0x60, 30, 1), 0);
-    EXPECT_EQ(board.setting(Rec::sharpness)[0], 13);
-
-    for (const char *line : {"fpga_reset", "cam_reset_pcie", "cam_reset", "cam_pcie_clk", "cam_power"})
-        drive_line(line, false);
-    power_up();
-    EXPECT_EQ(board.setting(Rec::sharpness)[0], 0);
-    EXPECT_EQ(field(status(), 0x60, 30, 1), 2);
+    for (const std::uint8_t frequency : {std::uint8_t{2}, std::uint8_t{1}}) {
+        const std::int64_t before = field(status(), 0x60, 30, 1);
+        send({4, 0, 7, 0, 13, 5, 0, 8, 0, 0, 1}); // sharpness 13, sensor halted
+        send({4, 2, 0x10, 0xEF, frequency});
+        EXPECT_EQ(field(status(), 0x60, 31, 1), 1); // being changed
+        board.advance(1'000'000);
+        EXPECT_EQ(field(status(), 0x60, 31, 1), 2);
+        EXPECT_EQ(field(status(), 0x60, 30, 1), before);
+        EXPECT_EQ(board.setting(Rec::sharpness)[0], 13);
+        EXPECT_TRUE(board.reading().sensor_halted);
+        if (frequency == 2)
+            power_cycle();
+        else
+            software_reset();
+        EXPECT_EQ(board.setting(Rec::sharpness)[0], 0);
+        EXPECT_FALSE(board.reading().sensor_halted);
+        EXPECT_EQ(field(status(), 0x60, 30, 1), frequency);
+    }
 }
 
 TEST_F(Boot, TheLensIsBusyForAWhile)

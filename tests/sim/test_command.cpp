@@ -15,7 +15,7 @@ TEST_F(Commands, EngineeringValuesShowInTheStatus)
     order("set pan -12.5");
     order("set tilt 45");
     order("set zoom 60");
-    order("set capture-frequency 2");
+    order("set sensor-frequency 2");
     order("set firmware 0A0B0C0D");
     order("set temperature 61.5");
     const Bytes run = status();
@@ -64,6 +64,9 @@ TEST_F(Commands, NonsenseIsAnsweredWithWhatWouldBeRight)
                              "set byte f8 528 00",
                              "set byte f8 29 100",
                              "set firmware xyz",
+                             "set capture-frequency -1",
+                             "set video-capture-mode",
+                             "fault streamer absent",
                              "seed",
                              "seed -1",
                              "fault",
