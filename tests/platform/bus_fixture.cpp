@@ -38,6 +38,14 @@ Client::~Client()
     g_object_unref(connection_);
 }
 
+void Client::take_name(const char *name)
+{
+    GVariant *reply = g_dbus_connection_call_sync(connection_, "org.freedesktop.DBus", "/", "org.freedesktop.DBus",
+                                                  "RequestName", g_variant_new("(su)", name, 4u), nullptr,
+                                                  G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+    g_clear_pointer(&reply, g_variant_unref);
+}
+
 ReplyPtr Client::send(const char *method, const char *arguments)
 {
     GError *error = nullptr;
@@ -84,11 +92,19 @@ ReplyPtr Client::send_to(const char *path, const char *interface, const char *me
 BusTest::BusTest() : bus_(g_test_dbus_new(G_TEST_DBUS_NONE))
 {
     g_test_dbus_up(bus_);
+    address_ = g_test_dbus_get_bus_address(bus_);
 }
 
 BusTest::~BusTest()
 {
+    stop_bus();
+}
+
+void BusTest::stop_bus()
+{
+    if (bus_ == nullptr)
+        return;
     // Not _down(): that waits for a shared connection, which these tests do not make.
     g_test_dbus_stop(bus_);
-    g_object_unref(bus_);
+    g_clear_object(&bus_);
 }

@@ -31,6 +31,7 @@ class Client {
     Client &operator=(const Client &) = delete;
 
     GDBusConnection *connection() const { return connection_; }
+    void take_name(const char *name);
 
     // Calls com.orna.PTZ; the reply comes while the main loop runs. `arguments` in GVariant text, "()" for none.
     ReplyPtr send(const char *method, const char *arguments = "()");
@@ -48,8 +49,10 @@ class BusTest : public testing::Test {
     BusTest();
     ~BusTest() override;
 
-    std::string address() const { return g_test_dbus_get_bus_address(bus_); }
+    const std::string &address() const { return address_; }
+    void stop_bus();
 
   private:
     GTestDBus *bus_;
+    std::string address_;
 };

@@ -48,10 +48,7 @@ class PortServerTest : public BusTest {
                 configs += std::to_string(number) + " ";
         };
         configs.clear();
-        GVariant *reply = g_dbus_connection_call_sync(
-            owner.connection(), "org.freedesktop.DBus", "/", "org.freedesktop.DBus", "RequestName",
-            g_variant_new("(su)", "com.orna.PTZ", 4u), nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
-        g_clear_pointer(&reply, g_variant_unref);
+        owner.take_name("com.orna.PTZ");
         ptz_ports_set_connection(owner.connection());
         ptz_command_queue_set_current(&bench.command_queue);
         server = ptz_port_dbus_server_new(port, kXml, "Port.KRX.SIO3");

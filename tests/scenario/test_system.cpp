@@ -22,6 +22,7 @@ TEST_F(System, BootsMovesAndEndsInOrder)
     run_until([this] { return client.call("GetPosition").text.find("'pan': 20.0") != std::string::npos; });
     EXPECT_NE(ptzctl({"fov"}).find("2.33"), std::string::npos);
     EXPECT_NE(ptzctl({"published"}).find("PTZ_POSITION_IS1"), std::string::npos);
+    EXPECT_NE(ptzctl({"status"}).find("\"temperature\":40,\"error-bits\":0,"), std::string::npos);
 
     ptzd->signal(SIGTERM);
     EXPECT_EQ(ptzd->wait(), 0);
@@ -124,6 +125,17 @@ TEST_F(System, ASecondPtzdRefusesAndSaysWhy)
     EXPECT_EQ(second->wait(), 3);
     EXPECT_NE(second->output().find("com.orna.PTZ"), std::string::npos);
     EXPECT_EQ(sim_state(), "running");
+}
+
+TEST_F(System, WithoutItsBusPtzdClosesTheCameraAndSaysSo)
+{
+    start_sim({"--verbose"});
+    start_ptzd();
+    await_state(1);
+    stop_bus();
+    EXPECT_EQ(ptzd->wait(), 3);
+    EXPECT_EQ(logged("The bus has gone. Closing the camera"), 1u);
+    EXPECT_TRUE(sim->output().ends_with("block off\n")) << sim->output();
 }
 
 TEST_F(System, ResetOverAndOverLeavesTheSameDescriptors)

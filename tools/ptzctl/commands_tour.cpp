@@ -5,6 +5,7 @@
 #include "loop.h"
 #include "numbers.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -28,6 +29,18 @@ constexpr Place kPlaces[] = {
     {"focus", "absolute", 5000, 12}, {"focus", "relative", -2000, 24},    {"iris", "absolute", 4000, 1},
     {"iris", "relative", 500, 1},    {"brightness", "absolute", 7000, 1}, {"brightness", "relative", -1000, 1},
 };
+
+// A move that is stopped on its way.
+struct Way {
+    const char *axis;
+    const char *type;
+    double value;
+    double least; // how far it must have gone before the stop, with the direction as its sign
+    double end;   // where it must not have come
+};
+const std::vector<Way> kOnAndOn = {
+    {"pan", "continuous", 20, 2, 170}, {"tilt", "continuous", 10, 1, 90}, {"zoom", "continuous", 40, 50, 9999}};
+const std::vector<Way> kFarAway = {{"pan", "absolute", -160, -1, -160}};
 
 // Operations by a method of the service with a word.
 struct Mode {
@@ -78,117 +91,141 @@ class Tour {
   public:
     explicit Tour(Context &context) : context_(context), service_(context.service()) {}
 
-    // `good` false ends the tour: Failure (EXIT_REFUSED) with what was found.
-    void step(const std::string &name, bool good, const std::string &found)
-    {
-        require(name, good, found);
-        steps_++;
-        if (!context_.json()) {
-            context_.line("ok: " + name + ": " + found);
-            return;
-        }
-        GVariantBuilder object;
-        g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);
-        g_variant_builder_add(&object, "{sv}", "step", g_variant_new_string(name.c_str()));
-        g_variant_builder_add(&object, "{sv}", "found", g_variant_new_string(found.c_str()));
-        context_.object(g_variant_builder_end(&object));
-    }
+    // What the tour is at, for the messages.
+    const std::string &at_step() const { return step_; }
 
     void running()
     {
-        const auto state = wait_for_state(service_, 1, kStartSeconds);
-        step("the camera runs", true, printable(state.second));
+        step_ = "the camera runs";
+        end(true, printable(wait_for_state(service_, 1, kStartSeconds).second));
     }
 
     void places()
     {
         for (const Place &place : kPlaces) {
+            step_ = std::string(place.axis) + " " + number_text(place.value) + " " + place.type;
             const bool relative = place.type == std::string_view("relative");
             const double wanted = place.value + (relative ? at(place.axis) : 0);
             send_move(service_, {{place.axis, place.type, place.value}});
-            stay(service_);
+            settle();
             const double found = at(place.axis);
-            step(std::string(place.axis) + " " + number_text(place.value) + " " + place.type,
-                 std::fabs(found - wanted) <= place.tolerance, "at " + number_text(found));
+            end(std::fabs(found - wanted) <= place.tolerance, "at " + number_text(found));
         }
     }
 
     // Narrower than at the widest, as the zoom is in by now.
     void field_of_view()
     {
+        step_ = "the field of view follows the zoom";
         VariantOwned fields = service_.result("GetFieldOfView", nullptr, "(a{sd})");
         double now = 0, widest = 0;
         g_variant_lookup(fields.get(), "horizontal", "d", &now);
         g_variant_lookup(fields.get(), "widest", "d", &widest);
-        step("the field of view follows the zoom", now > 0 && now < widest / 2,
-             number_text(now) + " of " + number_text(widest) + " degrees");
+        end(now > 0 && now < widest / 2, number_text(now) + " of " + number_text(widest) + " degrees");
     }
 
-    void continuous_and_stop()
+    // Sets off, and stops everything once each axis is under way.
+    void stop_in_mid_move(const std::vector<Way> &ways, double speed)
     {
-        const double before = at("pan");
-        send_move(service_, {{"pan", "continuous", 20}});
+        step_ = std::string(ways[0].axis) + " " + ways[0].type + ", stopped on the way";
+        Position before;
+        std::vector<AxisMove> moves;
+        for (const Way &way : ways) {
+            before[way.axis] = at(way.axis);
+            moves.push_back({way.axis, way.type, way.value});
+        }
+        const auto gone = [&](const Way &way) { return at(way.axis) - before.at(way.axis); };
+        const auto under_way = [&](const Way &way) { return gone(way) / way.least >= 1; };
+        send_move(service_, moves, speed);
         const gint64 latest = steady_now() + kSetOffUs;
-        run_loop(kLookEveryMs, [&] { return at("pan") < before + 2 && steady_now() < latest; });
+        run_loop(kLookEveryMs,
+                 [&] { return !std::all_of(ways.begin(), ways.end(), under_way) && steady_now() < latest; });
         service_.call("Stop", nullptr, "()");
-        const double stopped = (stay(service_), at("pan"));
-        step("pan on and on to the right, and a stop", stopped >= before + 2 && stopped < 169,
-             "from " + number_text(before) + " to " + number_text(stopped));
+        settle();
+        for (const Way &way : ways) {
+            step_ = std::string(way.axis) + " " + way.type + ", stopped on the way";
+            const double found = at(way.axis);
+            end(under_way(way) && found != way.end,
+                "from " + number_text(before.at(way.axis)) + " to " + number_text(found));
+        }
     }
 
     void modes()
     {
         for (const Mode &mode : kModes) {
+            step_ = mode.method;
             service_.call(mode.method, g_variant_new("(s)", mode.word), "()");
-            step(mode.method, true, mode.word);
+            end(true, mode.word);
         }
     }
 
     void settings()
     {
         for (const auto &[group, name, value] : kSettings) {
+            step_ = std::string(group) + "." + name;
             const std::string former = value_text(get_parameter(service_, group, name).get());
             set_parameter(service_, group, name, value);
             const std::string found = value_text(get_parameter(service_, group, name).get());
             set_parameter(service_, group, name, former);
-            step(std::string(group) + "." + name, found == value, former + " -> " + found + " -> " + former);
+            end(found == value, former + " -> " + found + " -> " + former);
         }
     }
 
     void capabilities()
     {
         for (const auto &[category, count] : {std::pair("focus", 2u), std::pair("speed", 3u), std::pair("zoom", 4u)}) {
+            step_ = std::string("capabilities of ") + category;
             VariantOwned list = service_.result("GetCapabilities", g_variant_new("(s)", category), "(as)");
             const gsize found = g_variant_n_children(list.get());
-            step(std::string("capabilities of ") + category, found >= count, std::to_string(found) + " entries");
+            end(found >= count, std::to_string(found) + " entries");
         }
     }
 
     void special(const char *command)
     {
+        step_ = std::string("special command ") + command;
         service_.call("RunSpecialCommand", g_variant_new("(s)", command), "()");
-        step(std::string("special command ") + command, true, wait_for_state(service_, 1, kStartSeconds).second);
+        end(true, wait_for_state(service_, 1, kStartSeconds).second);
     }
 
     unsigned steps() const { return steps_; }
 
   private:
-    static void require(const std::string &name, bool good, const std::string &found)
+    // The end of a step: `found` is what the camera reports, and `good` whether that is right.
+    void end(bool good, const std::string &found)
     {
         if (!good)
-            throw Failure(EXIT_REFUSED, "TourFailed", "the tour stopped at '" + name + "': " + found);
+            throw Failure(EXIT_REFUSED, "TourFailed", found);
+        steps_++;
+        if (!context_.json()) {
+            context_.line("ok: " + step_ + ": " + found);
+            return;
+        }
+        GVariantBuilder object;
+        g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);
+        g_variant_builder_add(&object, "{sv}", "step", g_variant_new_string(step_.c_str()));
+        g_variant_builder_add(&object, "{sv}", "found", g_variant_new_string(found.c_str()));
+        context_.object(g_variant_builder_end(&object));
+    }
+
+    void settle()
+    {
+        if (!stay(service_))
+            throw Failure(EXIT_REFUSED, "Interrupted", "interrupted");
     }
 
     double at(const char *axis)
     {
         const Position position = service_.position();
         const auto found = position.find(axis);
-        require(axis, found != position.end(), "ptzd reports no such position");
+        if (found == position.end())
+            throw Failure(EXIT_REFUSED, "TourFailed", std::string("ptzd reports no position of ") + axis);
         return found->second;
     }
 
     Context &context_;
     Service &service_;
+    std::string step_;
     unsigned steps_ = 0;
 };
 
@@ -199,16 +236,22 @@ ExitStatus run_tour(Context &context, Arguments &arguments)
     const bool no_reset = arguments.flag("--no-reset");
     arguments.words(0, 0);
     Tour tour(context);
-    tour.running();
-    tour.places();
-    tour.field_of_view();
-    tour.continuous_and_stop();
-    tour.modes();
-    tour.settings();
-    tour.capabilities();
-    tour.special("wbonep");
-    if (!no_reset)
-        tour.special("reset");
+    try {
+        tour.running();
+        tour.places();
+        tour.field_of_view();
+        tour.stop_in_mid_move(kOnAndOn, 0);
+        tour.stop_in_mid_move(kFarAway, 40);
+        tour.modes();
+        tour.settings();
+        tour.capabilities();
+        tour.special("wbonep");
+        if (!no_reset)
+            tour.special("reset");
+    } catch (const Failure &failure) {
+        throw Failure(failure.status(), failure.code(),
+                      "the tour stopped at '" + tour.at_step() + "': " + failure.what());
+    }
     context.done(std::to_string(tour.steps()) + " steps, all good");
     return EXIT_DONE;
 }

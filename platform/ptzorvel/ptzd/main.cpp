@@ -93,11 +93,13 @@ bool parse(int *argc, char ***argv, CommandLine &line)
     return good;
 }
 
+bool log_is_shown = false; // on standard error too
+
 int complain(int status, const std::string &problem)
 {
-    std::fprintf(stderr, "ptzd: %s\n", problem.c_str());
-    if (isatty(STDERR_FILENO) == 0)
-        syslog(LOG_ERR, "%s", problem.c_str());
+    if (!log_is_shown)
+        std::fprintf(stderr, "ptzd: %s\n", problem.c_str());
+    syslog(LOG_ERR, "%s", problem.c_str());
     return status;
 }
 
@@ -115,7 +117,7 @@ gboolean on_signal(gpointer data)
 
 void on_bus_closed(GDBusConnection *, gboolean, GError *, gpointer data)
 {
-    complain(EXIT_NO_BUS, "The bus has gone; closing the camera.");
+    complain(EXIT_NO_BUS, "The bus has gone. Closing the camera and ending; start ptzd again when there is a bus.");
     static_cast<Run *>(data)->end(EXIT_NO_BUS);
 }
 
@@ -161,8 +163,8 @@ int main(int argc, char *argv[])
         std::puts("ptzd " PTZD_VERSION);
         return EXIT_OK;
     }
-    const bool show = line.foreground != FALSE || isatty(STDERR_FILENO) != 0;
-    openlog("ptzd", show ? LOG_PID | LOG_PERROR : LOG_PID, LOG_DAEMON);
+    log_is_shown = line.foreground != FALSE || isatty(STDERR_FILENO) != 0;
+    openlog("ptzd", log_is_shown ? LOG_PID | LOG_PERROR : LOG_PID, LOG_DAEMON);
     std::signal(SIGPIPE, SIG_IGN);
 
     std::string problem;

@@ -1,5 +1,5 @@
 // The scripts of the house go red when they should.
-#include "run_program.h"
+#include "tests/tools/program_fixture.h"
 
 #include <gmock/gmock.h>
 

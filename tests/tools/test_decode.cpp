@@ -1,5 +1,5 @@
 // decode: traces in words, and traces that are none.
-#include "run_program.h"
+#include "tests/tools/program_fixture.h"
 #include "tools/ptzctl/failure.h"
 
 #include <gmock/gmock.h>
@@ -15,7 +15,7 @@ constexpr const char *kEmptyFrame = "1.500100 port0 block 1024 \n";
 RunResult decode(const std::string &trace, std::vector<std::string> options = {})
 {
     options.insert(options.begin(), {"decode", "-"});
-    return run_ptzctl_on("unix:path=/nonexistent", options, trace);
+    return ptzctl_without_bus(options, trace);
 }
 
 } // namespace
@@ -60,10 +60,8 @@ TEST(Decode, SurvivesBytesThatAreNoText)
 
 TEST(Decode, SaysWhyATraceCannotBeRead)
 {
-    const RunResult missing = run_ptzctl_on("unix:path=/x", {"decode", "/nonexistent/wire.trace"});
-    EXPECT_EQ(missing.status, EXIT_REFUSED);
-    EXPECT_THAT(missing.errors, HasSubstr("No such file"));
-    EXPECT_EQ(run_ptzctl_on("unix:path=/x", {"decode", "/dev/null"}).status, EXIT_REFUSED);
-    EXPECT_EQ(run_ptzctl_on("unix:path=/x", {"decode", "/"}).status, EXIT_REFUSED);
-    EXPECT_EQ(run_ptzctl_on("unix:path=/x", {"decode"}).status, EXIT_USAGE);
+    for (const char *file : {"/nonexistent/wire.trace", "/dev/null", "/"})
+        EXPECT_EQ(ptzctl_without_bus({"decode", file}).status, EXIT_REFUSED) << file;
+    EXPECT_THAT(ptzctl_without_bus({"decode", "/nonexistent/wire.trace"}).errors, HasSubstr("No such file"));
+    EXPECT_EQ(ptzctl_without_bus({"decode"}).status, EXIT_USAGE);
 }

@@ -1,0 +1,102 @@
+#include "tests/tools/program_fixture.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+std::string take(GBytes *bytes)
+{
+    gsize size = 0;
+    const auto *data = static_cast<const char *>(g_bytes_get_data(bytes, &size));
+    const std::string text(data != nullptr ? data : "", size);
+    g_bytes_unref(bytes);
+    return text;
+}
+
+void on_end(GObject *source, GAsyncResult *communicated, gpointer data)
+{
+    auto *result = static_cast<RunResult *>(data);
+    GSubprocess *process = G_SUBPROCESS(source);
+    GBytes *output = nullptr;
+    GBytes *errors = nullptr;
+    g_subprocess_communicate_finish(process, communicated, &output, &errors, nullptr);
+    *result = {g_subprocess_get_if_exited(process) ? g_subprocess_get_exit_status(process) : -1, take(output),
+               take(errors), true};
+}
+
+} // namespace
+
+RunResult run_program(const std::vector<std::string> &words, const std::string &input, const std::string &bus)
+{
+    GSubprocessLauncher *launcher = g_subprocess_launcher_new(static_cast<GSubprocessFlags>(
+        G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_PIPE));
+    g_subprocess_launcher_setenv(launcher, "DBUS_SYSTEM_BUS_ADDRESS", bus.c_str(), TRUE);
+    g_subprocess_launcher_setenv(launcher, "LC_ALL", "C.UTF-8", TRUE);
+    std::vector<const char *> arguments;
+    for (const std::string &word : words)
+        arguments.push_back(word.c_str());
+    arguments.push_back(nullptr);
+    GError *error = nullptr;
+    GSubprocess *process = g_subprocess_launcher_spawnv(launcher, arguments.data(), &error);
+    g_assert_no_error(error);
+    GBytes *given = g_bytes_new(input.data(), input.size());
+    RunResult result;
+    g_subprocess_communicate_async(process, given, nullptr, on_end, &result);
+    run_until([&] { return result.done; });
+    g_bytes_unref(given);
+    g_object_unref(process);
+    g_object_unref(launcher);
+    return result;
+}
+
+RunResult ptzctl_without_bus(std::vector<std::string> words, const std::string &input)
+{
+    words.insert(words.begin(), required_variable("PTZCTL"));
+    return run_program(words, input);
+}
+
+std::string required_variable(const char *name)
+{
+    const char *value = std::getenv(name);
+    g_assert_nonnull(value); // run the tests with 'meson test'
+    return value;
+}
+
+ProgramTest::~ProgramTest()
+{
+    g_clear_pointer(&node_, g_dbus_node_info_unref);
+}
+
+void ProgramTest::serve(Answer answer)
+{
+    answer_ = std::move(answer);
+    std::stringstream xml;
+    xml << std::ifstream(required_variable("SOURCE_ROOT") + "/data/com.orna.PTZ.xml").rdbuf();
+    node_ = g_dbus_node_info_new_for_xml(xml.str().c_str(), nullptr);
+    static const GDBusInterfaceVTable table{on_call, nullptr, nullptr, {}};
+    g_dbus_connection_register_object(owner_.connection(), "/com/orna/PTZ", node_->interfaces[0], &table, this, nullptr,
+                                      nullptr);
+    owner_.take_name("com.orna.PTZ");
+}
+
+RunResult ProgramTest::ptzctl(std::vector<std::string> words)
+{
+    words.insert(words.begin(), required_variable("PTZCTL"));
+    return run_program(words, "", address());
+}
+
+void ProgramTest::on_call(GDBusConnection *, const char *, const char *, const char *, const char *method,
+                          GVariant *arguments, GDBusMethodInvocation *invocation, gpointer data)
+{
+    auto *self = static_cast<ProgramTest *>(data);
+    self->calls.push_back(method + print(arguments));
+    std::string error_name;
+    std::string error_text;
+    GVariant *results = self->answer_(method, error_name, error_text);
+    if (error_name.empty())
+        g_dbus_method_invocation_return_value(invocation, results);
+    else
+        g_dbus_method_invocation_return_dbus_error(invocation, error_name.c_str(), error_text.c_str());
+}
