@@ -3,6 +3,7 @@
 
 #include "cmd/ptz_driver_canon_cmd_video.h"
 #include "core/log.h"
+#include "driver/ptz_driver_canon_audio.h"
 #include "driver/ptz_driver_canon_device_status.h"
 #include "driver/ptz_driver_canon_startup.h"
 #include "driver/ptz_driver_canon_type.h"
@@ -62,6 +63,8 @@ gboolean ptz_driver_canon_op_close(PTZDriver *driver)
     ptz_driver_port_unregister(driver->port_registry, 0);
     image_source_control_free(self->image_source_control);
     self->image_source_control = nullptr;
+    if (self->audio_init)
+        ptz_driver_canon_audio_close();
     ptz_driver_canon_set_state(self, PTZ_STATE_CLOSED);
     return TRUE;
 }

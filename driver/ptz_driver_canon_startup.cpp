@@ -4,6 +4,7 @@
 #include "core/clock.h"
 #include "core/log.h"
 #include "core/paths.h"
+#include "driver/ptz_driver_canon_audio.h"
 #include "driver/ptz_driver_canon_config.h"
 #include "driver/ptz_driver_canon_device_status.h"
 #include "driver/ptz_driver_canon_limits.h"
@@ -131,6 +132,19 @@ void begin_running(PTZDriverCanon *self)
     ptz_driver_canon_update_modver(self);
     ptz_driver_canon_set_video_output(self, TRUE);
     unlock_ports(self);
+    if (self->audio_init)
+        ptz_driver_canon_audio_init();
+}
+
+void switch_camera_off(PTZDriverCanon *self)
+{
+    ptz_driver_canon_set_video_output(self, FALSE);
+    if (self->cam_model->halt_sensor_on_power_off)
+        ptz_driver_canon_utils_halt_sensor_and_settle(self);
+    if (!ptz_driver_canon_set_reset(self, TRUE))
+        log_error("Failed to reset camera ");
+    if (!ptz_driver_canon_set_power(self, FALSE))
+        log_error("Failed to disable camera power");
 }
 
 void reset_camera_state(PTZDriverCanon *self)
@@ -218,15 +232,10 @@ void ptz_driver_canon_stop_camera(PTZDriverCanon *self)
 {
     self->driver_initialized = FALSE;
     ptz_driver_canon_update_modver(self);
-    if (self->keep_stream || !self->camera_powered || !self->camera_reset_released)
-        return;
-    ptz_driver_canon_set_video_output(self, FALSE);
-    if (self->cam_model->halt_sensor_on_power_off)
-        ptz_driver_canon_utils_halt_sensor_and_settle(self);
-    if (!ptz_driver_canon_set_reset(self, TRUE))
-        log_error("Failed to reset camera ");
-    if (!ptz_driver_canon_set_power(self, FALSE))
-        log_error("Failed to disable camera power");
+    if (!self->keep_stream && self->camera_powered && self->camera_reset_released)
+        switch_camera_off(self);
+    if (self->audio_init)
+        ptz_driver_canon_audio_close();
 }
 
 void ptz_driver_canon_reset(PTZDriverCanon *self)

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -91,7 +90,7 @@ class Writer {
         va_list args;
         va_start(args, format);
         const int room = VCCIF_DUMP_SIZE - position_;
-        const int count = std::vsnprintf(buffer_ + position_, static_cast<std::size_t>(room), format, args);
+        const int count = g_vsnprintf(buffer_ + position_, static_cast<gulong>(room), format, args);
         va_end(args);
         position_ += std::clamp(count, 0, room - 1);
     }
@@ -179,7 +178,8 @@ int vccif_dump_status_to_file(const char *filename)
     }
     Writer text(buffer, length);
     add_fields(text);
-    const auto size = static_cast<std::size_t>(length + text.written());
+    length += text.written();
+    const auto size = static_cast<std::size_t>(length);
     const Descriptor file(open_emptied(filename));
     return file && file.write_all(buffer, size) == size ? 1 : 0;
 }

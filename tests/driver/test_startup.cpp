@@ -323,6 +323,26 @@ TEST_F(Startup, StopCameraOnlyTouchesABlockThatIsUp)
     EXPECT_EQ(fatal, (Lines{"error: Failed to reset camera ", "error: Failed to disable camera power"}));
 }
 
+TEST_F(Startup, AudioIsOpenWhileTheCameraRuns)
+{
+    g_setenv("ALSA_CONFIG_PATH", ASOUND_CONF, TRUE);
+    const int descriptors = open_descriptors();
+    ptz_driver_canon_startup(driver);
+    EXPECT_EQ(open_descriptors(), descriptors); // not wanted
+    driver->audio_init = driver->keep_stream = TRUE;
+    for (int i = 0; i < 2; ++i) {
+        ptz_driver_canon_startup(driver);
+        EXPECT_EQ(open_descriptors(), descriptors + 1);
+        ptz_driver_canon_stop_camera(driver);
+        EXPECT_EQ(open_descriptors(), descriptors);
+    }
+    ptz_driver_canon_startup(driver);
+    ptz_driver_canon_op_close(&driver->parent_instance);
+    EXPECT_EQ(open_descriptors(), descriptors);
+    EXPECT_EQ(log.take(), Lines{});
+    g_unsetenv("ALSA_CONFIG_PATH");
+}
+
 TEST_F(Startup, CloseTakesEverythingDownInOrder)
 {
     driver->datacache_is_used = TRUE;

@@ -148,7 +148,7 @@ TEST_F(FwUpgrade, TellsThePartnerEveryStepAndTheWholeImage)
 TEST_F(FwUpgrade, ARefusedChunkRewindsFive)
 {
     refusals = {{3, 1}, {12, 1}, {13, 2}};
-    const Bytes image = image_of(13 * 1016 + 5);
+    const Bytes image = image_of(13213);
     EXPECT_TRUE(upgrade(image));
     EXPECT_EQ(received, image);
     std::string indices;
@@ -162,10 +162,10 @@ TEST_F(FwUpgrade, ARefusedChunkRewindsFive)
 TEST_F(FwUpgrade, TheThousandAndFirstFailureAborts)
 {
     refusals = {{2, 400}, {6, 600}};
-    EXPECT_TRUE(upgrade(image_of(10 * 1016)));
+    EXPECT_TRUE(upgrade(image_of(10160)));
     EXPECT_EQ(messages(), (Lines{COMPLETE, retries(1000)}));
     refusals = {{2, 400}, {6, 601}};
-    EXPECT_FALSE(upgrade(image_of(10 * 1016)));
+    EXPECT_FALSE(upgrade(image_of(10160)));
     EXPECT_EQ(told.back(), "chunk 6");
     EXPECT_EQ(messages(),
               (Lines{"error: Fatal error, could not transfer camera block firmware: 7/10", FATAL, retries(1001)}));
