@@ -20,6 +20,7 @@ struct Board::Impl final : Requests {
           camera(options.camera, lines, faults, journal)
     {
         journal.set_print(options.print);
+        journal.set_progress(options.progress);
         faults.seed(options.seed);
     }
 
@@ -31,6 +32,7 @@ struct Board::Impl final : Requests {
     Journal journal;
     Camera camera;
     BoardFolder folder;
+    Kept kept; // as it is in the folder
     Services services;
     std::multimap<std::int64_t, std::string> script;
     std::unique_ptr<Server> server;
@@ -54,6 +56,15 @@ struct Board::Impl final : Requests {
             }
         }
         camera.run(now);
+        keep();
+    }
+
+    // What the block keeps without power is in the folder as soon as it is in the block.
+    void keep()
+    {
+        if (camera.kept() == kept || !folder.write_kept(camera.kept()))
+            return;
+        kept = camera.kept();
     }
 
     std::int64_t next_event(std::int64_t now) const
@@ -123,6 +134,7 @@ struct Board::Impl final : Requests {
         const std::lock_guard lock(mutex);
         check_transfer(request, mode);
         camera.burst(port, host, answer, catch_up());
+        keep();
     }
 
     std::optional<std::int64_t> idle() override
@@ -160,6 +172,10 @@ std::optional<std::string> Board::start()
         return "The board already runs";
     if (auto problem = self.folder.open(self.options.folder, self.options.camera, self.options.overwrite_conf))
         return problem;
+    if (const auto kept = self.folder.read_kept()) {
+        self.camera.set_kept(*kept);
+        self.kept = *kept;
+    }
     if (!self.folder.write_temperature(self.camera.temperature))
         return "Cannot write the thermal zone: " + std::string(std::strerror(errno));
     if (!self.options.trace_path.empty() && !self.journal.open_trace(self.options.trace_path))
@@ -210,6 +226,7 @@ CommandResult Board::command(std::string_view line)
     {
         const std::lock_guard lock(self.mutex);
         result = self.carry_out(line, self.catch_up());
+        self.keep();
     }
     self.wake();
     return result;

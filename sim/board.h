@@ -34,7 +34,8 @@ struct Options {
     std::uint64_t seed = 1;      // of everything faults leave to chance
     std::string trace_path{};    // empty: no trace file
     CameraOptions camera{};
-    Journal::Print print{}; // gets every printed line; called with the board locked
+    Journal::Progress progress{}; // of a firmware transfer; without it, lines are printed
+    Journal::Print print{};       // gets every printed line; called with the board locked
 };
 
 struct CommandResult {

@@ -1,6 +1,8 @@
 #include "sim/board_folder.h"
 
+#include <array>
 #include <cerrno>
+#include <cinttypes>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -64,6 +66,7 @@ std::string port_conf(const std::string &folder, const CameraOptions &camera)
     return text + "\n";
 }
 
+constexpr char kKeptFile[] = "/block.kept";
 constexpr char kBlockDefaults[] = "[KRX_camblock]\nVersion=1.00\nModel=KRX131\nCaptureMode=1080p60\n";
 
 std::optional<std::string> write_file(const std::string &path, const std::string &text, bool overwrite)
@@ -71,10 +74,12 @@ std::optional<std::string> write_file(const std::string &path, const std::string
     std::error_code error;
     if (!overwrite && fs::exists(path, error))
         return std::nullopt;
-    std::ofstream file(path, std::ios::trunc);
+    // Replaced as a whole: whoever reads it, or is killed meanwhile, leaves no half of it.
+    const std::string fresh = path + ".new";
+    std::ofstream file(fresh, std::ios::trunc);
     file << text;
     file.close();
-    if (!file)
+    if (!file || std::rename(fresh.c_str(), path.c_str()) != 0)
         return "Cannot write " + path + ": " + reason();
     return std::nullopt;
 }
@@ -123,6 +128,8 @@ std::optional<std::string> BoardFolder::open(const std::string &path, const Came
     const std::pair<std::string, std::string> files[] = {{"krx_driver.conf", driver_conf(camera)},
                                                          {"krx_port.conf", port_conf(path_, camera)},
                                                          {"block_defaults.conf", kBlockDefaults}};
+    if (overwrite)
+        fs::remove(path_ + kKeptFile, error);
     for (const auto &[name, text] : files) {
         if (auto problem = write_file(path_ + "/" + name, text, overwrite))
             return problem;
@@ -139,11 +146,27 @@ void BoardFolder::close()
 
 bool BoardFolder::write_temperature(double celsius) const
 {
-    // Replaced as a whole, so that no reader finds half a number.
-    const std::string path = path_ + "/thermal_zone0/temp";
-    const std::string fresh = path + ".new";
-    const auto problem = write_file(fresh, std::to_string(std::lround(celsius * 1000)) + "\n", true);
-    return !problem && std::rename(fresh.c_str(), path.c_str()) == 0;
+    return !write_file(path_ + "/thermal_zone0/temp", std::to_string(std::lround(celsius * 1000)) + "\n", true);
+}
+
+std::optional<Kept> BoardFolder::read_kept() const
+{
+    std::ifstream file(path_ + kKeptFile);
+    std::string line;
+    Kept kept;
+    std::getline(file, line);
+    if (std::sscanf(line.c_str(), "firmware=%" SCNx32 " sensor-frequency=%" SCNu32, &kept.firmware,
+                    &kept.sensor_frequency) != 2)
+        return std::nullopt;
+    return kept;
+}
+
+bool BoardFolder::write_kept(const Kept &kept) const
+{
+    std::array<char, 80> line{};
+    std::snprintf(line.data(), line.size(), "firmware=%08" PRIx32 " sensor-frequency=%" PRIu32 "\n", kept.firmware,
+                  kept.sensor_frequency);
+    return !path_.empty() && !write_file(path_ + kKeptFile, line.data(), true);
 }
 
 } // namespace sim

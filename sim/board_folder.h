@@ -25,6 +25,9 @@ class BoardFolder {
     std::string spi_socket(unsigned port) const { return path_ + "/spi" + std::to_string(port); }
     // Writes the thermal zone's file; false and errno on failure.
     bool write_temperature(double celsius) const;
+    // What the block keeps without power, from its file; none without one, or when it makes no sense.
+    std::optional<Kept> read_kept() const;
+    bool write_kept(const Kept &kept) const;
 
   private:
     std::optional<std::string> take_lock();

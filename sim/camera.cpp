@@ -26,7 +26,7 @@ const char *text(BlockState state)
 }
 
 Camera::Camera(const CameraOptions &options, Lines &lines, Faults &faults, Journal &journal)
-    : options_(options), lines_(lines), faults_(faults), journal_(journal)
+    : options_(options), lines_(lines), faults_(faults), journal_(journal), upgrade_(faults, journal)
 {
     lines_.set(Line::power, options.power_active_low);
     lines_.set(Line::reset, !options.resets_active_low);
@@ -58,6 +58,13 @@ void Camera::default_settings(std::int64_t now)
     settings_[static_cast<std::size_t>(Rec::colour_level)] = {0, 50};
     exposure_.place({setting(Rec::iris_a)[0], setting(Rec::shutter)[0], setting(Rec::gain)[0]}, now);
     expose(Rec::exposure_mode, now);
+}
+
+void Camera::set_kept(const Kept &kept)
+{
+    options_.fw_revision = kept.firmware;
+    next_firmware_.reset();
+    capture_frequency = wanted_capture_frequency_ = kept.sensor_frequency;
 }
 
 bool Camera::asserted(Line line) const
@@ -156,12 +163,17 @@ void Camera::halt(std::int64_t now)
     event_at_ = request_at_ = kNever;
     for (Axis *axis : {&pan, &tilt, &zoom, &focus})
         axis->stop(now);
+    upgrade_.reset();
+    broken_down_ = false;
     lines_.set(Line::init_done, false);
+    lines_.set(Line::fw_complete, false);
     update_request(now);
 }
 
 void Camera::run(std::int64_t now)
 {
+    if (upgrade_.written_at() <= now)
+        finish_upgrade(upgrade_.written_at());
     while (event_at_ <= now) {
         const std::int64_t due = event_at_;
         event_at_ = kNever;
@@ -172,7 +184,7 @@ void Camera::run(std::int64_t now)
                 begin_boot(due);
         } else if (state_ == BlockState::booting) {
             default_settings(due);
-            capture_frequency = wanted_capture_frequency_;
+            set_kept(kept());
             capture_set_at_ = kNever;
             sensor_halted_ = false;
             lens_ready_at_ = due + options_.lens_us;
@@ -187,8 +199,8 @@ void Camera::run(std::int64_t now)
 
 std::int64_t Camera::next_event(std::int64_t now) const
 {
-    std::int64_t next = event_at_;
-    if (state_ == BlockState::running && !lines_.level(Line::request)) {
+    std::int64_t next = std::min(event_at_, upgrade_.written_at());
+    if (state_ == BlockState::running && !broken_down_ && !lines_.level(Line::request)) {
         std::int64_t request = request_at_;
         if (faults_.armed(Fault::silence))
             request = std::max(request, faults_.value(Fault::silence));
@@ -210,7 +222,7 @@ void Camera::faults_changed(std::int64_t now)
 bool Camera::talks(std::int64_t now) const
 {
     const bool silent = faults_.armed(Fault::silence) && now < faults_.value(Fault::silence);
-    return state_ == BlockState::running && !silent;
+    return state_ == BlockState::running && !silent && !broken_down_;
 }
 
 void Camera::update_request(std::int64_t now)
@@ -231,8 +243,8 @@ void Camera::burst(unsigned port, std::span<const std::uint8_t> host, std::span<
         journal_.offence(now, "burst-without-request", "a burst was clocked while imc_req was low");
     if (talks(now)) {
         // The block lays its answer ready before the host's bytes come in.
-        next_block_ = write_answer(*this, faults_, answer, next_block_, now);
-        receive(host, port, now);
+        write_to(answer, port, host, now);
+        receive(host, port, carries_payload(answer, options_.big_endian), now);
     }
     journal_.burst(now, port, false, answer);
 
@@ -246,7 +258,41 @@ void Camera::burst(unsigned port, std::span<const std::uint8_t> host, std::span<
     update_request(now);
 }
 
-void Camera::receive(std::span<const std::uint8_t> host, unsigned port, std::int64_t now)
+void Camera::write_to(std::span<std::uint8_t> answer, unsigned port, std::span<const std::uint8_t> host,
+                      std::int64_t now)
+{
+    if (port != 1 || !upgrade_.loading()) {
+        next_block_ = write_answer(*this, faults_, answer, next_block_, now);
+        return;
+    }
+    std::vector<std::uint8_t> payload = upgrade_.answer(now);
+    if (upgrade_.refuses(check_host_frame(host).payload))
+        payload.clear();
+    write_payload(payload, faults_, options_.big_endian, answer);
+}
+
+void Camera::receive_upgrade(std::span<const std::uint8_t> payload, bool answered, std::int64_t now)
+{
+    if (upgrade_.receive(payload, answered, {options_.upgrade_ready_us, options_.upgrade_write_us}, now))
+        return;
+    journal_.note(now, Detail::records, "the block broke down");
+    upgrade_.reset();
+    broken_down_ = true;
+}
+
+void Camera::finish_upgrade(std::int64_t now)
+{
+    const auto version = upgrade_.written();
+    if (!version)
+        return;
+    if (!faults_.strike(Fault::new_firmware_never))
+        next_firmware_ = version;
+    journal_.note(now, Detail::records, "firmware " + hex_word(*version) + " is written");
+    if (!faults_.strike(Fault::fw_complete_never))
+        lines_.set(Line::fw_complete, true);
+}
+
+void Camera::receive(std::span<const std::uint8_t> host, unsigned port, bool answered, std::int64_t now)
 {
     const HostFrame frame = check_host_frame(host);
     if (frame.problem)
@@ -256,7 +302,7 @@ void Camera::receive(std::span<const std::uint8_t> host, unsigned port, std::int
         return;
     }
     if (port != 0) {
-        journal_.offence(now, "unexpected-port", "payload on port " + std::to_string(port));
+        receive_upgrade(frame.payload, answered, now);
         return;
     }
     const Packet packet = check_packet(frame.payload);

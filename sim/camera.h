@@ -8,9 +8,11 @@
 #include "sim/journal.h"
 #include "sim/lines.h"
 #include "sim/records.h"
+#include "sim/upgrade.h"
 
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -18,10 +20,12 @@
 namespace sim {
 
 struct CameraOptions {
-    std::int64_t power_good_us = 5'000; // from power on to the power-good line
-    std::int64_t boot_us = 300'000;     // from the released reset to the init-done line
-    std::int64_t lens_us = 500'000;     // from there until the lens is ready
-    std::int64_t request_us = 0;        // from the end of a burst to the next request
+    std::int64_t power_good_us = 5'000;         // from power on to the power-good line
+    std::int64_t boot_us = 300'000;             // from the released reset to the init-done line
+    std::int64_t lens_us = 500'000;             // from there until the lens is ready
+    std::int64_t request_us = 0;                // from the end of a burst to the next request
+    std::int64_t upgrade_ready_us = 4'000'000;  // from the start of an upgrade until the loader is ready
+    std::int64_t upgrade_write_us = 10'000'000; // from its end until the flash is written
     bool power_active_low = false;
     bool resets_active_low = true;
     bool fpga_reset_active_low = true;
@@ -32,6 +36,13 @@ struct CameraOptions {
 
 enum class BlockState : std::uint8_t { off, powering, held_in_reset, booting, running };
 const char *text(BlockState state);
+
+// What the block keeps without power.
+struct Kept {
+    std::uint32_t firmware = 0;         // version that runs from the next boot on
+    std::uint32_t sensor_frequency = 0; // code in force from the next boot on
+    bool operator==(const Kept &) const = default;
+};
 
 // Bits of status bytes that are forced from outside.
 struct ForcedBits {
@@ -61,6 +72,9 @@ class Camera {
     const CameraOptions &options() const { return options_; }
     CameraOptions &options() { return options_; }
     bool talks(std::int64_t now) const;
+    Kept kept() const { return {next_firmware_.value_or(options_.fw_revision), wanted_capture_frequency_}; }
+    // Takes over at once what was kept, or is told from outside.
+    void set_kept(const Kept &kept);
 
     // Moving parts. Pan and tilt in 1/1000 degree. The zoom's coordinate runs through the optical range, (magnification
     // - 1) x 256, and on through the digital one, (factor - 1) x 256 further. Focus in motor steps, far end lowest.
@@ -78,7 +92,7 @@ class Camera {
     void set_scene_light(double stops, std::int64_t now);
 
     double temperature = 40.0;           // degrees Celsius
-    std::uint32_t capture_frequency = 0; // in force; survives a loss of power
+    std::uint32_t capture_frequency = 0; // code in force
     std::uint32_t capture_mode_state(std::int64_t now) const;
     bool lens_ready(std::int64_t now) const { return now >= lens_ready_at_; }
     bool sensor_halted() const { return sensor_halted_; }
@@ -93,7 +107,10 @@ class Camera {
     void halt(std::int64_t now);
     void schedule_power_good(std::int64_t now);
     void update_request(std::int64_t now);
-    void receive(std::span<const std::uint8_t> host, unsigned port, std::int64_t now);
+    void write_to(std::span<std::uint8_t> answer, unsigned port, std::span<const std::uint8_t> host, std::int64_t now);
+    void receive(std::span<const std::uint8_t> host, unsigned port, bool answered, std::int64_t now);
+    void receive_upgrade(std::span<const std::uint8_t> payload, bool answered, std::int64_t now);
+    void finish_upgrade(std::int64_t now);
     void carry_out(const Record &record, std::int64_t now);
     bool carry_out_motion(Rec id, const Values &values, std::int64_t now);
     void focus_mode(std::int32_t mode, std::int64_t now);
@@ -105,6 +122,9 @@ class Camera {
     Lines &lines_;
     Faults &faults_;
     Journal &journal_;
+    Upgrade upgrade_;
+    std::optional<std::uint32_t> next_firmware_; // written, runs from the next boot on
+    bool broken_down_ = false;                   // silent until the next reset
     BlockState state_ = BlockState::off;
     std::int64_t event_at_ = kNever;   // end of powering or booting
     std::int64_t request_at_ = kNever; // when the request line rises

@@ -6,6 +6,7 @@
 //   set video-capture-mode 1080p50 | set capture-frequency 50 | set rotation 180
 //   set sensor-frequency 1 | set model 1 | set firmware 01020003 | set boot 5s | set request-delay 200us | seed 42
 //   fault drop-edge [3|forever] | fault silence 5s | fault hold-request low | fault power-good never | ...
+//   fault missing-block 40 [3|forever] | fault refuse-chunk 12 | fault upgrade-cut start|ready|12|end
 //   fault image-control missing|error|wrong-type|silent|garbage | fault streamer ...
 //   fault refuse cam_power | clear [faults|status|offences]
 #pragma once

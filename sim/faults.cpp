@@ -19,6 +19,13 @@ constexpr std::array<FaultRow, static_cast<std::size_t>(Fault::count)> kRows{{
     {"power-good", FaultArgument::never, "the power-good line stays low"},
     {"init-done", FaultArgument::never, "the block does not get up from its reset"},
     {"slow-boot", FaultArgument::duration, "booting takes that long"},
+    {"missing-block", FaultArgument::tag, "the answer comes without that status block"},
+    {"refuse-chunk", FaultArgument::index, "that firmware chunk is not taken and not answered"},
+    {"refuse-chunks", FaultArgument::times, "no firmware chunk is taken or answered"},
+    {"upgrade-ready", FaultArgument::never, "the firmware loader never gets ready"},
+    {"upgrade-cut", FaultArgument::step, "the block breaks down over that step of an upgrade"},
+    {"fw-complete", FaultArgument::never, "the upgrade-complete line stays low"},
+    {"new-firmware", FaultArgument::never, "after an upgrade the old firmware runs"},
     {"image-control", FaultArgument::service, "how com.orna.ImageControl fails"},
     {"streamer", FaultArgument::service, "how com.orna.Streamer fails"},
 }};

@@ -27,14 +27,21 @@ enum class Fault : std::uint8_t {
     power_good_never,
     init_done_never,
     slow_boot,
+    missing_block,
+    refuse_chunk,
+    refuse_chunks,
+    upgrade_ready_never,
+    upgrade_cut,
+    fw_complete_never,
+    new_firmware_never,
     image_control,
     streamer,
     count
 };
 
-// What a fault takes: how often it strikes; a duration and how often; how long it lasts; a level; "never"; or in
-// what way a service fails (a ServiceFault).
-enum class FaultArgument : std::uint8_t { times, duration, period, level, never, service };
+// What a fault takes: how often it strikes; a duration and how often; how long it lasts; a level; "never"; a
+// block's tag and how often; a chunk's index and how often; a step of an upgrade; or in what way a service fails.
+enum class FaultArgument : std::uint8_t { times, duration, period, level, never, tag, index, step, service };
 
 struct FaultRow {
     const char *name;

@@ -45,6 +45,19 @@ Packet check_packet(std::span<const std::uint8_t> packet)
     return {packet.subspan(4), nullptr};
 }
 
+bool carries_payload(std::span<const std::uint8_t> burst, bool big_endian)
+{
+    if (burst.size() < kFrameHeader)
+        return false;
+    const auto get = [&](std::size_t offset) {
+        return static_cast<std::size_t>(burst[offset + (big_endian ? 1 : 0)] | burst[offset + (big_endian ? 0 : 1)]
+                                                                                   << 8);
+    };
+    const std::size_t length = get(0);
+    return length != 0 && length + kFrameHeader <= burst.size() &&
+           frame_checksum(burst.subspan(kFrameHeader, length)) == get(2);
+}
+
 void write_header(std::span<std::uint8_t> burst, std::size_t length, std::uint16_t checksum, bool big_endian)
 {
     const auto put = [&](std::size_t offset, std::size_t value) {

@@ -25,6 +25,9 @@ struct Packet {
 };
 Packet check_packet(std::span<const std::uint8_t> packet);
 
+// Whether a host takes the block's frame as one with a payload.
+bool carries_payload(std::span<const std::uint8_t> burst, bool big_endian);
+
 // Writes the header of a frame whose payload already stands behind it; `length` may differ from the payload's.
 void write_header(std::span<std::uint8_t> burst, std::size_t length, std::uint16_t checksum, bool big_endian);
 

@@ -54,6 +54,20 @@ void Journal::burst(std::int64_t now, unsigned port, bool from_host, std::span<c
         std::fputs(trace_line(now, port, from_host, bytes).c_str(), trace_.get());
 }
 
+void Journal::progress(std::int64_t now, unsigned percent)
+{
+    if (progress_)
+        progress_(percent);
+    else if (percent % 10 == 0)
+        note(now, Detail::records, "firmware transfer " + std::to_string(percent) + " %");
+}
+
+void Journal::progress_ended()
+{
+    if (progress_)
+        progress_(std::nullopt);
+}
+
 void Journal::packet(std::span<const std::uint8_t> payload)
 {
     if (packets_.size() < kKept)

@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -28,6 +29,10 @@ class Journal {
     using Print = std::function<void(Detail detail, std::int64_t us, std::string_view text)>;
 
     void set_print(Print print) { print_ = std::move(print); }
+    // How far a firmware transfer is, in percent; none: it ended early. Called like Print. Without it every tenth
+    // percent is a printed line.
+    using Progress = std::function<void(std::optional<unsigned> percent)>;
+    void set_progress(Progress progress) { progress_ = std::move(progress); }
     // Starts the trace file; false and errno when it cannot be written.
     bool open_trace(const std::string &path);
 
@@ -36,6 +41,8 @@ class Journal {
     void note(std::int64_t now, Detail detail, std::string_view text);
     // One burst in one direction, into the trace.
     void burst(std::int64_t now, unsigned port, bool from_host, std::span<const std::uint8_t> bytes);
+    void progress(std::int64_t now, unsigned percent);
+    void progress_ended();
     // The payload of a packet that the host sent.
     void packet(std::span<const std::uint8_t> payload);
 
@@ -52,6 +59,7 @@ class Journal {
     };
 
     Print print_;
+    Progress progress_;
     std::unique_ptr<std::FILE, CloseFile> trace_;
     Counts offences_;
     std::array<unsigned, kRecCount> records_{};

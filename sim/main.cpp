@@ -1,6 +1,7 @@
 // krx-sim: a simulated camera board in a folder.
 #include "sim/bus.h"
 #include "sim/options.h"
+#include "sim/progress.h"
 #include "sim/script.h"
 #include "sim/trace.h"
 
@@ -8,6 +9,7 @@
 #include <exception>
 #include <glib-unix.h>
 #include <glib.h>
+#include <unistd.h>
 
 namespace {
 
@@ -27,10 +29,15 @@ void print_counts(const char *what, const sim::Counts &counts)
 int run(const sim::Arguments &arguments)
 {
     sim::Options options = arguments.board;
-    options.print = [detail = arguments.detail](sim::Detail kind, std::int64_t us, std::string_view text) {
+    sim::ProgressBar bar;
+    options.print = [&bar, detail = arguments.detail](sim::Detail kind, std::int64_t us, std::string_view text) {
+        const std::string time = sim::trace_time(us);
         if (kind <= detail)
-            std::printf("[%12s] %.*s\n", sim::trace_time(us).c_str(), static_cast<int>(text.size()), text.data());
+            bar.print("[" + std::string(time.size() < 12 ? 12 - time.size() : 0, ' ') + time + "] " +
+                      std::string(text));
     };
+    if (isatty(STDOUT_FILENO) != 0 && arguments.detail != sim::Detail::offences)
+        options.progress = [&bar](std::optional<unsigned> percent) { bar.show(percent); };
     sim::Board board(std::move(options));
     auto problem = arguments.script.empty() ? std::nullopt : sim::load_script(arguments.script, board);
     if (!problem)

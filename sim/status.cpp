@@ -134,12 +134,18 @@ void fill_block(Block block, std::size_t index, const Camera &camera, std::int64
 }
 
 // Fills `room` with blocks from `first` on and gives the bytes used. A block larger than the whole room is shortened.
-std::size_t fill_run(const Camera &camera, std::span<std::uint8_t> room, std::size_t &first, std::int64_t now)
+std::size_t fill_run(const Camera &camera, Faults &faults, std::span<std::uint8_t> room, std::size_t &first,
+                     std::int64_t now)
 {
+    const std::int64_t missing = faults.strike(Fault::missing_block) ? faults.value(Fault::missing_block) : -1;
     std::array<std::uint8_t, 528> scratch{};
     std::size_t used = 0;
     for (std::size_t i = 0; i < kBlocks.size(); ++i) {
         std::size_t size = kBlocks[first].size;
+        if (kBlocks[first].tag == missing) {
+            first = (first + 1) % kBlocks.size();
+            continue;
+        }
         if (used + size > room.size() && used > 0)
             return used;
         const Block block = Block(scratch).first(size);
@@ -177,9 +183,8 @@ std::size_t spoil_payload(std::span<std::uint8_t> payload, Faults &faults)
 }
 
 // Faults in the frame itself.
-void spoil_frame(std::span<std::uint8_t> burst, std::size_t length, const Camera &camera, Faults &faults)
+void spoil_frame(std::span<std::uint8_t> burst, std::size_t length, bool big_endian, Faults &faults)
 {
-    const bool big_endian = camera.options().big_endian;
     if (faults.strike(Fault::stretch_frame))
         write_header(burst, burst.size() - 3 + faults.random(1000), 0, big_endian);
     if (faults.strike(Fault::bad_checksum))
@@ -192,6 +197,16 @@ void spoil_frame(std::span<std::uint8_t> burst, std::size_t length, const Camera
         randomise(burst, faults);
 }
 
+// Spoils the payload that stands in the burst, and puts its header before it.
+void finish_frame(std::span<std::uint8_t> burst, std::size_t length, Faults &faults, bool big_endian)
+{
+    const auto room = burst.subspan(kFrameHeader);
+    if (length != 0)
+        length = spoil_payload(room.first(length), faults);
+    write_header(burst, length, frame_checksum(room.first(length)), big_endian);
+    spoil_frame(burst, length, big_endian, faults);
+}
+
 } // namespace
 
 std::size_t write_answer(const Camera &camera, Faults &faults, std::span<std::uint8_t> burst, std::size_t first,
@@ -200,12 +215,19 @@ std::size_t write_answer(const Camera &camera, Faults &faults, std::span<std::ui
     std::fill(burst.begin(), burst.end(), std::uint8_t{0});
     if (burst.size() <= kFrameHeader)
         return first;
-    const auto room = burst.subspan(kFrameHeader);
-    std::size_t length = fill_run(camera, room, first, now);
-    length = spoil_payload(room.first(length), faults);
-    write_header(burst, length, frame_checksum(room.first(length)), camera.options().big_endian);
-    spoil_frame(burst, length, camera, faults);
+    const std::size_t length = fill_run(camera, faults, burst.subspan(kFrameHeader), first, now);
+    finish_frame(burst, length, faults, camera.options().big_endian);
     return first;
+}
+
+void write_payload(std::span<const std::uint8_t> payload, Faults &faults, bool big_endian,
+                   std::span<std::uint8_t> burst)
+{
+    std::fill(burst.begin(), burst.end(), std::uint8_t{0});
+    if (burst.size() < kFrameHeader + payload.size())
+        return;
+    std::copy(payload.begin(), payload.end(), burst.begin() + kFrameHeader);
+    finish_frame(burst, payload.size(), faults, big_endian);
 }
 
 } // namespace sim

@@ -13,4 +13,8 @@ namespace sim {
 std::size_t write_answer(const Camera &camera, Faults &faults, std::span<std::uint8_t> burst, std::size_t first,
                          std::int64_t now);
 
+// Writes a frame around any payload, empty or as long as fits. Armed faults spoil it.
+void write_payload(std::span<const std::uint8_t> payload, Faults &faults, bool big_endian,
+                   std::span<std::uint8_t> burst);
+
 } // namespace sim

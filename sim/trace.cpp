@@ -2,6 +2,7 @@
 
 #include "sim/frame.h"
 #include "sim/records.h"
+#include "sim/upgrade.h"
 
 #include <array>
 #include <charconv>
@@ -112,7 +113,8 @@ std::vector<std::string> decode_block_frame(std::span<const std::uint8_t> burst,
     const unsigned checksum = static_cast<unsigned>(burst[big_endian ? 2 : 3] << 8 | burst[big_endian ? 3 : 2]);
     if (frame_checksum(run) != checksum)
         return {"Frame with a wrong checksum"};
-    return decode_status(run);
+    const std::string loader = describe_upgrade(run);
+    return loader.empty() ? decode_status(run) : std::vector<std::string>{loader};
 }
 
 } // namespace
@@ -194,7 +196,10 @@ std::vector<std::string> decode_trace_line(std::string_view text, bool big_endia
     const HostFrame frame = check_host_frame(line.bytes);
     if (frame.problem && frame.payload.empty())
         return {std::string("Malformed frame [") + frame.problem + "]"};
-    return frame.payload.empty() ? std::vector<std::string>{} : decode_packet(frame.payload);
+    if (frame.payload.empty())
+        return {};
+    const std::string loader = line.port == 1 ? describe_upgrade(frame.payload) : std::string();
+    return loader.empty() ? decode_packet(frame.payload) : std::vector<std::string>{loader};
 }
 
 } // namespace sim

@@ -1,4 +1,4 @@
-// A krx-sim that runs beside the test.
+// A krx-sim, or one of its tools, that runs beside the test.
 #pragma once
 
 #include <array>
@@ -12,14 +12,14 @@
 #include <unistd.h>
 #include <vector>
 
-// A running krx-sim; its output is one stream.
+// A running program; its output is one stream.
 class Program {
   public:
-    explicit Program(std::vector<std::string> arguments)
+    explicit Program(std::vector<std::string> arguments, const char *program = KRX_SIM)
     {
         std::array<int, 2> ends{};
         EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-        arguments.insert(arguments.begin(), KRX_SIM);
+        arguments.insert(arguments.begin(), program);
         std::vector<char *> argv;
         argv.reserve(arguments.size() + 1);
         for (std::string &argument : arguments)
@@ -29,7 +29,7 @@ class Program {
         if (pid_ == 0) {
             dup2(ends[1], 1);
             dup2(ends[1], 2);
-            execv(KRX_SIM, argv.data());
+            execv(program, argv.data());
             _exit(127);
         }
         close(ends[1]);

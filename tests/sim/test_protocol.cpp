@@ -184,7 +184,7 @@ TEST_F(Protocol, TheLinkIsCheckedToo)
     expect_offences({{"spi-length", 1}});
     SpiHost second(folder.file("spi1"));
     second.burst(host_frame({0xFF, 0x01}));
-    expect_offences({{"unexpected-port", 1}});
+    expect_offences({{"upgrade-order", 1}});
 }
 
 TEST_F(Protocol, ASmallBurstCarriesTheBlocksInTurn)

@@ -1,0 +1,250 @@
+// The firmware loader on port 1, and images for it.
+#include "program.h"
+#include "sim_fixture.h"
+
+#include "sim/image.h"
+
+namespace {
+
+using namespace sim;
+
+class Loader : public BoardTest {
+  protected:
+    void SetUp() override
+    {
+        BoardTest::SetUp();
+        power_up();
+        port1 = std::make_unique<SpiHost>(folder.file("spi1"));
+    }
+    // Clocks a payload out; gives what the frame that comes in meanwhile carries.
+    Bytes send(const Bytes &payload) { return parse_answer(port1->burst(host_frame(payload))).run; }
+    Bytes start(std::size_t length)
+    {
+        return send({0x10, 0x01, 0x00, 0x0C, 0x0B, 0x02, 0x08, 0x11, 0xAA, 0x55, 0xAA, 0x55, 0,
+                     static_cast<std::uint8_t>(length >> 16), static_cast<std::uint8_t>(length >> 8),
+                     static_cast<std::uint8_t>(length)});
+    }
+    void start_and_wait(std::size_t length)
+    {
+        start(length);
+        board.advance(4'000'000);
+    }
+    static Bytes chunk(std::size_t index, const Bytes &image)
+    {
+        Bytes command{0xFF, 0x02, static_cast<std::uint8_t>(index >> 8), static_cast<std::uint8_t>(index)};
+        const auto begin = image.begin() + static_cast<std::ptrdiff_t>(index * 1016);
+        command.insert(command.end(), begin, std::min(image.end(), begin + 1016));
+        return command;
+    }
+    void send_all(const Bytes &image)
+    {
+        for (std::size_t i = 0; i * 1016 < image.size(); ++i)
+            EXPECT_EQ(send(chunk(i, image)), kReady) << i;
+        send({0xFF, 0x03});
+    }
+    void restart()
+    {
+        drive_line("cam_reset", false);
+        drive_line("cam_reset", true);
+        board.advance(300'000);
+    }
+    std::int64_t firmware() { return field(status(), 0x40, 4, 4); }
+
+    // An image of version 0A0B0C0D by hand.
+    static Bytes image(std::size_t size)
+    {
+        Bytes bytes(size, 0x77);
+        const Bytes magic{'1', '3', '1', 0, 0, 0, 0, 0};
+        const Bytes version{0x0D, 0x0C, 0x0B, 0x0A};
+        std::copy(magic.begin(), magic.end(), bytes.begin());
+        std::copy(version.begin(), version.end(), bytes.begin() + 40);
+        return bytes;
+    }
+    const Bytes kReady{0xFE, 0x00};
+    const Bytes kBusy{0xFE, 0x01};
+    std::unique_ptr<SpiHost> port1;
+};
+
+TEST_F(Loader, TakesAnImageAndRunsItFromTheNextBootOn)
+{
+    const Bytes small = image(2 * 1016 + 1);
+    EXPECT_EQ(field(send({}), 0x40, 4, 4), 0x01020003); // before the start port 1 answers as port 0 does
+    start(small.size());
+    board.advance(3'999'999);
+    send({0xFF, 0x01});
+    EXPECT_EQ(send({}), kBusy);
+    board.advance(1);
+    send({0xFF, 0x01});
+    EXPECT_EQ(send({}), kReady);
+    send_all(small);
+    board.advance(9'999'999);
+    EXPECT_EQ(read_line("cam_fw_complete"), 0);
+    board.advance(1);
+    EXPECT_EQ(read_line("cam_fw_complete"), 1);
+    EXPECT_EQ(firmware(), 0x01020003);
+    restart();
+    EXPECT_EQ(read_line("cam_fw_complete"), 0);
+    EXPECT_EQ(firmware(), 0x0A0B0C0D);
+
+    // Another simulator on the folder finds what the block keeps; --force begins anew.
+    BoardTest::send({4, 2, 0x10, 0xEF, 2});
+    board.stop();
+    for (const bool anew : {false, true}) {
+        Board other({.folder = folder.path(), .manual_time = true, .overwrite_conf = anew});
+        ASSERT_EQ(other.start(), std::nullopt);
+        EXPECT_EQ(other.reading().firmware, anew ? 0x01020003u : 0x0A0B0C0Du);
+        EXPECT_EQ(other.reading().sensor_frequency, anew ? 0u : 2u);
+    }
+}
+
+TEST_F(Loader, EveryMistakeOfTheHostHasItsName)
+{
+    const Bytes good = image(9 * 1016);
+    const Bytes other(9 * 1016, 0x55);
+    struct Case {
+        const char *offence;
+        bool ready; // started, waited for, chunks 0 to 6 sent
+        Bytes payload;
+    };
+    const Case cases[] = {
+        {"upgrade-command", false, {0xFF, 0x04}},
+        {"upgrade-command", false, {0xFF, 0x02, 0x00, 0x00}}, // no bytes
+        {"upgrade-order", false, {0xFF, 0x01}},
+        {"upgrade-order", false, {0xFF, 0x03}},
+        {"upgrade-order", false, chunk(0, good)},
+        {"upgrade-length", false, {16, 1, 0, 12, 11, 2, 8, 17, 0xAA, 0x55, 0xAA, 0x55, 0, 0, 0, 0}},
+        {"upgrade-length", false, {16, 1, 0, 12, 11, 2, 8, 17, 0xAA, 0x55, 0xAA, 0x55, 0x01, 0xFB, 0xFC, 0x09}},
+        {"chunk-gap", true, chunk(8, good)},
+        {"chunk-repeat", true, chunk(6, good)},
+        {"chunk-repeat", true, chunk(2, good)}, // five back, but nothing was refused
+        {"chunk-size", true, {0xFF, 0x02, 0x00, 0x07, 0x01}},
+        {"upgrade-incomplete", true, {0xFF, 0x03}},
+    };
+    for (const Case &c : cases) {
+        if (c.ready) {
+            start_and_wait(good.size());
+            for (std::size_t i = 0; i < 7; ++i)
+                send(chunk(i, good));
+        }
+        send(c.payload);
+        expect_offences({{c.offence, 1}});
+        restart();
+    }
+    start_and_wait(other.size());
+    send_all(other);
+    expect_offences({{"upgrade-image", 1}});
+    board.advance(60'000'000);
+    EXPECT_EQ(read_line("cam_fw_complete"), 0);
+}
+
+TEST_F(Loader, AFailedChunkHasTheHostStepBackFive)
+{
+    const Bytes good = image(20 * 1016);
+    struct Case {
+        const char *fault;
+        bool silent; // the line is low; the burst never comes
+    };
+    for (const Case &c : {Case{"fault refuse-chunk 7", false}, Case{"fault refuse-chunks", false},
+                          Case{"fault bad-checksum", false}, Case{"fault silence 11s", true}}) {
+        start_and_wait(good.size());
+        for (std::size_t i = 0; i < 7; ++i)
+            send(chunk(i, good));
+        order(c.fault);
+        if (c.silent) {
+            board.advance(11'000'000);
+        } else {
+            const Answer failed = parse_answer(port1->burst(host_frame(chunk(7, good))));
+            EXPECT_FALSE(failed.good && !failed.run.empty()) << c.fault;
+        }
+        for (std::size_t i = 2; i < 20; ++i)
+            EXPECT_EQ(send(chunk(i, good)), kReady);
+        EXPECT_EQ(board.offences(), Counts{}) << c.fault;
+        send({0xFF, 0x03});
+        restart();
+    }
+    // Other bytes the second time are none of its business to excuse.
+    start_and_wait(good.size());
+    send(chunk(0, good));
+    order("fault refuse-chunk 1");
+    EXPECT_EQ(send(chunk(1, good)), Bytes{});
+    send(chunk(0, Bytes(20 * 1016, 1)));
+    expect_offences({{"chunk-changed", 1}});
+}
+
+TEST_F(Loader, FailsWhereItIsTold)
+{
+    const Bytes good = image(1017);
+    order("fault upgrade-ready never");
+    start_and_wait(good.size());
+    board.advance(60'000'000);
+    EXPECT_EQ(send({}), kBusy);
+    restart();
+    order("clear");
+
+    for (const char *step : {"start", "ready", "1", "end"}) {
+        order(std::string("fault upgrade-cut ") + step);
+        start_and_wait(good.size());
+        if (*step != 's')
+            send({0xFF, 0x01});
+        if (*step == '1' || *step == 'e')
+            send_all(good);
+        board.advance(60'000'000);
+        EXPECT_EQ(read_line("imc_req"), 0) << step;
+        EXPECT_EQ(read_line("cam_fw_complete"), 0) << step;
+        restart();
+        EXPECT_EQ(firmware(), 0x01020003) << step;
+        board.clear_offences(); // bursts without a request
+    }
+
+    order("fault fw-complete never");
+    order("fault new-firmware never");
+    start_and_wait(good.size());
+    send_all(good);
+    board.advance(60'000'000);
+    EXPECT_EQ(read_line("cam_fw_complete"), 0);
+    restart();
+    EXPECT_EQ(firmware(), 0x01020003);
+    order("fault missing-block 40 2");
+    EXPECT_EQ(firmware(), -1);
+    EXPECT_EQ(firmware(), -1);
+    EXPECT_EQ(firmware(), 0x01020003);
+}
+
+TEST_F(Loader, LosingPowerBeforeTheFlashIsWrittenKeepsTheOldFirmware)
+{
+    const Bytes good = image(128);
+    start_and_wait(good.size());
+    send_all(good);
+    board.advance(9'999'999);
+    restart();
+    board.advance(60'000'000);
+    EXPECT_EQ(firmware(), 0x01020003);
+    EXPECT_EQ(read_line("cam_fw_complete"), 0);
+}
+
+TEST(KrxImage, MakesImagesAndRefusesNonsense)
+{
+    const TempFolder folder;
+    const std::string path = folder.file("IMC.APP");
+    Program program({"--version", "0x01020304", "--size", "2KiB", path}, KRX_IMAGE);
+    EXPECT_EQ(program.stop(0), 0);
+    const std::string file = folder.read("IMC.APP");
+    EXPECT_EQ(file.size(), 2048u);
+    EXPECT_EQ(file.substr(0, 8), std::string("131\0\0\0\0\0", 8));
+    EXPECT_EQ(file.substr(40, 4), "\x04\x03\x02\x01");
+    const std::pair<std::vector<std::string>, int> cases[] = {{{"--version", "1", "--size", "127", path}, 2},
+                                                              {{"--version", "1", "--size", "2GiB", path}, 2},
+                                                              {{"--version", "1", "--size", "4M", path}, 2},
+                                                              {{"--version", "0x100000000", path}, 2},
+                                                              {{path}, 2},
+                                                              {{"--version", "1"}, 2},
+                                                              {{"--version", "1", "/proc/IMC.APP"}, 1},
+                                                              {{"--help"}, 0}};
+    for (const auto &[arguments, status] : cases) {
+        Program refused(arguments, KRX_IMAGE);
+        EXPECT_EQ(refused.stop(0), status) << refused.text;
+        EXPECT_GT(refused.text.size(), 20u);
+    }
+}
+
+} // namespace
