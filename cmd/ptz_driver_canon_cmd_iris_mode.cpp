@@ -2,31 +2,17 @@
 
 #include "cmd/ptz_driver_canon_cmd_exposure.h"
 #include "cmd/ptz_driver_canon_cmd_move_iris.h"
-#include "core/glib_raii.h"
 #include "core/guard.h"
 #include "core/log.h"
+#include "core/parameter.h"
 #include "vcc/vccif_model.h"
 
 namespace {
 
-// A parameter of the "ImageSource" group, as it was when it was read.
-class Parameter {
-  public:
-    Parameter(const PTZDriverCanon *self, const char *name)
-        : value_(ptz_dynamical_properties_get(self->parent_instance.imagesource_params, name))
-    {
-    }
-
-    bool is_text() const { return value_ && G_VALUE_HOLDS_STRING(value_.get()); }
-    bool is_integer() const { return value_ && G_VALUE_HOLDS_INT(value_.get()); }
-    // Null when it is no text, or a text without a value; valid as long as the parameter.
-    const char *text() const { return is_text() ? g_value_get_string(value_.get()) : nullptr; }
-    int integer() const { return g_value_get_int(value_.get()); }
-    bool says(const char *word) const { return text() != nullptr && g_ascii_strcasecmp(text(), word) == 0; }
-
-  private:
-    GValueOwned value_;
-};
+Parameter read(const PTZDriverCanon *self, const char *name)
+{
+    return {self->parent_instance.imagesource_params, name};
+}
 
 gboolean set_exposure(PTZDriverCanon *self, const Parameter &mode, const char *priority)
 {
@@ -49,14 +35,14 @@ const char *priority_of_controls(bool gain, bool shutter, const Parameter &iris)
 
 gboolean set_exposure_by_priority(PTZDriverCanon *self)
 {
-    const Parameter mode(self, "Exposure"), priority(self, "ExposurePriority");
+    const Parameter mode = read(self, "Exposure"), priority = read(self, "ExposurePriority");
     return mode.is_text() && priority.is_text() && set_exposure(self, mode, priority.text());
 }
 
 gboolean set_exposure_by_mode(PTZDriverCanon *self)
 {
-    const Parameter mode(self, "Exposure");
-    const Parameter automatic(self, "ExposureAutoMode"), manual(self, "ExposureManualMode");
+    const Parameter mode = read(self, "Exposure");
+    const Parameter automatic = read(self, "ExposureAutoMode"), manual = read(self, "ExposureManualMode");
     if (!mode.is_text() || !automatic.is_text() || !manual.is_text())
         return FALSE;
     if (mode.says("auto"))
@@ -66,8 +52,8 @@ gboolean set_exposure_by_mode(PTZDriverCanon *self)
 
 gboolean set_exposure_by_controls(PTZDriverCanon *self)
 {
-    const Parameter mode(self, "Exposure"), iris(self, "IrisEnabled");
-    const Parameter gain(self, "ManualGainControl"), shutter(self, "ManualShutterControl");
+    const Parameter mode = read(self, "Exposure"), iris = read(self, "IrisEnabled");
+    const Parameter gain = read(self, "ManualGainControl"), shutter = read(self, "ManualShutterControl");
     if (!mode.is_text() || !gain.is_text() || !shutter.is_text())
         return FALSE;
     const bool automatic = mode.says("auto");
@@ -85,11 +71,12 @@ struct Follower {
 gboolean apply_follower(PTZDriverCanon *self, const Follower &follower)
 {
     for (int i = 0; i < 2; ++i) {
-        const Parameter parameter(self, follower.names[i]);
+        const Parameter parameter = read(self, follower.names[i]);
         if (parameter.is_integer())
             return follower.apply[i](self, parameter.integer());
     }
-    log_error("Faulty type of ImageSource parameter value for %s", follower.names[1]);
+    if (self->driver_initialized)
+        log_error("Faulty type of ImageSource parameter value for %s", follower.names[1]);
     return FALSE;
 }
 

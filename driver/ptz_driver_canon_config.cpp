@@ -3,6 +3,7 @@
 #include "core/glib_raii.h"
 #include "core/log.h"
 #include "hw/ptz_temperature_controller_canon.h"
+#include "vcc/ptz_driver_canon_model.h"
 #include "vcc/vccif_model.h"
 
 #include "block_defaults/block_defaults.h"
@@ -200,29 +201,6 @@ gboolean ptz_driver_canon_load_config(PTZDriverCanon *self, const char *path)
     }
     self->temp_controller_type = controller_type(file.get());
     self->config_loaded = TRUE;
-    return TRUE;
-}
-
-int ptz_driver_canon_model_from_name(const char *name)
-{
-    static constexpr struct {
-        const char *name;
-        int code;
-    } NAMES[] = {{"KRX131", 1}};
-    for (const auto &row : NAMES)
-        if (name != nullptr && std::strcmp(row.name, name) == 0)
-            return row.code;
-    return -1;
-}
-
-gboolean ptz_driver_canon_select_model(int code, const CameraModel **model)
-{
-    const CameraModel *known = vccif_model_krx131();
-    if (code != known->model_number) {
-        log_error("Fatal error, could not selected camera block model");
-        return FALSE;
-    }
-    *model = known;
     return TRUE;
 }
 

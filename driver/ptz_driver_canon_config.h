@@ -7,11 +7,5 @@
 // logged, and fields read before it keep what was read.
 gboolean ptz_driver_canon_load_config(PTZDriverCanon *self, const char *path);
 
-// The code of a model name, compared exactly; -1 when it is not known.
-int ptz_driver_canon_model_from_name(const char *name);
-
-// The descriptor of a model code. FALSE, logged and *model untouched, when there is none.
-gboolean ptz_driver_canon_select_model(int code, const CameraModel **model);
-
 // Takes the model and the default capture mode from the block defaults; without them the default descriptor.
 void ptz_driver_canon_read_block_defaults(PTZDriverCanon *self);

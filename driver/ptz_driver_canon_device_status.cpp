@@ -16,21 +16,12 @@ namespace {
 constexpr gint64 STATUS_POLL_INTERVAL_US = 33000;
 constexpr gint64 STATUS_DUMP_INTERVAL_US = 500000;
 constexpr const char *STATUS_DUMP_FILE = "/tmp/camsts.log";
-constexpr guint32 FLAGS = 0x81;
 constexpr const char *GROUP = "UserAdv";
 
 constexpr guint32 ERROR_DSP = 4;
 constexpr guint32 ERROR_PAN_TILT = 128;
 // By bit, lowest first.
 constexpr const char *ERROR_NAMES[] = {"init", "IO", "DSP", "zoom", "focus", "iris", "IR-cut", "Pan-Tilt"};
-
-constexpr PTZParamDefinition DEVICE_TABLE[] = {
-    {PTZ_PARAM_STRING, "CamDeviceStatus", "", "", FLAGS, PTZ_CONTROL_PLAIN, ""},
-    {PTZ_PARAM_STRING, "CamLastTestDate", "", "", FLAGS, PTZ_CONTROL_PLAIN, ""},
-    {PTZ_PARAM_STRING, "DeviceModVer", "", "", FLAGS, PTZ_CONTROL_PLAIN, ""},
-    {PTZ_PARAM_BOOLEAN, "StatusUpdate", "Status Update", "true", FLAGS, PTZ_CONTROL_PLAIN, ""},
-    {},
-};
 
 gboolean set_text(PTZDriverCanon *self, const char *name, const char *value)
 {
@@ -109,13 +100,6 @@ void start_once(PTZDriverCanon *self, gboolean *active, DriverTask task, gint64 
 }
 
 } // namespace
-
-void ptz_driver_canon_install_device_params(PTZDriverCanon *self)
-{
-    PTZDriver *base = ptz_driver_of(self);
-    if (!PTZ_DRIVER_GET_CLASS(base)->add_params(base, GROUP, DEVICE_TABLE))
-        log_error("Installing UserAdvanced properties failed");
-}
 
 gboolean ptz_driver_canon_update_modver(PTZDriverCanon *self)
 {

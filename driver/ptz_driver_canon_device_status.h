@@ -3,9 +3,6 @@
 
 #include "core/ptz_driver_canon.h"
 
-// Declares the read-only "UserAdv" parameters that this file writes, and "StatusUpdate".
-void ptz_driver_canon_install_device_params(PTZDriverCanon *self);
-
 // Writes "DeviceModVer": model and firmware version while the camera block is in service, else no value. TRUE when the
 // framework accepted it.
 gboolean ptz_driver_canon_update_modver(PTZDriverCanon *self);

@@ -1,4 +1,5 @@
-#include "driver/ptz_driver_canon_limits.h"
+// The group "Limit": how far movements and lens may go.
+#include "driver/ptz_driver_canon_params.h"
 
 #include "cmd/ptz_driver_canon_cmd_focus.h"
 #include "core/glib_raii.h"
@@ -42,10 +43,10 @@ constexpr Limit LIMITS[] = {
 
 bool read_limit(PTZDriverCanon *self, const Limit &limit, int *value)
 {
-    const GValueOwned held(ptz_dynamical_properties_get(self->parent_instance.limit_params, limit.name));
-    if (!held || !G_VALUE_HOLDS_INT(held.get()))
+    const Parameter parameter(self->parent_instance.limit_params, limit.name);
+    if (!parameter.is_integer())
         return false;
-    *value = g_value_get_int(held.get());
+    *value = parameter.integer();
     return true;
 }
 

@@ -9,6 +9,7 @@
 #include "driver/ptz_driver_canon_type.h"
 #include "hw/ptz_driver_canon_power.h"
 #include "utils/ptz_driver_canon_utils_picture.h"
+#include "utils/ptz_driver_canon_utils_services.h"
 #include "vcc/vccif_model.h"
 
 namespace {
@@ -51,6 +52,7 @@ gboolean ptz_driver_canon_op_close(PTZDriver *driver)
     PTZDriverCanon *self = ptz_driver_canon_of(driver);
     self->driver_initialized = FALSE;
     self->closed = TRUE;
+    ptz_driver_canon_utils_unsubscribe_capture_changes(self);
     if (self->datacache_is_used)
         for (const DataCache &cache : DATA_CACHES)
             cache.close(driver);

@@ -19,6 +19,8 @@ gboolean ptz_driver_canon_op_angle_to_zoom(PTZDriver *driver, gint32 angle, gint
 gboolean ptz_driver_canon_op_iris_mode_changed(PTZDriver *driver);
 gboolean ptz_driver_canon_op_focus_mode_changed(PTZDriver *driver);
 gboolean ptz_driver_canon_op_backlight_changed(PTZDriver *driver);
+gboolean ptz_driver_canon_op_useradv_changed(PTZDriver *driver, const char *name);
+gboolean ptz_driver_canon_op_imagesource_changed(PTZDriver *driver, const char *name);
 gboolean ptz_driver_canon_op_limit_changed(PTZDriver *driver, const char *name);
 gboolean ptz_driver_canon_op_speed_factor_changed(PTZDriver *driver);
 
@@ -28,6 +30,7 @@ gboolean ptz_driver_canon_op_get_special_commands(PTZDriver *driver, char ***lis
 gboolean ptz_driver_canon_op_open(PTZDriver *driver);
 gboolean ptz_driver_canon_op_close(PTZDriver *driver);
 gboolean ptz_driver_canon_op_install_params(PTZDriver *driver);
+gboolean ptz_driver_canon_op_get_capabilities(PTZDriver *driver, const char *category, char ***list);
 void ptz_driver_canon_op_signal_received(PTZDriver *driver, const char *signal_name, GVariant *parameters);
 
 // Closes the port and gives up the reference that goes with its opening, if start-up holds one.

@@ -1,14 +1,56 @@
-// The parameter groups that the driver declares.
+#include "driver/ptz_driver_canon_params.h"
+
+#include "core/log.h"
 #include "driver/ptz_driver_canon_operations.h"
 
-#include "driver/ptz_driver_canon_device_status.h"
-#include "driver/ptz_driver_canon_limits.h"
+bool ptz_driver_canon_read_integer(const Parameter &parameter, ParamValue *value)
+{
+    if (!parameter.is_integer())
+        return false;
+    value->number = parameter.integer();
+    return true;
+}
+
+bool ptz_driver_canon_read_boolean(const Parameter &parameter, ParamValue *value)
+{
+    if (!parameter.is_boolean())
+        return false;
+    value->number = parameter.boolean();
+    return true;
+}
+
+bool ptz_driver_canon_read_text(const Parameter &parameter, ParamValue *value)
+{
+    value->text = parameter.text();
+    return parameter.is_text();
+}
+
+gboolean ptz_driver_canon_refuse_value(const PTZDriverCanon *self, const char *group, const char *name)
+{
+    if (!self->driver_initialized)
+        return TRUE;
+    log_error("Faulty type of %s parameter value for %s", group, name);
+    return FALSE;
+}
 
 gboolean ptz_driver_canon_op_install_params(PTZDriver *driver)
 {
     PTZDriverCanon *self = ptz_driver_canon_of(driver);
     ptz_driver_canon_install_limits(self);
-    ptz_driver_canon_install_device_params(self);
+    ptz_driver_canon_install_useradv(self);
+    ptz_driver_canon_connect_imagesource(self);
     auto *framework = static_cast<PTZDriverClass *>(g_type_class_peek(PTZ_TYPE_DRIVER));
     return framework->install_params(driver);
+}
+
+gboolean ptz_driver_canon_op_useradv_changed(PTZDriver *driver, const char *name)
+{
+    PTZDriverCanon *self = ptz_driver_canon_of(driver);
+    return self->driver_initialized ? ptz_driver_canon_set_useradv(self, name) : TRUE;
+}
+
+gboolean ptz_driver_canon_op_imagesource_changed(PTZDriver *driver, const char *name)
+{
+    PTZDriverCanon *self = ptz_driver_canon_of(driver);
+    return self->driver_initialized ? ptz_driver_canon_imagesource_set(self, name) : TRUE;
 }

@@ -1,10 +1,11 @@
-// Special commands, and the rotation that the streaming service announces.
+// Special commands, capabilities, and the rotation that the streaming service announces.
 #include "driver/ptz_driver_canon_operations.h"
 
 #include "cmd/ptz_driver_canon_cmd_color.h"
 #include "cmd/ptz_driver_canon_cmd_video.h"
 #include "core/log.h"
 #include "driver/ptz_driver_canon_startup.h"
+#include "utils/ptz_driver_canon_utils_capabilities.h"
 #include "utils/ptz_driver_canon_utils_task.h"
 #include "vcc/vccif_model.h"
 
@@ -95,6 +96,11 @@ gboolean ptz_driver_canon_op_get_special_commands(PTZDriver *driver, char ***lis
     commands[count] = g_strdup(RESET);
     *list = commands;
     return TRUE;
+}
+
+gboolean ptz_driver_canon_op_get_capabilities(PTZDriver *driver, const char *category, char ***list)
+{
+    return ptz_driver_canon_utils_get_capabilities(ptz_driver_canon_of(driver), category, list);
 }
 
 void ptz_driver_canon_op_signal_received(PTZDriver *driver, const char *signal_name, GVariant *parameters)

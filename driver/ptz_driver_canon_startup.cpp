@@ -1,27 +1,29 @@
 #include "driver/ptz_driver_canon_startup.h"
 
+#include "cmd/ptz_driver_canon_cmd_capture_mode.h"
 #include "cmd/ptz_driver_canon_cmd_video.h"
-#include "core/clock.h"
+#include "core/glib_raii.h"
 #include "core/log.h"
 #include "core/paths.h"
 #include "driver/ptz_driver_canon_audio.h"
-#include "driver/ptz_driver_canon_config.h"
+#include "driver/ptz_driver_canon_capture.h"
 #include "driver/ptz_driver_canon_device_status.h"
-#include "driver/ptz_driver_canon_limits.h"
 #include "driver/ptz_driver_canon_operations.h"
+#include "driver/ptz_driver_canon_params.h"
 #include "driver/ptz_driver_canon_type.h"
+#include "hw/ptz_driver_canon_boot.h"
 #include "hw/ptz_driver_canon_fw_file.h"
 #include "hw/ptz_driver_canon_power.h"
 #include "port/ptz_port_canon.h"
 #include "utils/ptz_driver_canon_utils_picture.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
+#include "utils/ptz_driver_canon_utils_services.h"
 #include "utils/ptz_driver_canon_utils_status.h"
 #include "vcc/vccif_model.h"
 #include "vcc/vccif_status.h"
 
 namespace {
 
-constexpr std::int64_t BOOT_SETTLE_US = 2000000;
 constexpr guint32 ERROR_INIT = 1;
 
 void lock_ports(PTZDriverCanon *self)
@@ -210,22 +212,6 @@ gboolean ptz_driver_canon_start_routine(PTZDriver *driver)
 {
     PTZDriverCanon *self = ptz_driver_canon_of(driver);
     return self->closed ? TRUE : ptz_driver_canon_startup(self);
-}
-
-gboolean ptz_driver_canon_boot(PTZDriverCanon *self)
-{
-    ptz_driver_canon_power_cycle(self);
-    clock_sleep_us(BOOT_SETTLE_US);
-    if (!ptz_driver_canon_utils_wait_all_status(self)) {
-        log_error("Fatal error, failed to boot up the camera block");
-        return FALSE;
-    }
-    self->cam_model_id = static_cast<int>(vccif_get_model_id());
-    if (!ptz_driver_canon_select_model(self->cam_model_id, &self->cam_model)) {
-        log_error("Fatal error, detected unknown camera block model");
-        return FALSE;
-    }
-    return TRUE;
 }
 
 void ptz_driver_canon_stop_camera(PTZDriverCanon *self)

@@ -4,9 +4,6 @@
 #include "core/ptz_driver_canon.h"
 #include "hw/ptz_driver_canon_life_door.h"
 
-// Powers the camera block up until it answers as a known model. FALSE, with a message, when it does not.
-gboolean ptz_driver_canon_boot(PTZDriverCanon *self);
-
 // Full restart, whatever the state: stops the camera, forgets what it reported and starts up again.
 void ptz_driver_canon_reset(PTZDriverCanon *self);
 

@@ -7,6 +7,7 @@
 #include "port/ptz_port_canon.h"
 #include "port/ptz_port_canon_config.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
+#include "utils/ptz_driver_canon_utils_services.h"
 #include "vcc/vccif_model.h"
 
 namespace {
@@ -133,6 +134,7 @@ static void ptz_driver_canon_finalize(GObject *object)
           &self->enable_pcie_clk_pin, &self->fw_upgrade_complete_pin, &self->fpga_reset_pin})
         free_line_name(line);
     g_free(self->move_speed_enum);
+    ptz_driver_canon_utils_unsubscribe_capture_changes(self);
     g_clear_object(&self->dbus_connection);
     // A driver that was never closed still has its picture control.
     image_source_control_free(self->image_source_control);
@@ -153,6 +155,8 @@ static void ptz_driver_canon_class_init(PTZDriverCanonClass *klass)
     base->get_special_commands = ptz_driver_canon_op_get_special_commands;
     base->angle_to_zoom = ptz_driver_canon_op_angle_to_zoom;
     base->get_position = ptz_driver_canon_op_get_position;
+    base->useradv_changed = ptz_driver_canon_op_useradv_changed;
+    base->imagesource_changed = ptz_driver_canon_op_imagesource_changed;
     base->limit_changed = ptz_driver_canon_op_limit_changed;
     base->iris_mode_changed = ptz_driver_canon_op_iris_mode_changed;
     base->focus_mode_changed = ptz_driver_canon_op_focus_mode_changed;
@@ -162,6 +166,7 @@ static void ptz_driver_canon_class_init(PTZDriverCanonClass *klass)
     base->close = ptz_driver_canon_op_close;
     base->install_params = ptz_driver_canon_op_install_params;
     base->signal_received = ptz_driver_canon_op_signal_received;
+    base->get_capabilities = ptz_driver_canon_op_get_capabilities;
 }
 
 PTZDriverCanon *ptz_driver_canon_new(int video_channel_nbr, int id)

@@ -1,6 +1,7 @@
 #include "driver/ptz_driver_canon_config.h"
 #include "hw/ptz_temperature_controller_canon.h"
 #include "tests/support/driver_fixture.h"
+#include "vcc/ptz_driver_canon_model.h"
 #include "vcc/vccif_model.h"
 
 namespace {

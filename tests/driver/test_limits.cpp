@@ -1,5 +1,5 @@
-#include "driver/ptz_driver_canon_limits.h"
 #include "driver/ptz_driver_canon_operations.h"
+#include "driver/ptz_driver_canon_params.h"
 #include "tests/support/driver_fixture.h"
 
 namespace {

@@ -2,6 +2,7 @@
 
 #include "driver/ptz_driver_canon_type.h"
 #include "port/ptz_port_canon_config.h"
+#include "tests/support/bus_fake.h"
 #include "tests/support/framework_fake.h"
 #include "tests/support/port_fake.h"
 #include "vcc/vccif_status.h"
@@ -46,6 +47,7 @@ DriverBench::DriverBench()
     folder_ = g_mkdtemp(name);
     g_setenv("PTZ_DATA_DIR", folder_.c_str(), TRUE);
     framework() = FrameworkBench{};
+    bus() = BusBench{};
     ptz_port_canon_forget_config();
     vccif_clear_status();
 }

@@ -57,7 +57,7 @@ struct FrameworkBench {
     bool refuse_params = false;
     int datacache_result = 0;
     // The parameters that the driver may read, in any group.
-    std::map<std::string, std::variant<int, const char *>> params;
+    std::map<std::string, std::variant<int, const char *, bool>> params;
 
     std::vector<std::string> take();
     // Runs every queued task once; those that want to go on stay queued. Returns how many remain.

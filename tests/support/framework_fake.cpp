@@ -147,9 +147,17 @@ GValue *ptz_dynamical_properties_get(PTZDynamicalProperties *, const char *name)
     GValue *value = g_new0(GValue, 1);
     if (const int *number = std::get_if<int>(&found->second))
         g_value_set_int(g_value_init(value, G_TYPE_INT), *number);
+    else if (const bool *truth = std::get_if<bool>(&found->second))
+        g_value_set_boolean(g_value_init(value, G_TYPE_BOOLEAN), *truth);
     else
         g_value_set_string(g_value_init(value, G_TYPE_STRING), std::get<const char *>(found->second));
     return value;
+}
+
+void ptz_driver_connect_imaging_params(PTZDriver *, const char *group, const char *const *names)
+{
+    note("connect %s %s .. %s, %u", group, names[0], names[g_strv_length(const_cast<char **>(names)) - 1],
+         g_strv_length(const_cast<char **>(names)));
 }
 
 #define DATACACHE(name)                                                                                                \

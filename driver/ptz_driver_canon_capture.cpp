@@ -1,0 +1,46 @@
+#include "driver/ptz_driver_canon_capture.h"
+
+#include "cmd/ptz_driver_canon_cmd_capture_mode.h"
+#include "core/glib_raii.h"
+#include "core/log.h"
+#include "driver/ptz_driver_canon_startup.h"
+#include "utils/ptz_driver_canon_utils_services.h"
+#include "utils/ptz_driver_canon_utils_task.h"
+
+#include <cstring>
+
+gboolean ptz_driver_canon_refresh_capture_mode(PTZDriverCanon *self)
+{
+    char *text = nullptr;
+    if (!ptz_driver_canon_utils_get_video_capture_mode(self, &text)) {
+        log_error("Fatal error, failed to get new capture mode");
+        return FALSE;
+    }
+    const GText mode(text);
+    gboolean restart_required = FALSE;
+    if (!ptz_driver_canon_cmd_capture_mode(self, mode.get(), TRUE, FALSE, &restart_required)) {
+        log_error("Fatal error, failed to set new capture mode");
+        return FALSE;
+    }
+    if (restart_required)
+        ptz_driver_canon_reset(self);
+    return TRUE;
+}
+
+void ptz_driver_canon_utils_on_properties_changed(PTZDriverCanon *self, GVariant *parameters)
+{
+    if (parameters == nullptr || !g_variant_is_of_type(parameters, G_VARIANT_TYPE("(sa{sv}as)"))) {
+        log_error("Failed to parse properties changed data");
+        return;
+    }
+    const char *interface = nullptr;
+    const char *property = nullptr;
+    GVariantIter *changed = nullptr;
+    g_variant_get(parameters, "(&sa{sv}as)", &interface, &changed, nullptr);
+    const GOwned<GVariantIter, g_variant_iter_free> owned(changed);
+    if (std::strcmp(interface, "com.orna.ImageControlStream") != 0)
+        return;
+    while (g_variant_iter_next(changed, "{&sv}", &property, nullptr))
+        if (std::strcmp(property, "CaptureFrequency") == 0)
+            ptz_driver_canon_queue_once(self, ptz_driver_canon_refresh_capture_mode);
+}

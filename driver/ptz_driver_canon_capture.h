@@ -1,0 +1,13 @@
+// Following the image pipeline's capture mode while the camera runs.
+#pragma once
+
+#include "core/ptz_driver_canon.h"
+
+// Asks for the capture mode and switches the camera block over, with the video off meanwhile; where that takes a
+// restart, resets the driver. FALSE, with a message, when the mode is not to be had or was not taken; how a reset went
+// shows in "state".
+gboolean ptz_driver_canon_refresh_capture_mode(PTZDriverCanon *self);
+
+// Has the mode refreshed for every changed "CaptureFrequency" of the image pipeline. `parameters`: those of
+// PropertiesChanged, "(sa{sv}as)". Only queues work, so that it may be called on any thread.
+void ptz_driver_canon_utils_on_properties_changed(PTZDriverCanon *self, GVariant *parameters);

@@ -1,0 +1,8 @@
+// Boot: from power-off to a camera block that answers.
+#pragma once
+
+#include "core/ptz_driver_canon.h"
+
+// Powers the camera block up until it answers as a known model, whose code and descriptor the driver takes. FALSE, with
+// a message, when it does not.
+gboolean ptz_driver_canon_boot(PTZDriverCanon *self);

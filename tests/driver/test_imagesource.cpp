@@ -1,0 +1,168 @@
+#include "driver/ptz_driver_canon_operations.h"
+#include "driver/ptz_driver_canon_params.h"
+#include "tests/cmd/command_bench.h"
+
+namespace {
+
+using Params = decltype(FrameworkBench::params);
+
+class ImageSource : public CommandBench {
+  protected:
+    ImageSource() { set_capture_mode("1080p60"); }
+
+    gboolean change(const char *name, const Params &params)
+    {
+        framework().params = params;
+        return ptz_driver_canon_op_imagesource_changed(&driver->parent_instance, name);
+    }
+};
+
+// Every name with a value for it, its partner where it takes one, and what the camera block gets.
+struct Case {
+    const char *name;
+    Params params;
+    const char *payload;
+};
+
+// clang-format off
+const Case CASES[] = {
+    {"Brightness", {{"Brightness", 100}}, "04 00 03 01 08"},
+    {"ColorLevel", {{"ColorLevel", 51}}, "05 00 04 80 00 33"},
+    {"Sharpness", {{"Sharpness", 99}}, "04 00 07 00 12"},
+    {"WDR", {{"WDR", "On"}}, "04 00 07 09 01"},
+    {"WhiteBalance", {{"WhiteBalance", "Mercury"}}, "04 00 04 00 17"},
+    {"ExposureWindow", {{"ExposureWindow", "spot"}}, "04 00 03 06 02"},
+    {"ExposureWindow", {{"ExposureWindow", "spot"}, {"SpotExposure", "on"}}, "04 00 03 06 03"},
+    {"SpotExposure", {{"ExposureWindow", "center"}, {"SpotExposure", "OFF"}}, "04 00 03 06 00"},
+    {"Gain", {{"Gain", 50}, {"ManualGain", 0}}, "04 00 03 04 10"},
+    {"ManualGain", {{"Gain", 50}, {"ManualGain", 100}}, "04 00 03 04 20"},
+    {"MaxGain", {{"MaxGain", 50}}, "04 00 03 07 04"}, // as if high sensitivity were on
+    {"HighSensitivity", {{"MaxGain", 100}, {"HighSensitivity", "on"}}, "04 00 03 07 08"},
+    {"Shutter", {{"Shutter", 50}}, "04 00 03 03 1E"},
+    {"ManualShutter", {{"ManualShutter", 10000}}, "04 00 03 03 1B"},
+    {"MaxExposureTime", {{"MaxExposureTime", "-2"}}, "05 00 03 0E 14 36"},
+    {"MaxExposureTime", {{"MaxExposureTime", -2}, {"AutoSlowShutter", "off"}}, "05 00 03 0E 18 36"},
+    {"AutoSlowShutter", {{"AutoSlowShutter", "on"}, {"MaxExposureTime", -4}}, "05 00 03 0E 10 36"},
+    {"Defog", {{"Defog", "on"}}, "04 00 07 05 01"},
+    {"DefogEffect", {{"DefogEffect", 50}}, "04 00 07 06 0A"},
+    {"NoiseReduction", {{"NoiseReduction", "off"}, {"NoiseReductionTuning", 50}}, "04 00 07 01 00"},
+    {"NoiseReductionTuning", {{"NoiseReduction", "ON"}, {"NoiseReductionTuning", 50}}, "04 00 07 01 0A"},
+    {"Stabilizer", {{"Stabilizer", "on"}}, "04 00 06 00 01"},
+    {"DistortionCorrection", {{"DistortionCorrection", "off"}}, "04 00 06 01 00"},
+    {"AutoExposureRespons", {{"AutoExposureRespons", 0}}, "04 00 03 0F 01"},
+    {"AutoFocusSensitivity", {{"AutoFocusSensitivity", "low"}}, "04 00 01 0A 40"},
+    {"IrCutFilter", {{"IrCutFilter", "auto"}}, "04 00 05 00 01"},
+    {"IrCutFilter", {{"IrCutFilter", "yes"}}, "04 00 05 00 00 04 00 05 01 00"},
+    {"IrCutFilter", {{"IrCutFilter", "no"}}, "04 00 05 00 00 04 00 05 01 01"},
+    {"ShiftLevel", {{"ShiftLevel", 0}}, "04 00 05 02 04"},
+    {"DayNightShiftLevel", {{"DayNightShiftLevel", 100}}, "04 00 05 02 00"},
+    {"AutoIrCutFilterHysteresis", {{"AutoIrCutFilterHysteresis", 100}}, "04 00 05 08 04"},
+    {"AutoIrCutFilterWaitTime", {{"AutoIrCutFilterWaitTime", 100}}, "04 00 05 09 04"},
+    {"Bright", {{"Bright", 0}}, "04 00 03 02 04 04 00 03 15 04 04 00 03 04 00"},
+    {"ChromaSuppress", {{"ChromaSuppress", 3}}, "04 00 04 82 03"},
+    {"ColorHueCyan", {{"ColorHueCyan", 1}}, "05 00 04 81 05 01"},
+    {"ColorHueGreen", {{"ColorHueGreen", 2}}, "05 00 04 81 04 02"},
+    {"ColorHueMagenta", {{"ColorHueMagenta", 3}}, "05 00 04 81 01 03"},
+    {"ColorHueMaster", {{"ColorHueMaster", 4}}, "05 00 04 81 00 04"},
+    {"ColorHue", {{"ColorHue", 5}}, "05 00 04 81 00 05"},
+    {"ColorHueRed", {{"ColorHueRed", 6}}, "05 00 04 81 02 06"},
+    {"ColorHueYellow", {{"ColorHueYellow", 7}}, "05 00 04 81 03 07"},
+    {"ColorHueBlue", {{"ColorHueBlue", 8}}, "05 00 04 81 06 08"},
+    {"ColorLevelCyan", {{"ColorLevelCyan", 1}}, "05 00 04 80 05 01"},
+    {"ColorLevelGreen", {{"ColorLevelGreen", 2}}, "05 00 04 80 04 02"},
+    {"ColorLevelMagenta", {{"ColorLevelMagenta", 3}}, "05 00 04 80 01 03"},
+    {"ColorLevelRed", {{"ColorLevelRed", 4}}, "05 00 04 80 02 04"},
+    {"ColorLevelYellow", {{"ColorLevelYellow", 5}}, "05 00 04 80 03 05"},
+    {"ColorLevelBlue", {{"ColorLevelBlue", 6}}, "05 00 04 80 06 06"},
+    {"FocusAutoMode", {{"FocusAutoMode", "interval"}}, "04 00 01 0B 02"},
+    {"FocusActiveTime", {{"FocusActiveTime", 255}}, "04 00 01 0D FF"},
+    {"FocusIntervalTime", {{"FocusIntervalTime", 7}}, "04 00 01 0C 07"},
+    {"FocusManualMode", {{"FocusManualMode", "inf"}}, "04 00 01 00 04"},
+    {"Gamma", {{"Gamma", "straight"}}, "04 00 07 0A 01"},
+    {"IrCorrection", {{"IrCorrection", "off"}}, "04 00 01 04 00"},
+    {"Iris", {{"Iris", 0}}, "04 00 03 02 04 04 00 03 15 04"}, // 0 is the most open
+    {"IrisPosition", {{"IrisPosition", 100}}, "04 00 03 02 20 04 00 03 15 20"},
+    {"SpotExposureX", {{"SpotExposureX", 0}, {"SpotExposureY", 0}}, "0B 00 03 10 00 0D 00 0D 00 33 00 55"},
+    {"WhiteBalanceManualR", {{"WhiteBalanceManualR", 50}}, "05 00 04 05 01 00 06 00 04 07 01 01 00"},
+    {"RedBalance", {{"RedBalance", 50}}, "05 00 04 05 01 00 06 00 04 07 01 01 00"},
+    {"WhiteBalanceManualB", {{"WhiteBalanceManualB", 50}}, "05 00 04 06 01 00 06 00 04 08 01 01 00"},
+    {"BlueBalance", {{"BlueBalance", 50}}, "05 00 04 06 01 00 06 00 04 08 01 01 00"},
+};
+// clang-format on
+
+TEST_F(ImageSource, EachNameReachesItsCommand)
+{
+    for (const Case &one : CASES) {
+        SCOPED_TRACE(one.name);
+        EXPECT_TRUE(change(one.name, one.params));
+        EXPECT_EQ(port.take_payloads(), Lines{one.payload});
+    }
+    EXPECT_EQ(take_errors(), Lines{});
+}
+
+TEST_F(ImageSource, SpotPositionsAreNotMixedUp)
+{
+    const Params both{{"SpotExposureX", 100}, {"SpotExposureY", 0}};
+    EXPECT_TRUE(change("SpotExposureX", both));
+    EXPECT_TRUE(change("SpotExposureY", both));
+    const char *top_right = "0B 00 03 10 00 C0 00 0D 00 33 00 55";
+    EXPECT_EQ(port.take_payloads(), (Lines{top_right, top_right}));
+}
+
+TEST_F(ImageSource, TheExposureNamesSetTheWholeExposure)
+{
+    driver->parent_instance.iris_mode = 1;
+    const Params exposure{{"Exposure", "auto"},         {"ExposurePriority", "gain"},
+                          {"ExposureAutoMode", "gain"}, {"ExposureManualMode", ""},
+                          {"ManualGainControl", "yes"}, {"ManualShutterControl", "no"},
+                          {"IrisEnabled", "yes"},       {"Gain", 50}};
+    for (const char *name : {"Exposure", "ExposurePriority", "ExposureAutoMode", "ExposureManualMode",
+                             "ManualGainControl", "ManualShutterControl", "IrisEnabled"}) {
+        SCOPED_TRACE(name);
+        EXPECT_TRUE(change(name, exposure));
+        EXPECT_EQ(port.take_payloads(), (Lines{"04 00 03 00 09", "04 00 03 04 10"}));
+    }
+    driver->parent_instance.iris_mode = 0;
+    EXPECT_FALSE(change("Exposure", exposure));
+    EXPECT_EQ(take_errors(), (Lines{"Unsupported ptz iris mode"}));
+}
+
+TEST_F(ImageSource, WhatCannotBeReadIsRefusedOnceTheCameraRuns)
+{
+    const Case faulty[] = {
+        {"Brightness", {{"Brightness", "bright"}}, ""},
+        {"WDR", {}, ""},
+        {"HighSensitivity", {{"HighSensitivity", "on"}, {"MaxGain", "much"}}, ""},
+        {"AutoSlowShutter", {{"AutoSlowShutter", "on"}}, ""},
+        {"NoiseReductionTuning", {{"NoiseReductionTuning", 50}}, ""},
+        {"SpotExposureY", {{"SpotExposureY", 5}}, ""},
+        {"IrCutFilter", {{"IrCutFilter", "Auto"}}, ""}, // exactly so
+        {"Exposure", {{"Exposure", 1}}, ""},
+        {"MaxExposureTime", {{"MaxExposureTime", "slow %s"}}, ""},
+    };
+    for (const Case &one : faulty) {
+        EXPECT_FALSE(change(one.name, one.params));
+        const Lines said = take_errors();
+        ASSERT_FALSE(said.empty()) << one.name;
+        EXPECT_EQ(said.back(), std::string("Faulty type of ImageSource parameter value for ") + one.name);
+    }
+    driver->driver_initialized = FALSE;
+    for (const Case &one : faulty) {
+        framework().params = one.params;
+        EXPECT_TRUE(ptz_driver_canon_imagesource_set(driver, one.name));
+    }
+    EXPECT_EQ(take_errors(), (Lines{"Unsupported slow shutter limit: slow %s"})); // this parser always speaks
+    EXPECT_TRUE(port.packets.empty());
+}
+
+TEST_F(ImageSource, OtherNamesAndAnIdleNoiseLevelDoNothing)
+{
+    EXPECT_TRUE(change("WDRLevel", {{"WDRLevel", 5}}));
+    EXPECT_TRUE(change("DynamicContrastEnabled", {}));
+    EXPECT_TRUE(change("NoiseReductionTuning", {{"NoiseReductionTuning", 50}, {"NoiseReduction", "off"}}));
+    driver->driver_initialized = FALSE;
+    EXPECT_TRUE(change("Brightness", {{"Brightness", 50}})); // not before start-up is complete
+    EXPECT_TRUE(port.packets.empty());
+}
+
+} // namespace

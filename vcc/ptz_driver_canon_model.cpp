@@ -1,0 +1,67 @@
+#include "vcc/ptz_driver_canon_model.h"
+
+#include "core/guard.h"
+#include "core/log.h"
+#include "core/ptz_driver_canon.h"
+#include "vcc/vccif_model.h"
+
+#include <cstring>
+
+namespace {
+
+enum CaptureTable { BROADCAST_RATES, INTEGER_RATES };
+
+const CaptureModeRow *capture_table(const PTZDriverCanon *self)
+{
+    const CameraModel &model = *self->cam_model;
+    const bool broadcast =
+        model.capture_modes_broadcast && (!model.capture_modes_integer || self->current.broadcast_frame_rate);
+    if (broadcast)
+        return model.capture_mode_tbls[BROADCAST_RATES];
+    return model.capture_modes_integer ? model.capture_mode_tbls[INTEGER_RATES] : nullptr;
+}
+
+} // namespace
+
+int ptz_driver_canon_model_from_name(const char *name)
+{
+    static constexpr struct {
+        const char *name;
+        int code;
+    } NAMES[] = {{"KRX131", 1}};
+    for (const auto &row : NAMES)
+        if (name != nullptr && std::strcmp(row.name, name) == 0)
+            return row.code;
+    return -1;
+}
+
+gboolean ptz_driver_canon_select_model(int code, const CameraModel **model)
+{
+    const CameraModel *known = vccif_model_krx131();
+    if (code != known->model_number) {
+        log_error("Fatal error, could not selected camera block model");
+        return FALSE;
+    }
+    *model = known;
+    return TRUE;
+}
+
+gboolean ptz_driver_canon_utils_parse_capture_modes(const PTZDriverCanon *self, const char *mode,
+                                                    const CaptureModeRow **row)
+{
+    GUARD(self, FALSE);
+    GUARD(mode, FALSE);
+    const CaptureModeRow *table = capture_table(self);
+    if (table == nullptr) {
+        log_error("Unavailable capture mode table");
+        return FALSE;
+    }
+    for (; table->name != nullptr; ++table) {
+        if (g_ascii_strcasecmp(table->name, mode) != 0)
+            continue;
+        *row = table;
+        return TRUE;
+    }
+    log_error("Unsupported capture mode: %s", mode);
+    return FALSE;
+}
