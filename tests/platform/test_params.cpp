@@ -19,7 +19,7 @@ std::string read(PTZDynamicalProperties &group, const char *name)
     if (value == nullptr)
         return "none";
     char *text = g_strdup_value_contents(value);
-    const std::string result = std::string(G_VALUE_TYPE_NAME(value)) + " " + text;
+    std::string result = std::string(G_VALUE_TYPE_NAME(value)) + " " + text;
     g_free(text);
     g_value_unset(value);
     g_free(value);

@@ -1,5 +1,6 @@
 #include "tests/tools/program_fixture.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -10,7 +11,7 @@ std::string take(GBytes *bytes)
 {
     gsize size = 0;
     const auto *data = static_cast<const char *>(g_bytes_get_data(bytes, &size));
-    const std::string text(data != nullptr ? data : "", size);
+    std::string text(data != nullptr ? data : "", size);
     g_bytes_unref(bytes);
     return text;
 }
@@ -34,10 +35,8 @@ RunResult run_program(const std::vector<std::string> &words, const std::string &
         G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_PIPE));
     g_subprocess_launcher_setenv(launcher, "DBUS_SYSTEM_BUS_ADDRESS", bus.c_str(), TRUE);
     g_subprocess_launcher_setenv(launcher, "LC_ALL", "C.UTF-8", TRUE);
-    std::vector<const char *> arguments;
-    for (const std::string &word : words)
-        arguments.push_back(word.c_str());
-    arguments.push_back(nullptr);
+    std::vector<const char *> arguments(words.size() + 1, nullptr);
+    std::transform(words.begin(), words.end(), arguments.begin(), [](const auto &word) { return word.c_str(); });
     GError *error = nullptr;
     GSubprocess *process = g_subprocess_launcher_spawnv(launcher, arguments.data(), &error);
     g_assert_no_error(error);

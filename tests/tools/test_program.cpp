@@ -4,7 +4,6 @@
 
 #include <gmock/gmock.h>
 
-using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;

@@ -26,10 +26,10 @@ void send_move(Service &service, const std::vector<AxisMove> &moves, double spee
 
 bool stay(Service &service, std::optional<double> seconds)
 {
-    const gint64 start = steady_now();
+    const gint64 start = camera_now();
     Standstill standstill(kSettleUs);
     const LoopEnd end = run_loop(kLookEveryMs, [&] {
-        const gint64 now = steady_now();
+        const gint64 now = camera_now();
         if (seconds)
             return static_cast<double>(now - start) < *seconds * 1e6;
         return !standstill.observe(service.position(), now);

@@ -167,7 +167,7 @@ class Tour {
             set_parameter(service_, group, name, value);
             const std::string found = value_text(get_parameter(service_, group, name).get());
             set_parameter(service_, group, name, former);
-            end(found == value, former + " -> " + found + " -> " + former);
+            end(found == value, format_text("%s -> %s -> %s", former.c_str(), found.c_str(), former.c_str()));
         }
     }
 

@@ -43,6 +43,13 @@ gint64 steady_now()
     return g_get_monotonic_time();
 }
 
+gint64 camera_now()
+{
+    const char *text = g_getenv("PTZ_TIME_SCALE");
+    const double scale = text != nullptr ? g_ascii_strtod(text, nullptr) : 1;
+    return static_cast<gint64>(static_cast<double>(steady_now()) * (scale >= 1 && scale <= 10000 ? scale : 1));
+}
+
 LoopEnd run_loop(unsigned interval_ms, const std::function<bool()> &tick)
 {
     if (!tick())
