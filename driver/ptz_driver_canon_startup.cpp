@@ -43,7 +43,7 @@ void unlock_ports(PTZDriverCanon *self)
 }
 
 // Opens the port afresh; however often start-up runs, it holds one open and one reference.
-bool open_port(PTZDriverCanon *self)
+gboolean open_port(PTZDriverCanon *self)
 {
     const bool held = self->port_open_held;
     const bool opened = ptz_port_canon_open_ref(self->port);
@@ -80,50 +80,70 @@ gboolean hold_for_temperature(PTZDriverCanon *self)
     return TRUE;
 }
 
-void begin_initialising(PTZDriverCanon *self)
+gboolean begin_initialising(PTZDriverCanon *self)
 {
     ptz_driver_canon_set_state(self, PTZ_STATE_INITIALISING);
     lock_ports(self);
     ptz_driver_canon_utils_publish_status(self);
     vccif_clear_status();
+    return TRUE;
+}
+
+gboolean read_fw_version(PTZDriverCanon *self)
+{
+    self->fw_version = vccif_wait_fw_revision(self);
+    return TRUE;
 }
 
 // Brings the camera block to the version of the firmware file, if there is one and it is another. Whatever the transfer
 // reports, the block decides: false when it does not come back from it.
-bool upgrade_firmware(PTZDriverCanon *self)
+gboolean upgrade_firmware(PTZDriverCanon *self)
 {
+    if (!self->firmware_do_upgrade)
+        return TRUE;
     const std::string file = data_path("IMC.APP");
     const guint32 version = ptz_driver_canon_fw_file_version(file.c_str());
     if (version == 0 || version == static_cast<guint32>(self->fw_version))
-        return true;
+        return TRUE;
     log_info("Camera block firmware upgrade needed, starting upgrade.");
     ptz_driver_canon_set_state(self, PTZ_STATE_UPGRADING);
     ptz_driver_canon_fw_upgrade_file(file.c_str());
     ptz_driver_canon_wait_fw_upgrade_complete(self);
-    if (!ptz_driver_canon_boot(self)) {
-        log_error("Fatal error, could not restart camera block");
-        return false;
-    }
-    self->fw_version = vccif_wait_fw_revision(self);
+    if (!ptz_driver_canon_boot(self))
+        return FALSE;
+    read_fw_version(self);
     ptz_driver_canon_set_state(self, PTZ_STATE_INITIALISING);
     log_info("Camera block firmware upgrade is finished");
-    return true;
+    return TRUE;
 }
 
-// Until a capture mode is applied the camera runs in the one of its block defaults; shutter speeds go by it.
-void assume_capture_mode(CameraState *now)
+// The camera block takes the capture mode that the image pipeline is in.
+gboolean initialise_capture_mode(PTZDriverCanon *self)
 {
-    if (now->capture_mode == nullptr)
-        now->capture_mode = g_strdup(now->default_capture_mode);
+    char *text = nullptr;
+    if (!ptz_driver_canon_utils_get_video_capture_mode(self, &text)) {
+        log_error("Fatal error, failed to get new capture mode");
+        return FALSE;
+    }
+    const GText mode(text);
+    gboolean restart_required = FALSE;
+    if (!ptz_driver_canon_cmd_capture_mode(self, mode.get(), FALSE, TRUE, &restart_required)) {
+        log_error("Fatal error, failed to set new capture mode");
+        return FALSE;
+    }
+    return TRUE;
 }
 
-void begin_running(PTZDriverCanon *self)
+gboolean begin_publishing(PTZDriverCanon *self)
 {
-    assume_capture_mode(&self->current);
+    ptz_driver_canon_utils_subscribe_capture_changes(self, ptz_driver_canon_utils_on_properties_changed);
     ptz_driver_canon_utils_start_publishing(self);
     ptz_driver_canon_read_limits(self);
-    if (!ptz_driver_canon_update_device_status(self, self->device_error))
-        log_warning("Could not update DeviceStatus");
+    return TRUE;
+}
+
+gboolean begin_running(PTZDriverCanon *self)
+{
     self->parent_instance.start_routine = nullptr;
     ptz_driver_canon_start_status_poll(self);
     if (self->dbg_status_dump)
@@ -136,7 +156,41 @@ void begin_running(PTZDriverCanon *self)
     unlock_ports(self);
     if (self->audio_init)
         ptz_driver_canon_audio_init();
+    return TRUE;
 }
+
+gboolean read_broadcast(PTZDriverCanon *self)
+{
+    ptz_driver_canon_read_broadcast(self);
+    return TRUE;
+}
+
+gboolean update_device_status(PTZDriverCanon *self)
+{
+    return ptz_driver_canon_update_device_status(self, self->device_error);
+}
+
+// From an operating temperature to "state" 1. A step that fails says its message; a fatal one ends start-up.
+constexpr struct {
+    gboolean (*run)(PTZDriverCanon *self);
+    void (*log)(const char *format, ...);
+    const char *failure;
+    bool fatal;
+} STEPS[] = {
+    {open_port, log_error, "Fatal error, could not open port\n", true},
+    {begin_initialising, nullptr, nullptr, false},
+    {ptz_driver_canon_boot, log_error, "Fatal error, could not start camera block", false},
+    {read_fw_version, nullptr, nullptr, false},
+    {upgrade_firmware, log_error, "Fatal error, could not restart camera block", true},
+    {ptz_driver_canon_utils_wait_all_status, log_error, "Fatal error, failed to communicate with camera block", true},
+    {read_broadcast, nullptr, nullptr, false},
+    {initialise_capture_mode, log_error, "Fatal error, failed to initialize capture mode", true},
+    {ptz_driver_canon_utils_wait_lens_ready, log_error, "Fatal error, failed to initialize camera block", true},
+    {ptz_driver_canon_apply_params, log_error, "Fatal error, Camera block parameters initialization failed", false},
+    {begin_publishing, nullptr, nullptr, false},
+    {update_device_status, log_warning, "Could not update DeviceStatus", false},
+    {begin_running, nullptr, nullptr, false},
+};
 
 void switch_camera_off(PTZDriverCanon *self)
 {
@@ -186,25 +240,13 @@ gboolean ptz_driver_canon_startup(PTZDriverCanon *self)
     ptz_driver_canon_set_video_output(self, FALSE);
     if (!self->temp_controller->temperature_ok)
         return hold_for_temperature(self);
-    if (!open_port(self)) {
-        log_error("Fatal error, could not open port\n");
-        return fail_startup(self);
+    for (const auto &step : STEPS) {
+        if (step.run(self))
+            continue;
+        step.log("%s", step.failure);
+        if (step.fatal)
+            return fail_startup(self);
     }
-    begin_initialising(self);
-    if (!ptz_driver_canon_boot(self))
-        log_error("Fatal error, could not start camera block");
-    self->fw_version = vccif_wait_fw_revision(self);
-    if (self->firmware_do_upgrade && !upgrade_firmware(self))
-        return fail_startup(self);
-    if (!ptz_driver_canon_utils_wait_all_status(self)) {
-        log_error("Fatal error, failed to communicate with camera block");
-        return fail_startup(self);
-    }
-    if (!ptz_driver_canon_utils_wait_lens_ready(self)) {
-        log_error("Fatal error, failed to initialize camera block");
-        return fail_startup(self);
-    }
-    begin_running(self);
     return TRUE;
 }
 

@@ -1,5 +1,6 @@
 #include "driver/ptz_driver_canon_operations.h"
 #include "driver/ptz_driver_canon_startup.h"
+#include "tests/support/bus_fake.h"
 #include "tests/support/driver_fixture.h"
 #include "tests/support/fake_hardware.h"
 #include "vcc/vccif_status.h"
@@ -42,17 +43,25 @@ class Startup : public DriverBench {
 
 TEST_F(Startup, BringsTheCameraUp)
 {
-    driver->current.default_capture_mode = g_strdup("720p25");
+    bus().replies["VideoCaptureMode"] = "(<'720p30'>,)";
+    framework().params = {{"BroadcastFrameRateEnabled", false}, {"Sharpness", 0}, {"MaxPan", 50}};
     EXPECT_TRUE(ptz_driver_canon_op_open(&driver->parent_instance));
     EXPECT_EQ(state(), PTZ_STATE_RUNNING);
     EXPECT_TRUE(driver->driver_initialized);
     EXPECT_EQ(driver->cam_model_id, 1);
     EXPECT_EQ(driver->fw_version, 0x0123);
-    EXPECT_STREQ(driver->current.capture_mode, "720p25"); // which chooses the shutter tables
+    EXPECT_STREQ(driver->current.capture_mode, "720p30");
+    EXPECT_EQ(driver->limit_max_pan, 50);
+    EXPECT_EQ(bus().subscriptions(), 1u);
+    EXPECT_EQ(port.take_payloads(),
+              (Lines{"04 02 10 EF 02", "04 02 08 19 05", "04 02 08 04 00 04 02 08 18 00", "04 00 07 00 00",
+                     "04 02 08 03 00", "04 00 03 01 00", "04 02 08 17 00", "04 02 08 1D 00"}));
     EXPECT_EQ(driver->parent_instance.start_routine, nullptr);
     EXPECT_EQ(ports_locked, 0);
-    EXPECT_EQ(hardware.calls_of({"drive"}),
-              (Lines{"drive cam_reset low", "drive cam_power low", "drive cam_power high", "drive cam_reset high"}));
+    const Lines boot{"drive cam_reset low", "drive cam_power low", "drive cam_power high", "drive cam_reset high"};
+    Lines twice = boot; // the sensor changes over, which takes a restart
+    twice.insert(twice.end(), boot.begin(), boot.end());
+    EXPECT_EQ(hardware.calls_of({"drive"}), twice);
     const Lines calls = framework().take();
     EXPECT_EQ(calls[1], "run_start_routine");
     EXPECT_EQ(calls[3], "video off");
@@ -74,6 +83,59 @@ TEST_F(Startup, EachFailureEndsInStateSevenWithItsMessages)
     EXPECT_EQ(state(), PTZ_STATE_FAILED);
     EXPECT_EQ(driver->device_error, 1u);
     EXPECT_EQ(ports_locked, 0);
+}
+
+TEST_F(Startup, NeedsTheCaptureMode)
+{
+    bus().replies["VideoCaptureMode"] = "(<'4k'>,)";
+    ptz_driver_canon_startup(driver);
+    EXPECT_EQ(log.take(),
+              failure({"error: Unsupported capture mode: 4k", "error: Fatal error, failed to set new capture mode",
+                       "error: Fatal error, failed to initialize capture mode"}));
+    bus().replies.erase("VideoCaptureMode");
+    ptz_driver_canon_reset(driver);
+    EXPECT_EQ(log.take(), failure({"warning: Failed to get videocapturemode: no answer",
+                                   "error: Fatal error, failed to get new capture mode",
+                                   "error: Fatal error, failed to initialize capture mode"}));
+    EXPECT_EQ(ports_locked, 0);
+    EXPECT_EQ(bus().subscriptions(), 0u);
+}
+
+TEST_F(Startup, GoesOnWithoutTheStreamingService)
+{
+    bus().replies.erase("Rotation");
+    ptz_driver_canon_startup(driver);
+    EXPECT_EQ(state(), PTZ_STATE_RUNNING);
+    EXPECT_EQ(log.take(), (Lines{"warning: Failed to get rotation: no answer", "error: Could not get rotation.",
+                                 "error: Fatal error, Camera block parameters initialization failed"}));
+}
+
+TEST_F(Startup, AChangedCaptureFrequencySwitchesTheCameraOver)
+{
+    ptz_driver_canon_startup(driver);
+    const auto change = [this](const char *mode) {
+        bus().replies["VideoCaptureMode"] = std::string("(<'") + mode + "'>,)";
+        port.take_payloads();
+        hardware.calls.clear();
+        bus().emit("('com.orna.ImageControlStream', {'CaptureFrequency': <50>}, @as [])");
+        framework().run_tasks();
+        return hardware.calls_of({"drive"}).size();
+    };
+    EXPECT_EQ(change("720p60"), 0u); // the same frequency
+    EXPECT_STREQ(driver->current.capture_mode, "720p60");
+    EXPECT_EQ(change("720p50"), 2u + 4u + 4u); // stopped, booted, and booted again: this block never reports a change
+    EXPECT_EQ(state(), PTZ_STATE_RUNNING);
+    EXPECT_STREQ(driver->current.capture_mode, "720p50");
+    EXPECT_EQ(bus().subscriptions(), 1u);
+    EXPECT_EQ(framework().queued.size(), 2u);
+    EXPECT_TRUE(log.take().empty());
+
+    bus().emit("('com.orna.ImageControlStream', {'CaptureFrequency': <50>}, @as [])");
+    ptz_driver_canon_op_close(&driver->parent_instance); // overtakes the queued refresh
+    EXPECT_EQ(bus().subscriptions(), 0u);
+    hardware.calls.clear();
+    EXPECT_EQ(framework().run_tasks(), 0u);
+    EXPECT_TRUE(hardware.calls.empty());
 }
 
 TEST_F(Startup, ASilentCameraFailsAndLeavesThePortsFree)
@@ -329,6 +391,7 @@ TEST_F(Startup, AudioIsOpenWhileTheCameraRuns)
     const int descriptors = open_descriptors();
     ptz_driver_canon_startup(driver);
     EXPECT_EQ(open_descriptors(), descriptors); // not wanted
+    ptz_driver_canon_stop_camera(driver);
     driver->audio_init = driver->keep_stream = TRUE;
     for (int i = 0; i < 2; ++i) {
         ptz_driver_canon_startup(driver);

@@ -1,6 +1,7 @@
 #include "platform/ptzorvel/ptzd/plugin.h"
 #include "ptzorvel/ptzd/service.h"
 #include "sim/board.h"
+#include "sim/bus.h"
 #include "tests/platform/bus_fixture.h"
 #include "tests/sim/sim_fixture.h"
 
@@ -14,6 +15,7 @@ class Reload : public BusTest {
     TempFolder folder;
     Environment data_dir{"PTZ_DATA_DIR", folder.path()};
     Environment board_dir{"PTZ_BOARD", folder.path()};
+    Environment system_bus{"DBUS_SYSTEM_BUS_ADDRESS", address()};
     Client owner{address()};
     Client client{address()};
 };
@@ -22,6 +24,7 @@ TEST_F(Reload, ThePluginLivesSeveralLivesInOneProcess)
 {
     sim::Board board({.folder = folder.path(), .time_scale = 50});
     ASSERT_EQ(board.start(), std::nullopt);
+    const sim::Bus services(board);
     for (int life = 1; life <= 3; ++life) {
         std::string problem;
         const PTZDriverNewFunc driver_new = load_plugin(PLUGIN_FILE, problem);
