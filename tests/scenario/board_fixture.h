@@ -10,9 +10,17 @@
 #include "tests/support/virtual_clock.h"
 #include "vcc/vccif_status.h"
 
+#include <filesystem>
+
 inline PTZMotion motion(int type, double value)
 {
     return {static_cast<gint32>(value * 65536.0), {0, 0}, type};
+}
+
+inline std::size_t open_descriptors()
+{
+    const std::filesystem::directory_iterator entries("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
 class OnBoard : public testing::Test {

@@ -1,15 +1,8 @@
 #include "tests/scenario/board_fixture.h"
 
 #include <algorithm>
-#include <filesystem>
 
 namespace {
-
-std::size_t open_descriptors()
-{
-    const std::filesystem::directory_iterator entries("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
-}
 
 TEST_F(OnBoard, StartsUpMovesAndClosesWithoutAnOffence)
 {
