@@ -75,6 +75,12 @@ wait_running() {
 # field NAME: the number of that name in a JSON object on standard input.
 field() { sed -n "s/.*\"$1\":\([-+.0-9e]*\).*/\1/p"; }
 position() { ptzctl --json position | field "$1"; }
+# Tells the simulated board something from outside.
+simulator() {
+    printf '(simulated board: %s)\n' "$1"
+    gdbus call --system --dest com.orna.KrxSim --object-path /com/orna/KrxSim --method com.orna.KrxSim.Command "$1" \
+        >"$dir/command" 2>&1 || fail "$(cat "$dir/command")"
+}
 # check WHAT CONDITION: the condition is awk's.
 check() {
     awk "BEGIN { exit !($2) }" </dev/null || fail "$1 is wrong: $2"
@@ -162,6 +168,20 @@ tour_stop_by_another() {
     check 'tilt stopped before its end' "$(position tilt) < 89"
 }
 
+# The service that owns the video format changes it; the simulated board plays that service.
+tour_format() {
+    begin 'the image pipeline changes to 1080p50'
+    local tries=400
+    simulator 'set video-capture-mode 1080p50'
+    simulator 'set capture-frequency 50'
+    until decode_wire 2>/dev/null && grep -q 'Sensor capture mode 1 (50 Hz)' "$dir/words"; do
+        ((tries-- > 0)) || fail 'the driver does not follow'
+        sleep 0.1
+    done
+    wait_running
+    echo '   ok: the camera block follows'
+}
+
 tour_wire() {
     begin 'what went over the wire, decoded'
     decode_wire || fail 'the trace cannot be decoded'
@@ -204,6 +224,7 @@ started=$SECONDS
 start_system
 tour_camera
 tour_stop_by_another
+tour_format
 tour_wire
 tour_reset
 check_offences
