@@ -10,10 +10,10 @@
 namespace sim {
 namespace {
 
-std::string hex_word(std::uint32_t value)
+std::string hex(const char *format, std::uint32_t value)
 {
     char digits[16];
-    std::snprintf(digits, sizeof digits, "%02X", value);
+    std::snprintf(digits, sizeof digits, format, value);
     return digits;
 }
 
@@ -287,7 +287,7 @@ void Camera::finish_upgrade(std::int64_t now)
         return;
     if (!faults_.strike(Fault::new_firmware_never))
         next_firmware_ = version;
-    journal_.note(now, Detail::records, "firmware " + hex_word(*version) + " is written");
+    journal_.note(now, Detail::records, "firmware " + hex("%08X", *version) + " is written");
     if (!faults_.strike(Fault::fw_complete_never))
         lines_.set(Line::fw_complete, true);
 }
@@ -309,7 +309,7 @@ void Camera::receive(std::span<const std::uint8_t> host, unsigned port, bool ans
     if (packet.problem) {
         journal_.offence(now, packet.problem,
                          "packet of " + std::to_string(frame.payload.size()) + " bytes, first " +
-                             hex_word(frame.payload[0]));
+                             hex("%02X", frame.payload[0]));
         return;
     }
     journal_.packet(packet.records);

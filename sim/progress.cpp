@@ -29,12 +29,13 @@ void ProgressBar::print(std::string_view line)
 
 void ProgressBar::show(std::optional<unsigned> percent)
 {
-    const bool was_shown = percent_.has_value();
-    percent_ = percent && *percent < 100 ? percent : std::nullopt;
-    if (percent_)
+    if (percent && *percent < 100) {
+        percent_ = percent;
         draw();
-    else if (was_shown)
-        print(percent ? "firmware transferred" : "firmware transfer ended early");
+    } else if (percent_) {
+        percent_.reset();
+        std::printf("%sfirmware %s\n", kClearLine, percent ? "transferred" : "transfer ended early");
+    }
 }
 
 } // namespace sim
