@@ -56,10 +56,12 @@ void Journal::burst(std::int64_t now, unsigned port, bool from_host, std::span<c
 
 void Journal::progress(std::int64_t now, unsigned percent)
 {
+    const unsigned tens = percent / 10 * 10;
     if (progress_)
         progress_(percent);
-    else if (percent % 10 == 0)
-        note(now, Detail::records, "firmware transfer " + std::to_string(percent) + " %");
+    else if (tens != 0 && tens != printed_tens_)
+        note(now, Detail::records, "firmware transfer " + std::to_string(tens) + " %");
+    printed_tens_ = tens;
 }
 
 void Journal::progress_ended()

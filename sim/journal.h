@@ -29,8 +29,8 @@ class Journal {
     using Print = std::function<void(Detail detail, std::int64_t us, std::string_view text)>;
 
     void set_print(Print print) { print_ = std::move(print); }
-    // How far a firmware transfer is, in percent; none: it ended early. Called like Print. Without it every tenth
-    // percent is a printed line.
+    // How far a firmware transfer is, in percent; none: it ended early. Called like Print. Without it every ten
+    // percent are a printed line.
     using Progress = std::function<void(std::optional<unsigned> percent)>;
     void set_progress(Progress progress) { progress_ = std::move(progress); }
     // Starts the trace file; false and errno when it cannot be written.
@@ -60,6 +60,7 @@ class Journal {
 
     Print print_;
     Progress progress_;
+    unsigned printed_tens_ = 0;
     std::unique_ptr<std::FILE, CloseFile> trace_;
     Counts offences_;
     std::array<unsigned, kRecCount> records_{};
