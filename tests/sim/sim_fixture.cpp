@@ -169,6 +169,27 @@ void BoardTest::power_up()
     board.advance(500'000);
 }
 
+void BoardTest::power_down()
+{
+    for (const char *line : {"fpga_reset", "cam_reset_pcie", "cam_reset", "cam_pcie_clk", "cam_power"})
+        drive_line(line, false);
+}
+
+void BoardTest::walk(std::initializer_list<Step> steps)
+{
+    for (const Step &step : steps) {
+        const std::size_t equals = step.act.find('=');
+        if (equals != std::string::npos)
+            EXPECT_EQ(drive_line(step.act.substr(0, equals).c_str(), step.act.back() == '1'), 0) << step.act;
+        else if (step.act == "burst")
+            spi->burst(Bytes(1024));
+        else if (!step.act.empty())
+            order(step.act);
+        board.advance(step.us);
+        EXPECT_EQ(read_line(step.line), step.level) << "after \"" << step.act << "\" and " << step.us << " us";
+    }
+}
+
 std::vector<std::string> BoardTest::send(const Bytes &records)
 {
     board.take_heard();

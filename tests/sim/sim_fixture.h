@@ -82,6 +82,17 @@ class BoardTest : public testing::Test {
 
     // Powers the block up in the documented order and boots it.
     void power_up();
+    // Takes reset, clock and power away in the documented order.
+    static void power_down();
+    // Does one thing after another and looks at a line each time: a command of the language, "LINE=0" or "LINE=1",
+    // "burst", or nothing; then lets time pass; then the line has that level (-1: it cannot be read).
+    struct Step {
+        std::string act;
+        std::int64_t us;
+        const char *line;
+        int level;
+    };
+    void walk(std::initializer_list<Step> steps);
     // Sends records and gives the words they were understood as.
     std::vector<std::string> send(const Bytes &records);
     // Reads the status run once.

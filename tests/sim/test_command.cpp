@@ -9,78 +9,75 @@ namespace {
 using namespace sim;
 using Commands = BoardTest;
 
-TEST_F(Commands, EngineeringValuesShowInTheStatus)
+TEST_F(Commands, WhatIsSetShowsInTheStatus)
 {
+    struct Case {
+        const char *line;
+        std::uint8_t tag;
+        std::size_t offset, size;
+        std::int64_t value;
+    };
+    const Case cases[] = {
+        {"set pan -12.5", 0xE0, 16, 4, 0xFFFFCF2C},
+        {"set tilt 45", 0xE0, 32, 4, 45'000},
+        {"set zoom 60", 0xF8, 80, 2, 256}, // x30 and a digital x2
+        {"set sensor-frequency 2", 0x60, 30, 1, 2},
+        {"set firmware 0x0A0B0C0D", 0x40, 4, 4, 0x0A0B0C0D},
+        {"set temperature 61.5", 0xF8, 16, 2, 615},
+        {"set status-bit lens 1 on", 0xF8, 29, 1, 0x02},
+        {"set status-bit lens 7 on", 0xF8, 29, 1, 0x82},
+        {"set status-bit pan-tilt 0 on", 0xE0, 4, 1, 0x01},
+        {"set byte 60 28 7f", 0x60, 28, 1, 0x7F},
+        {"set status-bit lens 1 auto", 0xF8, 29, 1, 0x80},
+        {"clear status", 0xF8, 29, 1, 0x00},
+        {"", 0x60, 28, 1, 1},
+    };
     power_up();
-    order("set pan -12.5");
-    order("set tilt 45");
-    order("set zoom 60");
-    order("set sensor-frequency 2");
-    order("set firmware 0A0B0C0D");
-    order("set temperature 61.5");
-    const Bytes run = status();
-    EXPECT_EQ(field(run, 0xE0, 16, 4), 0xFFFFCF2C);
-    EXPECT_EQ(field(run, 0xE0, 32, 4), 45'000);
-    EXPECT_EQ(field(run, 0xF8, 80, 2), 256); // x30 and a digital x2
-    EXPECT_EQ(field(run, 0x60, 30, 1), 2);
-    EXPECT_EQ(field(run, 0x40, 4, 4), 0x0A0B0C0D);
-    EXPECT_EQ(field(run, 0xF8, 16, 2), 615);
+    for (const Case &c : cases) {
+        if (*c.line)
+            order(c.line);
+        EXPECT_EQ(field(status(), c.tag, c.offset, c.size), c.value) << c.line;
+    }
     EXPECT_EQ(folder.read("thermal_zone0/temp"), "61500\n");
-}
-
-TEST_F(Commands, StatusBytesAreForcedUntilReleased)
-{
-    power_up();
-    order("set status-bit lens 1 on");
-    order("set status-bit lens 7 on");
-    order("set status-bit pan-tilt 0 on");
-    order("set byte 60 28 7f");
-    EXPECT_EQ(field(status(), 0xF8, 29, 1), 0x82);
-    EXPECT_EQ(field(status(), 0xE0, 4, 1), 0x01);
-    EXPECT_EQ(field(status(), 0x60, 28, 1), 0x7F);
-    order("set status-bit lens 1 auto");
-    EXPECT_EQ(field(status(), 0xF8, 29, 1), 0x80);
-    order("clear status");
-    EXPECT_EQ(field(status(), 0xF8, 29, 1), 0x00);
-    EXPECT_EQ(field(status(), 0x60, 28, 1), 1);
 }
 
 TEST_F(Commands, NonsenseIsAnsweredWithWhatWouldBeRight)
 {
-    for (const char *line : {"",
-                             "   ",
-                             "dance",
-                             "set",
-                             "set pan",
-                             "set pan 171",
-                             "set pan nan",
-                             "set pan 1 2",
-                             "set volume 3",
-                             "set boot -1s",
-                             "set boot 1e30s",
-                             "set status-bit lens 8 on",
-                             "set status-bit lens 1 maybe",
-                             "set byte f8 3 00",
-                             "set byte f8 528 00",
-                             "set byte f8 29 100",
-                             "set firmware xyz",
-                             "set capture-frequency -1",
-                             "set video-capture-mode",
-                             "fault streamer absent",
-                             "seed",
-                             "seed -1",
-                             "fault",
-                             "fault boredom",
-                             "fault flip-bit -1",
-                             "fault flip-bit 1 2",
-                             "fault hold-request",
-                             "fault silence",
-                             "fault silence 5s 2",
-                             "fault power-good soon",
-                             "fault refuse cam_sofa",
-                             "fault delay-edge 1ms x",
-                             "clear everything",
-                             "clear faults now"}) {
+    constexpr const char *kLines[] = {"",
+                                      "   ",
+                                      "dance",
+                                      "set",
+                                      "set pan",
+                                      "set pan 171",
+                                      "set pan nan",
+                                      "set pan 1 2",
+                                      "set volume 3",
+                                      "set boot -1s",
+                                      "set boot 1e30s",
+                                      "set status-bit lens 8 on",
+                                      "set status-bit lens 1 maybe",
+                                      "set byte f8 3 00",
+                                      "set byte f8 528 00",
+                                      "set byte f8 29 100",
+                                      "set firmware xyz",
+                                      "set capture-frequency -1",
+                                      "set video-capture-mode",
+                                      "fault streamer absent",
+                                      "seed",
+                                      "seed -1",
+                                      "fault",
+                                      "fault boredom",
+                                      "fault flip-bit -1",
+                                      "fault flip-bit 1 2",
+                                      "fault hold-request",
+                                      "fault silence",
+                                      "fault silence 5s 2",
+                                      "fault power-good soon",
+                                      "fault refuse cam_sofa",
+                                      "fault delay-edge 1ms x",
+                                      "clear everything",
+                                      "clear faults now"};
+    for (const char *line : kLines) {
         const CommandResult result = board.command(line);
         EXPECT_FALSE(result.ok) << line;
         EXPECT_GT(result.text.size(), 8u) << line;

@@ -21,12 +21,14 @@ TEST(Decode, AStopOfEverythingIsThreeLines)
     EXPECT_THAT(decode_packet({}), ElementsAre("Malformed packet [packet-header]"));
 }
 
-TEST(Decode, TraceLinesOfTheHost)
+TEST(Decode, TraceLinesOfHostAndLoader)
 {
     EXPECT_THAT(decode_trace_line("0.123456 port0 host 1024 0009FFD51001000504000700"
                                   "0A\n"),
                 ElementsAre("Sharpness 10"));
     EXPECT_THAT(decode_trace_line("0.123456 port0 host 1024 "), IsEmpty());
+    EXPECT_THAT(decode_trace_line("0.123456 port1 host 1024 0002FF00FF01"), ElementsAre("Upgrade ready query"));
+    EXPECT_THAT(decode_trace_line("0.123456 port1 block 1024 020002FFFE"), ElementsAre("Upgrade ready"));
     EXPECT_THAT(decode_trace_line("0.123456 port0 host 1024 0009FFD4"),
                 ElementsAre("Malformed frame [frame-checksum]"));
 }

@@ -12,29 +12,29 @@ class Motion : public BoardTest {
         BoardTest::SetUp();
         power_up();
     }
-    static std::int32_t drive(const Bytes &run, std::size_t offset)
+    // What the block reports of an axis, its fields beginning at `offset`.
+    void expect_axis(std::size_t offset, int position, int target, int speed, int moving)
     {
-        return static_cast<std::int32_t>(field(run, 0xE0, offset, 4));
+        const Bytes run = status();
+        const auto drive = [&](std::size_t at) { return static_cast<std::int32_t>(field(run, 0xE0, offset + at, 4)); };
+        EXPECT_EQ(drive(0), position);
+        EXPECT_EQ(drive(4), target);
+        EXPECT_EQ(drive(32), speed); // a magnitude
+        EXPECT_EQ(drive(36), speed);
+        EXPECT_EQ(field(run, 0xE0, 4, 1), moving);
     }
+    static constexpr std::size_t kPan = 16;
+    static constexpr std::size_t kTilt = 32;
 };
 
 TEST_F(Motion, PanTravelsAtItsSpeedToItsTarget)
 {
     send({7, 1, 2, 0, 0, 0, 0x4E, 0x20, 7, 1, 8, 0, 0xFF, 0xFF, 0x63, 0xC0}); // 20 degrees/s to -40 degrees
     board.advance(500'000);
-    Bytes run = status();
-    EXPECT_EQ(drive(run, 16), -10'000);
-    EXPECT_EQ(drive(run, 20), -40'000);
-    EXPECT_EQ(drive(run, 48), 20'000); // a magnitude
-    EXPECT_EQ(drive(run, 52), 20'000);
-    EXPECT_EQ(field(run, 0xE0, 4, 1), 0x01);
+    expect_axis(kPan, -10'000, -40'000, 20'000, 0x01);
     EXPECT_TRUE(board.reading().pan_moving);
-
     board.advance(1'500'000);
-    run = status();
-    EXPECT_EQ(drive(run, 16), -40'000);
-    EXPECT_EQ(drive(run, 48), 0);
-    EXPECT_EQ(field(run, 0xE0, 4, 1), 0x00);
+    expect_axis(kPan, -40'000, -40'000, 0, 0x00);
 }
 
 TEST_F(Motion, BothAxesMoveAndStopsAreSeparate)
@@ -42,16 +42,13 @@ TEST_F(Motion, BothAxesMoveAndStopsAreSeparate)
     send({7,    1, 2, 0, 0, 0, 0x27, 0x10, 7, 1, 3,    0,   0, 0, 0x27, 0x10, // 10 degrees/s each
           0x0B, 1, 4, 0, 0, 0, 0x75, 0x30, 0, 0, 0x75, 0x30});                // to 30 degrees each
     board.advance(1'000'000);
-    EXPECT_EQ(field(status(), 0xE0, 4, 1), 0x11);
+    expect_axis(kPan, 10'000, 30'000, 10'000, 0x11);
     send({4, 1, 5, 0, 1});
     board.advance(1'000'000);
-    const Bytes run = status();
-    EXPECT_EQ(drive(run, 16), 10'000);
-    EXPECT_EQ(drive(run, 20), 10'000);
-    EXPECT_EQ(drive(run, 32), 20'000);
-    EXPECT_EQ(field(run, 0xE0, 4, 1), 0x10);
+    expect_axis(kPan, 10'000, 10'000, 0, 0x10);
+    expect_axis(kTilt, 20'000, 30'000, 10'000, 0x10);
     send({4, 1, 5, 0, 2});
-    EXPECT_EQ(field(status(), 0xE0, 4, 1), 0x00);
+    expect_axis(kTilt, 20'000, 20'000, 0, 0x00);
 }
 
 TEST_F(Motion, ANewSpeedAppliesAtOnceAndTheEndsHold)
@@ -61,9 +58,9 @@ TEST_F(Motion, ANewSpeedAppliesAtOnceAndTheEndsHold)
     board.advance(1'000'000);
     send({7, 1, 2, 0, 0, 1, 0x86, 0xA0}); // 100 degrees/s
     board.advance(1'000'000);
-    EXPECT_EQ(drive(status(), 16), 110'000);
+    expect_axis(kPan, 110'000, 170'000, 100'000, 0x01);
     board.advance(5'000'000);
-    EXPECT_EQ(drive(status(), 16), 170'000);
+    expect_axis(kPan, 170'000, 170'000, 0, 0x00);
 }
 
 TEST_F(Motion, ZoomReportsMagnificationAndFieldOfView)

@@ -24,11 +24,6 @@ class Loader : public BoardTest {
                      static_cast<std::uint8_t>(length >> 16), static_cast<std::uint8_t>(length >> 8),
                      static_cast<std::uint8_t>(length)});
     }
-    void start_and_wait(std::size_t length)
-    {
-        start(length);
-        board.advance(4'000'000);
-    }
     static Bytes chunk(std::size_t index, const Bytes &image)
     {
         Bytes command{0xFF, 0x02, static_cast<std::uint8_t>(index >> 8), static_cast<std::uint8_t>(index)};
@@ -36,11 +31,13 @@ class Loader : public BoardTest {
         command.insert(command.end(), begin, std::min(image.end(), begin + 1016));
         return command;
     }
-    void send_all(const Bytes &image)
+    // Starts, waits until it is ready and sends the first chunks.
+    void start_with(std::size_t chunks, const Bytes &image)
     {
-        for (std::size_t i = 0; i * 1016 < image.size(); ++i)
-            EXPECT_EQ(send(chunk(i, image)), kReady) << i;
-        send({0xFF, 0x03});
+        start(image.size());
+        board.advance(4'000'000);
+        for (std::size_t i = 0; i < chunks; ++i)
+            send(chunk(i, image));
     }
     void restart()
     {
@@ -76,11 +73,10 @@ TEST_F(Loader, TakesAnImageAndRunsItFromTheNextBootOn)
     board.advance(1);
     send({0xFF, 0x01});
     EXPECT_EQ(send({}), kReady);
-    send_all(small);
-    board.advance(9'999'999);
-    EXPECT_EQ(read_line("cam_fw_complete"), 0);
-    board.advance(1);
-    EXPECT_EQ(read_line("cam_fw_complete"), 1);
+    for (std::size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(send(chunk(i, small)), kReady) << i;
+    send({0xFF, 0x03});
+    walk({{"", 9'999'999, "cam_fw_complete", 0}, {"", 1, "cam_fw_complete", 1}});
     EXPECT_EQ(firmware(), 0x01020003);
     restart();
     EXPECT_EQ(read_line("cam_fw_complete"), 0);
@@ -100,7 +96,9 @@ TEST_F(Loader, TakesAnImageAndRunsItFromTheNextBootOn)
 TEST_F(Loader, EveryMistakeOfTheHostHasItsName)
 {
     const Bytes good = image(9 * 1016);
-    const Bytes other(9 * 1016, 0x55);
+    const auto start_of = [](std::uint8_t high, std::uint8_t low) -> Bytes {
+        return {16, 1, 0, 12, 11, 2, 8, 17, 0xAA, 0x55, 0xAA, 0x55, high, 0xFB, 0xFC, low};
+    };
     struct Case {
         const char *offence;
         bool ready; // started, waited for, chunks 0 to 6 sent
@@ -112,8 +110,7 @@ TEST_F(Loader, EveryMistakeOfTheHostHasItsName)
         {"upgrade-order", false, {0xFF, 0x01}},
         {"upgrade-order", false, {0xFF, 0x03}},
         {"upgrade-order", false, chunk(0, good)},
-        {"upgrade-length", false, {16, 1, 0, 12, 11, 2, 8, 17, 0xAA, 0x55, 0xAA, 0x55, 0, 0, 0, 0}},
-        {"upgrade-length", false, {16, 1, 0, 12, 11, 2, 8, 17, 0xAA, 0x55, 0xAA, 0x55, 0x01, 0xFB, 0xFC, 0x09}},
+        {"upgrade-length", false, start_of(0x01, 0x09)}, // one byte more than 32767 chunks
         {"chunk-gap", true, chunk(8, good)},
         {"chunk-repeat", true, chunk(6, good)},
         {"chunk-repeat", true, chunk(2, good)}, // five back, but nothing was refused
@@ -121,105 +118,69 @@ TEST_F(Loader, EveryMistakeOfTheHostHasItsName)
         {"upgrade-incomplete", true, {0xFF, 0x03}},
     };
     for (const Case &c : cases) {
-        if (c.ready) {
-            start_and_wait(good.size());
-            for (std::size_t i = 0; i < 7; ++i)
-                send(chunk(i, good));
-        }
+        if (c.ready)
+            start_with(7, good);
         send(c.payload);
         expect_offences({{c.offence, 1}});
         restart();
     }
-    start_and_wait(other.size());
-    send_all(other);
+    start_with(9, Bytes(9 * 1016, 0x55));
+    send({0xFF, 0x03});
     expect_offences({{"upgrade-image", 1}});
-    board.advance(60'000'000);
-    EXPECT_EQ(read_line("cam_fw_complete"), 0);
+    walk({{"", 60'000'000, "cam_fw_complete", 0}});
 }
 
 TEST_F(Loader, AFailedChunkHasTheHostStepBackFive)
 {
     const Bytes good = image(20 * 1016);
-    struct Case {
-        const char *fault;
-        bool silent; // the line is low; the burst never comes
-    };
-    for (const Case &c : {Case{"fault refuse-chunk 7", false}, Case{"fault refuse-chunks", false},
-                          Case{"fault bad-checksum", false}, Case{"fault silence 11s", true}}) {
-        start_and_wait(good.size());
-        for (std::size_t i = 0; i < 7; ++i)
-            send(chunk(i, good));
-        order(c.fault);
-        if (c.silent) {
-            board.advance(11'000'000);
+    for (const std::string fault :
+         {"fault refuse-chunk 7", "fault refuse-chunks", "fault bad-checksum", "fault silence 11s"}) {
+        start_with(7, good);
+        order(fault);
+        if (fault.ends_with("11s")) {
+            board.advance(11'000'000); // the line is low: the burst never comes
         } else {
             const Answer failed = parse_answer(port1->burst(host_frame(chunk(7, good))));
-            EXPECT_FALSE(failed.good && !failed.run.empty()) << c.fault;
+            EXPECT_FALSE(failed.good && !failed.run.empty()) << fault;
         }
         for (std::size_t i = 2; i < 20; ++i)
             EXPECT_EQ(send(chunk(i, good)), kReady);
-        EXPECT_EQ(board.offences(), Counts{}) << c.fault;
-        send({0xFF, 0x03});
+        EXPECT_EQ(board.offences(), Counts{}) << fault;
         restart();
     }
-    // Other bytes the second time are none of its business to excuse.
-    start_and_wait(good.size());
-    send(chunk(0, good));
+    // It does not excuse other bytes the second time.
+    start_with(1, good);
     order("fault refuse-chunk 1");
     EXPECT_EQ(send(chunk(1, good)), Bytes{});
     send(chunk(0, Bytes(20 * 1016, 1)));
     expect_offences({{"chunk-changed", 1}});
 }
 
-TEST_F(Loader, FailsWhereItIsTold)
+TEST_F(Loader, FailsWhereItIsToldAndKeepsTheOldFirmware)
 {
     const Bytes good = image(1017);
-    order("fault upgrade-ready never");
-    start_and_wait(good.size());
-    board.advance(60'000'000);
-    EXPECT_EQ(send({}), kBusy);
-    restart();
-    order("clear");
-
-    for (const char *step : {"start", "ready", "1", "end"}) {
-        order(std::string("fault upgrade-cut ") + step);
-        start_and_wait(good.size());
-        if (*step != 's')
-            send({0xFF, 0x01});
-        if (*step == '1' || *step == 'e')
-            send_all(good);
-        board.advance(60'000'000);
-        EXPECT_EQ(read_line("imc_req"), 0) << step;
-        EXPECT_EQ(read_line("cam_fw_complete"), 0) << step;
+    for (const std::string fault : {"upgrade-ready never", "upgrade-cut start", "upgrade-cut ready", "upgrade-cut 1",
+                                    "upgrade-cut end", "fw-complete never", "new-firmware never", "silence 0s"}) {
+        order("fault " + fault);
+        start_with(0, good);
+        send({0xFF, 0x01});
+        start_with(2, good);
+        send({0xFF, 0x03});
+        const bool written = fault.starts_with("new");
+        walk({{"", 9'999'999, "cam_fw_complete", 0}});
+        if (!fault.starts_with("silence")) // a reset just before the flash is written
+            walk({{"", 50'000'000, "cam_fw_complete", written ? 1 : 0}});
+        EXPECT_EQ(read_line("imc_req"), fault.starts_with("upgrade-cut") ? 0 : 1) << fault;
         restart();
-        EXPECT_EQ(firmware(), 0x01020003) << step;
-        board.clear_offences(); // bursts without a request
+        board.advance(60'000'000);
+        EXPECT_EQ(firmware() == 0x0A0B0C0D, fault.starts_with("fw")) << fault;
+        order("clear");
+        order("set firmware 0x01020003");
+        board.clear_offences(); // of a host that does not notice
     }
-
-    order("fault fw-complete never");
-    order("fault new-firmware never");
-    start_and_wait(good.size());
-    send_all(good);
-    board.advance(60'000'000);
-    EXPECT_EQ(read_line("cam_fw_complete"), 0);
-    restart();
-    EXPECT_EQ(firmware(), 0x01020003);
     order("fault missing-block 40 2");
-    EXPECT_EQ(firmware(), -1);
-    EXPECT_EQ(firmware(), -1);
-    EXPECT_EQ(firmware(), 0x01020003);
-}
-
-TEST_F(Loader, LosingPowerBeforeTheFlashIsWrittenKeepsTheOldFirmware)
-{
-    const Bytes good = image(128);
-    start_and_wait(good.size());
-    send_all(good);
-    board.advance(9'999'999);
-    restart();
-    board.advance(60'000'000);
-    EXPECT_EQ(firmware(), 0x01020003);
-    EXPECT_EQ(read_line("cam_fw_complete"), 0);
+    for (const std::int64_t version : {-1, -1, 0x01020003})
+        EXPECT_EQ(firmware(), version);
 }
 
 TEST(KrxImage, MakesImagesAndRefusesNonsense)
