@@ -9,7 +9,8 @@
 
 #include <cstring>
 
-gboolean ptz_driver_canon_refresh_capture_mode(PTZDriverCanon *self)
+gboolean ptz_driver_canon_take_capture_mode(PTZDriverCanon *self, gboolean blank, gboolean restart,
+                                            gboolean *restart_required)
 {
     char *text = nullptr;
     if (!ptz_driver_canon_utils_get_video_capture_mode(self, &text)) {
@@ -17,11 +18,18 @@ gboolean ptz_driver_canon_refresh_capture_mode(PTZDriverCanon *self)
         return FALSE;
     }
     const GText mode(text);
-    gboolean restart_required = FALSE;
-    if (!ptz_driver_canon_cmd_capture_mode(self, mode.get(), TRUE, FALSE, &restart_required)) {
+    if (!ptz_driver_canon_cmd_capture_mode(self, mode.get(), blank, restart, restart_required)) {
         log_error("Fatal error, failed to set new capture mode");
         return FALSE;
     }
+    return TRUE;
+}
+
+gboolean ptz_driver_canon_refresh_capture_mode(PTZDriverCanon *self)
+{
+    gboolean restart_required = FALSE;
+    if (!ptz_driver_canon_take_capture_mode(self, TRUE, FALSE, &restart_required))
+        return FALSE;
     if (restart_required)
         ptz_driver_canon_reset(self);
     return TRUE;

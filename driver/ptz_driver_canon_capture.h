@@ -1,7 +1,12 @@
-// Following the image pipeline's capture mode while the camera runs.
+// Following the image pipeline's capture mode.
 #pragma once
 
 #include "core/ptz_driver_canon.h"
+
+// Asks for the capture mode and gives it to the camera block; the arguments are those of
+// ptz_driver_canon_cmd_capture_mode(). FALSE, with a message, when the mode is not to be had or was not taken.
+gboolean ptz_driver_canon_take_capture_mode(PTZDriverCanon *self, gboolean blank, gboolean restart,
+                                            gboolean *restart_required);
 
 // Asks for the capture mode and switches the camera block over, with the video off meanwhile; where that takes a
 // restart, resets the driver. FALSE, with a message, when the mode is not to be had or was not taken; how a reset went

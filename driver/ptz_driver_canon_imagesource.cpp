@@ -17,8 +17,8 @@ namespace {
 // What a row of the table gets to work with.
 struct Change {
     const char *name;
-    ParamValue value;
-    ParamValue partner; // empty when the row has none, or an optional one has no value
+    ParameterValue value;
+    ParameterValue partner; // empty when the row has none, or an optional one has no value
 };
 
 using Apply = gboolean (*)(PTZDriverCanon *self, const Change &change);
@@ -28,12 +28,12 @@ using Apply = gboolean (*)(PTZDriverCanon *self, const Change &change);
 constexpr ParamReader integer = ptz_driver_canon_read_integer;
 constexpr ParamReader text = ptz_driver_canon_read_text;
 
-bool exposure_limit(const Parameter &parameter, ParamValue *value)
+bool exposure_limit(const Parameter &parameter, ParameterValue *value)
 {
     return ptz_driver_canon_utils_parse_slow_shutter_limit(parameter.value(), &value->number);
 }
 
-bool filter_choice(const Parameter &parameter, ParamValue *value)
+bool filter_choice(const Parameter &parameter, ParameterValue *value)
 {
     value->number = parameter.says("auto")  ? IR_CUT_AUTOMATIC
                     : parameter.says("yes") ? IR_CUT_DAY
@@ -100,7 +100,7 @@ gboolean spot_y_with_x(PTZDriverCanon *self, const Change &change)
     return ptz_driver_canon_cmd_spot_exposure_position(self, change.partner.number, change.value.number);
 }
 
-const char *switch_or_on(const ParamValue &value)
+const char *switch_or_on(const ParameterValue &value)
 {
     return value.text != nullptr ? value.text : "on";
 }

@@ -3,7 +3,7 @@
 #include "core/log.h"
 #include "driver/ptz_driver_canon_operations.h"
 
-bool ptz_driver_canon_read_integer(const Parameter &parameter, ParamValue *value)
+bool ptz_driver_canon_read_integer(const Parameter &parameter, ParameterValue *value)
 {
     if (!parameter.is_integer())
         return false;
@@ -11,7 +11,7 @@ bool ptz_driver_canon_read_integer(const Parameter &parameter, ParamValue *value
     return true;
 }
 
-bool ptz_driver_canon_read_boolean(const Parameter &parameter, ParamValue *value)
+bool ptz_driver_canon_read_boolean(const Parameter &parameter, ParameterValue *value)
 {
     if (!parameter.is_boolean())
         return false;
@@ -19,7 +19,7 @@ bool ptz_driver_canon_read_boolean(const Parameter &parameter, ParamValue *value
     return true;
 }
 
-bool ptz_driver_canon_read_text(const Parameter &parameter, ParamValue *value)
+bool ptz_driver_canon_read_text(const Parameter &parameter, ParameterValue *value)
 {
     value->text = parameter.text();
     return parameter.is_text();

@@ -5,17 +5,17 @@
 #include "core/ptz_driver_canon.h"
 
 // A value that has been read: a number (also a boolean's 0 or 1), or a text that lives as long as its parameter.
-struct ParamValue {
+struct ParameterValue {
     int number = 0;
     const char *text = nullptr;
 };
 
 // Takes the value of a parameter that is of the reader's kind; false when it is not.
-using ParamReader = bool (*)(const Parameter &parameter, ParamValue *value);
+using ParamReader = bool (*)(const Parameter &parameter, ParameterValue *value);
 
-bool ptz_driver_canon_read_integer(const Parameter &parameter, ParamValue *value);
-bool ptz_driver_canon_read_boolean(const Parameter &parameter, ParamValue *value);
-bool ptz_driver_canon_read_text(const Parameter &parameter, ParamValue *value);
+bool ptz_driver_canon_read_integer(const Parameter &parameter, ParameterValue *value);
+bool ptz_driver_canon_read_boolean(const Parameter &parameter, ParameterValue *value);
+bool ptz_driver_canon_read_text(const Parameter &parameter, ParameterValue *value);
 
 // What comes of a parameter without a usable value: FALSE with an error that names the group and the parameter, but
 // TRUE and silence before start-up is complete, when parameters need not have values yet.

@@ -1,8 +1,6 @@
 #include "driver/ptz_driver_canon_startup.h"
 
-#include "cmd/ptz_driver_canon_cmd_capture_mode.h"
 #include "cmd/ptz_driver_canon_cmd_video.h"
-#include "core/glib_raii.h"
 #include "core/log.h"
 #include "core/paths.h"
 #include "driver/ptz_driver_canon_audio.h"
@@ -120,18 +118,8 @@ gboolean upgrade_firmware(PTZDriverCanon *self)
 // The camera block takes the capture mode that the image pipeline is in.
 gboolean initialise_capture_mode(PTZDriverCanon *self)
 {
-    char *text = nullptr;
-    if (!ptz_driver_canon_utils_get_video_capture_mode(self, &text)) {
-        log_error("Fatal error, failed to get new capture mode");
-        return FALSE;
-    }
-    const GText mode(text);
     gboolean restart_required = FALSE;
-    if (!ptz_driver_canon_cmd_capture_mode(self, mode.get(), FALSE, TRUE, &restart_required)) {
-        log_error("Fatal error, failed to set new capture mode");
-        return FALSE;
-    }
-    return TRUE;
+    return ptz_driver_canon_take_capture_mode(self, FALSE, TRUE, &restart_required);
 }
 
 gboolean begin_publishing(PTZDriverCanon *self)

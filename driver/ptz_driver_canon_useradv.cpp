@@ -80,30 +80,30 @@ constexpr struct {
     {BROADCAST_TABLE, with_both_frame_rates, false, "Installing UserAdvanced Broadcast Frame Rate properties failed"},
 };
 
-gboolean set_image_freeze(PTZDriverCanon *self, const ParamValue &value)
+gboolean set_image_freeze(PTZDriverCanon *self, const ParameterValue &value)
 {
     return ptz_driver_canon_cmd_image_freeze(self, value.text);
 }
 
-gboolean set_adjustable_zoom_speed(PTZDriverCanon *self, const ParamValue &value)
+gboolean set_adjustable_zoom_speed(PTZDriverCanon *self, const ParameterValue &value)
 {
     self->current.adjustable_zoom_speed = value.number;
     return TRUE;
 }
 
-gboolean set_status_update(PTZDriverCanon *self, const ParamValue &value)
+gboolean set_status_update(PTZDriverCanon *self, const ParameterValue &value)
 {
     self->status_update = value.number;
     return TRUE;
 }
 
-gboolean set_move_speed(PTZDriverCanon *self, const ParamValue &value)
+gboolean set_move_speed(PTZDriverCanon *self, const ParameterValue &value)
 {
     g_object_set(self, "speed", static_cast<double>(value.number), nullptr);
     return TRUE;
 }
 
-gboolean set_response_profile(PTZDriverCanon *self, const ParamValue &value)
+gboolean set_response_profile(PTZDriverCanon *self, const ParameterValue &value)
 {
     static constexpr const char *PROFILES[] = {"stage", "sport"};
     for (int profile = 0; profile < 2; ++profile)
@@ -115,7 +115,7 @@ gboolean set_response_profile(PTZDriverCanon *self, const ParamValue &value)
     return FALSE;
 }
 
-gboolean set_broadcast_frame_rate(PTZDriverCanon *self, const ParamValue &value)
+gboolean set_broadcast_frame_rate(PTZDriverCanon *self, const ParameterValue &value)
 {
     self->current.broadcast_frame_rate = value.number;
     return ptz_driver_canon_refresh_capture_mode(self);
@@ -126,7 +126,7 @@ constexpr struct {
     const char *name;
     ParamReader read;
     bool (*offered)(const CameraModel &model);
-    gboolean (*set)(PTZDriverCanon *self, const ParamValue &value);
+    gboolean (*set)(PTZDriverCanon *self, const ParameterValue &value);
 } SETTINGS[] = {
     {"CamImageFreeze", ptz_driver_canon_read_text, on_every_model, set_image_freeze},
     {"AdjustableZoomSpeedEnabled", ptz_driver_canon_read_boolean, on_every_model, set_adjustable_zoom_speed},
@@ -152,7 +152,7 @@ gboolean ptz_driver_canon_set_useradv(PTZDriverCanon *self, const char *name)
         if (g_strcmp0(setting.name, name) != 0 || !setting.offered(*self->cam_model))
             continue;
         const Parameter parameter(self->parent_instance.useradv_params, name);
-        ParamValue value;
+        ParameterValue value;
         return setting.read(parameter, &value) ? setting.set(self, value)
                                                : ptz_driver_canon_refuse_value(self, "UserAdvanced", name);
     }

@@ -1,0 +1,113 @@
+// Parameters and what other services decide, through the real programs.
+#include "tests/scenario/system_fixture.h"
+
+#include <fstream>
+#include <iterator>
+#include <regex>
+
+namespace {
+
+using Counts = std::map<std::string, unsigned>;
+
+class SystemCapture : public SystemTest {
+  protected:
+    static std::string documentation()
+    {
+        std::ifstream file(PARAMETERS_MD);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    std::size_t restarts() { return logged_in_sim("block off"); }
+    std::size_t logged_in_sim(const std::string &text)
+    {
+        const std::string log = sim->output();
+        std::size_t count = 0;
+        for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + text.size()))
+            ++count;
+        return count;
+    }
+};
+
+TEST_F(SystemCapture, EveryParameterIsAsDocumentedAndReachesTheCamera)
+{
+    start_all();
+    const std::string page = documentation();
+    const std::string listed = ptzctl({"params"});
+    const std::regex parameter("\"group\":\"(\\w+)\",\"name\":\"(\\w+)\",\"display\":\"[^\"]*\",\"kind\":\"(\\w+)\","
+                               "\"default\":\"([^\"]*)\",\"range\":\"([^\"]*)\",\"writable\":(\\w+)");
+    const std::regex label("\\|[^,]*");
+    std::size_t count = 0;
+    for (std::sregex_iterator found(listed.begin(), listed.end(), parameter), end; found != end; ++found, ++count) {
+        const std::smatch &part = *found;
+        const std::string range = std::regex_replace(part[5].str(), label, "");
+        const std::string row = "| `" + part[2].str() + "` | " + part[3].str() + " | " + part[4].str() + " | " + range;
+        EXPECT_NE(page.find(row + " | "), std::string::npos) << row;
+        const std::string first = range.substr(0, range.find_first_of(".,")); // of what is allowed
+        if (part[6] == "true")
+            ptzctl(
+                {"params", "set", part[1].str() + "." + part[2].str(), part[4].length() > 0 ? part[4].str() : first});
+    }
+    EXPECT_EQ(count, 14u + 9u + 62u);
+    const std::map<std::string, unsigned> records = sim_counts("Records");
+    for (const char *row : {"Auto focus near limit", "Brightness level", "Colour hue", "Colour level", "Defog effect",
+                            "Exposure mode", "Gain", "IR correction", "Maximum gain", "Shutter limits",
+                            "Spot exposure position", "White balance blue gain set"})
+        EXPECT_GT(records.count(row) != 0 ? records.at(row) : 0u, 1u) << row; // once at the start, once by its name
+    EXPECT_EQ(sim_counts("Offences"), Counts{});
+    EXPECT_EQ(logged("Faulty type"), 0u);
+}
+
+TEST_F(SystemCapture, FollowsTheImagePipelineWithARestartWhereNeeded)
+{
+    start_sim({"--verbose"});
+    start_ptzd();
+    await_state(1);
+    ptzctl({"params", "set", "ImageSource.Sharpness", "77"});
+    const std::size_t descriptors = ptzd_descriptors();
+    const std::size_t before = restarts();
+    for (const char *mode : {"1080p50", "720p60", "1080p50"}) { // each of another frequency than the one before
+        sim_command(std::string("set video-capture-mode ") + mode);
+        const unsigned switches = sim_counts("Records")["Sensor capture mode"];
+        const unsigned sharpness = sim_counts("Records")["Sharpness"];
+        sim_command("set capture-frequency 50");
+        run_until([&] { return sim_counts("Records")["Sharpness"] > sharpness; });
+        await_state(1);
+        EXPECT_EQ(sim_counts("Records")["Sensor capture mode"], switches + 1); // one subscription, one refresh
+    }
+    EXPECT_GE(restarts(), before + 3);
+    sim_command("set video-capture-mode 720p25"); // the same frequency: no restart
+    const std::size_t now = restarts();
+    const unsigned rates = sim_counts("Records")["Capture frame rate"];
+    sim_command("set capture-frequency 25");
+    run_until([&] { return sim_counts("Records")["Capture frame rate"] > rates; });
+    EXPECT_EQ(restarts(), now);
+    sim_command("set rotation 180");
+    run_until([&] { return logged_in_sim("Rotation 1") > 0; });
+    await_state(1);
+    EXPECT_EQ(ptzd_descriptors(), descriptors);
+    EXPECT_EQ(sim_counts("Offences"), Counts{});
+}
+
+TEST_F(SystemCapture, ServicesThatFailLeaveACameraThatComesBack)
+{
+    start_all();
+    for (const char *fault : {"missing", "error", "wrong-type", "garbage"}) {
+        SCOPED_TRACE(fault);
+        sim_command(std::string("fault image-control ") + fault);
+        const std::size_t failures = logged("Fatal error, failed to initialize capture mode");
+        const ReplyPtr reset = client.send("RunSpecialCommand", "('reset',)");
+        run_until([&] { return reset->done; });
+        await_state(7);
+        EXPECT_EQ(logged("Fatal error, failed to initialize capture mode"), failures + 1);
+        sim_command("clear faults");
+        ptzctl({"special", "reset"});
+        await_state(1);
+    }
+    sim_command("fault streamer missing");
+    ptzctl({"special", "reset"});
+    await_state(1); // not fatal
+    EXPECT_EQ(logged("Could not get rotation."), 1u);
+    EXPECT_EQ(sim_counts("Offences"), Counts{});
+}
+
+} // namespace
