@@ -12,7 +12,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 class ServiceTest : public BusTest {
   protected:
@@ -179,7 +178,7 @@ TEST_F(ServiceTest, WhatTheDriverRefusesFailsAndIsTakenBack)
     EXPECT_THAT(script.lines(), testing::Contains("light 1 1 1")); // the focus mode is what it was
 }
 
-TEST_F(ServiceTest, ACameraThatDoesNotRunSaysSoInWords)
+TEST_F(ServiceTest, ACameraThatDoesNotRunSaysWhyInWords)
 {
     script.state_after_open = PTZ_STATE_FAILED;
     start();
@@ -192,18 +191,14 @@ TEST_F(ServiceTest, ACameraThatDoesNotRunSaysSoInWords)
                     {"SetIrisMode", "('auto',)", "NotReady"},
                     {"GetState", "()", "(7, 'failed')"},
                     {"RunSpecialCommand", "('reset',)", "()"}});
-    EXPECT_THAT(script.lines(), ElementsAre("special reset"));
-}
-
-TEST_F(ServiceTest, OutsideItsTemperatureTheCameraIsBusyWithTheControllersText)
-{
+    service.reset();
     script.warm = false;
     script.state_after_open = PTZ_STATE_TOO_COLD;
     start();
     EXPECT_EQ(move(client, "('pan','absolute',1.0)"), "Busy");
     expect_answers({{"RunSpecialCommand", "('reset',)",
                      "Busy: The camera is outside its operating temperature. Try again later."}});
-    EXPECT_THAT(script.lines(), IsEmpty());
+    EXPECT_THAT(script.lines(), ElementsAre("special reset", "close"));
 }
 
 TEST_F(ServiceTest, AStopOvertakesWhatWaitsAndCancelsMovesButNothingElse)
@@ -247,19 +242,14 @@ TEST_F(ServiceTest, OnlyAClientThatLeavesDuringItsContinuousMoveIsStoppedFor)
     run_until([&] { return script.lines().back() == "stop"; });
     EXPECT_THAT(script.lines(), ElementsAre(HasSubstr("pan"), HasSubstr("tilt"), "stop", HasSubstr("pan"),
                                             HasSubstr("pan"), HasSubstr("zoom"), "stop"));
-}
-
-TEST_F(ServiceTest, ARefusedMoveLeavesTheAxisWithItsOwner)
-{
-    start();
     {
-        Client owner_of_pan(address());
+        Client owner_of_pan(address()); // and stays it when others fail
         move(owner_of_pan, "('pan','continuous',30.0)");
         script.works = false;
         EXPECT_EQ(move(client, "('pan','absolute',1.0)"), "Failed");
         expect_answers({{"Stop", "()", "Failed"}});
     }
-    run_until([&] { return script.lines().size() == 4; });
+    run_until([&] { return script.lines().size() == 11; });
     EXPECT_EQ(script.lines().back(), "stop");
 }
 

@@ -108,10 +108,16 @@ TEST_F(System, HeatStopsTheCameraAndCoolingBringsItBack)
                  "EnablePCIeClkPin=cam_pcie_clk\nTemperatureLowerLimit=-10\n"
                  "TemperatureUpperLimit=60\nMaxDigitalZoom=12\nDatacacheIsUsed=true\n");
     start_all();
+    const std::unique_ptr<Process> monitor = run({PTZCTL_FILE, "monitor"}, "monitor.log");
+    run_until([&] { return monitor->output().starts_with("Snapshot {\"state\":1,"); });
     sim_command("set temperature 70");
     await_state(3);
     run_until([this] { return sim_state() == "off"; });
-    EXPECT_EQ(client.call("Move", "([('pan', 'absolute', 5.0)], 0.0, @a{sv} {})").error, "Busy");
+    run_until([&] { return monitor->output().find("\nStateChanged 3 \"stopped, too hot\"\n") != std::string::npos; });
+    const Reply refused = client.call("Move", "([('pan', 'absolute', 5.0)], 0.0, @a{sv} {})");
+    EXPECT_EQ(refused.error, "Busy");
+    EXPECT_TRUE(refused.text.starts_with("Cannot perform the request because of camera temperature."));
+    EXPECT_NE(ptzctl({"status"}).find("\"temperature\":70,"), std::string::npos);
     sim_command("set temperature 40");
     await_state(1);
     ptzctl({"move", "pan=5"});
