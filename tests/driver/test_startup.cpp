@@ -28,6 +28,16 @@ class Startup : public DriverBench {
     ~Startup() override { drop_driver(); }
 
     int state() const { return driver->parent_instance.state; }
+    // A firmware file of that version.
+    void write_version(std::uint32_t version) const
+    {
+        std::string file("131\0\0\0\0\0", 8);
+        file.resize(128);
+        for (unsigned i = 0; i < 4; ++i)
+            file[40 + i] = static_cast<char>(version >> (8 * i));
+        write_file("IMC.APP", file);
+    }
+
     unsigned port_references() const { return G_OBJECT(driver->port)->ref_count; }
 
     // What a failed start-up says after its own messages.
@@ -182,15 +192,6 @@ class FirmwareStartup : public Startup {
         hardware.lines["7"].level = 1;
         write_version(0x0124);
         g_signal_connect_swapped(driver, "notify::state", G_CALLBACK(note_state), this);
-    }
-
-    void write_version(std::uint32_t version) const
-    {
-        std::string file("131\0\0\0\0\0", 8);
-        file.resize(128);
-        for (unsigned i = 0; i < 4; ++i)
-            file[40 + i] = static_cast<char>(version >> (8 * i));
-        write_file("IMC.APP", file);
     }
 
     static void note_state(FirmwareStartup *self)
@@ -453,24 +454,42 @@ TEST_F(Startup, AStartThatComesAfterCloseDoesNothing)
     EXPECT_TRUE(hardware.calls.empty());
 }
 
-TEST_F(Startup, AThousandTimesLeavesWhatOnceLeaves)
+// Restarts, heat, cold, upgrades, and closing and opening, one after another.
+TEST_F(TemperatureHold, AThousandTurnsLeaveWhatOneLeaves)
 {
-    ptz_driver_canon_op_open(&driver->parent_instance);
+    write_file("krx_port.conf", "[KRX_PORTS]\nPorts=2\n[KRX_PORT1]\nRequestPin=imc_req\nBurstLenght=1024\n");
+    write_version(0x0124); // the block always reports 0x0123
+    hardware.lines["imc_req"].level = hardware.lines["7"].level = 1;
+    hardware.partner = [](const Bytes &) { return Bytes{2, 0, 0x02, 0xFF, 0xFE, 0x00}; };
+    set_celsius(20);
+    make_driver(false);
+    driver->fw_upgrade_complete_pin.number = 7;
+    PTZDriver *base = &driver->parent_instance;
+    ptz_driver_canon_op_open(base);
     const int descriptors = open_descriptors();
     const guint references = G_OBJECT(driver)->ref_count;
+    int upgrades = 0;
     for (int i = 0; i < 1000; ++i) {
+        SCOPED_TRACE(i);
+        driver->firmware_do_upgrade = i % 5 < 2;
+        if (i % 7 == 0)
+            measure(i % 2 == 0 ? 70 : -10);
+        if (i % 11 == 0)
+            ptz_driver_canon_op_close(base);
+        set_celsius(20);
+        if (i % 11 == 0)
+            ptz_driver_canon_op_open(base);
+        measure(20);
         ptz_driver_canon_reset(driver);
-        if (i % 10 == 0) {
-            ptz_driver_canon_op_close(&driver->parent_instance);
-            ptz_driver_canon_op_open(&driver->parent_instance);
-        }
+        ASSERT_EQ(state(), PTZ_STATE_RUNNING);
+        upgrades += log.count("info: Camera block firmware upgrade is complete. ") > 0;
         log.take();
         framework().take();
         hardware.calls.clear();
     }
-    EXPECT_EQ(state(), PTZ_STATE_RUNNING);
+    EXPECT_GE(upgrades, 400);
     EXPECT_EQ(open_descriptors(), descriptors);
-    EXPECT_EQ(framework().queued.size(), 2u);
+    EXPECT_EQ(framework().queued.size(), 3u);
     EXPECT_EQ(G_OBJECT(driver)->ref_count, references);
     EXPECT_EQ(port_references(), 2u);
     EXPECT_EQ(hardware.live_handles, 0);
