@@ -9,7 +9,7 @@ GVariant *parse(const std::string &text)
 {
     GVariant *value = g_variant_parse(nullptr, text.c_str(), nullptr, nullptr, nullptr);
     g_assert_nonnull(value);
-    return g_variant_ref_sink(value);
+    return g_variant_take_ref(value);
 }
 
 } // namespace
