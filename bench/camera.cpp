@@ -34,22 +34,11 @@ void prepare_simulator(gpointer)
     prctl(PR_SET_TIMERSLACK, 1);
 }
 
-// A system bus of the benchmarks' own, for as long as they run: the driver asks the simulator's services over it.
-void use_private_bus()
-{
-    static GTestDBus *bus = nullptr;
-    if (bus != nullptr)
-        return;
-    bus = g_test_dbus_new(G_TEST_DBUS_NONE);
-    g_test_dbus_up(bus);
-    g_setenv("DBUS_SYSTEM_BUS_ADDRESS", g_test_dbus_get_bus_address(bus), TRUE);
-}
-
 class Simulator {
   public:
     explicit Simulator(Wire wire)
     {
-        use_private_bus();
+        camera_use_bus();
         char folder[] = "/tmp/ptz-bench-XXXXXX";
         if (g_mkdtemp(folder) == nullptr)
             return;
@@ -134,6 +123,16 @@ PTZDriverCanon *start_driver(const std::string &folder)
 }
 
 } // namespace
+
+void camera_use_bus()
+{
+    static GTestDBus *bus = nullptr;
+    if (bus != nullptr)
+        return;
+    bus = g_test_dbus_new(G_TEST_DBUS_NONE);
+    g_test_dbus_up(bus);
+    g_setenv("DBUS_SYSTEM_BUS_ADDRESS", g_test_dbus_get_bus_address(bus), TRUE);
+}
 
 PTZDriverCanon *camera_driver(Wire wire)
 {

@@ -5,6 +5,9 @@
 
 enum class Wire { at_once, real_time }; // how long a burst takes: nothing, or what its bytes take at their speed
 
+// Starts a system bus of the benchmarks' own, unless it runs: the driver asks the simulator's services over it.
+void camera_use_bus();
+
 // The driver, running, on a camera with that wire; it is made when it is first asked for, which takes seconds, and one
 // with the other wire is put away. Null when it could not be made; a message has been written then.
 PTZDriverCanon *camera_driver(Wire wire);

@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Usage: bench/figures.py BUILD_DIR [--repetitions N]
 
-Runs the benchmarks of a build (5 repetitions) and starts ptzd with the plug-in on a simulated camera for its memory.
+Runs the benchmarks of a build (5 repetitions) and starts ptzd with the plug-in on a simulated camera for its memory and
+processor time.
 Prints every figure beside its target as the table of docs/performance.md, and the machine that they come from; each
 figure is the median of the repetitions. Status 1 when a target is missed or something could not be measured.
 """
@@ -14,6 +15,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 
 # what it is, benchmark, its value, unit, digits, target ("<=" or ">=" and a number; None: for information)
 FIGURES = [
@@ -22,6 +24,9 @@ FIGURES = [
     ("heap allocations of the plug-in per refresh with publication, steady state",
      "refresh_allocations", "driver", "", 0, ("<=", 0)),
     ("the same, in the libraries of `platform/`", "refresh_allocations", "stand_ins", "", 0, None),
+    ("conversion and build of the largest payload", "exposure_payload", "cpu_time", "ns", 0, ("<=", 100)),
+    ("heap allocations of the plug-in per full manual exposure, beside the packet that every send takes",
+     "exposure_allocations", "beside_packet", "", 0, ("<=", 0)),
     ("one exchange over the simulated link, median", "link_exchange", "median_us", "us", 1, ("<=", 60)),
     ("the same, 99th percentile", "link_exchange", "p99_us", "us", 1, None),
     ("refresh with publication over the link, median", "link_refresh_with_publication", "median_us", "us", 1, None),
@@ -33,10 +38,20 @@ FIGURES = [
     ("of it, outside the calls to the SPI device", "move_zoom_pan_tilt_on_real_wire", "outside_us", "us", 1, None),
     ("share of the move within the calls to the SPI device", "move_zoom_pan_tilt_on_real_wire", "device_percent", "%", 2, None),
     ("share of the move that its bytes need on the wire", "move_zoom_pan_tilt_on_real_wire", "wire_percent", "%", 2, (">=", 99)),
+    ("cold start to state 1, waits virtual, median", "cold_start", "median_ms", "ms", 1, ("<=", 50)),
+    ("its bursts", "cold_start", "bursts", "", 0, None),
+    ("of them, applying all parameters", "apply_all_parameters", "bursts", "", 0, None),
+    ("heap growth over 10000 parameter changes", "parameter_changes", "heap_bytes", "bytes", 0, ("<=", 1024)),
+    ("growth of resident memory over 100000 polls", "polls", "resident_kb", "kB", 0, ("<=", 100)),
+    ("bursts of a 4 MiB firmware upgrade", "firmware_upgrade", "bursts", "", 0, None),
+    ("the least that it can take", "firmware_upgrade", "least", "", 0, None),
+    ("processor time of `ptzd` idling at state 1", "ptzd_idle", "cpu_percent", "% of a core", 2, ("<=", 3)),
     ("resident memory of `ptzd` with the plug-in", "ptzd_memory", "resident_mb", "MB", 1, ("<=", 10)),
 ]
 
 MOVES = (["move", "pan=10", "tilt=5", "zoom=2000", "--wait"], ["move", "pan=-10", "tilt=15", "zoom=4000", "--wait"])
+
+IDLE_SECONDS = 10
 
 BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -81,8 +96,13 @@ def resident_mb(pid):
     raise RuntimeError("ptzd has no resident memory")
 
 
-def measure_memory(build):
-    """Megabytes that ptzd keeps after start-up and a few moves."""
+def processor_seconds(pid):
+    fields = pathlib.Path(f"/proc/{pid}/stat").read_text(encoding="ascii").rsplit(")", 1)[1].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+def measure_ptzd(build):
+    """What ptzd takes: its memory after start-up and a few moves, and its processor time while it idles."""
     with tempfile.TemporaryDirectory(prefix="ptz-bench-") as name:
         folder = pathlib.Path(name)
         board = folder / "board"
@@ -107,7 +127,10 @@ def measure_memory(build):
             for words in MOVES * 2:
                 ptzctl(*words)
             ptzctl("published")
-            return resident_mb(ptzd.pid)
+            began, used = time.monotonic(), processor_seconds(ptzd.pid)
+            time.sleep(IDLE_SECONDS)
+            idle = 100 * (processor_seconds(ptzd.pid) - used) / (time.monotonic() - began)
+            return {"ptzd_memory": {"resident_mb": resident_mb(ptzd.pid)}, "ptzd_idle": {"cpu_percent": idle}}
 
 
 def run_benchmarks(build, repetitions):
@@ -171,7 +194,7 @@ def main():
     load_before = os.getloadavg()[0]
     try:
         values, built_with = run_benchmarks(build, arguments.repetitions)
-        values["ptzd_memory"] = {"resident_mb": measure_memory(build)}
+        values.update(measure_ptzd(build))
     except (OSError, RuntimeError, ValueError, subprocess.SubprocessError) as problem:
         print(f"figures: {problem}", file=sys.stderr)
         return 1
