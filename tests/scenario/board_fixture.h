@@ -25,7 +25,8 @@ inline std::size_t open_descriptors()
 
 class OnBoard : public testing::Test {
   protected:
-    OnBoard()
+    // `settings`: further lines for the driver's configuration.
+    explicit OnBoard(const std::string &settings = "")
     {
         bus() = BusBench{};
         port_transfer_settings = {};
@@ -34,6 +35,7 @@ class OnBoard : public testing::Test {
         EXPECT_EQ(board.start(), std::nullopt);
         clock.on_advance = [this](std::int64_t us) { board.advance(us); };
         clock.wait_slice_us = 1000;
+        folder.write("krx_driver.conf", folder.read("krx_driver.conf") + settings);
         driver = ptz_driver_canon_new(1, 0);
         operations().install_params(&base());
     }
