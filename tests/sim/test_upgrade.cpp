@@ -8,6 +8,8 @@ namespace {
 
 using namespace sim;
 
+constexpr std::size_t kChunk = 1016;
+
 class Loader : public BoardTest {
   protected:
     void SetUp() override
@@ -27,8 +29,8 @@ class Loader : public BoardTest {
     static Bytes chunk(std::size_t index, const Bytes &image)
     {
         Bytes command{0xFF, 0x02, static_cast<std::uint8_t>(index >> 8), static_cast<std::uint8_t>(index)};
-        const auto begin = image.begin() + static_cast<std::ptrdiff_t>(index * 1016);
-        command.insert(command.end(), begin, std::min(image.end(), begin + 1016));
+        const auto begin = image.begin() + static_cast<std::ptrdiff_t>(index * kChunk);
+        command.insert(command.end(), begin, std::min(image.end(), begin + kChunk));
         return command;
     }
     // Starts, waits until it is ready and sends the first chunks.
@@ -64,7 +66,7 @@ class Loader : public BoardTest {
 
 TEST_F(Loader, TakesAnImageAndRunsItFromTheNextBootOn)
 {
-    const Bytes small = image(2 * 1016 + 1);
+    const Bytes small = image(2 * kChunk + 1);
     EXPECT_EQ(field(send({}), 0x40, 4, 4), 0x01020003); // before the start port 1 answers as port 0 does
     start(small.size());
     board.advance(3'999'999);
@@ -95,7 +97,7 @@ TEST_F(Loader, TakesAnImageAndRunsItFromTheNextBootOn)
 
 TEST_F(Loader, EveryMistakeOfTheHostHasItsName)
 {
-    const Bytes good = image(9 * 1016);
+    const Bytes good = image(9 * kChunk);
     const auto start_of = [](std::uint8_t high, std::uint8_t low) -> Bytes {
         return {16, 1, 0, 12, 11, 2, 8, 17, 0xAA, 0x55, 0xAA, 0x55, high, 0xFB, 0xFC, low};
     };
@@ -124,7 +126,7 @@ TEST_F(Loader, EveryMistakeOfTheHostHasItsName)
         expect_offences({{c.offence, 1}});
         restart();
     }
-    start_with(9, Bytes(9 * 1016, 0x55));
+    start_with(9, Bytes(9 * kChunk, 0x55));
     send({0xFF, 0x03});
     expect_offences({{"upgrade-image", 1}});
     walk({{"", 60'000'000, "cam_fw_complete", 0}});
@@ -132,7 +134,7 @@ TEST_F(Loader, EveryMistakeOfTheHostHasItsName)
 
 TEST_F(Loader, AFailedChunkHasTheHostStepBackFive)
 {
-    const Bytes good = image(20 * 1016);
+    const Bytes good = image(20 * kChunk);
     for (const std::string fault :
          {"fault refuse-chunk 7", "fault refuse-chunks", "fault bad-checksum", "fault silence 11s"}) {
         start_with(7, good);
@@ -152,7 +154,7 @@ TEST_F(Loader, AFailedChunkHasTheHostStepBackFive)
     start_with(1, good);
     order("fault refuse-chunk 1");
     EXPECT_EQ(send(chunk(1, good)), Bytes{});
-    send(chunk(0, Bytes(20 * 1016, 1)));
+    send(chunk(0, Bytes(20 * kChunk, 1)));
     expect_offences({{"chunk-changed", 1}});
 }
 
