@@ -11,7 +11,6 @@ struct Unref {
     void operator()(GVariant *value) const { g_variant_unref(value); }
     void operator()(gpointer object) const { g_object_unref(object); }
 };
-using Value = std::unique_ptr<GVariant, Unref>;
 
 class DBus : public testing::Test {
   protected:
@@ -32,57 +31,42 @@ class DBus : public testing::Test {
         g_test_dbus_stop(bus_.get());
     }
 
-    // The reply, or none with the error's D-Bus name in `error`.
-    Value call(const char *interface, const char *method, GVariant *arguments)
+    struct Object {
+        const char *name, *path, *interface;
+    };
+    static constexpr Object kSim{"com.orna.KrxSim", "/com/orna/KrxSim", "com.orna.KrxSim"};
+    static constexpr Object kImageControl{"com.orna.ImageControl", "/com/orna/ImageControl/0/0",
+                                          "com.orna.ImageControlStream"};
+    static constexpr Object kStreamer{"com.orna.Streamer", "/com/orna/Streamer/Video/Channel/1",
+                                      "com.orna.Streamer.Video.Channel"};
+
+    // The reply in GVariant's text form; else the error's D-Bus name, with its text in `message`.
+    std::string call(const Object &object, const char *interface, const char *method, GVariant *arguments,
+                     int timeout_ms = 5000)
     {
-        GError *failure = nullptr;
-        GVariant *reply =
-            g_dbus_connection_call_sync(connection_.get(), "com.orna.KrxSim", "/com/orna/KrxSim", interface, method,
-                                        arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, &failure);
-        if (failure) {
-            char *name = g_dbus_error_get_remote_error(failure);
-            error = name ? name : failure->message;
-            message = failure->message;
-            g_free(name);
-            g_error_free(failure);
-        }
-        return Value(reply);
-    }
-    Value command(const char *line) { return call("com.orna.KrxSim", "Command", g_variant_new("(s)", line)); }
-    std::string property(const char *name)
-    {
-        const Value reply =
-            call("org.freedesktop.DBus.Properties", "Get", g_variant_new("(ss)", "com.orna.KrxSim", name));
-        char *text = reply ? g_variant_print(reply.get(), FALSE) : g_strdup("");
-        std::string result = text;
-        g_free(text);
-        return result;
-    }
-    // A property of one of the image pipeline's services, or the error's name.
-    std::string get(const char *name, const char *path, const char *interface, const char *property, int timeout_ms)
-    {
-        GError *failure = nullptr;
-        const Value reply(g_dbus_connection_call_sync(connection_.get(), name, path, "org.freedesktop.DBus.Properties",
-                                                      "Get", g_variant_new("(ss)", interface, property), nullptr,
-                                                      G_DBUS_CALL_FLAGS_NONE, timeout_ms, nullptr, &failure));
-        char *text = reply     ? g_variant_print(reply.get(), TRUE)
-                     : failure ? g_dbus_error_get_remote_error(failure)
-                               : nullptr;
+        GError *error = nullptr;
+        const std::unique_ptr<GVariant, Unref> reply(
+            g_dbus_connection_call_sync(connection_.get(), object.name, object.path, interface, method, arguments,
+                                        nullptr, G_DBUS_CALL_FLAGS_NONE, timeout_ms, nullptr, &error));
+        char *text = reply ? g_variant_print(reply.get(), TRUE) : g_dbus_error_get_remote_error(error);
         std::string result = text ? text : "no answer";
+        message = error ? error->message : "";
         g_free(text);
-        g_clear_error(&failure);
+        g_clear_error(&error);
         return result;
     }
-    std::string mode(int timeout_ms = 5000)
+    std::string command(const std::string &line)
     {
-        return get("com.orna.ImageControl", "/com/orna/ImageControl/0/0", "com.orna.ImageControlStream",
-                   "VideoCaptureMode", timeout_ms);
+        return call(kSim, kSim.interface, "Command", g_variant_new("(s)", line.c_str()));
     }
-    std::string rotation(int timeout_ms = 5000)
+    std::string get(const Object &object, const char *property, int timeout_ms = 5000)
     {
-        return get("com.orna.Streamer", "/com/orna/Streamer/Video/Channel/1", "com.orna.Streamer.Video.Channel",
-                   "Rotation", timeout_ms);
+        return call(object, "org.freedesktop.DBus.Properties", "Get", g_variant_new("(ss)", object.interface, property),
+                    timeout_ms);
     }
+    std::string property(const char *name) { return get(kSim, name); }
+    std::string mode(int timeout_ms = 5000) { return get(kImageControl, "VideoCaptureMode", timeout_ms); }
+    std::string rotation() { return get(kStreamer, "Rotation"); }
     // Gathers the pipeline's signals in `heard`; those sent before an answer are there when next_signals() returns.
     void listen()
     {
@@ -93,7 +77,7 @@ class DBus : public testing::Test {
             g_free(text);
         };
         // Both names belong to one connection.
-        g_dbus_connection_signal_subscribe(connection_.get(), "com.orna.Streamer", nullptr, nullptr, nullptr, nullptr,
+        g_dbus_connection_signal_subscribe(connection_.get(), kStreamer.name, nullptr, nullptr, nullptr, nullptr,
                                            G_DBUS_SIGNAL_FLAGS_NONE, on_signal, &heard_, nullptr);
     }
     std::string next_signals()
@@ -105,7 +89,6 @@ class DBus : public testing::Test {
 
     TempFolder folder;
     Environment board{"PTZ_BOARD", folder.path()};
-    std::string error;
     std::string message;
 
   private:
@@ -119,7 +102,7 @@ TEST_F(DBus, CommandsAndPropertiesReachTheBoard)
 {
     Program program({"--board", folder.path(), "--quiet"});
     ASSERT_TRUE(program.wait_for("ready"));
-    EXPECT_TRUE(command("set pan 12.5"));
+    EXPECT_EQ(command("set pan 12.5"), "('done',)");
     EXPECT_NE(property("Values").find("'Pan': 12.5"), std::string::npos);
     EXPECT_EQ(property("State"), "(<'off'>,)");
     EXPECT_EQ(property("Offences"), "(<@a{su} {}>,)");
@@ -127,11 +110,10 @@ TEST_F(DBus, CommandsAndPropertiesReachTheBoard)
     EXPECT_EQ(property("Offences"), "(<{'reset-release-without-power': uint32 1}>,)");
     EXPECT_NE(property("Lines").find("'cam_reset': true"), std::string::npos);
     EXPECT_EQ(property("Records"), "(<@a{su} {}>,)");
-    EXPECT_TRUE(command("fault hold-request high"));
+    command("fault hold-request high");
     EXPECT_EQ(property("Faults"), "(<{'hold-request': uint32 1}>,)");
 
-    EXPECT_FALSE(command("set pan 1000"));
-    EXPECT_EQ(error, "com.orna.KrxSim.Error.BadCommand");
+    EXPECT_EQ(command("set pan 1000"), "com.orna.KrxSim.Error.BadCommand");
     EXPECT_NE(message.find("usage: set pan VALUE, -170 to 170 degrees"), std::string::npos);
 
     Program second({"--board", folder.file("second")});
@@ -147,9 +129,9 @@ TEST_F(DBus, TheImagePipelineTellsItsModeAndItsChanges)
     listen();
     EXPECT_EQ(mode(), "(<'1080p60'>,)");
     EXPECT_EQ(rotation(), "(<0>,)");
-    EXPECT_TRUE(command("set video-capture-mode 720p25%n"));
-    EXPECT_TRUE(command("set capture-frequency 50"));
-    EXPECT_TRUE(command("set rotation 180"));
+    command("set video-capture-mode 720p25%n");
+    command("set capture-frequency 50");
+    command("set rotation 180");
     EXPECT_EQ(mode(), "(<'720p25%n'>,)");
     EXPECT_EQ(rotation(), "(<180>,)");
     EXPECT_EQ(next_signals(),
@@ -174,14 +156,14 @@ TEST_F(DBus, TheImagePipelineFailsInEveryWay)
         {"garbage", "('%s%n garbage\\n',)", "('%s%n garbage\\n',)"},
     };
     for (const auto &[fault, of_mode, of_rotation] : cases) {
-        EXPECT_TRUE(command((std::string("fault image-control ") + fault).c_str()));
-        EXPECT_TRUE(command((std::string("fault streamer ") + fault).c_str()));
+        command(std::string("fault image-control ") + fault);
+        command(std::string("fault streamer ") + fault);
         EXPECT_EQ(mode(), of_mode);
         EXPECT_EQ(rotation(), of_rotation);
     }
-    EXPECT_TRUE(command("fault image-control silent"));
+    command("fault image-control silent");
     EXPECT_EQ(mode(50), "no answer");
-    EXPECT_TRUE(command("clear"));
+    command("clear");
     EXPECT_EQ(mode(), "(<'1080p60'>,)");
     EXPECT_EQ(rotation(), "(<0>,)");
     // A missing service is not asked.
