@@ -51,7 +51,7 @@ class ServiceTest : public BusTest {
     ReplyPtr occupy_command_thread()
     {
         gate.lock();
-        const ReplyPtr reply = client.send("GetPosition");
+        ReplyPtr reply = client.send("GetPosition");
         run_until([this] { return script.in_position.load(); });
         return reply;
     }

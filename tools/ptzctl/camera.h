@@ -15,8 +15,8 @@ constexpr double kLongestWait = 3600; // seconds that a command line may ask for
 // stored preset.
 void send_move(Service &service, const std::vector<AxisMove> &moves, double speed = 0, bool preset = false);
 
-// Stays until the camera has stood still for a second of its time or `seconds` have passed, if given. True when it stands still or
-// the time is up, false when the person interrupted.
+// Stays until the camera has stood still for a second of its time or `seconds` have passed, if given. True when it
+// stands still or the time is up, false when the person interrupted.
 bool stay(Service &service, std::optional<double> seconds = std::nullopt);
 
 // A parameter's value, and setting it (a text is converted to its kind).
