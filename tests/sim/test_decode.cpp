@@ -12,7 +12,6 @@ using sim::decode_packet;
 using sim::decode_trace_line;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 TEST(Decode, AStopOfEverythingIsThreeLines)
 {
