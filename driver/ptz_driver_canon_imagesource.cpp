@@ -44,10 +44,22 @@ bool filter_choice(const Parameter &parameter, ParameterValue *value)
 
 // How it is applied.
 
+// Some commands take their number as unsigned, where a negative one is too large, and some as signed.
+struct Number {
+    int value;
+    operator int() const { return value; }
+    operator unsigned() const { return static_cast<unsigned>(value); }
+};
+
+Number number_of(const ParameterValue &value)
+{
+    return {value.number};
+}
+
 template <auto command>
 gboolean number_to(PTZDriverCanon *self, const Change &change)
 {
-    return command(self, change.value.number);
+    return command(self, number_of(change.value));
 }
 
 template <auto command>
@@ -59,18 +71,18 @@ gboolean text_to(PTZDriverCanon *self, const Change &change)
 template <auto command>
 gboolean name_and_number_to(PTZDriverCanon *self, const Change &change)
 {
-    return command(self, change.name, change.value.number);
+    return command(self, change.name, number_of(change.value));
 }
 
 template <gboolean manual>
 gboolean shutter(PTZDriverCanon *self, const Change &change)
 {
-    return ptz_driver_canon_cmd_shutter(self, change.value.number, manual);
+    return ptz_driver_canon_cmd_shutter(self, number_of(change.value), manual);
 }
 
 gboolean closed_iris(PTZDriverCanon *self, const Change &change)
 {
-    return ptz_driver_canon_cmd_iris(self, change.value.number, TRUE);
+    return ptz_driver_canon_cmd_iris(self, number_of(change.value), TRUE);
 }
 
 gboolean exposure(PTZDriverCanon *self, const Change &)
@@ -92,12 +104,12 @@ gboolean spot_with_window(PTZDriverCanon *self, const Change &change)
 
 gboolean spot_x_with_y(PTZDriverCanon *self, const Change &change)
 {
-    return ptz_driver_canon_cmd_spot_exposure_position(self, change.value.number, change.partner.number);
+    return ptz_driver_canon_cmd_spot_exposure_position(self, number_of(change.value), number_of(change.partner));
 }
 
 gboolean spot_y_with_x(PTZDriverCanon *self, const Change &change)
 {
-    return ptz_driver_canon_cmd_spot_exposure_position(self, change.partner.number, change.value.number);
+    return ptz_driver_canon_cmd_spot_exposure_position(self, number_of(change.partner), number_of(change.value));
 }
 
 const char *switch_or_on(const ParameterValue &value)
@@ -109,13 +121,13 @@ const char *switch_or_on(const ParameterValue &value)
 template <auto command>
 gboolean limit_with_switch(PTZDriverCanon *self, const Change &change)
 {
-    return command(self, switch_or_on(change.partner), change.value.number);
+    return command(self, switch_or_on(change.partner), number_of(change.value));
 }
 
 template <auto command>
 gboolean switch_with_level(PTZDriverCanon *self, const Change &change)
 {
-    return command(self, change.value.text, change.partner.number);
+    return command(self, change.value.text, number_of(change.partner));
 }
 
 gboolean noise_level_while_on(PTZDriverCanon *self, const Change &change)
@@ -123,7 +135,7 @@ gboolean noise_level_while_on(PTZDriverCanon *self, const Change &change)
     const char *mode = change.partner.text;
     if (mode == nullptr || g_ascii_strcasecmp(mode, "on") != 0)
         return TRUE;
-    return ptz_driver_canon_cmd_noise_reduction(self, mode, change.value.number);
+    return ptz_driver_canon_cmd_noise_reduction(self, mode, number_of(change.value));
 }
 
 struct Partner {
