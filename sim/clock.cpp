@@ -40,7 +40,7 @@ std::int64_t Clock::real_ns_until(std::int64_t us) const
 void Clock::wait_wire(std::int64_t start_ns, std::int64_t ns) const
 {
     // Waking up takes about this long, so the last part is spent awake.
-    constexpr std::int64_t kAwakeNs = 120'000;
+    constexpr std::int64_t kAwakeNs = 500'000;
     if (manual_)
         return;
     const std::int64_t end = start_ns + static_cast<std::int64_t>(static_cast<double>(ns) / scale_);

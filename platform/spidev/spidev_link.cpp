@@ -28,7 +28,7 @@ constexpr std::int64_t kPeerTimeoutNs = 10'000'000'000;
 // A board answers within some 20 us, or at the end of the wire time when it keeps to that. Around these moments asking
 // again and again is far quicker than being woken up.
 constexpr std::int64_t kFirstSpinNs = 60'000;
-constexpr std::int64_t kWireSpinNs = 150'000;
+constexpr std::int64_t kWireSpinNs = 500'000;
 
 int fail(int error)
 {
