@@ -9,6 +9,16 @@
 
 #include <cstring>
 
+namespace {
+
+// A camera block that is off takes the mode when it starts.
+gboolean follow_capture_mode(PTZDriverCanon *self)
+{
+    return self->camera_powered ? ptz_driver_canon_refresh_capture_mode(self) : TRUE;
+}
+
+} // namespace
+
 gboolean ptz_driver_canon_take_capture_mode(PTZDriverCanon *self, gboolean blank, gboolean restart,
                                             gboolean *restart_required)
 {
@@ -50,5 +60,5 @@ void ptz_driver_canon_utils_on_properties_changed(PTZDriverCanon *self, GVariant
         return;
     while (g_variant_iter_next(changed, "{&sv}", &property, nullptr))
         if (std::strcmp(property, "CaptureFrequency") == 0)
-            ptz_driver_canon_queue_once(self, ptz_driver_canon_refresh_capture_mode);
+            ptz_driver_canon_queue_once(self, follow_capture_mode);
 }

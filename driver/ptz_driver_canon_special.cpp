@@ -49,9 +49,10 @@ constexpr VideoCommand VIDEO_COMMANDS[] = {
 constexpr const char *RESET = "reset";
 constexpr const char *WHITE_BALANCE_ONE_PUSH = "wbonep";
 
+// A camera block that is off is turned when it starts.
 gboolean send_rotation(PTZDriverCanon *self)
 {
-    return ptz_driver_canon_cmd_rotate(self, self->rotation);
+    return !self->camera_powered || ptz_driver_canon_cmd_rotate(self, self->rotation);
 }
 
 } // namespace

@@ -76,6 +76,7 @@ TEST_F(Special, RotationSignalQueuesOneCommandPerChange)
         ptz_driver_canon_op_signal_received(base, name, parameters);
         g_variant_unref(parameters);
     };
+    driver->camera_powered = TRUE;
     signal("CurrentRotationChanged", g_variant_new("(i)", 180));
     signal("CurrentRotationChanged", g_variant_new("(i)", 180));
     signal("CurrentRotationChanged", g_variant_new("(s)", "180"));

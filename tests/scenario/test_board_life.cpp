@@ -201,7 +201,15 @@ TEST_F(Life, GoesThroughItsStates)
     set_temperature(70);
     expect_states({3});
     EXPECT_EQ(board.reading().state, sim::BlockState::off);
-    move(motion(1, 50)); // nobody to send it to
+    move(motion(1, 50)); // nobody to send these to
+    change_capture_mode("720p50");
+    change_capture_mode("1080p60");
+    GVariant *turned = g_variant_ref_sink(g_variant_new("(i)", 180));
+    operations().signal_received(&base(), "CurrentRotationChanged", turned);
+    g_variant_unref(turned);
+    log.take();
+    run_jobs();
+    EXPECT_EQ(log.take(), Lines{});
     set_temperature(70);
     reset();
     expect_states({4, 3});
