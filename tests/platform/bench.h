@@ -1,12 +1,7 @@
-// Time and files for tests: a command queue without a thread, and a folder that comes and goes.
+// A command queue without a thread, on time that stands still until the test moves it.
 #pragma once
 
 #include "ptzorvel/common/task_queue.h"
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <string>
 
 // Stands still until the test moves it; nobody waits on it.
 class ManualClock final : public QueueClock {
@@ -29,25 +24,5 @@ struct QueueBench {
         clock.now += us;
         while (queue.run_next()) {
         }
-    }
-};
-
-struct TempFolder {
-    char path[32] = "/tmp/ptz-platform-XXXXXX";
-
-    TempFolder()
-    {
-        if (mkdtemp(path) == nullptr)
-            std::abort();
-    }
-    TempFolder(const TempFolder &) = delete;
-    TempFolder &operator=(const TempFolder &) = delete;
-    ~TempFolder() { std::filesystem::remove_all(path); }
-
-    void write(const std::string &name, const std::string &text) const
-    {
-        const std::filesystem::path file = std::filesystem::path(path) / name;
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file) << text;
     }
 };

@@ -2,9 +2,9 @@
 // end.
 #include "ptzorvel/ptzd/plugin.h"
 #include "ptzorvel/ptzd/service.h"
-#include "tests/platform/bench.h"
 #include "tests/platform/bus_fixture.h"
 #include "tests/platform/recording_driver.h"
+#include "tests/support/temp_folder.h"
 
 #include <gmock/gmock.h>
 
@@ -12,6 +12,11 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+
+int open_descriptors()
+{
+    return static_cast<int>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
+}
 
 class ServiceTest : public BusTest {
   protected:
@@ -28,9 +33,7 @@ class ServiceTest : public BusTest {
     }
 
     struct Asked {
-        const char *method;
-        const char *arguments;
-        std::string answer; // the result as text, or the beginning of "Error: message"
+        const char *method, *arguments, *answer; // the result as text, or the beginning of "Error: message"
     };
     void expect_answers(std::initializer_list<Asked> calls)
     {
@@ -71,7 +74,7 @@ TEST_F(ServiceTest, MovesReachTheDriverInItsNumbersAndBadOnesNever)
     start();
     expect_answers({
         {"Move", "([('pan','absolute',12.5),('zoom','relative',-3.0)], 50.0, {'preset': <true>})", "()"},
-        {"Move", "([('tilt','continuous',-25.5)], 0.0, @a{sv} {})", "()"},
+        {"Move", "([('tilt','continuous',-19.999992)], 0.0, @a{sv} {})", "()"}, // x 65536 is -1310719.48
         {"Move", "([('pan','absolute',171.0)], 0.0, @a{sv} {})", "OutOfRange"},
         {"Move", "('pan',)", "InvalidArgs"}, // the bus's own word for a wrong signature
         {"SetParameter", "('UserAdv','Speed',<25>)", "()"},
@@ -80,7 +83,7 @@ TEST_F(ServiceTest, MovesReachTheDriverInItsNumbersAndBadOnesNever)
     });
     EXPECT_THAT(script.lines(),
                 ElementsAre("move pan=819200/1 zoom=-196608/2 speed=3276800 zoom preset",
-                            "move tilt=-1671168/3 speed=6553600", "useradv Speed", // from here on the speed is 25 %
+                            "move tilt=-1310719/3 speed=6553600", "useradv Speed", // from here on the speed is 25 %
                             "move iris=524288/1 focus=458752/1 bri=589824/1 speed=1638400"));
 }
 
@@ -97,10 +100,10 @@ TEST_F(ServiceTest, QuestionsAreAnsweredInEngineeringUnits)
         {"AngleToZoom", "(0.0, 100.0)", "OutOfRange"},
         {"AngleToZoom", "(10.0, 99.5)", "InvalidArgument"},
     });
+    EXPECT_THAT(client.call("GetStatus").text, HasSubstr("'error-bits': <uint32 4>, 'errors': <'Cam error DSP'>"));
     const ReplyPtr all = client.send_to("/com/orna/PTZ", "org.freedesktop.DBus.Properties", "GetAll",
                                         g_variant_new("(s)", "com.orna.PTZ"));
     run_until([&] { return all->done; });
-    EXPECT_THAT(client.call("GetStatus").text, HasSubstr("'error-bits': <uint32 4>, 'errors': <'Cam error DSP'>"));
     EXPECT_THAT(all->text, HasSubstr("'State': <1>, 'StateText': <'running'>, 'Speed': <100.0>, 'VideoChannel': <2>, "
                                      "'Id': <7>"));
 }
@@ -127,7 +130,7 @@ TEST_F(ServiceTest, ModesAndSpecialCommandsGoByTheirWords)
 TEST_F(ServiceTest, ParametersAreListedReadSetAndKept)
 {
     const TempFolder folder;
-    options.state_dir = folder.path;
+    options.state_dir = folder.path();
     folder.write("parameters.conf", "[Limit]\nMinPan=400\n[UserAdv]\nUpdate=perhaps\nStatus=fine\nSpeed=8\n"
                                     "[ImageSource]\nExposure=Manual\nDefog=\xff\n");
     start();
@@ -145,14 +148,13 @@ TEST_F(ServiceTest, ParametersAreListedReadSetAndKept)
         {"SetParameter", "('Limit','MinPan',<-90>)", "()"},
         {"SetParameter", "('Limit','MinPan',<'-80'>)", "()"},
         {"GetParameter", "('Limit','MinPan')", "(<-80>,)"},
-        {"SetParameter", "('Limit','MinPan',<-171>)", "OutOfRange"},
         {"SetParameter", "('Limit','MinPan',<1.5>)", "InvalidArgument"},
-        {"SetParameter", "('Limit','MaxPan',<1>)", "UnknownParameter"},
         {"SetParameter", "('UserAdv','Status',<'fine'>)", "InvalidArgument"},
     });
     EXPECT_THAT(client.call("ListParameters", "('',)").text, HasSubstr("'minimum': <-170>, 'maximum': <170>"));
     EXPECT_THAT(script.lines(), ElementsAre("image Defog", "limit MinPan", "limit MinPan"));
     service.reset();
+    const int descriptors = open_descriptors();
     start();
     expect_answers({{"GetParameter", "('Limit','MinPan')", "(<-80>,)"},
                     {"GetParameter", "('UserAdv','Speed')", "(<8>,)"},
@@ -161,6 +163,8 @@ TEST_F(ServiceTest, ParametersAreListedReadSetAndKept)
     folder.write("parameters.conf", "no key file");
     start();
     expect_answers({{"GetParameter", "('Limit','MinPan')", "(<-170>,)"}});
+    service.reset();
+    EXPECT_LE(open_descriptors(), descriptors);
 }
 
 TEST_F(ServiceTest, WhatTheDriverRefusesFailsAndIsTakenBack)
@@ -180,12 +184,13 @@ TEST_F(ServiceTest, WhatTheDriverRefusesFailsAndIsTakenBack)
 
 TEST_F(ServiceTest, ACameraThatDoesNotRunSaysWhyInWords)
 {
+    constexpr char pan[] = "([('pan','absolute',1.0)], 0.0, @a{sv} {})";
     script.state_after_open = PTZ_STATE_FAILED;
     start();
-    EXPECT_EQ(move(client, "('pan','absolute',1.0)"), "NotReady");
-    expect_answers({{"GetPosition", "()",
+    expect_answers({{"Move", pan,
                      "NotReady: The camera is not ready (failed). See the system log, then run the special command "
                      "\"reset\"."},
+                    {"GetPosition", "()", "NotReady"},
                     {"Stop", "()", "NotReady"},
                     {"GetFieldOfView", "()", "NotReady"},
                     {"SetIrisMode", "('auto',)", "NotReady"},
@@ -195,9 +200,8 @@ TEST_F(ServiceTest, ACameraThatDoesNotRunSaysWhyInWords)
     script.warm = false;
     script.state_after_open = PTZ_STATE_TOO_COLD;
     start();
-    EXPECT_EQ(move(client, "('pan','absolute',1.0)"), "Busy");
-    expect_answers({{"RunSpecialCommand", "('reset',)",
-                     "Busy: The camera is outside its operating temperature. Try again later."}});
+    expect_answers({{"Move", pan, "Busy: The camera is outside its operating temperature. Try again later."},
+                    {"RunSpecialCommand", "('reset',)", "Busy"}});
     EXPECT_THAT(script.lines(), ElementsAre("special reset", "close"));
 }
 
@@ -253,21 +257,13 @@ TEST_F(ServiceTest, OnlyAClientThatLeavesDuringItsContinuousMoveIsStoppedFor)
     EXPECT_EQ(script.lines().back(), "stop");
 }
 
-std::size_t open_descriptors()
-{
-    const std::filesystem::directory_iterator all("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
-}
-
-void write_down(GDBusConnection *, const char *, const char *, const char *, const char *name, GVariant *parameters,
-                gpointer lines)
-{
-    static_cast<std::vector<std::string> *>(lines)->push_back(name + print(parameters));
-}
-
 TEST_F(ServiceTest, StatesEventsAndParametersAreAnnouncedAndPictureSignalsPassedOn)
 {
     std::vector<std::string> lines;
+    const auto write_down = [](GDBusConnection *, const char *, const char *, const char *, const char *name,
+                               GVariant *parameters, gpointer to) {
+        static_cast<std::vector<std::string> *>(to)->push_back(name + print(parameters));
+    };
     const guint id =
         g_dbus_connection_signal_subscribe(client.connection(), nullptr, "com.orna.PTZ", nullptr, "/com/orna/PTZ",
                                            nullptr, G_DBUS_SIGNAL_FLAGS_NONE, write_down, &lines, nullptr);
@@ -284,6 +280,7 @@ TEST_F(ServiceTest, StatesEventsAndParametersAreAnnouncedAndPictureSignalsPassed
     EXPECT_THAT(lines,
                 ElementsAre("StateChanged(4, 'starting')", "Event(4, 'Cam error DSP')", "StateChanged(1, 'running')",
                             "ParameterChanged('UserAdv', 'Update', <false>)", "StateChanged(6, 'closed')"));
+    expect_answers({{"GetState", "()", "ServiceUnknown"}});
     g_dbus_connection_signal_unsubscribe(client.connection(), id);
 }
 
@@ -305,22 +302,6 @@ TEST_F(ServiceTest, ClosingComesBeforeWhatWaitsAndRefusesIt)
     expect_answers({{"GetPosition", "()", "NotReady"}}); // still there, and says so
 }
 
-TEST_F(ServiceTest, LoadsRunsAndClosesAgainAndAgainInOneProcess)
-{
-    start();
-    service.reset();
-    const std::size_t descriptors = open_descriptors();
-    for (int round = 0; round < 5; round++) {
-        start();
-        EXPECT_EQ(move(client, "('pan','continuous',1.0)"), "");
-        EXPECT_EQ(script.alive, 1);
-        service.reset();
-        EXPECT_EQ(script.alive, 0);
-        expect_answers({{"GetState", "()", "ServiceUnknown"}});
-    }
-    EXPECT_LE(open_descriptors(), descriptors);
-}
-
 TEST_F(ServiceTest, APluginThatMakesNoDriverIsReported)
 {
     options.driver_new = [](int, int) -> PTZDriver * { return nullptr; };
@@ -332,11 +313,14 @@ TEST_F(ServiceTest, APluginThatMakesNoDriverIsReported)
 TEST(Plugin, SaysWhyAFileCannotBeUsed)
 {
     std::string why;
-    EXPECT_EQ(load_plugin("/nonexistent/plugin.so", why), nullptr);
-    EXPECT_THAT(why, HasSubstr("Cannot read the plug-in /nonexistent/plugin.so: No such file or directory"));
-    EXPECT_EQ(load_plugin("/proc/self/cmdline", why), nullptr);
-    EXPECT_THAT(why, HasSubstr("Cannot load the plug-in"));
-    EXPECT_EQ(load_plugin("/proc/self/exe", why), nullptr);
+    const std::pair<const char *, const char *> files[] = {
+        {"/nonexistent/plugin.so", "Cannot read the plug-in /nonexistent/plugin.so: No such file or directory"},
+        {"/proc/self/cmdline", "Cannot load the plug-in"},
+        {"/proc/self/exe", ""}};
+    for (const auto &[file, reason] : files) {
+        EXPECT_EQ(load_plugin(file, why), nullptr);
+        EXPECT_THAT(why, HasSubstr(reason));
+    }
 }
 
 } // namespace

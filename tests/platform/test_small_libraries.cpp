@@ -6,8 +6,8 @@
 #include "ptzorvel/driver/data_caches.h"
 #include "ptzorvel/driver/driver_private.h"
 #include "status_cache/status_cache_read.h"
-#include "tests/platform/bench.h"
 #include "tests/platform/bus_fixture.h"
+#include "tests/support/temp_folder.h"
 
 #include <gmock/gmock.h>
 
@@ -27,16 +27,16 @@ TEST(PtzMath, FieldsOfViewFollowTheTangentOfTheHalfAngle)
 
 TEST(StatusCache, CopiesValuesDuringTheCallAndCountsThem)
 {
-    status_cache_clear();
     gint32 zoom = 5;
     float pan = -12.5f;
-    const ScParam good[] = {{"ZOOM", 4, &zoom, SC_TYPE_INTEGER}, {"PAN", 4, &pan, SC_TYPE_REAL}};
-    const ScParam bad[] = {{"WIDE", 8, &pan, SC_TYPE_REAL}, {"ODD", 4, &pan, 7}, {nullptr, 4, &pan, SC_TYPE_REAL}};
-    const ScParam *list[] = {&good[0], &good[1], &bad[0], &bad[1], &bad[2], nullptr};
-    EXPECT_EQ(sc_set_group("POSITION", list, 0), 2);
-    zoom = 6;
-    EXPECT_EQ(print(status_cache_snapshot()), "{'POSITION': {'ZOOM': <5>, 'PAN': <-12.5>}}");
-    EXPECT_EQ(sc_set_group("POSITION", list, 0), 2);
+    const ScParam records[] = {{"ZOOM", 4, &zoom, SC_TYPE_INTEGER},
+                               {"PAN", 4, &pan, SC_TYPE_REAL},
+                               {"WIDE", 8, &pan, SC_TYPE_REAL},
+                               {"ODD", 4, &pan, 7},
+                               {nullptr, 4, &pan, SC_TYPE_REAL}};
+    const ScParam *list[] = {&records[0], &records[1], &records[2], &records[3], &records[4], nullptr};
+    for (zoom = 5; zoom < 7; zoom++)
+        EXPECT_EQ(sc_set_group("POSITION", list, 0), 2);
     EXPECT_EQ(print(status_cache_snapshot()), "{'POSITION': {'ZOOM': <6>, 'PAN': <-12.5>}}");
     EXPECT_LT(sc_set_group("", list, 0), 0);
     EXPECT_LT(sc_set_group(nullptr, list, 0), 0);
@@ -46,7 +46,7 @@ TEST(StatusCache, CopiesValuesDuringTheCallAndCountsThem)
 
 TEST(StatusReport, FillsAsManyRecordsAsThereIsRoomForFromStableStorage)
 {
-    auto *driver = PTZ_DRIVER(g_object_new(PTZ_TYPE_DRIVER, "video_channel_nbr", 3, nullptr));
+    auto *driver = PTZ_DRIVER(g_object_new(PTZ_TYPE_DRIVER, nullptr));
     const PTZDriverClass *klass = PTZ_DRIVER_GET_CLASS(driver);
     ScParam spare[PTZ_STATUS_SPARE_RECORDS] = {};
     klass->prepare_move(driver);
@@ -65,16 +65,15 @@ TEST(StatusReport, FillsAsManyRecordsAsThereIsRoomForFromStableStorage)
 
 TEST(DataCaches, OnlyOpenCachesTakeValuesAndSayWhetherTheyAreNew)
 {
-    const auto update = [](gint32 pan, gint32 tilt) {
+    const auto update = [](gint32 tilt) {
         guint32 result = 9;
-        ptz_driver_position_datacache_update(pan, tilt, 36000, 36000, &result);
+        ptz_driver_position_datacache_update(36100, tilt, 36000, 36000, &result);
         return result;
     };
-    EXPECT_EQ(update(36100, 36000), 0u);
+    EXPECT_EQ(update(36000), 0u);
     ASSERT_EQ(ptz_driver_position_datacache_init(nullptr), 0);
-    EXPECT_EQ(update(36100, 36000), 1u);
-    EXPECT_EQ(update(36100, 36000), 0u);
-    EXPECT_EQ(update(36100, 35999), 1u);
+    for (const gint32 tilt : {36000, 35999})
+        EXPECT_EQ(update(tilt) * 10 + update(tilt), 10u);
     EXPECT_THAT(print(ptz_data_caches_snapshot()),
                 HasSubstr("'position': {'open': <true>, 'pan': <36100>, 'tilt': <35999>, 'pan_offset': <36000>, "
                           "'tilt_offset': <36000>}"));
@@ -100,8 +99,7 @@ TEST(ImageSourceControl, RemembersWhatThePictureDoesAndRefusesWithoutAHandle)
 
 TEST(BlockDefaults, AreThoseOfTheBlockAndItsVersionOrNone)
 {
-    const TempFolder folder;
-    setenv("PTZ_DATA_DIR", folder.path, 1);
+    const TempFolder folder("PTZ_DATA_DIR");
     EXPECT_EQ(block_defaults_init("KRX_camblock", "1.00"), nullptr); // no file
     folder.write("block_defaults.conf", "[KRX_camblock]\nVersion=1.00\nModel=KRX131\n");
     BlockDefaults *defaults = block_defaults_init("KRX_camblock", "1.00");
@@ -116,7 +114,6 @@ TEST(BlockDefaults, AreThoseOfTheBlockAndItsVersionOrNone)
     EXPECT_EQ(block_defaults_init("OTHER", "1.00"), nullptr);
     folder.write("block_defaults.conf", "Version=1.00\n"); // malformed
     EXPECT_EQ(block_defaults_init("KRX_camblock", "1.00"), nullptr);
-    unsetenv("PTZ_DATA_DIR");
 }
 
 } // namespace

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <future>
-#include <set>
-
 namespace {
 
 using Lane = TaskQueue::Lane;
@@ -125,31 +122,6 @@ TEST_F(TaskQueueTest, TasksAreDestroyedOnceWhicheverWayTheyEnd)
     EXPECT_EQ(done, "~waiting ~late ~repeating ");
     EXPECT_FALSE(add("later", 0));
     EXPECT_EQ(done, "~waiting ~late ~repeating ~later ");
-}
-
-TEST(TaskQueueThread, SleepsUntilWorkComesAndRunsAndDestroysItAllOnOneThread)
-{
-    TaskQueue queue;
-    queue.start();
-    std::set<std::thread::id> threads;
-    for (int i = 0; i < 100; i++) {
-        std::promise<bool> ran;
-        queue.post([&] {
-            threads.insert(std::this_thread::get_id());
-            ran.set_value(queue.on_command_thread());
-        });
-        EXPECT_TRUE(ran.get_future().get());
-    }
-    EXPECT_FALSE(queue.on_command_thread());
-    PTZTask record{nullptr, &threads, nullptr, {}};
-    record.destroy = [](gpointer task) {
-        static_cast<std::set<std::thread::id> *>(static_cast<PTZTask *>(task)->data)
-            ->insert(std::this_thread::get_id());
-    };
-    queue.add(&record, 1000000000);
-    queue.shutdown();
-    EXPECT_EQ(threads.size(), 1u);
-    EXPECT_EQ(threads.count(std::this_thread::get_id()), 0u);
 }
 
 } // namespace
