@@ -10,21 +10,19 @@ namespace {
 std::string take(GBytes *bytes)
 {
     gsize size = 0;
-    const auto *data = static_cast<const char *>(g_bytes_get_data(bytes, &size));
-    std::string text(data != nullptr ? data : "", size);
-    g_bytes_unref(bytes);
+    auto *data = static_cast<char *>(g_bytes_unref_to_data(bytes, &size));
+    const std::string text(data, size);
+    g_free(data);
     return text;
 }
 
-void on_end(GObject *source, GAsyncResult *communicated, gpointer data)
+void on_end(GObject *source, GAsyncResult *communicated, gpointer result)
 {
-    auto *result = static_cast<RunResult *>(data);
-    GSubprocess *process = G_SUBPROCESS(source);
-    GBytes *output = nullptr;
-    GBytes *errors = nullptr;
-    g_subprocess_communicate_finish(process, communicated, &output, &errors, nullptr);
-    *result = {g_subprocess_get_if_exited(process) ? g_subprocess_get_exit_status(process) : -1, take(output),
-               take(errors), true};
+    GBytes *output = nullptr, *errors = nullptr;
+    g_subprocess_communicate_finish(G_SUBPROCESS(source), communicated, &output, &errors, nullptr);
+    const bool exited = g_subprocess_get_if_exited(G_SUBPROCESS(source)) != FALSE;
+    *static_cast<RunResult *>(result) = {exited ? g_subprocess_get_exit_status(G_SUBPROCESS(source)) : -1, take(output),
+                                         take(errors), true};
 }
 
 } // namespace
@@ -50,10 +48,13 @@ RunResult run_program(const std::vector<std::string> &words, const std::string &
     return result;
 }
 
-RunResult ptzctl_without_bus(std::vector<std::string> words, const std::string &input)
+RunResult run_ptzctl(const std::string &line, const std::string &input, const std::string &bus)
 {
-    words.insert(words.begin(), required_variable("PTZCTL"));
-    return run_program(words, input);
+    std::vector<std::string> words{required_variable("PTZCTL")};
+    std::istringstream blanks(line);
+    for (std::string word; std::getline(blanks, word, ' ');)
+        words.push_back(word);
+    return run_program(words, input, bus);
 }
 
 std::string required_variable(const char *name)
@@ -80,17 +81,11 @@ void ProgramTest::serve(Answer answer)
     owner_.take_name("com.orna.PTZ");
 }
 
-RunResult ProgramTest::ptzctl(std::vector<std::string> words)
-{
-    words.insert(words.begin(), required_variable("PTZCTL"));
-    return run_program(words, "", address());
-}
-
 void ProgramTest::on_call(GDBusConnection *, const char *, const char *, const char *, const char *method,
                           GVariant *arguments, GDBusMethodInvocation *invocation, gpointer data)
 {
     auto *self = static_cast<ProgramTest *>(data);
-    self->calls.push_back(method + print(arguments));
+    self->calls += (self->calls.empty() ? "" : " ") + (method + print(arguments));
     std::string error_name;
     std::string error_text;
     GVariant *results = self->answer_(method, error_name, error_text);

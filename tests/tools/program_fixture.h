@@ -15,10 +15,11 @@ struct RunResult {
 
 // A program with `input` on its standard input; the main loop runs meanwhile.
 RunResult run_program(const std::vector<std::string> &words, const std::string &input = "",
-                      const std::string &bus = "unix:path=/nonexistent/bus");
+                      const std::string &bus = "");
 
-// ptzctl without a bus.
-RunResult ptzctl_without_bus(std::vector<std::string> words, const std::string &input = "");
+// ptzctl with the words of a line, each behind a single blank.
+RunResult run_ptzctl(const std::string &line, const std::string &input = "",
+                     const std::string &bus = "unix:path=/nonexistent/bus");
 
 // The value of an environment variable that the test's build file sets.
 std::string required_variable(const char *name);
@@ -32,9 +33,9 @@ class ProgramTest : public BusTest {
     ~ProgramTest() override;
 
     void serve(Answer answer);
-    RunResult ptzctl(std::vector<std::string> words);
+    RunResult ptzctl(const std::string &line) { return run_ptzctl(line, "", address()); }
 
-    std::vector<std::string> calls; // "Method(arguments)" of each call so far
+    std::string calls; // "Method(arguments)" of each call so far, with blanks between
 
   private:
     static void on_call(GDBusConnection *connection, const char *sender, const char *path, const char *interface,
