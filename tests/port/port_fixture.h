@@ -15,7 +15,12 @@ using PortOwned = GOwned<PTZPort, g_object_unref>;
 class PortTest : public testing::Test {
   protected:
     PortTest() { port_transfer_settings = {}; }
-    ~PortTest() override { EXPECT_EQ(hardware.live_handles, 0) << "a GPIO line is still held"; }
+    ~PortTest() override // by now the test's ports are gone
+    {
+        EXPECT_EQ(log.take(), Lines{}) << "messages that nobody asked for";
+        EXPECT_EQ(hardware.live_handles, 0) << "a GPIO line is still held";
+        EXPECT_EQ(open_descriptors(), descriptors) << "a descriptor is still open, or a foreign one was closed";
+    }
 
     static PortOwned make_port(int burst_len = 1024, int trig_mode = 0)
     {
@@ -27,6 +32,7 @@ class PortTest : public testing::Test {
     static int open_port(const PortOwned &port) { return PTZ_PORT_GET_CLASS(port.get())->port_open(port.get()); }
     static int close_port(const PortOwned &port) { return PTZ_PORT_GET_CLASS(port.get())->port_close(port.get()); }
 
+    const int descriptors = open_descriptors();
     VirtualClock clock;
     FakeHardware hardware;
     LogCapture log;
