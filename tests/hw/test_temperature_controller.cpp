@@ -61,17 +61,14 @@ class TemperatureTest : public testing::Test {
             events.push_back("framework start");
             return 7;
         };
-        generic = make(ptz_temperature_controller_generic_get_type());
-        cooling = make(ptz_temperature_controller_active_cooling_get_type());
+        generic->driver = cooling->driver = ptz_driver_of(driver.get());
     }
 
     using Owned = GOwned<PTZTemperatureController, g_object_unref>;
 
-    Owned make(GType type) const
+    static Owned make(GType type)
     {
-        Owned controller(static_cast<PTZTemperatureController *>(g_object_new(type, nullptr)));
-        controller->driver = ptz_driver_of(driver.get());
-        return controller;
+        return Owned(static_cast<PTZTemperatureController *>(g_object_new(type, nullptr)));
     }
 
     static PTZTemperatureControllerClass *of(const Owned &controller)
@@ -82,7 +79,8 @@ class TemperatureTest : public testing::Test {
     int &state() const { return driver->parent_instance.state; }
 
     GOwned<PTZDriverCanon, g_object_unref> driver;
-    Owned generic, cooling;
+    const Owned generic = make(ptz_temperature_controller_generic_get_type());
+    const Owned cooling = make(ptz_temperature_controller_active_cooling_get_type());
     LogCapture log;
 };
 
@@ -111,16 +109,16 @@ TEST_F(TemperatureTest, OnlyARunningBlockIsStoppedAndOnlyAStoppedOneStarted)
             reaction(controller.get());
             EXPECT_EQ(controller->temperature_ok, 0);
             EXPECT_EQ(state(), each == 1 ? stopped_state : each);
-            EXPECT_EQ(std::exchange(events, {}), each == 1 ? Lines{"stop in state 1"} : Lines{});
             EXPECT_EQ(log.take(), Lines{std::string("warning: Temperature is ") + side +
                                         " operating temperature. Camera block will shut down."});
         }
+        EXPECT_EQ(std::exchange(events, {}), Lines(each == 1 ? 3 : 0, "stop in state 1"));
         state() = each;
         of(cooling)->in_range(cooling.get());
         EXPECT_EQ(cooling->temperature_ok, 1);
         const bool stopped = each == 2 || each == 3;
         EXPECT_EQ(state(), stopped ? 4 : each);
-        EXPECT_EQ(std::exchange(events, {}), stopped ? Lines{"start-up in state 4"} : Lines{});
+        EXPECT_EQ(std::exchange(events, {}), Lines(stopped ? 1 : 0, "start-up in state 4"));
     }
     EXPECT_EQ(log.take(), Lines{});
 }

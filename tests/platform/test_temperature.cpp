@@ -8,7 +8,6 @@ namespace {
 
 constexpr int kBelow = PTZ_TEMPERATURE_BELOW, kInRange = PTZ_TEMPERATURE_IN_RANGE, kAbove = PTZ_TEMPERATURE_ABOVE;
 constexpr int kSecond = 1000000;
-constexpr char kBusyText[] = "The camera is outside its operating temperature. Try again later.";
 
 // A controller on a driver whose queue the test runs, and a sensor that the test writes.
 class TemperatureTest : public testing::Test {
@@ -32,7 +31,7 @@ class TemperatureTest : public testing::Test {
     {
         EXPECT_EQ(ptz_temperature_controller_get_state(controller), expected);
         EXPECT_EQ(controller->temperature_ok, expected == kInRange ? 1 : 0);
-        EXPECT_STREQ(ptz_driver_busy_text(driver), expected == kInRange ? nullptr : kBusyText);
+        EXPECT_EQ(ptz_driver_busy_text(driver) == nullptr, expected == kInRange);
     }
 
     TempFolder folder{"PTZ_BOARD"};
