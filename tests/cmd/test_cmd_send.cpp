@@ -1,4 +1,3 @@
-#include "cmd/ptz_driver_canon_cmd_day_night.h"
 #include "cmd/ptz_driver_canon_cmd_send.h"
 #include "cmd/ptz_driver_canon_cmd_stop.h"
 #include "tests/support/driver_fixture.h"
@@ -16,29 +15,37 @@ class Send : public DriverBench {
     }
 };
 
-TEST_F(Send, WrapsTheRecordsIntoAPacket)
+TEST_F(Send, WrapsWhatIsAPayload)
 {
-    const std::uint8_t record[] = {0x04, 0x00, 0x07, 0x00, 0x0A};
-    EXPECT_TRUE(ptz_driver_canon_cmd_send(driver, record, sizeof record, 10));
-    EXPECT_EQ(port.packets, (Lines{"10 01 00 05 04 00 07 00 0A"}));
+    constexpr const char *SEND = "ptz_driver_canon_cmd_send";
+    EXPECT_TRUE(send(2));
+    EXPECT_EQ(port.packets, (Lines{"10 01 00 02 55 55"}));
     EXPECT_EQ(port.reads, 0);
-}
-
-TEST_F(Send, RefusesWhatIsNoPayload)
-{
     EXPECT_FALSE(ptz_driver_canon_cmd_send(driver, nullptr, 5, 10));
     EXPECT_FALSE(send(1016));
     EXPECT_FALSE(send(0));
     EXPECT_EQ(log.take(),
-              (Lines{guard_line("ptz_driver_canon_cmd_send", "cmd_data"),
-                     guard_line("ptz_driver_canon_cmd_send", "cmd_data_size < VCC_PACKET_PAYLOAD_MAX"),
-                     "error: Failed to create the command", guard_line("ptz_driver_canon_cmd_send", "send_packet")}));
-    EXPECT_EQ(port.attempts, 0);
+              (Lines{guard_line(SEND, "cmd_data"), guard_line(SEND, "cmd_data_size < VCC_PACKET_PAYLOAD_MAX"),
+                     "error: Failed to create the command", guard_line(SEND, "send_packet")}));
+    EXPECT_TRUE(send(1011)); // the largest that reaches the port
+    EXPECT_FALSE(send(1012, 2));
+    EXPECT_FALSE(send(1015, 1));
+    EXPECT_EQ(log.take(),
+              (Lines{"error: Failed to create the command", "warning: Write command failed: -1, retry: 0",
+                     "error: Failed to create the command", "warning: Write command failed: -1, retry: 1",
+                     "error: Failed to create the command", "warning: Write command failed: -1, retry: 0"}));
+    EXPECT_EQ(port.attempts, 2);
 }
 
 TEST_F(Send, TriesTenTimesFiveMillisecondsApart)
 {
     port.deaf = true;
+    bool free_in_pause = true; // the pause leaves the link to others
+    clock.on_advance = [&](std::int64_t) {
+        free_in_pause = free_in_pause && g_mutex_trylock(&driver->port_lock);
+        if (free_in_pause)
+            g_mutex_unlock(&driver->port_lock);
+    };
     EXPECT_FALSE(send(5));
     Lines expected;
     for (int i = 0; i < 10; ++i)
@@ -47,44 +54,10 @@ TEST_F(Send, TriesTenTimesFiveMillisecondsApart)
     EXPECT_EQ(port.attempts, 10);
     EXPECT_EQ(clock.sleeps(), 10);
     EXPECT_EQ(clock.slept_us(), 50000);
-}
-
-TEST_F(Send, WithoutAttemptsSaysNothing)
-{
+    EXPECT_TRUE(free_in_pause);
     EXPECT_FALSE(send(5, 0));
     EXPECT_FALSE(send(5, -3));
     EXPECT_TRUE(log.take().empty());
-    EXPECT_EQ(port.attempts, 0);
-}
-
-TEST_F(Send, LargestPayloadThatReachesThePort)
-{
-    EXPECT_TRUE(send(1011));
-    EXPECT_EQ(port.attempts, 1);
-    EXPECT_FALSE(send(1012, 2));
-    EXPECT_FALSE(send(1015, 1));
-    EXPECT_EQ(port.attempts, 1);
-    EXPECT_EQ(log.take(),
-              (Lines{"error: Failed to create the command", "warning: Write command failed: -1, retry: 0",
-                     "error: Failed to create the command", "warning: Write command failed: -1, retry: 1",
-                     "error: Failed to create the command", "warning: Write command failed: -1, retry: 0"}));
-}
-
-TEST_F(Send, PauseLeavesTheLinkToOthers)
-{
-    port.deaf = true;
-    bool free_in_pause = true;
-    clock.on_advance = [&](std::int64_t) {
-        free_in_pause = free_in_pause && g_mutex_trylock(&driver->port_lock);
-        if (free_in_pause)
-            g_mutex_unlock(&driver->port_lock);
-    };
-    send(5, 2);
-    EXPECT_TRUE(free_in_pause);
-}
-
-TEST_F(Send, WithoutPortFailsCalmly)
-{
     g_clear_object(&driver->port);
     EXPECT_FALSE(send(5, 1));
 }
@@ -92,11 +65,9 @@ TEST_F(Send, WithoutPortFailsCalmly)
 TEST_F(Send, StopEndsZoomPanAndTiltWithOnePacket)
 {
     driver->current.zoom_magnification = 5.5f;
-    driver->current.zoom_zenta = 1500;
     driver->current.focus_zenta = 77;
     EXPECT_TRUE(ptz_driver_canon_cmd_stop(driver));
     EXPECT_EQ(port.packets, (Lines{"10 01 00 0E 03 00 02 00 04 01 05 00 01 04 01 05 00 02"}));
-    EXPECT_EQ(driver->target.zoom_zenta, 1500);
 
     port.deaf = true;
     driver->current.zoom_zenta = 1600;
@@ -105,18 +76,6 @@ TEST_F(Send, StopEndsZoomPanAndTiltWithOnePacket)
     EXPECT_EQ(driver->target.zoom_magnification, 5.5f);
     EXPECT_EQ(driver->target.focus_zenta, 77);
     EXPECT_EQ(log.take().size(), 10u); // the attempts alone
-}
-
-TEST_F(Send, DayAndNight)
-{
-    for (const int mode : {1, 2, 3, 9})
-        EXPECT_TRUE(ptz_driver_canon_cmd_ircut(driver, mode));
-    EXPECT_EQ(port.take_payloads(), (Lines{"04 00 05 00 00 04 00 05 01 00", "04 00 05 00 00 04 00 05 01 01",
-                                           "04 00 05 00 01", "04 00 05 00 00 04 00 05 01 00"}));
-    port.deaf = true;
-    driver->cmd_retries = 1;
-    EXPECT_FALSE(ptz_driver_canon_cmd_ircut(driver, 1));
-    EXPECT_EQ(log.take().back(), "error: Failed to send day/night mode setup command");
 }
 
 } // namespace
