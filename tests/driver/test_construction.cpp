@@ -21,33 +21,26 @@ TEST_F(Construction, DefaultsWithoutAnyFile)
     EXPECT_EQ(log.take(), (Lines{"error: Failed to load config file", "error: Failed to load config file",
                                  "error: Failed to load port config file"}));
     EXPECT_EQ(driver->port, nullptr);
-    EXPECT_STREQ(driver->parent_instance.block_name, "KRX_camblock");
-    EXPECT_STREQ(driver->parent_instance.block_version, "1.00");
-    EXPECT_EQ(driver->parent_instance.video_channel_nbr, 3);
-    EXPECT_EQ(driver->parent_instance.id, 4);
+    const PTZDriver &base = driver->parent_instance;
+    EXPECT_STREQ(base.block_name, "KRX_camblock");
+    EXPECT_STREQ(base.block_version, "1.00");
     EXPECT_EQ(driver->cam_model, vccif_model_krx131());
-    EXPECT_EQ(driver->parent_instance.capability_ref, driver->cam_model->capabilities);
-    EXPECT_EQ(driver->parent_instance.capability_flags[0], 0x871DFBFFu);
-    EXPECT_EQ(driver->parent_instance.capability_flags[1], 0x006194B5u);
-    EXPECT_EQ(driver->cam_model_id, -1);
-    EXPECT_EQ(driver->fw_version, -1);
-    EXPECT_EQ(driver->block_model_id, -1);
-    EXPECT_EQ(driver->cmd_retries, 10);
-    EXPECT_EQ(driver->power_pin.number, -1);
-    EXPECT_EQ(driver->fpga_reset_pin.number, 0);
+    EXPECT_EQ(base.capability_ref, driver->cam_model->capabilities);
+    EXPECT_EQ(base.capability_flags[0], 0x871DFBFFu);
+    EXPECT_EQ(base.capability_flags[1], 0x006194B5u);
+    EXPECT_EQ((std::vector<gint64>{base.video_channel_nbr, base.id, driver->cam_model_id, driver->fw_version,
+                                   driver->block_model_id, driver->cmd_retries}),
+              (std::vector<gint64>{3, 4, -1, -1, -1, 10}));
+    EXPECT_EQ((std::vector<int>{driver->power_pin.number, driver->fpga_reset_pin.number, driver->limit_max_zoom,
+                                driver->limit_min_pan, driver->limit_max_tilt}),
+              (std::vector<int>{-1, 0, 19999, 1, 9999}));
     EXPECT_TRUE(driver->firmware_do_upgrade && driver->status_update);
-    EXPECT_EQ(driver->limit_max_zoom, 19999);
-    EXPECT_EQ(driver->limit_min_pan, 1);
-    EXPECT_EQ(driver->limit_max_tilt, 9999);
     for (const CameraState *state : {&driver->current, &driver->target}) {
         EXPECT_EQ(state->zoom_magnification, 1.0f);
         EXPECT_EQ(state->hfov, -1.0f);
-        EXPECT_EQ(state->focus_zenta, -1);
         EXPECT_TRUE(state->auto_iris && !state->auto_focus && state->adjustable_zoom_speed);
-        EXPECT_EQ(state->focus_manual_mode, 1);
-        EXPECT_EQ(state->image_freeze_mode, 2);
-        EXPECT_EQ(state->tilt_moving, -1);
-        EXPECT_EQ(state->brightness_moving, 0);
+        EXPECT_TRUE(state->focus_zenta == -1 && state->focus_manual_mode == 1 && state->image_freeze_mode == 2);
+        EXPECT_TRUE(state->tilt_moving == -1 && state->brightness_moving == 0);
         EXPECT_STREQ(state->video_output, "hdmi");
         EXPECT_STREQ(state->scan_mode, "progressive");
         EXPECT_STREQ(state->sdi_mapping, "level_a");

@@ -18,29 +18,25 @@ TEST_F(UserAdv, EachChangeHasItsEffect)
 {
     EXPECT_TRUE(change("CamImageFreeze", "Auto"));
     EXPECT_EQ(now().image_freeze_mode, IMAGE_FREEZE_AUTO);
-    EXPECT_FALSE(change("CamImageFreeze", "sometimes")); // refused without a word
+    EXPECT_EQ(outcome(change("CamImageFreeze", "sometimes")), "refused"); // without a word
     EXPECT_TRUE(change("AdjustableZoomSpeedEnabled", false));
     EXPECT_FALSE(now().adjustable_zoom_speed);
     EXPECT_TRUE(change("StatusUpdate", false));
     EXPECT_FALSE(driver->status_update);
     EXPECT_TRUE(change("MoveSpeed", 42));
     EXPECT_EQ(driver->parent_instance.speed, 42.0);
-    EXPECT_TRUE(change("ResponseProfile", "sport"));
-    EXPECT_EQ(now().response_profile, 1);
-    EXPECT_TRUE(change("ResponseProfile", "stage"));
-    EXPECT_EQ(now().response_profile, 0);
-    EXPECT_TRUE(change("CamDeviceStatus", "text"));
-    EXPECT_EQ(take_errors(), Lines{});
-    EXPECT_FALSE(change("ResponseProfile", "Sport"));
-    EXPECT_EQ(take_errors(), (Lines{"Unsupported response profile: Sport"}));
-    EXPECT_TRUE(port.packets.empty());
+    for (const auto &[profile, number] : {std::pair{"sport", 1}, {"stage", 0}}) {
+        EXPECT_TRUE(change("ResponseProfile", profile));
+        EXPECT_EQ(now().response_profile, number);
+    }
+    EXPECT_EQ(outcome(change("CamDeviceStatus", "text")), "");
+    EXPECT_EQ(outcome(change("ResponseProfile", "Sport")), refused("Unsupported response profile: Sport"));
 }
 
 TEST_F(UserAdv, BroadcastRatesTakeTheCaptureModeAnew)
 {
     bus().replies["VideoCaptureMode"] = "(<'720p60'>,)";
-    EXPECT_TRUE(change("BroadcastFrameRateEnabled", true));
-    EXPECT_EQ(port.take_payloads(), (Lines{"04 02 08 19 00", "04 02 08 04 00 04 02 08 18 00"}));
+    EXPECT_EQ(outcome(change("BroadcastFrameRateEnabled", true)), "04 02 08 19 00 | 04 02 08 04 00 04 02 08 18 00");
     bus().replies.clear();
     EXPECT_FALSE(change("BroadcastFrameRateEnabled", false));
     EXPECT_FALSE(now().broadcast_frame_rate); // stored before the refresh failed
@@ -49,16 +45,14 @@ TEST_F(UserAdv, BroadcastRatesTakeTheCaptureModeAnew)
 
 TEST_F(UserAdv, WrongTypesAreRefusedOnceTheCameraRuns)
 {
-    for (const char *name : {"CamImageFreeze", "AdjustableZoomSpeedEnabled", "StatusUpdate", "ResponseProfile",
-                             "BroadcastFrameRateEnabled"}) {
-        EXPECT_FALSE(change(name, 1)) << name;
-        EXPECT_EQ(take_errors(), Lines{std::string("Faulty type of UserAdvanced parameter value for ") + name});
+    for (const std::string name : {"CamImageFreeze", "AdjustableZoomSpeedEnabled", "StatusUpdate", "ResponseProfile",
+                                   "BroadcastFrameRateEnabled"}) {
+        EXPECT_EQ(outcome(change(name.c_str(), 1)), refused("Faulty type of UserAdvanced parameter value for " + name));
         driver->driver_initialized = FALSE;
-        EXPECT_TRUE(ptz_driver_canon_set_useradv(driver, name));
+        EXPECT_TRUE(ptz_driver_canon_set_useradv(driver, name.c_str()));
         driver->driver_initialized = TRUE;
     }
     EXPECT_FALSE(change("MoveSpeed", true));
-    EXPECT_EQ(take_errors().size(), 1u);
 }
 
 TEST_F(UserAdv, WhatTheModelLacksIsNeitherOfferedNorApplied)
@@ -76,11 +70,10 @@ TEST_F(UserAdv, WhatTheModelLacksIsNeitherOfferedNorApplied)
                                 "add_params UserAdv BroadcastFrameRateEnabled", images}));
     framework().refuse_params = true;
     install();
-    EXPECT_EQ(take_errors(),
-              (Lines{"Installing UserAdvanced properties failed", "Installing UserAdvanced properties failed",
-                     "Installing UserAdvanced properties failed", "Installing UserAdvanced properties failed",
-                     "Installing UserAdvanced Response Profile properties failed",
-                     "Installing UserAdvanced Broadcast Frame Rate properties failed"}));
+    Lines errors(4, "Installing UserAdvanced properties failed");
+    errors.emplace_back("Installing UserAdvanced Response Profile properties failed");
+    errors.emplace_back("Installing UserAdvanced Broadcast Frame Rate properties failed");
+    EXPECT_EQ(take_errors(), errors);
     model.image_freeze_supported = model.response_profile_supported = model.capture_modes_integer = FALSE;
     EXPECT_EQ(install(),
               (Lines{device, "add_params UserAdv MoveSpeed", "add_params UserAdv AdjustableZoomSpeedEnabled", images}));
@@ -106,33 +99,30 @@ TEST_F(ApplyAll, SendsTheSettingsInOrderAndThoseThatFollow)
 {
     bus().replies["Rotation"] = "(<180>,)";
     driver->parent_instance.backlight_mode = 1;
-    EXPECT_TRUE(ptz_driver_canon_apply_params(driver));
-    EXPECT_EQ(port.take_payloads(),
-              (Lines{"04 00 07 00 00", "04 02 08 03 01", "04 00 03 01 06", "04 02 08 17 00", "04 02 08 1D 00"}));
+    EXPECT_EQ(outcome(ptz_driver_canon_apply_params(driver)),
+              "04 00 07 00 00 | 04 02 08 03 01 | 04 00 03 01 06 | 04 02 08 17 00 | 04 02 08 1D 00");
     EXPECT_EQ(driver->rotation, 180);
     EXPECT_EQ(now().image_freeze_mode, IMAGE_FREEZE_ON);
     EXPECT_EQ(now().response_profile, 1);
     EXPECT_FALSE(driver->status_update);
     EXPECT_NE(driver->parent_instance.speed, 5.0); // takes effect only when it changes
-    EXPECT_EQ(take_errors(), Lines{});
 }
 
 TEST_F(ApplyAll, CountsWhatFailsAndGoesOn)
 {
-    bus().replies["Rotation"] = "(<90>,)";
-    EXPECT_FALSE(ptz_driver_canon_apply_params(driver));
+    const auto fails_with = [this](const char *rotation, const decltype(FrameworkBench::params) &params) {
+        bus().replies = {{"Rotation", rotation}};
+        framework().params = params;
+        EXPECT_FALSE(ptz_driver_canon_apply_params(driver));
+        return take_errors();
+    };
+    EXPECT_EQ(fails_with("(<90>,)", {}), (Lines{"Unsupported rotation mode", "Failed to send rotation commands."}));
     EXPECT_EQ(driver->rotation, 0);
-    EXPECT_EQ(take_errors(), (Lines{"Unsupported rotation mode", "Failed to send rotation commands."}));
-    driver->parent_instance.backlight_mode = 0; // does not count
-    bus().replies.erase("Rotation");
-    EXPECT_FALSE(ptz_driver_canon_apply_params(driver));
-    EXPECT_EQ(take_errors().front(), "Could not get rotation.");
-    bus().replies["Rotation"] = "(<0>,)";
-    framework().params = {{"ResponseProfile", "slow"}};
-    EXPECT_FALSE(ptz_driver_canon_apply_params(driver));
-    framework().params = {{"Sharpness", 101}};
-    EXPECT_FALSE(ptz_driver_canon_apply_params(driver));
+    EXPECT_EQ(fails_with("('?',)", {}), (Lines{"Could not get rotation."}));
+    EXPECT_EQ(fails_with("(<0>,)", {{"ResponseProfile", "slow"}}), (Lines{"Unsupported response profile: slow"}));
+    EXPECT_EQ(fails_with("(<0>,)", {{"Sharpness", 101}}), Lines{});
     framework().params = {};
+    driver->parent_instance.backlight_mode = 0; // does not count
     EXPECT_TRUE(ptz_driver_canon_apply_params(driver));
 }
 
