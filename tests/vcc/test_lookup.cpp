@@ -2,8 +2,6 @@
 #include "tests/vcc/fake_driver.h"
 #include "vcc/vccif_lookup.h"
 
-#include <cstring>
-
 namespace {
 
 class Lookup : public testing::Test {
@@ -52,35 +50,6 @@ TEST_F(Lookup, NegativeInputAndAMissingTableAreGuardFailures)
     expect_refusal(vccif_percent_to_vcc_gain, "vccif_percent_to_vcc_gain", 50, "self->cam_model->gain_tbl");
     expect_refusal(vccif_vcc_to_percent_gain, "vccif_vcc_to_percent_gain", 20, "self->cam_model->gain_tbl");
     expect_refusal(vccif_vcc_to_db_gain, "vccif_vcc_to_db_gain", 20, "self->cam_model->gain_tbl");
-}
-
-template <typename Row>
-const Row *row_named(const Row *table, const char *Row::*name, const char *wanted)
-{
-    while (table->*name != nullptr && std::strcmp(table->*name, wanted) != 0)
-        table++;
-    return table->*name != nullptr ? table : nullptr;
-}
-
-TEST(Model, CaptureModesDifferByFrameRateFamily)
-{
-    const struct {
-        const char *mode;
-        int rate[2], frequency[2]; // broadcast, integer
-    } cases[] = {{"720p60", {0, 4}, {0, 2}},
-                 {"1080p30", {2, 5}, {0, 2}},
-                 {"1080p50", {1, 1}, {1, 1}},
-                 {"720p25", {3, 3}, {1, 1}}};
-    const auto *tables = vccif_model_krx131()->capture_mode_tbls;
-    for (const auto &c : cases) {
-        for (const int family : {0, 1}) {
-            const CaptureModeRow *row = row_named(tables[family], &CaptureModeRow::name, c.mode);
-            ASSERT_NE(row, nullptr) << c.mode;
-            EXPECT_EQ(row->frame_rate_code, c.rate[family]) << c.mode;
-            EXPECT_EQ(row->capture_frequency, c.frequency[family]) << c.mode;
-        }
-    }
-    EXPECT_EQ(row_named(tables[0], &CaptureModeRow::name, "1080i60"), nullptr);
 }
 
 } // namespace
