@@ -5,6 +5,7 @@
 #include "tests/support/fake_hardware.h"
 #include "vcc/vccif_status.h"
 
+#include <functional>
 #include <glib/gstdio.h>
 
 namespace {

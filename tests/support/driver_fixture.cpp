@@ -3,8 +3,6 @@
 #include "driver/ptz_driver_canon_type.h"
 #include "port/ptz_port_canon_config.h"
 #include "tests/support/bus_fake.h"
-#include "tests/support/framework_fake.h"
-#include "tests/support/port_fake.h"
 #include "vcc/vccif_status.h"
 
 #include <filesystem>

@@ -11,7 +11,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <functional>
 #include <map>
 #include <string>
 #include <variant>
@@ -25,7 +24,6 @@ struct PortBench {
     Bytes status;                     // what each read brings; empty: nothing
     bool deaf = false;                // writes fail
     int attempts = 0, reads = 0, opens = 0, closes = 0;
-    std::function<void()> on_write;
 
     // The command records of the packets so far, header cut off; forgets them.
     std::vector<std::string> take_payloads();
@@ -67,6 +65,13 @@ struct FrameworkBench {
 
 // The bench in force: one at a time.
 FrameworkBench &framework();
+
+// Puts recording operations in the place of those that the framework gives a driver. The services' own functions
+// (status cache, data caches, picture control) are replaced by definitions in the test executable.
+void fake_framework_install();
+
+// A new port without a device, on that bench, which must outlive it.
+PTZPort *fake_port_new(PortBench *bench);
 
 class DriverBench : public ::testing::Test {
   protected:

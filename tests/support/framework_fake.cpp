@@ -1,7 +1,6 @@
-#include "tests/support/framework_fake.h"
+#include "tests/support/driver_fixture.h"
 
 #include "driver/ptz_driver_canon_type.h"
-#include "tests/support/driver_fixture.h"
 
 #include <cstdarg>
 

@@ -1,4 +1,4 @@
-#include "tests/support/port_fake.h"
+#include "tests/support/driver_fixture.h"
 
 #include <algorithm>
 
@@ -30,8 +30,6 @@ int write_port(PTZPort *port, const void *buffer, int length, int, int)
     if (bench.deaf)
         return -1;
     bench.packets.push_back(to_hex(static_cast<const std::uint8_t *>(buffer), static_cast<std::size_t>(length)));
-    if (bench.on_write)
-        bench.on_write();
     return length;
 }
 

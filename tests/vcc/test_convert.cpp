@@ -84,7 +84,7 @@ TEST(RangeScaling, MeetsItsThreePointsAndCutsTowardsZero)
 {
     expect_results(vccif_percent_to_vcc_range, krx131->brightness_range,
                    {{0, -8}, {25, -4}, {47, 0}, {50, 0}, {100, 8}}); // 47: -0.48
-    expect_results(vccif_percent_to_vcc_range, krx131->wb_gain_range, {{50, 256}, {51, 271}, {100, 1023}});
+    expect_results(vccif_percent_to_vcc_range, krx131->wb_gain_range, {{49, 250}, {51, 271}, {100, 1023}});
 }
 
 TEST(ZoomScale, IsClampedAndSplitAtTheOpticalEnd)

@@ -11,15 +11,6 @@ class Lookup : public testing::Test {
     PTZDriverCanon *const self = &fake.driver;
 };
 
-TEST_F(Lookup, PercentTakesTheNextRow)
-{
-    expect_results(vccif_percent_to_vcc_iris, self, {{0, 32}, {1, 31}, {4, 31}, {5, 30}, {100, 4}, {101, -1}});
-    expect_results(vccif_percent_to_vcc_gain, self, {{0, 0}, {10, 4}, {50, 16}, {100, 32}, {101, -1}});
-    expect_results(vccif_percent_to_vcc_max_gain, fake.model.max_gain_tbl,
-                   {{0, 0}, {14, 2}, {100, 8}, {101, -1}, {-1, -1}});
-    EXPECT_EQ(log.take(), Lines{});
-}
-
 TEST_F(Lookup, CodeTakesTheFirstRowNotAboveInIrisAndNotBelowInGain)
 {
     // -5 lies below even the code of the row that ends the table.
@@ -38,8 +29,6 @@ TEST_F(Lookup, NegativeInputAndAMissingTableAreGuardFailures)
         EXPECT_EQ(function(self, value), -1.0) << name;
         EXPECT_EQ(log.take(), Lines{guard_line(name, expression)});
     };
-    expect_refusal(vccif_percent_to_vcc_iris, "vccif_percent_to_vcc_iris", -1, "percent >= 0");
-    expect_refusal(vccif_percent_to_vcc_gain, "vccif_percent_to_vcc_gain", -2, "percent >= 0");
     expect_refusal(vccif_vcc_to_percent_gain, "vccif_vcc_to_percent_gain", -1, "value >= 0");
     expect_refusal(vccif_vcc_to_db_gain, "vccif_vcc_to_db_gain", -1, "value >= 0");
     fake.model.iris_tbl = nullptr;
@@ -47,7 +36,6 @@ TEST_F(Lookup, NegativeInputAndAMissingTableAreGuardFailures)
     expect_refusal(vccif_percent_to_vcc_iris, "vccif_percent_to_vcc_iris", 50, "self->cam_model->iris_tbl");
     expect_refusal(vccif_vcc_to_percent_iris, "vccif_vcc_to_percent_iris", 20, "self->cam_model->iris_tbl");
     expect_refusal(vccif_vcc_to_fno_iris, "vccif_vcc_to_fno_iris", 20, "self->cam_model->iris_tbl");
-    expect_refusal(vccif_percent_to_vcc_gain, "vccif_percent_to_vcc_gain", 50, "self->cam_model->gain_tbl");
     expect_refusal(vccif_vcc_to_percent_gain, "vccif_vcc_to_percent_gain", 20, "self->cam_model->gain_tbl");
     expect_refusal(vccif_vcc_to_db_gain, "vccif_vcc_to_db_gain", 20, "self->cam_model->gain_tbl");
 }

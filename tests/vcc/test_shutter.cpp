@@ -114,7 +114,7 @@ TEST_F(Shutter, BacklightLiftsTheBrightnessUpToTheLargestStep)
 {
     self->current.backlight_on = TRUE;
     expect_results(ptz_driver_canon_utils_shift_brightness_if_backlight_on, self,
-                   {{gint8{-8}, gint8{-2}}, {gint8{1}, gint8{7}}, {gint8{44}, gint8{8}}, {gint8{122}, gint8{-128}}});
+                   {{gint8{-8}, gint8{-2}}, {gint8{1}, gint8{7}}, {gint8{5}, gint8{8}}, {gint8{122}, gint8{-128}}});
 }
 
 } // namespace
