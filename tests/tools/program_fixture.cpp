@@ -11,7 +11,7 @@ std::string take(GBytes *bytes)
 {
     gsize size = 0;
     auto *data = static_cast<char *>(g_bytes_unref_to_data(bytes, &size));
-    const std::string text(data, size);
+    std::string text(data, size);
     g_free(data);
     return text;
 }
