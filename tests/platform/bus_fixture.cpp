@@ -12,7 +12,7 @@ std::string print(GVariant *value)
 
 void run_until(const std::function<bool()> &condition)
 {
-    const gint64 latest = g_get_monotonic_time() + 20 * G_USEC_PER_SEC; // only a test that fails waits that long
+    const gint64 latest = g_get_monotonic_time() + 20 * gint64{G_USEC_PER_SEC}; // only a test that fails waits that long
     // Conditions change on other threads too, so the loop looks again now and then.
     const guint look = g_timeout_add(
         1, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
@@ -51,7 +51,7 @@ ReplyPtr Client::send(const char *method, const char *arguments)
     GError *error = nullptr;
     GVariant *parsed = g_variant_parse(nullptr, arguments, nullptr, nullptr, &error);
     g_assert_no_error(error);
-    const ReplyPtr reply = send_to("/com/orna/PTZ", "com.orna.PTZ", method, parsed);
+    ReplyPtr reply = send_to("/com/orna/PTZ", "com.orna.PTZ", method, parsed);
     g_variant_unref(parsed);
     return reply;
 }

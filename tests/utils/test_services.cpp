@@ -17,7 +17,7 @@ class Services : public DriverBench {
         char *mode = nullptr;
         if (!ptz_driver_canon_utils_get_video_capture_mode(driver, &mode))
             return mode == nullptr ? "none" : "left behind";
-        const std::string text = mode;
+        std::string text = mode;
         g_free(mode);
         return text;
     }
