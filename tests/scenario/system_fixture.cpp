@@ -22,10 +22,10 @@ SystemTest::~SystemTest()
 
 std::unique_ptr<Process> SystemTest::run(const std::vector<std::string> &command, const std::string &log_name)
 {
-    const std::vector<std::pair<std::string, std::string>> environment = {{"DBUS_SYSTEM_BUS_ADDRESS", address()},
-                                                                          {"PTZ_DATA_DIR", folder.path()},
-                                                                          {"PTZ_BOARD", folder.path()},
-                                                                          {"PTZ_TIME_SCALE", TIME_SCALE}};
+    const Process::Variables environment = {{"DBUS_SYSTEM_BUS_ADDRESS", address()},
+                                            {"PTZ_DATA_DIR", folder.path()},
+                                            {"PTZ_BOARD", folder.path()},
+                                            {"PTZ_TIME_SCALE", TIME_SCALE}};
     return std::make_unique<Process>(command, environment, folder.file(log_name));
 }
 

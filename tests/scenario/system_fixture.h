@@ -2,8 +2,8 @@
 #pragma once
 
 #include "tests/platform/bus_fixture.h"
-#include "tests/scenario/process.h"
 #include "tests/sim/sim_fixture.h"
+#include "tests/support/process.h"
 
 #include <map>
 #include <memory>

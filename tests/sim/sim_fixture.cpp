@@ -4,17 +4,13 @@
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
+#include <numeric>
 #include <unistd.h>
 
 TempFolder::TempFolder()
 {
     std::string name = testing::TempDir() + "krx-sim-XXXXXX";
     path_ = mkdtemp(name.data());
-}
-
-TempFolder::~TempFolder()
-{
-    std::filesystem::remove_all(path_);
 }
 
 void TempFolder::write(const std::string &name, const std::string &text) const
@@ -31,16 +27,15 @@ std::string TempFolder::read(const std::string &name) const
 
 Environment::Environment(const char *name, const std::string &value) : name_(name)
 {
-    const char *old = std::getenv(name);
-    was_set_ = old != nullptr;
-    old_ = old ? old : "";
+    if (const char *old = std::getenv(name))
+        old_ = old;
     setenv(name, value.c_str(), 1);
 }
 
 Environment::~Environment()
 {
-    if (was_set_)
-        setenv(name_, old_.c_str(), 1);
+    if (old_)
+        setenv(name_, old_->c_str(), 1);
     else
         unsetenv(name_);
 }
@@ -48,15 +43,12 @@ Environment::~Environment()
 SpiHost::SpiHost(const std::string &path) : fd_(spidev_open(path.c_str(), O_RDWR))
 {
     std::uint32_t mode = 9;
-    std::uint8_t bits = 8;
-    std::uint32_t speed = 3'000'000;
-    EXPECT_GE(fd_, 0);
-    EXPECT_EQ(spidev_ioctl(fd_, SPI_IOC_WR_MODE32, &mode), 0);
-    EXPECT_EQ(spidev_ioctl(fd_, SPI_IOC_WR_BITS_PER_WORD, &bits), 0);
-    EXPECT_EQ(spidev_ioctl(fd_, SPI_IOC_WR_MAX_SPEED_HZ, &speed), 0);
-    transfer.speed_hz = speed;
-    transfer.bits_per_word = bits;
+    transfer.speed_hz = 3'000'000;
+    transfer.bits_per_word = 8;
     transfer.delay_usecs = 1;
+    EXPECT_EQ(spidev_ioctl(fd_, SPI_IOC_WR_MODE32, &mode), 0);
+    EXPECT_EQ(spidev_ioctl(fd_, SPI_IOC_WR_BITS_PER_WORD, &transfer.bits_per_word), 0);
+    EXPECT_EQ(spidev_ioctl(fd_, SPI_IOC_WR_MAX_SPEED_HZ, &transfer.speed_hz), 0);
 }
 
 SpiHost::~SpiHost()
@@ -75,24 +67,47 @@ Bytes SpiHost::burst(const Bytes &host)
     return answer;
 }
 
-Bytes host_frame(const Bytes &payload, std::size_t size)
+namespace {
+
+unsigned sum_of(const Bytes &bytes)
 {
-    unsigned sum = 0;
-    for (const std::uint8_t value : payload)
-        sum += value;
-    const unsigned checksum = (0x10000 - sum) & 0xFFFF;
-    Bytes frame{static_cast<std::uint8_t>(payload.size() >> 8), static_cast<std::uint8_t>(payload.size()),
-                static_cast<std::uint8_t>(checksum >> 8), static_cast<std::uint8_t>(checksum)};
-    frame.insert(frame.end(), payload.begin(), payload.end());
-    frame.resize(size);
+    return std::accumulate(bytes.begin(), bytes.end(), 0u);
+}
+
+Bytes with_head(std::initializer_list<std::size_t> head, const Bytes &rest)
+{
+    Bytes bytes;
+    for (const std::size_t value : head)
+        bytes.push_back(static_cast<std::uint8_t>(value));
+    bytes.insert(bytes.end(), rest.begin(), rest.end());
+    return bytes;
+}
+
+// A field of the block with that tag; -1 without the block.
+std::int64_t field(const Bytes &run, std::uint8_t tag, std::size_t offset, std::size_t size)
+{
+    std::size_t at = 0;
+    while (at + 4 <= run.size() && run[at] != tag)
+        at += (static_cast<std::size_t>(run[at + 2]) << 8 | run[at + 3]) + 4;
+    std::int64_t value = at + offset + size > run.size() ? -1 : 0;
+    for (std::size_t i = at + offset; value >= 0 && i < at + offset + size; ++i)
+        value = value << 8 | run[i];
+    return value;
+}
+
+} // namespace
+
+Bytes host_frame(const Bytes &payload)
+{
+    const unsigned checksum = 0x10000 - sum_of(payload);
+    Bytes frame = with_head({payload.size() >> 8, payload.size(), checksum >> 8, checksum}, payload);
+    frame.resize(1024);
     return frame;
 }
 
 Bytes command(const Bytes &records)
 {
-    Bytes packet{0x10, 0x01, static_cast<std::uint8_t>(records.size() >> 8), static_cast<std::uint8_t>(records.size())};
-    packet.insert(packet.end(), records.begin(), records.end());
-    return host_frame(packet);
+    return host_frame(with_head({0x10, 0x01, records.size() >> 8, records.size()}, records));
 }
 
 int read_line(const char *name)
@@ -112,33 +127,11 @@ int drive_line(const char *name, bool high)
 
 Answer parse_answer(const Bytes &burst)
 {
-    Answer answer;
-    if (burst.size() < 4)
-        return answer;
-    const auto length = static_cast<std::size_t>(burst[0] | burst[1] << 8);
-    if (length + 4 > burst.size())
-        return answer;
-    answer.run.assign(burst.begin() + 4, burst.begin() + 4 + static_cast<std::ptrdiff_t>(length));
-    unsigned sum = burst[2] | static_cast<unsigned>(burst[3] << 8);
-    for (const std::uint8_t value : answer.run)
-        sum += value;
-    answer.good = (sum & 0xFFFF) == 0;
-    return answer;
-}
-
-std::int64_t field(const Bytes &run, std::uint8_t tag, std::size_t offset, std::size_t size)
-{
-    for (std::size_t at = 0; at + 4 <= run.size();) {
-        const std::size_t length = (static_cast<std::size_t>(run[at + 2]) << 8 | run[at + 3]) + 4;
-        if (run[at] == tag && at + offset + size <= run.size()) {
-            std::int64_t value = 0;
-            for (std::size_t i = 0; i < size; ++i)
-                value = value << 8 | run[at + offset + i];
-            return value;
-        }
-        at += length;
-    }
-    return -1;
+    const std::size_t end = burst.size() < 4 ? 4 : (burst[0] | static_cast<std::size_t>(burst[1]) << 8) + 4;
+    if (end > burst.size())
+        return {};
+    const Bytes run(burst.begin() + 4, burst.begin() + static_cast<std::ptrdiff_t>(end));
+    return {((burst[2] | static_cast<unsigned>(burst[3]) << 8) + sum_of(run)) % 0x10000 == 0, run};
 }
 
 BoardTest::BoardTest(sim::CameraOptions camera)
@@ -152,21 +145,16 @@ void BoardTest::SetUp()
     spi = std::make_unique<SpiHost>(folder.file("spi0"));
 }
 
-void BoardTest::TearDown()
-{
-    EXPECT_EQ(board.offences(), sim::Counts{});
-}
-
 void BoardTest::power_up()
 {
-    ASSERT_EQ(drive_line("cam_power", true), 0);
-    board.advance(5'000);
-    ASSERT_EQ(drive_line("cam_pcie_clk", true), 0);
-    ASSERT_EQ(drive_line("cam_reset", true), 0);
-    board.advance(300'000);
-    ASSERT_EQ(drive_line("cam_reset_pcie", true), 0);
-    ASSERT_EQ(drive_line("fpga_reset", true), 0);
-    board.advance(500'000);
+    for (const auto &[line, us] : {std::pair{"cam_power", 5'000},
+                                   {"cam_pcie_clk", 0},
+                                   {"cam_reset", 300'000},
+                                   {"cam_reset_pcie", 0},
+                                   {"fpga_reset", 500'000}}) {
+        ASSERT_EQ(drive_line(line, true), 0);
+        board.advance(us);
+    }
 }
 
 void BoardTest::power_down()
@@ -204,6 +192,24 @@ Bytes BoardTest::status()
     return answer.run;
 }
 
+void BoardTest::expect_status(const std::vector<Field> &fields)
+{
+    const Bytes run = status();
+    for (const auto &[tag, offset, size, value] : fields)
+        EXPECT_EQ(field(run, tag, offset, size), value & ((std::int64_t{1} << 8 * size) - 1)) << "at " << offset;
+}
+
+void BoardTest::drive(const std::vector<Leg> &legs)
+{
+    for (const Leg &leg : legs) {
+        SCOPED_TRACE(&leg - legs.data());
+        if (!leg.records.empty())
+            send(leg.records);
+        board.advance(leg.us);
+        expect_status(leg.fields);
+    }
+}
+
 void BoardTest::expect_offences(const sim::Counts &offences)
 {
     EXPECT_EQ(board.offences(), offences);
@@ -214,4 +220,10 @@ void BoardTest::order(const std::string &line)
 {
     const sim::CommandResult result = board.command(line);
     EXPECT_TRUE(result.ok) << line << ": " << result.text;
+}
+
+void RunningBoardTest::SetUp()
+{
+    BoardTest::SetUp();
+    power_up();
 }

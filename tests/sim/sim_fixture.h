@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <initializer_list>
 #include <linux/spi/spidev.h>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,7 @@ using Bytes = std::vector<std::uint8_t>;
 class TempFolder {
   public:
     TempFolder();
-    ~TempFolder();
+    ~TempFolder() { std::filesystem::remove_all(path_); }
     const std::string &path() const { return path_; }
     std::string file(const std::string &name) const { return path_ + "/" + name; }
     void write(const std::string &name, const std::string &text) const;
@@ -37,8 +38,7 @@ class Environment {
 
   private:
     const char *name_;
-    std::string old_;
-    bool was_set_;
+    std::optional<std::string> old_;
 };
 
 // The host's SPI device, set up as the product does.
@@ -55,9 +55,8 @@ class SpiHost {
     int fd_;
 };
 
-// A host frame of `size` bytes around a payload.
-Bytes host_frame(const Bytes &payload, std::size_t size = 1024);
-// A packet of records in such a frame.
+// A host frame of 1024 bytes around a payload, and around a packet of records.
+Bytes host_frame(const Bytes &payload);
 Bytes command(const Bytes &records);
 
 // One level read, and one driven output, as the product does them; -1 on failure.
@@ -70,19 +69,16 @@ struct Answer {
     Bytes run;
 };
 Answer parse_answer(const Bytes &burst);
-// A field of the block with that tag, unsigned big-endian; -1 without the block.
-std::int64_t field(const Bytes &run, std::uint8_t tag, std::size_t offset, std::size_t size);
 
 class BoardTest : public testing::Test {
   protected:
     explicit BoardTest(sim::CameraOptions camera = {});
     void SetUp() override;
     // Whatever a test provokes it takes back with expect_offences().
-    void TearDown() override;
+    void TearDown() override { EXPECT_EQ(board.offences(), sim::Counts{}); }
 
-    // Powers the block up in the documented order and boots it.
+    // Powers the block up in the documented order and boots it; takes reset, clock and power away in that order.
     void power_up();
-    // Takes reset, clock and power away in the documented order.
     static void power_down();
     // Does one thing after another and looks at a line each time: a command of the language, "LINE=0" or "LINE=1",
     // "burst", or nothing; then lets time pass; then the line has that level (-1: it cannot be read).
@@ -97,6 +93,20 @@ class BoardTest : public testing::Test {
     std::vector<std::string> send(const Bytes &records);
     // Reads the status run once.
     Bytes status();
+    // A big-endian field of a status block.
+    struct Field {
+        std::uint8_t tag;
+        std::size_t offset, size;
+        std::int64_t value;
+    };
+    void expect_status(const std::vector<Field> &fields);
+    // Sends records (or nothing), lets time pass, then the status says that; one after another.
+    struct Leg {
+        Bytes records;
+        std::int64_t us;
+        std::vector<Field> fields;
+    };
+    void drive(const std::vector<Leg> &legs);
     void expect_offences(const sim::Counts &offences);
     void order(const std::string &line);
 
@@ -104,4 +114,9 @@ class BoardTest : public testing::Test {
     Environment environment{"PTZ_BOARD", folder.path()};
     sim::Board board;
     std::unique_ptr<SpiHost> spi;
+};
+
+class RunningBoardTest : public BoardTest {
+  protected:
+    void SetUp() override;
 };

@@ -8,9 +8,10 @@
 
 class Process {
   public:
+    using Variables = std::vector<std::pair<std::string, std::string>>;
+
     // Starts it with these variables added to the environment; what it writes to either stream goes to `log_file`.
-    Process(const std::vector<std::string> &command,
-            const std::vector<std::pair<std::string, std::string>> &environment, const std::string &log_file);
+    Process(const std::vector<std::string> &command, const Variables &environment, const std::string &log_file);
     ~Process(); // kills what still runs
     Process(const Process &) = delete;
     Process &operator=(const Process &) = delete;

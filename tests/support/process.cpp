@@ -1,4 +1,4 @@
-#include "tests/scenario/process.h"
+#include "tests/support/process.h"
 
 #include "tests/platform/bus_fixture.h"
 
@@ -6,8 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-Process::Process(const std::vector<std::string> &command,
-                 const std::vector<std::pair<std::string, std::string>> &environment, const std::string &log_file)
+Process::Process(const std::vector<std::string> &command, const Variables &environment, const std::string &log_file)
     : cancel_(g_cancellable_new()), log_file_(log_file)
 {
     std::filesystem::remove(log_file); // what an earlier run wrote must not be taken for this one's
