@@ -9,8 +9,7 @@
 
 TempFolder::TempFolder()
 {
-    std::string name = testing::TempDir() + "krx-sim-XXXXXX";
-    path_ = mkdtemp(name.data());
+    EXPECT_NE(mkdtemp(path_.data()), nullptr);
 }
 
 void TempFolder::write(const std::string &name, const std::string &text) const
@@ -62,16 +61,7 @@ Bytes SpiHost::burst(const Bytes &host)
     transfer.tx_buf = reinterpret_cast<std::uintptr_t>(host.data());
     transfer.rx_buf = reinterpret_cast<std::uintptr_t>(answer.data());
     transfer.len = static_cast<std::uint32_t>(host.size());
-    if (spidev_ioctl(fd_, SPI_IOC_MESSAGE(1), &transfer) != static_cast<int>(host.size()))
-        return {};
-    return answer;
-}
-
-namespace {
-
-unsigned sum_of(const Bytes &bytes)
-{
-    return std::accumulate(bytes.begin(), bytes.end(), 0u);
+    return spidev_ioctl(fd_, SPI_IOC_MESSAGE(1), &transfer) == static_cast<int>(host.size()) ? answer : Bytes();
 }
 
 Bytes with_head(std::initializer_list<std::size_t> head, const Bytes &rest)
@@ -83,23 +73,9 @@ Bytes with_head(std::initializer_list<std::size_t> head, const Bytes &rest)
     return bytes;
 }
 
-// A field of the block with that tag; -1 without the block.
-std::int64_t field(const Bytes &run, std::uint8_t tag, std::size_t offset, std::size_t size)
-{
-    std::size_t at = 0;
-    while (at + 4 <= run.size() && run[at] != tag)
-        at += (static_cast<std::size_t>(run[at + 2]) << 8 | run[at + 3]) + 4;
-    std::int64_t value = at + offset + size > run.size() ? -1 : 0;
-    for (std::size_t i = at + offset; value >= 0 && i < at + offset + size; ++i)
-        value = value << 8 | run[i];
-    return value;
-}
-
-} // namespace
-
 Bytes host_frame(const Bytes &payload)
 {
-    const unsigned checksum = 0x10000 - sum_of(payload);
+    const unsigned checksum = 0x10000 - std::accumulate(payload.begin(), payload.end(), 0u);
     Bytes frame = with_head({payload.size() >> 8, payload.size(), checksum >> 8, checksum}, payload);
     frame.resize(1024);
     return frame;
@@ -108,6 +84,15 @@ Bytes host_frame(const Bytes &payload)
 Bytes command(const Bytes &records)
 {
     return host_frame(with_head({0x10, 0x01, records.size() >> 8, records.size()}, records));
+}
+
+std::optional<Bytes> answered(const Bytes &burst)
+{
+    const auto word = [&](std::size_t at) { return burst[at] | static_cast<unsigned>(burst[at + 1]) << 8; };
+    if (burst.size() < 4 || word(0) + 4 > burst.size())
+        return std::nullopt;
+    const Bytes run(burst.begin() + 4, burst.begin() + 4 + static_cast<std::ptrdiff_t>(word(0)));
+    return std::accumulate(run.begin(), run.end(), word(2)) % 0x10000 == 0 ? std::optional(run) : std::nullopt;
 }
 
 int read_line(const char *name)
@@ -125,36 +110,13 @@ int drive_line(const char *name, bool high)
     return line ? 0 : -1;
 }
 
-Answer parse_answer(const Bytes &burst)
-{
-    const std::size_t end = burst.size() < 4 ? 4 : (burst[0] | static_cast<std::size_t>(burst[1]) << 8) + 4;
-    if (end > burst.size())
-        return {};
-    const Bytes run(burst.begin() + 4, burst.begin() + static_cast<std::ptrdiff_t>(end));
-    return {((burst[2] | static_cast<unsigned>(burst[3]) << 8) + sum_of(run)) % 0x10000 == 0, run};
-}
-
-BoardTest::BoardTest(sim::CameraOptions camera)
-    : board({.folder = folder.path(), .manual_time = true, .camera = camera})
-{
-}
-
-void BoardTest::SetUp()
-{
-    ASSERT_EQ(board.start(), std::nullopt);
-    spi = std::make_unique<SpiHost>(folder.file("spi0"));
-}
-
 void BoardTest::power_up()
 {
-    for (const auto &[line, us] : {std::pair{"cam_power", 5'000},
-                                   {"cam_pcie_clk", 0},
-                                   {"cam_reset", 300'000},
-                                   {"cam_reset_pcie", 0},
-                                   {"fpga_reset", 500'000}}) {
-        ASSERT_EQ(drive_line(line, true), 0);
-        board.advance(us);
-    }
+    walk({{"cam_power=1", 5'000, "cam_power_good", 1},
+          {"cam_pcie_clk=1", 0, "cam_init_done", 0},
+          {"cam_reset=1", 300'000, "cam_init_done", 1},
+          {"cam_reset_pcie=1", 0, "imc_req", 1},
+          {"fpga_reset=1", 500'000, "imc_req", 1}});
 }
 
 void BoardTest::power_down()
@@ -178,25 +140,19 @@ void BoardTest::walk(std::initializer_list<Step> steps)
     }
 }
 
-std::vector<std::string> BoardTest::send(const Bytes &records)
-{
-    board.take_heard();
-    EXPECT_TRUE(parse_answer(spi->burst(command(records))).good);
-    return board.take_heard();
-}
-
-Bytes BoardTest::status()
-{
-    const Answer answer = parse_answer(spi->burst(Bytes(1024)));
-    EXPECT_TRUE(answer.good);
-    return answer.run;
-}
-
 void BoardTest::expect_status(const std::vector<Field> &fields)
 {
     const Bytes run = status();
-    for (const auto &[tag, offset, size, value] : fields)
-        EXPECT_EQ(field(run, tag, offset, size), value & ((std::int64_t{1} << 8 * size) - 1)) << "at " << offset;
+    for (const auto &[tag, offset, size, value] : fields) {
+        std::size_t at = 0;
+        while (at + 4 <= run.size() && run[at] != tag)
+            at += (static_cast<std::size_t>(run[at + 2]) << 8 | run[at + 3]) + 4;
+        ASSERT_LE(at + offset + size, run.size());
+        std::int64_t found = 0;
+        for (std::size_t i = 0; i < size; ++i)
+            found = found << 8 | run[at + offset + i];
+        EXPECT_EQ(found, value & ((std::int64_t{1} << 8 * size) - 1)) << "at " << offset;
+    }
 }
 
 void BoardTest::drive(const std::vector<Leg> &legs)
@@ -208,22 +164,4 @@ void BoardTest::drive(const std::vector<Leg> &legs)
         board.advance(leg.us);
         expect_status(leg.fields);
     }
-}
-
-void BoardTest::expect_offences(const sim::Counts &offences)
-{
-    EXPECT_EQ(board.offences(), offences);
-    board.clear_offences();
-}
-
-void BoardTest::order(const std::string &line)
-{
-    const sim::CommandResult result = board.command(line);
-    EXPECT_TRUE(result.ok) << line << ": " << result.text;
-}
-
-void RunningBoardTest::SetUp()
-{
-    BoardTest::SetUp();
-    power_up();
 }

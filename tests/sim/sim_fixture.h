@@ -27,7 +27,7 @@ class TempFolder {
     std::string read(const std::string &name) const;
 
   private:
-    std::string path_;
+    std::string path_ = testing::TempDir() + "krx-sim-XXXXXX";
 };
 
 // An environment variable that gets its old value back.
@@ -55,25 +55,28 @@ class SpiHost {
     int fd_;
 };
 
+Bytes with_head(std::initializer_list<std::size_t> head, const Bytes &rest);
 // A host frame of 1024 bytes around a payload, and around a packet of records.
 Bytes host_frame(const Bytes &payload);
 Bytes command(const Bytes &records);
+// The run of an answer, its header read least significant byte first; none when its length or checksum is wrong.
+std::optional<Bytes> answered(const Bytes &burst);
 
 // One level read, and one driven output, as the product does them; -1 on failure.
 int read_line(const char *name);
 int drive_line(const char *name, bool high);
 
-// An answer, its header read least significant byte first.
-struct Answer {
-    bool good = false; // length and checksum are right
-    Bytes run;
-};
-Answer parse_answer(const Bytes &burst);
-
 class BoardTest : public testing::Test {
   protected:
-    explicit BoardTest(sim::CameraOptions camera = {});
-    void SetUp() override;
+    explicit BoardTest(sim::CameraOptions camera = {})
+        : board({.folder = folder.path(), .manual_time = true, .camera = camera})
+    {
+    }
+    void SetUp() override
+    {
+        ASSERT_EQ(board.start(), std::nullopt);
+        spi = std::make_unique<SpiHost>(folder.file("spi0"));
+    }
     // Whatever a test provokes it takes back with expect_offences().
     void TearDown() override { EXPECT_EQ(board.offences(), sim::Counts{}); }
 
@@ -90,9 +93,14 @@ class BoardTest : public testing::Test {
     };
     void walk(std::initializer_list<Step> steps);
     // Sends records and gives the words they were understood as.
-    std::vector<std::string> send(const Bytes &records);
+    std::vector<std::string> send(const Bytes &records)
+    {
+        board.take_heard();
+        EXPECT_TRUE(answered(spi->burst(command(records))));
+        return board.take_heard();
+    }
     // Reads the status run once.
-    Bytes status();
+    Bytes status() { return answered(spi->burst(Bytes(1024))).value_or(Bytes()); }
     // A big-endian field of a status block.
     struct Field {
         std::uint8_t tag;
@@ -107,8 +115,12 @@ class BoardTest : public testing::Test {
         std::vector<Field> fields;
     };
     void drive(const std::vector<Leg> &legs);
-    void expect_offences(const sim::Counts &offences);
-    void order(const std::string &line);
+    void expect_offences(const sim::Counts &offences)
+    {
+        EXPECT_EQ(board.offences(), offences);
+        board.clear_offences();
+    }
+    void order(const std::string &line) { EXPECT_EQ(board.command(line).ok, true) << line; }
 
     TempFolder folder;
     Environment environment{"PTZ_BOARD", folder.path()};
@@ -118,5 +130,9 @@ class BoardTest : public testing::Test {
 
 class RunningBoardTest : public BoardTest {
   protected:
-    void SetUp() override;
+    void SetUp() override
+    {
+        BoardTest::SetUp();
+        power_up();
+    }
 };

@@ -4,6 +4,8 @@
 #include "sim/command.h"
 #include "sim/script.h"
 
+#include <sstream>
+
 namespace {
 
 using namespace sim;
@@ -24,7 +26,6 @@ TEST_F(Commands, WhatIsSetShowsInTheStatus)
         {"set byte 60 28 7f", {0x60, 28, 1, 0x7F}},
         {"set status-bit lens 1 auto", {0xF8, 29, 1, 0x80}},
         {"clear status", {0xF8, 29, 1, 0x00}},
-        {"clear status", {0x60, 28, 1, 1}},
     };
     power_up();
     for (const auto &[line, field] : cases) {
@@ -36,43 +37,15 @@ TEST_F(Commands, WhatIsSetShowsInTheStatus)
 
 TEST_F(Commands, NonsenseIsAnsweredWithWhatWouldBeRight)
 {
-    for (const char *line : {"",
-                             "   ",
-                             "dance",
-                             "set",
-                             "set pan",
-                             "set pan 171",
-                             "set pan nan",
-                             "set pan 1 2",
-                             "set volume 3",
-                             "set boot -1s",
-                             "set boot 1e30s",
-                             "set status-bit lens 8 on",
-                             "set status-bit lens 1 maybe",
-                             "set byte f8 3 00",
-                             "set byte f8 528 00",
-                             "set byte f8 29 100",
-                             "set firmware xyz",
-                             "set capture-frequency -1",
-                             "set video-capture-mode",
-                             "fault streamer absent",
-                             "seed",
-                             "seed -1",
-                             "fault",
-                             "fault boredom",
-                             "fault flip-bit -1",
-                             "fault flip-bit 1 2",
-                             "fault hold-request",
-                             "fault silence",
-                             "fault silence 5s 2",
-                             "fault silence 5m",
-                             "fault silence 5 s",
-                             "fault silence s",
-                             "fault power-good soon",
-                             "fault refuse cam_sofa",
-                             "fault delay-edge 1ms x",
-                             "clear everything",
-                             "clear faults now"}) {
+    std::istringstream lines(
+        "\n   \ndance\nset\nset pan\nset pan 171\nset pan nan\nset pan 1 2\nset volume 3\nset boot -1s\n"
+        "set boot 1e30s\nset status-bit lens 8 on\nset status-bit lens 1 maybe\nset byte f8 3 00\n"
+        "set byte f8 528 00\nset byte f8 29 100\nset firmware xyz\nset capture-frequency -1\n"
+        "set video-capture-mode\nseed\nseed -1\nfault\nfault boredom\nfault flip-bit -1\nfault flip-bit 1 2\n"
+        "fault hold-request\nfault silence\nfault silence 5s 2\nfault silence 5m\nfault silence 5 s\n"
+        "fault silence s\nfault power-good soon\nfault refuse cam_sofa\nfault delay-edge 1ms x\n"
+        "fault streamer absent\nclear everything\nclear faults now");
+    for (std::string line; std::getline(lines, line);) {
         const CommandResult result = board.command(line);
         EXPECT_FALSE(result.ok) << line;
         EXPECT_GT(result.text.size(), 8u) << line;
@@ -88,11 +61,9 @@ TEST_F(Commands, AScriptHappensInTimeOrderOrNotAtAll)
     EXPECT_TRUE(load_script(folder.file("missing"), board));
     folder.write("script", "# comment\n\nat 2s set tilt 20\r\n at 1000ms\tset tilt 10\nat 3s nonsense\nset pan 1\n");
     ASSERT_EQ(load_script(folder.file("script"), board), std::nullopt);
-    double passed = 0;
     for (const auto &[us, tilt] : {std::pair{999'999, 0.0}, {1, 10.0}, {999'999, 10.0}, {2'000'001, 20.0}}) {
         board.advance(us);
-        passed += us;
-        EXPECT_DOUBLE_EQ(board.reading().tilt, tilt) << passed;
+        EXPECT_DOUBLE_EQ(board.reading().tilt, tilt) << us;
         EXPECT_DOUBLE_EQ(board.reading().pan, 1);
     }
 }

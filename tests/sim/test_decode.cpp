@@ -4,15 +4,15 @@
 #include "sim/trace.h"
 
 #include <gmock/gmock.h>
-#include <sstream>
 
 namespace {
 
 using sim::decode_trace_line;
 using testing::ElementsAre;
+using Decode = RunningBoardTest;
 using Words = std::vector<std::string>;
 
-TEST(Decode, PutsFramesOfHostBlockAndLoaderIntoWords)
+TEST_F(Decode, PutsFramesOfHostBlockAndLoaderIntoWords)
 {
     const std::pair<const char *, Words> cases[] = {
         {"port0 host 1024 0009FFD510010005040007000A\n", {"Sharpness 10"}},
@@ -35,7 +35,7 @@ TEST(Decode, PutsFramesOfHostBlockAndLoaderIntoWords)
     EXPECT_THAT(sim::decode_packet({}), ElementsAre("Malformed packet [packet-header]"));
 }
 
-TEST(Decode, MalformedTraceLinesSayNothing)
+TEST_F(Decode, MalformedTraceLinesSayNothing)
 {
     for (const char *text :
          {"", "#", "# 0.1 block off", "0.123456 port0 host", "0.1 port0 host 4 00", "x port0 host 4 00",
@@ -48,32 +48,12 @@ TEST(Decode, MalformedTraceLinesSayNothing)
     }
 }
 
-TEST(Decode, ATraceFileOfARunIsReadBack)
+TEST_F(Decode, TheStatusIsOneLineABlock)
 {
-    TempFolder folder;
-    const Environment environment("PTZ_BOARD", folder.path());
-    {
-        sim::Board board({.folder = folder.path(), .manual_time = true, .trace_path = folder.file("trace")});
-        ASSERT_EQ(board.start(), std::nullopt);
-        for (const char *line : {"cam_power", "cam_reset"}) {
-            drive_line(line, true);
-            board.advance(300'000);
-        }
-        SpiHost(folder.file("spi0")).burst(command({4, 1, 5, 0, 2}));
-    }
-    std::istringstream trace(folder.read("trace"));
-    Words words, remarks;
-    for (std::string line; std::getline(trace, line);) {
-        std::ranges::copy(decode_trace_line(line), std::back_inserter(words));
-        if (line.front() == '#')
-            remarks.push_back(line);
-    }
-    EXPECT_THAT(words,
-                ElementsAre("Pan/tilt stop tilt", "Camera: zoom x1.00, view 62.80 deg, focus 1400, lens status 02",
+    EXPECT_THAT(sim::decode_status(status()),
+                ElementsAre("Camera: zoom x1.00, view 62.80 deg, focus 1400, lens status 00",
                             "Pan/tilt: pan 0.000 deg, tilt 0.000 deg, status 00",
                             "System: model 1, capture frequency 0, capture state 0", "Revisions: firmware 01020003"));
-    EXPECT_EQ(remarks.front(), "# krx-sim trace 1: seconds port sender length bytes");
-    EXPECT_THAT(remarks, testing::Contains("# 0.600000 block running"));
 }
 
 } // namespace

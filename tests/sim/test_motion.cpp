@@ -108,13 +108,4 @@ TEST_F(Motion, AutomaticExposureSettlesOnTheSceneWithinItsLimits)
     drive({{{}, 55'000, {{0xF8, 103, 1, 25}}}, {{4, 0, 3, 0x0F, 100}, 25'000, {{0xF8, 103, 1, 30}}}});
 }
 
-TEST_F(Motion, LosingPowerStopsEverythingInPlace)
-{
-    send({7, 1, 2, 0, 0, 0, 0x27, 0x10, 7, 1, 8, 0, 0, 0, 0x75, 0x30});
-    board.advance(1'000'000);
-    power_down();
-    board.advance(1'000'000);
-    EXPECT_DOUBLE_EQ(board.reading().pan, 10);
-}
-
 } // namespace

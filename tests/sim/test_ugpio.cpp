@@ -88,30 +88,13 @@ TEST_F(Lines, AnEdgeIsPendingUntilTheLevelIsRead)
     close(fd);
 }
 
-TEST_F(Lines, ADeadBoardIsAnErrorAndANewOneIsFound)
-{
-    ugpio *held = ugpio_request_named("cam_power");
-    ASSERT_EQ(ugpio_full_open(held), 0);
-    board.stop();
-    EXPECT_EQ(ugpio_request_named("cam_power"), nullptr);
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_EQ(ugpio_get_value(held), -1);
-    EXPECT_EQ(drive_line("cam_power", true), -1);
-    ASSERT_EQ(board.start(), std::nullopt);
-    EXPECT_EQ(drive_line("cam_power", true), 0);
-    EXPECT_EQ(ugpio_get_value(held), 1);
-    ugpio_free(held);
-}
-
 // The kernel's side, with ordinary files in its place.
 class KernelLines : public testing::Test {
   protected:
     void SetUp() override
     {
-        folder.write("gpio/export", "");
-        folder.write("gpio/gpio12/value", "1\n");
-        folder.write("gpio/gpio12/direction", "");
-        folder.write("gpio/gpio12/edge", "");
+        for (const char *file : {"export", "gpio12/value", "gpio12/direction", "gpio12/edge"})
+            folder.write(std::string("gpio/") + file, "");
     }
 
     TempFolder folder;
@@ -124,9 +107,10 @@ TEST_F(KernelLines, ValueDirectionAndEdgeAreTheirFiles)
 {
     ugpio *line = ugpio_request(12, "x");
     ASSERT_EQ(ugpio_full_open(line), 0);
-    EXPECT_EQ(ugpio_get_value(line), 1);
-    folder.write("gpio/gpio12/value", "0\n");
-    EXPECT_EQ(ugpio_get_value(line), 0);
+    for (const auto &[text, level] : {std::pair{"1\n", 1}, {"0\n", 0}}) {
+        folder.write("gpio/gpio12/value", text);
+        EXPECT_EQ(ugpio_get_value(line), level);
+    }
     EXPECT_EQ(ugpio_set_edge(line, UGPIO_EDGE_RISING), 0);
     const int fd = ugpio_fd(line);
     ugpio_free(line);
