@@ -4,6 +4,7 @@
 #include "driver/ptz_driver_canon_type.h"
 #include "port/ptz_port_canon_config.h"
 #include "port/ptz_port_canon_settings.h"
+#include "sim/image.h"
 #include "tests/sim/sim_fixture.h"
 #include "tests/support/bus_fake.h"
 #include "tests/support/capture.h"
@@ -61,6 +62,12 @@ class OnBoard : public testing::Test {
         const auto us = static_cast<std::int64_t>(seconds * 1e6);
         clock.advance(us);
         move({}); // which refreshes the status
+    }
+
+    void put_image(std::uint32_t version, std::size_t size)
+    {
+        const std::vector<std::uint8_t> image = sim::make_image(version, size);
+        folder.write("IMC.APP", {image.begin(), image.end()});
     }
 
     bool running() { return base().state == PTZ_STATE_RUNNING && driver->driver_initialized; }

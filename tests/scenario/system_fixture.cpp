@@ -12,8 +12,6 @@ constexpr const char *SIM_PATH = "/com/orna/KrxSim";
 
 } // namespace
 
-SystemTest::SystemTest() = default;
-
 SystemTest::~SystemTest()
 {
     ptzd.reset();
@@ -101,9 +99,9 @@ double SystemTest::sim_value(const char *name)
     return value;
 }
 
-std::map<std::string, unsigned> SystemTest::sim_counts(const char *property)
+Counts SystemTest::sim_counts(const char *property)
 {
-    std::map<std::string, unsigned> counts;
+    Counts counts;
     GVariant *table = sim_property(property);
     if (table == nullptr)
         return {{"no answer", 1}};
@@ -147,9 +145,8 @@ std::size_t SystemTest::ptzd_descriptors() const
     return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
-std::size_t SystemTest::logged(const std::string &text) const
+std::size_t SystemTest::count_of(const std::string &text, const std::string &log)
 {
-    const std::string log = ptzd->output();
     std::size_t count = 0;
     for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + text.size()))
         ++count;

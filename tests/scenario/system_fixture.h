@@ -9,9 +9,10 @@
 #include <memory>
 #include <optional>
 
+using Counts = std::map<std::string, unsigned>;
+
 class SystemTest : public BusTest {
   protected:
-    SystemTest();
     ~SystemTest() override;
 
     void start_sim(const std::vector<std::string> &options = {});
@@ -26,15 +27,16 @@ class SystemTest : public BusTest {
 
     // What the simulated board says of itself.
     double sim_value(const char *name);
-    std::map<std::string, unsigned> sim_counts(const char *property);
+    Counts sim_counts(const char *property);
     std::string sim_state();
     void sim_command(const std::string &line);
     void await_sim(const char *name, double value, double tolerance);
 
     std::unique_ptr<Process> run(const std::vector<std::string> &command, const std::string &log_name);
     std::size_t ptzd_descriptors() const;
-    // How often a text stands in ptzd's log.
-    std::size_t logged(const std::string &text) const;
+    // How often a text stands in ptzd's log, and in the simulator's.
+    std::size_t logged(const std::string &text) const { return count_of(text, ptzd->output()); }
+    std::size_t logged_in_sim(const std::string &text) const { return count_of(text, sim->output()); }
 
     TempFolder folder;
     Client client{address()};
@@ -43,6 +45,7 @@ class SystemTest : public BusTest {
 
   private:
     GVariant *sim_property(const char *name);
+    static std::size_t count_of(const std::string &text, const std::string &log);
 
     int runs_ = 0;
 };

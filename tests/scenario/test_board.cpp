@@ -119,31 +119,4 @@ TEST_F(OnBoard, ADeadRequestLineCostsTenSecondsAnAttempt)
     EXPECT_TRUE(operations().stop(&base()));
 }
 
-TEST_F(OnBoard, FailingPowerEndsInStateSevenAndAResetMendsIt)
-{
-    ASSERT_TRUE(board.command("fault power-good never").ok);
-    open();
-    EXPECT_EQ(base().state, PTZ_STATE_FAILED);
-    EXPECT_EQ(log.count("error: Fatal error, camera block power could not be enabled.\n"), 1);
-    EXPECT_EQ(log.count("error: Fatal error, timeout is occurred while waiting for cam_power_good!\n"), 1);
-    EXPECT_EQ(log.count("error: Fatal error, Camera block setup is failed \n"), 1);
-    ASSERT_TRUE(board.command("clear faults").ok);
-    reset();
-    EXPECT_TRUE(running());
-    EXPECT_EQ(board.offences(), sim::Counts{});
-}
-
-TEST_F(OnBoard, ResetAgainAndAgainLeavesTheSameDescriptors)
-{
-    open();
-    reset();
-    const std::size_t descriptors = open_descriptors();
-    for (int i = 0; i < 50; ++i)
-        reset();
-    EXPECT_TRUE(running());
-    EXPECT_EQ(open_descriptors(), descriptors);
-    EXPECT_EQ(G_OBJECT(driver->port)->ref_count, 2u);
-    EXPECT_EQ(board.offences(), sim::Counts{});
-}
-
 } // namespace

@@ -1,9 +1,7 @@
 // The camera's life from end to end: every way through start-up, heat and cold, and all of it in any order.
-#include "sim/image.h"
 #include "tests/scenario/board_fixture.h"
 
 #include <deque>
-#include <fstream>
 #include <random>
 
 namespace {
@@ -56,12 +54,6 @@ class Life : public OnBoard {
     {
         EXPECT_TRUE(board.command("set temperature " + std::to_string(degrees)).ok);
         run_jobs();
-    }
-
-    void put_image(std::uint32_t version)
-    {
-        const std::vector<std::uint8_t> image = sim::make_image(version, 20001);
-        std::ofstream(folder.path() + "/IMC.APP").write(reinterpret_cast<const char *>(image.data()), 20001);
     }
 
     void change_capture_mode(const char *mode)
@@ -122,6 +114,7 @@ TEST_F(Life, EachFailureOfStartUpHasItsMessagesAndItsEnd)
          {"Fatal error, faild to open device \"" + folder.file("spi0") + "\". (No such file or directory:2)",
           "Fatal error, could not open port\n", end},
          {4, 7}},
+        {"no power", [&] { command("fault power-good never"); }, {}, {4, 7}},
         {"no boot",
          [&] { command("fault init-done never"); },
          {"Fatal error, timeout is occurred while waiting for cam_init_done!\n",
@@ -136,7 +129,7 @@ TEST_F(Life, EachFailureOfStartUpHasItsMessagesAndItsEnd)
          {4, 1}},
         {"no return from the upgrade",
          [&] {
-             put_image(0x02000000);
+             put_image(0x02000000, 20001);
              when([this] { return base().state == PTZ_STATE_UPGRADING; }, "set model 9");
          },
          {"Fatal error, could not selected camera block model", "Fatal error, detected unknown camera block model",
@@ -224,7 +217,7 @@ TEST_F(Life, GoesThroughItsStates)
     set_temperature(20);
     expect_states({4, 1});
 
-    put_image(0x02000000);
+    put_image(0x02000000, 20001);
     reset();
     expect_states({4, 5, 4, 1});
     change_capture_mode("720p50");
@@ -256,7 +249,7 @@ TEST_F(Life, InAnyOrderLeavesNothingOver)
         [this] { set_temperature(-20); },
         [this] { set_temperature(20); },
         [&] {
-            put_image(++version);
+            put_image(++version, 20001);
             reset();
         },
         [this] { change_capture_mode("1080p50"); },

@@ -1,8 +1,5 @@
 // Firmware upgrades of the simulated block.
-#include "sim/image.h"
 #include "tests/scenario/board_fixture.h"
-
-#include <fstream>
 
 namespace {
 
@@ -10,11 +7,7 @@ class OnBoardWithFirmware : public OnBoard {
   protected:
     static constexpr int VERSION = 0x01020304;
 
-    OnBoardWithFirmware()
-    {
-        const std::vector<std::uint8_t> image = sim::make_image(VERSION, 70001);
-        std::ofstream(folder.path() + "/IMC.APP").write(reinterpret_cast<const char *>(image.data()), 70001);
-    }
+    OnBoardWithFirmware() { put_image(VERSION, 70001); }
 
     bool up_to_date() { return running() && driver->fw_version == VERSION; }
 };

@@ -4,9 +4,7 @@
 
 namespace {
 
-using Counts = std::map<std::string, unsigned>;
-
-class System : public SystemTest {};
+using System = SystemTest;
 
 TEST_F(System, BootsMovesAndEndsInOrder)
 {
@@ -143,22 +141,6 @@ TEST_F(System, WithoutItsBusPtzdClosesTheCameraAndSaysSo)
     EXPECT_EQ(ptzd->wait(), 3);
     EXPECT_EQ(logged("The bus has gone. Closing the camera"), 1u);
     EXPECT_TRUE(sim->output().ends_with("block off\n")) << sim->output();
-}
-
-TEST_F(System, ResetOverAndOverLeavesTheSameDescriptors)
-{
-    start_all();
-    ptzctl({"special", "reset"});
-    await_state(1);
-    const std::size_t descriptors = ptzd_descriptors();
-    for (int i = 0; i < 10; ++i) {
-        const ReplyPtr reset = client.send("RunSpecialCommand", "('reset',)");
-        run_until([&] { return reset->done; });
-        EXPECT_EQ(reset->error, "");
-    }
-    await_state(1);
-    EXPECT_EQ(ptzd_descriptors(), descriptors);
-    EXPECT_EQ(sim_counts("Offences"), Counts{});
 }
 
 } // namespace

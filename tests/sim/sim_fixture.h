@@ -120,7 +120,7 @@ class BoardTest : public testing::Test {
         EXPECT_EQ(board.offences(), offences);
         board.clear_offences();
     }
-    void order(const std::string &line) { EXPECT_EQ(board.command(line).ok, true) << line; }
+    void order(const std::string &line) { EXPECT_TRUE(board.command(line).ok) << line; }
 
     TempFolder folder;
     Environment environment{"PTZ_BOARD", folder.path()};
