@@ -2,27 +2,8 @@
 
 #include <cstdlib>
 #include <fcntl.h>
-#include <fstream>
-#include <iterator>
 #include <numeric>
 #include <unistd.h>
-
-TempFolder::TempFolder()
-{
-    EXPECT_NE(mkdtemp(path_.data()), nullptr);
-}
-
-void TempFolder::write(const std::string &name, const std::string &text) const
-{
-    std::filesystem::create_directories(std::filesystem::path(file(name)).parent_path());
-    std::ofstream(file(name)) << text;
-}
-
-std::string TempFolder::read(const std::string &name) const
-{
-    std::ifstream stream(file(name));
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 Environment::Environment(const char *name, const std::string &value) : name_(name)
 {

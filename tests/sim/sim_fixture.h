@@ -3,10 +3,10 @@
 
 #include "sim/board.h"
 #include "spidev/spidev_link.h"
+#include "tests/support/temp_folder.h"
 #include "ugpio/ugpio.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <initializer_list>
 #include <linux/spi/spidev.h>
@@ -15,20 +15,6 @@
 #include <vector>
 
 using Bytes = std::vector<std::uint8_t>;
-
-// A folder that exists for the length of a test.
-class TempFolder {
-  public:
-    TempFolder();
-    ~TempFolder() { std::filesystem::remove_all(path_); }
-    const std::string &path() const { return path_; }
-    std::string file(const std::string &name) const { return path_ + "/" + name; }
-    void write(const std::string &name, const std::string &text) const;
-    std::string read(const std::string &name) const;
-
-  private:
-    std::string path_ = testing::TempDir() + "krx-sim-XXXXXX";
-};
 
 // An environment variable that gets its old value back.
 class Environment {

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 class TempFolder {
@@ -29,6 +30,11 @@ class TempFolder {
     {
         std::filesystem::create_directories((path_ / name).parent_path());
         std::ofstream(path_ / name) << text;
+    }
+    std::string read(const std::string &name) const
+    {
+        std::ifstream stream(path_ / name);
+        return {std::istreambuf_iterator<char>(stream), {}};
     }
 
   private:
