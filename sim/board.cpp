@@ -126,18 +126,14 @@ struct Board::Impl final : Requests {
             journal.offence(now, "spi-transfer", "unexpected speed, bits, delay, chip select or bus width");
     }
 
-    void transfer(unsigned port, const spidev_wire::Request &request, std::uint32_t mode,
-                  std::span<const std::uint8_t> host, std::span<std::uint8_t> answer) override
+    std::int64_t transfer(unsigned port, const spidev_wire::Request &request, std::uint32_t mode,
+                          std::span<const std::uint8_t> host, std::span<std::uint8_t> answer) override
     {
-        {
-            const std::lock_guard lock(mutex);
-            check_transfer(request, mode);
-            camera.burst(port, host, answer, catch_up());
-            keep();
-        }
-        // What the block says it has ready before the clock starts: only the answer is left for the end of the wire.
-        if (options.real_wire_time)
-            clock.wait_wire(request.sent_ns, spidev_wire::wire_ns(request));
+        const std::lock_guard lock(mutex);
+        check_transfer(request, mode);
+        camera.burst(port, host, answer, catch_up());
+        keep();
+        return options.real_wire_time ? clock.wall_ns(spidev_wire::wire_ns(request)) : 0;
     }
 
     std::optional<std::int64_t> idle() override

@@ -37,19 +37,9 @@ std::int64_t Clock::real_ns_until(std::int64_t us) const
     return left <= 0 ? 0 : static_cast<std::int64_t>(static_cast<double>(left) * 1000.0 / scale_) + 1;
 }
 
-void Clock::wait_wire(std::int64_t start_ns, std::int64_t ns) const
+std::int64_t Clock::wall_ns(std::int64_t ns) const
 {
-    // Waking up takes about this long, so the last part is spent awake.
-    constexpr std::int64_t kAwakeNs = 500'000;
-    if (manual_)
-        return;
-    const std::int64_t end = start_ns + static_cast<std::int64_t>(static_cast<double>(ns) / scale_);
-    const std::int64_t wake = end - kAwakeNs;
-    const timespec until{wake / 1'000'000'000, wake % 1'000'000'000};
-    if (monotonic_ns() < wake)
-        clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
-    while (monotonic_ns() < end) {
-    }
+    return manual_ ? 0 : static_cast<std::int64_t>(static_cast<double>(ns) / scale_);
 }
 
 } // namespace sim

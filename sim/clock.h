@@ -18,9 +18,8 @@ class Clock {
     void set(std::int64_t us);
     // How long to wait in real nanoseconds until `us`; 0 when that has passed.
     std::int64_t real_ns_until(std::int64_t us) const;
-    // Returns when a wire that is busy for `ns` real nanoseconds at scale 1, since `start_ns` on CLOCK_MONOTONIC, is
-    // free again; at once on manual time.
-    void wait_wire(std::int64_t start_ns, std::int64_t ns) const;
+    // How long `ns` nanoseconds of the board's time take on the wall; 0 on manual time.
+    std::int64_t wall_ns(std::int64_t ns) const;
 
   private:
     bool manual_;

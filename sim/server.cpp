@@ -206,8 +206,10 @@ bool Server::serve_spi(int fd, unsigned port)
 
     spidev_wire::Reply reply{request.sequence, 0, 0, static_cast<std::uint32_t>(data)};
     if (request.op == spidev_wire::Op::transfer) {
-        requests_.transfer(port, request, devices_[port].mode, std::span(host_bytes_).first(data),
-                           std::span(answer_bytes_).first(data));
+        const std::int64_t busy_ns =
+            requests_.transfer(port, request, devices_[port].mode, std::span(host_bytes_).first(data),
+                               std::span(answer_bytes_).first(data));
+        reply.value = static_cast<std::uint32_t>(busy_ns);
         reply.status = static_cast<std::int32_t>(data);
     } else {
         answer_spi(port, request, reply);

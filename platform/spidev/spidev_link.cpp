@@ -25,10 +25,10 @@ using spidev_wire::Request;
 
 // How long an answer may be overdue.
 constexpr std::int64_t kPeerTimeoutNs = 10'000'000'000;
-// A board answers within some 20 us, or at the end of the wire time when it keeps to that. Around these moments asking
-// again and again is far quicker than being woken up.
-constexpr std::int64_t kFirstSpinNs = 60'000;
-constexpr std::int64_t kWireSpinNs = 500'000;
+// A board answers within some 20 us: asking again and again is far quicker then than being woken up.
+constexpr std::int64_t kSpinNs = 60'000;
+// Waking up takes up to this long.
+constexpr std::int64_t kAwakeNs = 300'000;
 
 int fail(int error)
 {
@@ -85,15 +85,18 @@ int wait_ready(int fd, short events, std::int64_t timeout_ns)
 // Lets time pass until the answer may be there: 0, or -1 with errno when it will not come any more.
 int await_answer(int fd, const Request &request)
 {
-    const std::int64_t now = monotonic_ns();
-    const std::int64_t end = request.sent_ns + spidev_wire::wire_ns(request);
-    if (now < request.sent_ns + kFirstSpinNs)
-        return 0;
-    if (now < end - kWireSpinNs) {
-        const int result = wait_ready(fd, POLLIN, end - kWireSpinNs - now);
-        return result == 0 || errno == ETIMEDOUT ? 0 : -1;
+    return monotonic_ns() < request.sent_ns + kSpinNs ? 0 : wait_ready(fd, POLLIN, kPeerTimeoutNs);
+}
+
+// Returns at `end`, on CLOCK_MONOTONIC.
+void wait_until(std::int64_t end)
+{
+    const std::int64_t wake = end - kAwakeNs;
+    const timespec until{wake / 1'000'000'000, wake % 1'000'000'000};
+    while (monotonic_ns() < wake)
+        clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
+    while (monotonic_ns() < end) {
     }
-    return now < end + kWireSpinNs ? 0 : wait_ready(fd, POLLIN, kPeerTimeoutNs);
 }
 
 int send_request(int fd, const Request &request, const void *data)
@@ -150,6 +153,8 @@ int exchange(int fd, Request request, const void *tx, void *rx, std::uint32_t *v
         return -1;
     if (reply.status < 0)
         return fail(-reply.status);
+    if (request.op == Op::transfer)
+        wait_until(request.sent_ns + reply.value); // a board whose wire takes its time
     if (value)
         *value = reply.value;
     return reply.status;

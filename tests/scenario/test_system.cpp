@@ -98,6 +98,20 @@ TEST_F(System, ASimulatorKilledUnderneathIsSurvived)
     EXPECT_EQ(ptzd_descriptors(), descriptors);
 }
 
+TEST_F(System, APtzdKilledInAMoveIsFollowedByAnother)
+{
+    start_all();
+    const ReplyPtr move = client.send("Move", "([('pan', 'continuous', 20.0)], 0.0, @a{sv} {})");
+    run_until([&] { return move->done; });
+    ptzd->signal(SIGKILL);
+    ptzd->wait();
+    start_ptzd();
+    await_state(1);
+    ptzctl({"move", "pan=5"});
+    await_sim("Pan", 5, 0.001);
+    EXPECT_EQ(sim_counts("Offences"), Counts{});
+}
+
 TEST_F(System, HeatStopsTheCameraAndCoolingBringsItBack)
 {
     folder.write("krx_driver.conf",
