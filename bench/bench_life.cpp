@@ -36,6 +36,7 @@ constexpr int CHANGES = 10000;
 
 std::string make_folder()
 {
+    camera_put_away(); // while the environment still names its own
     char name[] = "/tmp/ptz-bench-XXXXXX";
     const char *folder = g_mkdtemp(name);
     g_setenv("PTZ_DATA_DIR", folder, TRUE);
@@ -48,7 +49,6 @@ class Life {
   public:
     Life()
     {
-        camera_put_away();
         camera_use_bus();
         log_set_sink([](int, const char *) {});
         started_ = !board_.start();

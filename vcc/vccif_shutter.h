@@ -8,6 +8,8 @@
 #include "core/guard.h"
 #include "vcc/vccif_model.h"
 
+#include <cstring>
+
 struct PTZDriverCanon;
 
 // The table of that capture mode (in any letter case) in a list of the camera model; null, without a message, when the
@@ -18,10 +20,13 @@ auto ptz_driver_canon_utils_get_shutter_table(const Table *shutter_tbls, const c
 {
     GUARD(shutter_tbls, nullptr);
     GUARD(capture_mode, nullptr);
-    for (const Table *table = shutter_tbls; table->capture_mode != nullptr; table++) {
+    // Every exposure looks here, nearly always with the table's own spelling, which is several times faster to compare.
+    for (const Table *table = shutter_tbls; table->capture_mode != nullptr; table++)
+        if (std::strcmp(table->capture_mode, capture_mode) == 0)
+            return table->rows;
+    for (const Table *table = shutter_tbls; table->capture_mode != nullptr; table++)
         if (g_ascii_strcasecmp(table->capture_mode, capture_mode) == 0)
             return table->rows;
-    }
     return nullptr;
 }
 

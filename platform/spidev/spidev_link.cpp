@@ -28,7 +28,7 @@ constexpr std::int64_t kPeerTimeoutNs = 10'000'000'000;
 // A board answers within some 20 us: asking again and again is far quicker then than being woken up.
 constexpr std::int64_t kSpinNs = 60'000;
 // Waking up takes up to this long.
-constexpr std::int64_t kAwakeNs = 300'000;
+constexpr std::int64_t kAwakeNs = 500'000;
 
 int fail(int error)
 {
