@@ -88,7 +88,10 @@ TEST_F(Startup, FailuresLeaveThePortsFreeAndNothingSubscribed)
                                                  bus().replies = BusBench{}.replies;
                                                  port.status.clear(); // what came before does not count
                                              },
-                                             [this] { g_clear_object(&driver->port); }};
+                                             [this] {
+                                                 ptz_driver_canon_release_port(driver);
+                                                 g_clear_object(&driver->port);
+                                             }};
     for (const auto &arrange : reasons) {
         arrange();
         ptz_driver_canon_reset(driver);

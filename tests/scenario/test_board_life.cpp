@@ -26,11 +26,13 @@ class Life : public OnBoard {
             run_jobs();
         for (PTZTask *job : std::exchange(jobs, {})) // the controller's
             job->destroy(job);
+        operations().queue_task = own_queue;
     }
 
     static void collect_jobs()
     {
         auto *klass = static_cast<PTZDriverClass *>(g_type_class_ref(ptz_driver_canon_get_type()));
+        own_queue = klass->queue_task;
         klass->queue_task = [](PTZDriver *, PTZTask *job, gint64) -> gboolean {
             jobs.push_back(job);
             return TRUE;
@@ -88,6 +90,8 @@ class Life : public OnBoard {
     std::vector<int> states;
 
   private:
+    static inline decltype(PTZDriverClass::queue_task) own_queue = nullptr;
+
     static void note_state(GObject *, GParamSpec *, gpointer self)
     {
         auto *life = static_cast<Life *>(self);

@@ -89,8 +89,11 @@ void ProgramTest::on_call(GDBusConnection *, const char *, const char *, const c
     std::string error_name;
     std::string error_text;
     GVariant *results = self->answer_(method, error_name, error_text);
+    if (results != nullptr)
+        g_variant_take_ref(results); // parsed or just made
     if (error_name.empty())
         g_dbus_method_invocation_return_value(invocation, results);
     else
         g_dbus_method_invocation_return_dbus_error(invocation, error_name.c_str(), error_text.c_str());
+    g_clear_pointer(&results, g_variant_unref);
 }
