@@ -24,10 +24,10 @@ class Requests {
     virtual Fd open_edge(std::uint32_t line, int &slave) = 0;
     virtual void close_edge(int slave) = 0;
     virtual int lines_page() = 0;
-    // One burst; `request` holds its settings, `mode` what was set on the device. Gives how long it keeps the wire busy,
-    // in nanoseconds.
+    // One burst; `request` holds its settings, `mode` what was set on the device. Gives how long it keeps the wire
+    // busy, in nanoseconds.
     virtual std::int64_t transfer(unsigned port, const spidev_wire::Request &request, std::uint32_t mode,
-                          std::span<const std::uint8_t> host, std::span<std::uint8_t> answer) = 0;
+                                  std::span<const std::uint8_t> host, std::span<std::uint8_t> answer) = 0;
     // The timer is due, or the server was woken: gives the nanoseconds until the next one, none to wait for ever.
     virtual std::optional<std::int64_t> idle() = 0;
 };
