@@ -45,7 +45,7 @@ class CommandBench : public DriverBench {
     std::string outcome_when_deaf(Run run)
     {
         port.deaf = true;
-        const std::string text = outcome(run());
+        std::string text = outcome(run());
         port.deaf = false;
         return text;
     }
