@@ -2,6 +2,7 @@
 
 #include "sim/lines.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <sys/epoll.h>
@@ -209,7 +210,7 @@ bool Server::serve_spi(int fd, unsigned port)
         const std::int64_t busy_ns =
             requests_.transfer(port, request, devices_[port].mode, std::span(host_bytes_).first(data),
                                std::span(answer_bytes_).first(data));
-        reply.value = static_cast<std::uint32_t>(busy_ns);
+        reply.value = static_cast<std::uint32_t>(std::min<std::int64_t>(busy_ns, UINT32_MAX)); // at most 4.3 s
         reply.status = static_cast<std::int32_t>(data);
     } else {
         answer_spi(port, request, reply);

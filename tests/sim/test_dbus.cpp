@@ -22,7 +22,7 @@ class DBus : public BusTest {
         GError *error = nullptr;
         GVariant *reply = g_dbus_connection_call_sync(client.connection(), name, path, interface, method, arguments,
                                                       nullptr, G_DBUS_CALL_FLAGS_NONE, timeout_ms, nullptr, &error);
-        const std::string text = reply ? print(reply) : error->message;
+        std::string text = reply ? print(reply) : error->message;
         g_clear_pointer(&reply, g_variant_unref);
         g_clear_error(&error);
         return text;
