@@ -54,6 +54,12 @@ TEST_F(IrisMode, AutomaticByWhatTheUserControls)
     }
     EXPECT_EQ(now().exposure_mode, nullptr);
     EXPECT_EQ(driver->parent_instance.iris_mode, 1);
+    EXPECT_EQ(set(3), refused("Unsupported ptz iris mode"));
+    for (const char *name : {"Exposure", "ManualGainControl", "ManualShutterControl"}) {
+        const auto kept = std::exchange(params()[name], 1); // no text
+        EXPECT_EQ(set(1), "refused") << name;
+        params()[name] = kept;
+    }
 }
 
 TEST_F(IrisMode, AutomaticByAPriorityOfItsOwn)
@@ -85,17 +91,6 @@ TEST_F(IrisMode, FollowersHaveASecondName)
     params().erase("ManualGain");
     EXPECT_EQ(set(1), "refused | " + MODE + "03" + SHUTTER +
                           " | error: Faulty type of ImageSource parameter value for ManualGain");
-}
-
-TEST_F(IrisMode, WhatIsMissingOrUnknownSendsNothing)
-{
-    for (const char *name : {"Exposure", "ManualGainControl", "ManualShutterControl"}) {
-        const auto kept = params();
-        params()[name] = 1;
-        EXPECT_EQ(set(1), "refused") << name;
-        params() = kept;
-    }
-    EXPECT_EQ(set(3), refused("Unsupported ptz iris mode"));
 }
 
 TEST_F(IrisMode, ManualKeepsTheExposureWhereItIs)

@@ -92,13 +92,8 @@ TEST_F(PanTiltContinuous, DrivesTiltFirstToTheNearerOfLimitAndStop)
 
 TEST_F(PanTiltContinuous, SkipsTheGapsBetweenTheirBounds)
 {
-    expect_continuous({{10, "00 00 27 10"},
-                       {15, "00 00 27 10"},
-                       {20, "00 00 4E 20"},
-                       {30, "00 00 59 D8"}, // 23000
-                       {37, "00 00 90 88"},
-                       {0.1, "00 00 00 C8"}, // at least 200
-                       {150, "00 01 86 A0"}});
+    expect_continuous({{10, "00 00 27 10"}, {15, "00 00 27 10"}, {20, "00 00 4E 20"}, {30, "00 00 59 D8"}}); // 23000
+    expect_continuous({{37, "00 00 90 88"}, {0.1, "00 00 00 C8"}, {150, "00 01 86 A0"}}); // at least 200
 }
 
 TEST_F(PanTiltContinuous, SpeedFollowsTheFieldOfViewOrTheResponseProfile)
@@ -116,38 +111,26 @@ TEST_F(PanTiltContinuous, SpeedFollowsTheFieldOfViewOrTheResponseProfile)
     now().response_profile = 0;
     expect_continuous({{100, "00 01 86 A0"}, {50, "00 00 50 DB"}}); // 20699
     EXPECT_EQ(now().pan_speed, 20);
+    EXPECT_EQ(ptz_driver_canon_apply_responsiveness(50, 1.1f), 50);
+    EXPECT_EQ(ptz_driver_canon_apply_responsiveness(-5, 0.5f), -5);
+    EXPECT_EQ(log.take(), (Lines{"error: Invalid responsiveness", "error: Input speed is not absolute value"}));
 }
 
-TEST_F(PanTilt, WhatIsNoMoveIsRefused)
+TEST_F(PanTilt, WhatIsNoMoveOrFailsKeepsTheTargets)
 {
+    driver->target.pan_degree = 3;
     EXPECT_EQ(moved(motion(1, 1), motion(2, 1)), refused("Move modes for pan (1) and tilt (2) is not compatible"));
     EXPECT_TRUE(framework().take().empty());
     EXPECT_EQ(moved(NONE, NONE), "refused");
     EXPECT_EQ(moved(motion(4, 1), NONE), "refused");
     EXPECT_FALSE(framework().take().empty()); // published all the same
     EXPECT_EQ(port.reads, 0);
-}
-
-TEST_F(PanTilt, FailureKeepsTheTargetsAndPublishes)
-{
     port.deaf = true;
-    driver->target.pan_degree = 3;
     EXPECT_EQ(moved(motion(1, 50), NONE), refused("Failed to execute pan/tilt setup command"));
-    EXPECT_EQ(driver->target.pan_degree, 3);
-    EXPECT_EQ(now().pan_move_mode, 0);
     EXPECT_EQ(now().pan_speed, 50);
     EXPECT_FALSE(framework().take().empty());
-}
-
-TEST_F(PanTilt, Responsiveness)
-{
-    struct {
-        float speed, factor, result;
-    } const cases[] = {{50, 0.8f, 20.6999f}, {50, 1, 50},    {0.5f, 0.8f, 0.5f}, {101, 0.8f, 101},
-                       {100, 0.8f, 100},     {50, 1.1f, 50}, {-5, 0.5f, -5}};
-    for (const auto &c : cases)
-        EXPECT_NEAR(ptz_driver_canon_apply_responsiveness(c.speed, c.factor), c.result, 0.0005f) << c.speed;
-    EXPECT_EQ(log.take(), (Lines{"error: Invalid responsiveness", "error: Input speed is not absolute value"}));
+    EXPECT_EQ(driver->target.pan_degree, 3);
+    EXPECT_EQ(now().pan_move_mode, 0);
 }
 
 } // namespace

@@ -36,6 +36,10 @@ TEST_F(ZoomAbsolute, StaysWithinTheLimits)
     driver->limit_max_zoom = 9999;
     EXPECT_EQ(moved(1, 15000), FULL_SPEED + "05 00 02 06 1D 00");
     EXPECT_EQ(moved(1, -5), FULL_SPEED + "05 00 02 06 00 00");
+    driver->limit_max_zoom = 10000;
+    EXPECT_EQ(moved(3, 100), FULL_SPEED + "05 00 02 06 1D 00");
+    driver->limit_min_zoom = 10000;
+    EXPECT_EQ(moved(3, -100), FULL_SPEED + "05 00 02 02 00 00");
     driver->limit_min_zoom = 9999;
     driver->limit_max_zoom = 1; // crossed: the upper limit wins
     EXPECT_EQ(moved(1, 5000), FULL_SPEED + "05 00 02 06 00 00");
@@ -85,18 +89,6 @@ TEST_F(ZoomContinuous, SpeedFollowsTheMagnitude)
     now().adjustable_zoom_speed = FALSE;
     EXPECT_EQ(moved(3, 14), speed + "07" + tele);
     EXPECT_EQ(moved(3, 0), STOP);
-}
-
-TEST_F(ZoomContinuous, DigitalRowAtTheLimitsOfExactlyTenThousand)
-{
-    driver->limit_max_zoom = 10000;
-    EXPECT_EQ(moved(3, 100), FULL_SPEED + "05 00 02 06 1D 00");
-    driver->limit_min_zoom = 10000;
-    EXPECT_EQ(moved(3, -100), FULL_SPEED + "05 00 02 02 00 00");
-}
-
-TEST_F(Zoom, OtherTypesOfMove)
-{
     EXPECT_EQ(moved(0, 5), "");
     EXPECT_EQ(moved(4, 5), "error: Unsupported PTZ move type");
 }
