@@ -13,8 +13,6 @@ using Counts = std::map<std::string, unsigned>;
 
 class SystemTest : public BusTest {
   protected:
-    ~SystemTest() override;
-
     void start_sim(const std::vector<std::string> &options = {});
     // Starts ptzd; does not wait for the camera.
     void start_ptzd();
@@ -41,9 +39,10 @@ class SystemTest : public BusTest {
     TempFolder folder;
     Client client{address()};
     std::unique_ptr<Process> sim;
-    std::unique_ptr<Process> ptzd;
+    std::unique_ptr<Process> ptzd; // ends before the simulator
 
   private:
+    GVariant *ask_sim(const char *interface, const char *method, GVariant *arguments);
     GVariant *sim_property(const char *name);
     static std::size_t count_of(const std::string &text, const std::string &log);
 

@@ -30,24 +30,6 @@ TEST_F(OnBoard, StartsUpMovesAndClosesWithoutAnOffence)
     EXPECT_EQ(log.take(), Lines{"warning: Can't open firmware file"}); // this board has none
 }
 
-TEST_F(OnBoard, ContinuousMoveGoesOnUntilTheStop)
-{
-    open();
-    driver->limit_min_pan = -170;
-    move(motion(3, -50), {}, motion(3, 20));
-    clock.advance(1'000'000);
-    EXPECT_TRUE(board.reading().pan_moving);
-    EXPECT_TRUE(board.reading().zoom_moving);
-    EXPECT_TRUE(operations().stop(&base()));
-    const sim::Reading at_stop = board.reading();
-    EXPECT_LT(at_stop.pan, -5);
-    EXPECT_GT(at_stop.magnification, 1);
-    clock.advance(3'000'000);
-    EXPECT_FALSE(board.reading().pan_moving || board.reading().zoom_moving);
-    EXPECT_NEAR(board.reading().pan, at_stop.pan, 1);
-    EXPECT_EQ(board.offences(), sim::Counts{});
-}
-
 TEST_F(OnBoard, EveryDamagedAnswerFailsOneExchangeOnly)
 {
     open();
