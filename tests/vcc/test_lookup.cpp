@@ -25,19 +25,19 @@ TEST_F(Lookup, CodeTakesTheFirstRowNotAboveInIrisAndNotBelowInGain)
 
 TEST_F(Lookup, NegativeInputAndAMissingTableAreGuardFailures)
 {
-    const auto expect_refusal = [this](auto function, const char *name, int value, const char *expression) {
-        EXPECT_EQ(function(self, value), -1.0) << name;
-        EXPECT_EQ(log.take(), Lines{guard_line(name, expression)});
-    };
-    expect_refusal(vccif_vcc_to_percent_gain, "vccif_vcc_to_percent_gain", -1, "value >= 0");
-    expect_refusal(vccif_vcc_to_db_gain, "vccif_vcc_to_db_gain", -1, "value >= 0");
+    EXPECT_EQ(vccif_vcc_to_percent_gain(self, -1), -1);
+    EXPECT_EQ(vccif_vcc_to_db_gain(self, -1), -1.0f);
     fake.model.iris_tbl = nullptr;
     fake.model.gain_tbl = nullptr;
-    expect_refusal(vccif_percent_to_vcc_iris, "vccif_percent_to_vcc_iris", 50, "self->cam_model->iris_tbl");
-    expect_refusal(vccif_vcc_to_percent_iris, "vccif_vcc_to_percent_iris", 20, "self->cam_model->iris_tbl");
-    expect_refusal(vccif_vcc_to_fno_iris, "vccif_vcc_to_fno_iris", 20, "self->cam_model->iris_tbl");
-    expect_refusal(vccif_vcc_to_percent_gain, "vccif_vcc_to_percent_gain", 20, "self->cam_model->gain_tbl");
-    expect_refusal(vccif_vcc_to_db_gain, "vccif_vcc_to_db_gain", 20, "self->cam_model->gain_tbl");
+    EXPECT_EQ(vccif_vcc_to_percent_iris(self, 20), -1);
+    EXPECT_EQ(vccif_vcc_to_fno_iris(self, 20), -1.0f);
+    EXPECT_EQ(vccif_vcc_to_db_gain(self, 20), -1.0f);
+    const char *const iris = "self->cam_model->iris_tbl";
+    EXPECT_EQ(
+        log.take(),
+        (Lines{guard_line("vccif_vcc_to_percent_gain", "value >= 0"), guard_line("vccif_vcc_to_db_gain", "value >= 0"),
+               guard_line("vccif_vcc_to_percent_iris", iris), guard_line("vccif_vcc_to_fno_iris", iris),
+               guard_line("vccif_vcc_to_db_gain", "self->cam_model->gain_tbl")}));
 }
 
 } // namespace

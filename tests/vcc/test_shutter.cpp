@@ -75,24 +75,6 @@ TEST_F(Shutter, MaximumExposureTimeByFrameRate)
               (Lines{"error: Unsupported shutter mode: auto", "error: Could not get maximum exposure time"}));
 }
 
-TEST_F(Shutter, OddTables)
-{
-    static constexpr ShutterRow fast[] = {{0, 100, 9}, {99, 500, 8}, {-1, -1, -1}}, none[] = {{-1, -1, -1}};
-    static constexpr SlowShutterRow no_frames[] = {{0, -1, -1}};
-    ShutterTable tables[] = {{"1080p25", fast}, {}};
-    const SlowShutterTable slow_tables[] = {{"1080p25", no_frames}, {}};
-    fake.model.shutter_tbls = tables;
-    fake.model.slow_shutter_tbls = slow_tables;
-    EXPECT_EQ(ptz_driver_canon_utils_get_max_exposure_time(self, "on"), 500) << "no row above 99 %: the last one";
-    tables[0].rows = none;
-    EXPECT_EQ(ptz_driver_canon_utils_get_max_exposure_time(self, "on"), -1);
-    EXPECT_EQ(ptz_driver_canon_utils_get_max_exposure_time(self, "off"), -1);
-    EXPECT_EQ(log.take(), Lines(2, "error: Could not get maximum exposure time"));
-    expect_results(vccif_percent_to_vcc_shutter, self, {{0, -1}, {-1, -1}});
-    EXPECT_EQ(vccif_vcc_to_exposure_time_shutter(self, 0), -1);
-    EXPECT_EQ(log.take(), Lines{});
-}
-
 TEST_F(Shutter, WithoutATableThereIsAMessage)
 {
     constexpr const char *UNAVAILABLE = "error: Unavailable shutter table";
