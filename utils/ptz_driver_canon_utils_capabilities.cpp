@@ -1,10 +1,10 @@
 #include "utils/ptz_driver_canon_utils_capabilities.h"
 
+#include "core/fixed_point.h"
 #include "core/glib_raii.h"
 #include "core/log.h"
 #include "vcc/vccif_model.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -15,13 +15,6 @@ constexpr std::size_t VALUE_MAX = 2047;
 constexpr std::size_t ENTRIES_MAX = 10;
 constexpr int SPEED_PIECES_MAX = 100;
 constexpr int SPEED_STEPS = 100; // of pan, tilt and zoom alike
-
-// Cut to an integer; the file that a factor comes from may say anything.
-int whole(float factor)
-{
-    constexpr float MOST = 1000000.0f;
-    return factor > 0.0f ? static_cast<int>(std::min(factor, MOST)) : 0;
-}
 
 using GTexts = GOwned<char *, g_strfreev>;
 
@@ -80,14 +73,14 @@ std::string speed_list(const PTZDriverCanon *self)
 void append_zoom_step(std::string *list, const PTZDriverCanon *self, float magnification, int shown)
 {
     const float position = ptz_driver_canon_utils_magnification_to_zoom(self, magnification);
-    append(list, "value=%d|zoom=%d", whole(position), shown);
+    append(list, "value=%d|zoom=%d", truncate_to_int(position), shown);
 }
 
 std::string zoom_step_list(const PTZDriverCanon *self)
 {
     const float optical = self->cam_model->max_optical_magnification;
-    const int whole_optical = whole(optical);
-    const int whole_digital = whole(self->max_digital_zoom);
+    const int whole_optical = truncate_to_int(optical);
+    const int whole_digital = truncate_to_int(self->max_digital_zoom);
     std::string list;
     for (int step = 2; step <= whole_optical; ++step)
         append_zoom_step(&list, self, static_cast<float>(step), step);
@@ -114,8 +107,8 @@ void add_speed(Entries *entries, const PTZDriverCanon *self)
 
 void add_zoom(Entries *entries, const PTZDriverCanon *self)
 {
-    entries->add("maxOpticalZoomMag", whole(self->cam_model->max_optical_magnification));
-    entries->add("maxDigitalZoomMag", whole(self->max_digital_zoom));
+    entries->add("maxOpticalZoomMag", truncate_to_int(self->cam_model->max_optical_magnification));
+    entries->add("maxDigitalZoomMag", truncate_to_int(self->max_digital_zoom));
     entries->add("zoomSpeed", SPEED_STEPS);
     entries->add("zoomSteps", zoom_step_list(self));
 }

@@ -11,7 +11,7 @@ float ptz_driver_canon_zoom_mag_to_zenta(const PTZDriverCanon *self, float magni
 {
     const float optical = self->cam_model->max_optical_magnification;
     const float largest = optical * self->max_digital_zoom;
-    const float m = magnification > largest ? largest : magnification < 1.0f ? 1.0f : magnification;
+    const float m = std::min(std::max(magnification, 1.0f), largest); // where the two cross, the largest wins
     if (m <= optical)
         return (m - 1.0f) * 9998.0f / (optical - 1.0f) + 1.0f;
     return (m - optical) * 9999.0f / (largest - optical) + 10000.0f;

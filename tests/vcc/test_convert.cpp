@@ -104,6 +104,8 @@ TEST(ZoomScale, IsClampedAndSplitAtTheOpticalEnd)
     fake.driver.max_digital_zoom = 1.0f; // no digital range
     expect_results(ptz_driver_canon_zoom_mag_to_zenta, self, {{360.0f, 9999.0f}});
     expect_results(ptz_driver_canon_zoom_zenta_to_mag, self, {{15000, 30.0f}});
+    fake.driver.max_digital_zoom = 0.0f; // nor an optical one: every magnification is cut to 0
+    EXPECT_FLOAT_EQ(ptz_driver_canon_zoom_mag_to_zenta(self, 0.0f), -343.75861f);
 }
 
 } // namespace
