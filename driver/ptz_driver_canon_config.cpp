@@ -213,11 +213,11 @@ void ptz_driver_canon_read_block_defaults(PTZDriverCanon *self)
         return;
     BlockDefaultsRecord *model = block_defaults_get_block_model(defaults);
     self->block_model_id = ptz_driver_canon_model_from_name(model != nullptr ? model->text : nullptr);
-    block_defaults_free(model);
+    g_clear_pointer(&model, block_defaults_free);
     ptz_driver_canon_select_model(self->block_model_id, &self->cam_model);
 
     BlockDefaultsRecord *capture_mode = block_defaults_get_capture_mode(defaults);
     if (capture_mode != nullptr)
         self->current.default_capture_mode = g_strdup(capture_mode->text);
-    block_defaults_free(capture_mode);
+    g_clear_pointer(&capture_mode, block_defaults_free);
 }

@@ -45,6 +45,7 @@ std::string calendar_text()
 {
     const std::time_t now = clock_calendar_time();
     char text[64] = "";
+    tzset(); // the camera's time zone may have been set meanwhile
     if (ctime_r(&now, text) == nullptr)
         return "";
     std::string result = text;

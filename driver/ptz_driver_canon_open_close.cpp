@@ -63,8 +63,7 @@ gboolean ptz_driver_canon_op_close(PTZDriver *driver)
     ptz_driver_canon_power_off(self);
     ptz_driver_canon_release_port(self);
     ptz_driver_port_unregister(driver->port_registry, 0);
-    image_source_control_free(self->image_source_control);
-    self->image_source_control = nullptr;
+    g_clear_pointer(&self->image_source_control, image_source_control_free);
     if (self->audio_init)
         ptz_driver_canon_audio_close();
     ptz_driver_canon_set_state(self, PTZ_STATE_CLOSED);

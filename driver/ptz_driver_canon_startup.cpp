@@ -66,16 +66,15 @@ gboolean fail_startup(PTZDriverCanon *self)
 gboolean hold_for_temperature(PTZDriverCanon *self)
 {
     const int range = ptz_temperature_controller_get_state(self->temp_controller);
-    self->parent_instance.start_routine = nullptr;
     if (range == PTZ_TEMPERATURE_BELOW) {
         ptz_driver_canon_release_port(self);
         ptz_driver_canon_set_state(self, PTZ_STATE_TOO_COLD);
     } else if (range == PTZ_TEMPERATURE_ABOVE) {
         ptz_driver_canon_set_state(self, PTZ_STATE_TOO_HOT);
-    } else {
-        return fail_startup(self);
     }
-    return TRUE;
+    self->parent_instance.start_routine = nullptr;
+    const bool held = range == PTZ_TEMPERATURE_BELOW || range == PTZ_TEMPERATURE_ABOVE;
+    return held ? TRUE : fail_startup(self);
 }
 
 gboolean begin_initialising(PTZDriverCanon *self)

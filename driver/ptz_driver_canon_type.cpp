@@ -137,7 +137,7 @@ static void ptz_driver_canon_finalize(GObject *object)
     ptz_driver_canon_utils_unsubscribe_capture_changes(self);
     g_clear_object(&self->dbus_connection);
     // A driver that was never closed still has its picture control.
-    image_source_control_free(self->image_source_control);
+    g_clear_pointer(&self->image_source_control, image_source_control_free);
     ptz_driver_canon_utils_forget_records(self);
     g_mutex_clear(&self->status_lock);
     g_mutex_clear(&self->port_lock);

@@ -46,12 +46,14 @@ struct ModeRow {
     const char *words[2]; // of 1 and 2
     gint32 PTZDriver::*field;
     gboolean (*PTZDriverClass::*changed)(PTZDriver *);
+    bool stays; // when the camera does not take it: the driver goes on in the new mode
 };
 
-constexpr ModeRow kIris{"iris", {"auto", "manual"}, &PTZDriver::iris_mode, &PTZDriverClass::iris_mode_changed};
-constexpr ModeRow kFocus{"focus", {"auto", "manual"}, &PTZDriver::focus_mode, &PTZDriverClass::focus_mode_changed};
+constexpr ModeRow kIris{"iris", {"auto", "manual"}, &PTZDriver::iris_mode, &PTZDriverClass::iris_mode_changed, true};
+constexpr ModeRow kFocus{
+    "focus", {"auto", "manual"}, &PTZDriver::focus_mode, &PTZDriverClass::focus_mode_changed, false};
 constexpr ModeRow kBacklight{
-    "backlight", {"on", "off"}, &PTZDriver::backlight_mode, &PTZDriverClass::backlight_changed};
+    "backlight", {"on", "off"}, &PTZDriver::backlight_mode, &PTZDriverClass::backlight_changed, false};
 
 void set_mode(PtzService &service, const CallPtr &call, const ModeRow &row)
 {
@@ -78,7 +80,8 @@ void set_mode(PtzService &service, const CallPtr &call, const ModeRow &row)
             answered.answer();
             return;
         }
-        driver->*row.field = former;
+        if (!row.stays)
+            driver->*row.field = former;
         answered.refuse(
             {ErrorKind::failed, std::string("The camera did not take the ") + row.what + " mode; see the system log."});
     });
