@@ -47,7 +47,7 @@ class FwUpgrade : public DriverBench {
     Lines last(std::ptrdiff_t count) const
     {
         const Lines lines = log.lines();
-        return {lines.end() - count, lines.end()};
+        return {lines.end() - std::min(count, std::ssize(lines)), lines.end()};
     }
 
     Bytes answer(const Bytes &frame)
