@@ -130,7 +130,6 @@ TEST_F(Config, ModelAndCaptureModeComeFromTheBlockDefaults)
                    std::string("[KRX_camblock]\nVersion=1.00\nCaptureMode=720p25\nModel=") + model + "\n");
         construct();
         EXPECT_EQ(driver->block_model_id, id);
-        EXPECT_EQ(driver->cam_model, vccif_model_krx131());
         EXPECT_STREQ(driver->current.default_capture_mode, "720p25");
     }
     EXPECT_EQ(log.take(), (Lines{"error: Failed to load port config file",

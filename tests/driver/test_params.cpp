@@ -31,13 +31,15 @@ class Params : public CommandBench {
 
 TEST_F(Params, LimitsAreReadAtStartUpAndMissingOnesSkipped)
 {
-    framework().params = {{"MinPan", -100}, {"MaxPan", 100},    {"MinTilt", -10},   {"MaxTilt", "high"},
-                          {"MinZoom", 5},   {"MaxZoom", 15000}, {"MinFocus", 2124}, {"MaxIris", 900}};
+    framework().params = {{"MinPan", -100}, {"MaxPan", 100},    {"MinTilt", -10},    {"MaxTilt", "high"},
+                          {"MinZoom", 5},   {"MaxZoom", 15000}, {"MinFocus", 2124},  {"MaxFocus", 9000},
+                          {"MinIris", 6},   {"MaxIris", 900},   {"MinBrightness", 7}};
     ptz_driver_canon_read_limits(driver);
     EXPECT_EQ((std::vector<int>{driver->limit_min_pan, driver->limit_max_pan, driver->limit_min_tilt,
                                 driver->limit_max_tilt, driver->limit_min_zoom, driver->limit_max_zoom,
-                                driver->limit_min_focus, driver->limit_max_iris, driver->limit_min_iris}),
-              (std::vector<int>{-100, 100, -10, 9999, 5, 15000, 2124, 900, 1}));
+                                driver->limit_min_focus, driver->limit_max_focus, driver->limit_min_iris,
+                                driver->limit_max_iris, driver->limit_min_brightness, driver->limit_max_brightness}),
+              (std::vector<int>{-100, 100, -10, 9999, 5, 15000, 2124, 9000, 6, 900, 7, 9999}));
     EXPECT_EQ(outcome(TRUE), "04 00 01 10 01"); // the near limit reaches the camera block
 
     framework().params = {{"MaxBrightness", 12}, {"MinFocus", 9999}, {"MinFieldAngle", 23}, {"MinIris", "x"}};
@@ -116,7 +118,6 @@ TEST_F(Params, AreAppliedInOrderAndFailuresCounted)
                           {"StatusUpdate", false}};
     EXPECT_EQ(outcome(ptz_driver_canon_apply_params(driver)),
               "04 00 07 00 00 | 04 02 08 03 01 | 04 00 03 01 06 | 04 02 08 17 00 | 04 02 08 1D 00");
-    EXPECT_EQ(driver->rotation, 180);
     EXPECT_EQ(now().image_freeze_mode, IMAGE_FREEZE_ON);
     EXPECT_FALSE(driver->status_update);
     EXPECT_NE(base()->speed, 5.0); // takes effect only when it changes

@@ -1,6 +1,7 @@
 // The temperature controllers of a driver whose thermal zone the test writes. How the camera goes from state to state
 // with them is told with a whole board.
 #include "driver/ptz_driver_canon_operations.h"
+#include "driver/ptz_driver_canon_startup.h"
 #include "driver/ptz_driver_canon_type.h"
 #include "tests/support/driver_fixture.h"
 #include "tests/support/fake_hardware.h"
@@ -40,16 +41,18 @@ TEST_F(Temperature, EachLimitHasItsHysteresisAndMessage)
     set_celsius(-1);
     make_driver(false);
     ptz_driver_canon_op_open(&driver->parent_instance);
+    EXPECT_EQ(driver->parent_instance.start_routine, nullptr); // the controller starts it, not the framework
     EXPECT_EQ(state_at(1), PTZ_STATE_TOO_COLD);
     EXPECT_EQ(state_at(3), PTZ_STATE_RUNNING);
     EXPECT_EQ(state_at(61), PTZ_STATE_TOO_HOT);
-    EXPECT_FALSE(driver->camera_powered);
     EXPECT_EQ(log.take(), above);
     EXPECT_EQ(state_at(56), PTZ_STATE_TOO_HOT);
     EXPECT_EQ(framework().queued.size(), 1u); // only the controller goes on looking
     EXPECT_EQ(state_at(54), PTZ_STATE_RUNNING);
     EXPECT_EQ(state_at(-1), PTZ_STATE_TOO_COLD);
     EXPECT_EQ(log.take(), below);
+    ptz_driver_canon_reset(driver); // still too cold: gives up the port
+    EXPECT_EQ(port.closes, 1);
 
     ptz_driver_canon_set_state(driver, PTZ_STATE_FAILED); // neither stopped nor started again
     EXPECT_EQ(state_at(20), PTZ_STATE_FAILED);
