@@ -85,7 +85,7 @@ TEST_F(DeviceStatus, DumpRepeatsUntilItFailsOrTheDriverCloses)
         EXPECT_EQ(framework().run_tasks(), 0u);
         *reason = !*reason;
     }
-    EXPECT_EQ(dumped_to, Lines(3, "/tmp/camsts.log"));
+    EXPECT_EQ(std::exchange(dumped_to, {}), Lines(3, "/tmp/camsts.log"));
 }
 
 } // namespace
