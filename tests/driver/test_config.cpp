@@ -68,13 +68,13 @@ TEST_F(Config, ReadsEveryKey)
                      "DatacacheIsUsed=true\nKeepStream=true\nMaxDigitalZoom=12.5\nMinFocus=0.3\nMoveSpeed=true\n"
                      "MoveSpeedEnum=1|0.5\nDbgStatustDump=true\nPTZCounterUpdateInterval=600\n"));
     const PTZDriverCanon &got = *driver;
-    EXPECT_EQ((std::vector<double>{static_cast<double>(got.power_pin.number), got.temperature_hysteresis_generic,
-                                   got.temperature_hysteresis_cooling, got.max_digital_zoom, got.config_min_focus}),
-              (std::vector<double>{12, 1.5, 2.5, 12.5, 0.3f}));
-    EXPECT_EQ((std::vector<int>{got.power_good_pin.number, got.reset_pin.number, got.init_done_pin.number,
-                                got.temperature_sensor, got.temperature_lower_limit, got.temperature_upper_limit,
-                                got.parent_instance.counter_update_interval}),
-              (std::vector<int>{-1, 0, 7, 3, -10, 60, 600}));
+    EXPECT_EQ((std::vector<double>{got.temperature_hysteresis_generic, got.temperature_hysteresis_cooling,
+                                   got.max_digital_zoom, got.config_min_focus}),
+              (std::vector<double>{1.5, 2.5, 12.5, 0.3f}));
+    EXPECT_EQ((std::vector<int>{got.power_pin.number, got.power_good_pin.number, got.reset_pin.number,
+                                got.init_done_pin.number, got.temperature_sensor, got.temperature_lower_limit,
+                                got.temperature_upper_limit, got.parent_instance.counter_update_interval}),
+              (std::vector<int>{12, -1, 0, 7, 3, -10, 60, 600}));
     EXPECT_EQ((Lines{got.power_good_pin.name, got.reset_pcie_pin.name, got.enable_pcie_clk_pin.name,
                      got.fw_upgrade_complete_pin.name, got.fpga_reset_pin.name, got.move_speed_enum}),
               (Lines{"good", "pcie", "clk", "fw", "fpga", "1|0.5"}));

@@ -103,7 +103,7 @@ TEST_F(Services, CapabilitiesByCategoryAndConfiguration)
     const auto of = [this](const char *category) {
         char **list = nullptr;
         EXPECT_TRUE(ptz_driver_canon_utils_get_capabilities(driver, category, &list));
-        const Lines lines(list, list + g_strv_length(list));
+        Lines lines(list, list + g_strv_length(list));
         g_strfreev(list);
         return lines;
     };

@@ -25,7 +25,7 @@ TEST_F(Status, DerivesWhatTheBlocksSay)
                       .set(0xF8, 29, 1, 0x10)         // zoom moving
                       .set(0xF8, 34, 2, 1596)         // half of the focus range
                       .set(0xF8, 79, 1, 0x88)         // exponents 8 and 8
-                      .set(0xF8, 88, 2, 30 * 256)     // 30x
+                      .set(0xF8, 88, 2, 0x1E00)       // 30x
                       .set(0xF8, 92, 2, 2 * 256 + 77) // 2.30078125 degrees
                       .set(0xF8, 94, 2, 256)
                       .set(0xE0, 4, 1, 0x20) // tilt moving
@@ -44,7 +44,7 @@ TEST_F(Status, DerivesWhatTheBlocksSay)
     EXPECT_TRUE(ptz_driver_canon_cmd_update_status(driver));
 
     // Beyond the optical range the fields of view are computed.
-    port.status = StatusRun().set(0xF8, 79, 1, 0x88).set(0xF8, 88, 2, 30 * 256).set(0xF8, 80, 2, 256).bytes(); // 60x
+    port.status = StatusRun().set(0xF8, 79, 1, 0x88).set(0xF8, 88, 2, 0x1E00).set(0xF8, 80, 2, 256).bytes(); // 60x
     ptz_driver_canon_cmd_update_status(driver);
     EXPECT_EQ(now.zoom_zenta, 10909);
     EXPECT_NEAR(now.hfov, 1.1658f, 0.001f); // 2 atan(tan(31.4 deg) / 60)
