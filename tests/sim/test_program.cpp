@@ -1,103 +1,69 @@
-// krx-sim as a person runs it.
+// krx-sim and krx-image as a person runs them.
 #include "sim_fixture.h"
 #include "tests/platform/bus_fixture.h"
 #include "tests/support/process.h"
 
 #include <csignal>
+#include <sstream>
 
 namespace {
 
 class KrxSim : public testing::Test {
   protected:
-    std::unique_ptr<Process> run(std::vector<std::string> arguments, bool until_ready = true)
+    // Starts a program with the words of a line, DIR being the board's folder, and waits until it says something.
+    std::unique_ptr<Process> run(const char *program, const std::string &line, const char *awaited)
     {
-        arguments.insert(arguments.begin(), KRX_SIM);
-        const std::string log = folder.file("log" + std::to_string(++runs_));
-        auto program = std::make_unique<Process>(arguments, Process::Variables{}, log);
-        if (until_ready)
-            run_until([&] { return said(*program, "ready\n"); });
-        return program;
-    }
-    static bool said(const Process &program, const std::string &text)
-    {
-        return program.output().find(text) != std::string::npos;
-    }
-    static int end(Process &program, int signal)
-    {
-        program.signal(signal);
-        return program.wait();
+        std::vector<std::string> command{program};
+        std::istringstream words(line);
+        for (std::string word; words >> word;)
+            command.push_back(word.starts_with("DIR") ? folder.path().string() + word.substr(3) : word);
+        const Process::Variables variables{{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent"}};
+        auto process = std::make_unique<Process>(command, variables, folder.file("log" + std::to_string(++runs)));
+        run_until([&] { return process->output().find(awaited) != std::string::npos || process->ended(); });
+        EXPECT_NE(process->output().find(awaited), std::string::npos) << line << "\n" << process->output();
+        return process;
     }
 
-    TempFolder folder;
-    std::string dir = folder.file("new/board");
-    Environment board{"PTZ_BOARD", dir};
-    Environment bus{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent"};
-
-  private:
-    int runs_ = 0;
+    TempFolder folder{"PTZ_BOARD"};
+    int runs = 0;
 };
 
 TEST_F(KrxSim, CarriesOutItsScriptAndReportsAtTheEnd)
 {
     folder.write("script", "set temperature 61\n");
-    const auto program = run({"--board", dir, "--time-scale", "1000", "--strict", "--script", folder.file("script"),
-                              "--trace", folder.file("trace")});
-    run_until([&] { return folder.read("new/board/thermal_zone0/temp") == "61000\n"; });
+    const auto program = run(KRX_SIM, "--board DIR -x 1000 --strict --script DIR/script --trace DIR/trace", "ready\n");
+    run_until([&] { return folder.read("thermal_zone0/temp") == "61000\n"; });
+    // One folder has one simulator.
+    EXPECT_EQ(run(KRX_SIM, "--board DIR", "Another krx-sim already runs on ")->wait(), 1);
     drive_line("cam_reset", true);
     drive_line("cam_power", true);
-    run_until([] { return read_line("imc_req") == 1; });
-    SpiHost(dir + "/spi0").burst(command({4, 1, 5, 0, 1}));
-    EXPECT_EQ(end(*program, SIGTERM), 3);
-    for (const char *text : {"running without D-Bus", "OFFENCE reset-release-without-power", "Pan/tilt stop pan\n"})
-        EXPECT_TRUE(said(*program, text)) << text;
-    EXPECT_FALSE(std::filesystem::exists(dir + "/gpio") || std::filesystem::exists(dir + "/spi0"));
-    const std::string trace = folder.read("trace");
-    EXPECT_TRUE(trace.starts_with("# krx-sim trace 1: seconds port sender length bytes\n"));
-    for (const char *text : {" block running\n", " port0 host 1024 0009FFDF100100050401050001\n"})
-        EXPECT_NE(trace.find(text), std::string::npos) << text;
-}
-
-TEST_F(KrxSim, OneFolderHasOneSimulator)
-{
-    const auto first = run({"--board", dir, "--quiet"});
-    const auto second = run({"--board", dir}, false);
-    EXPECT_EQ(second->wait(), 1);
-    EXPECT_TRUE(said(*second, "Another krx-sim already runs on "));
-    EXPECT_EQ(read_line("cam_power"), 0);
-
-    // A killed one leaves its sockets; they are replaced. Configuration files are kept without --force.
-    EXPECT_EQ(end(*first, SIGKILL), -SIGKILL);
-    EXPECT_EQ(read_line("cam_power"), -1);
-    EXPECT_EQ(errno, ECONNREFUSED);
-    folder.write("new/board/krx_driver.conf", "mine");
-    const auto third = run({"--board", dir, "--quiet", "--strict"});
-    EXPECT_EQ(read_line("cam_power"), 0);
-    EXPECT_EQ(folder.read("new/board/krx_driver.conf"), "mine");
-    EXPECT_EQ(end(*third, SIGINT), 0);
-    const auto fourth = run({"--board", dir, "--force"});
-    EXPECT_NE(folder.read("new/board/krx_driver.conf").find("PowerPin=cam_power\n"), std::string::npos);
+    run_until([&] { return folder.read("trace").find(" block running\n") != std::string::npos; });
+    program->signal(SIGTERM);
+    EXPECT_EQ(program->wait(), 3);
+    EXPECT_NE(program->output().find("OFFENCE reset-release-without-power"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(folder.file("gpio")));
+    EXPECT_TRUE(folder.read("trace").starts_with("# krx-sim trace 1: seconds port sender length bytes\n"));
 }
 
 TEST_F(KrxSim, UsageErrorsSayWhatToDo)
 {
-    const std::tuple<std::vector<std::string>, int, const char *> cases[] = {
-        {{}, 2, "--board DIR is missing\nTry \"krx-sim --help\""},
-        {{"--bored"}, 2, "Unknown option --bored"},
-        {{"--board", dir, "more"}, 2, "unexpected words"},
-        {{"--board", dir, "--time-scale", "0"}, 2, "--time-scale takes a number above 0"},
-        {{"--board", dir, "--time-scale", "fast"}, 2, "--time-scale takes a number above 0"},
-        {{"--board", dir}, 2, "PTZ_TIME_SCALE has to be"},
-        {{"--board", dir, "-x", "1", "--script", folder.file("missing")}, 1, "missing"},
-        {{"--board", "/proc/board", "-x", "1"}, 1, "/proc/board"},
-        {{"--board", folder.file(std::string(120, 'x')), "-x", "1"}, 1, "too long"},
-        {{"--help"}, 0, "fault silence DURATION"},
-    };
+    const std::tuple<const char *, const char *, int, const char *> cases[] = {
+        {KRX_SIM, "", 2, "--board DIR is missing\nTry \"krx-sim --help\""},
+        {KRX_SIM, "--board DIR --time-scale 0", 2, "--time-scale takes a number above 0"},
+        {KRX_SIM, "--board DIR", 2, "PTZ_TIME_SCALE has to be"},
+        {KRX_SIM, "--board DIR -x 1 --script /missing", 1, "missing"},
+        {KRX_SIM, "--board /proc/board -x 1", 1, "/proc/board"},
+        {KRX_SIM, "--help", 0, "fault silence DURATION"},
+        {KRX_IMAGE, "--version 0x01020304 --size 2KiB DIR/image", 0, "/image: version 01020304, 2048 bytes"},
+        {KRX_IMAGE, "--version 1 --size 127 DIR/image", 2, "--size takes 128 bytes to 1GiB"},
+        {KRX_IMAGE, "--version 0x100000000 DIR/image", 2, "--version takes a number"},
+        {KRX_IMAGE, "--version 1 /proc/IMC.APP", 1, "/proc/IMC.APP"}};
     const Environment scale("PTZ_TIME_SCALE", "-2");
-    for (const auto &[arguments, status, message] : cases) {
-        const auto program = run(arguments, false);
-        EXPECT_EQ(program->wait(), status) << message;
-        EXPECT_TRUE(said(*program, message)) << program->output();
-    }
+    for (const auto &[program, line, status, message] : cases)
+        EXPECT_EQ(run(program, line, message)->wait(), status) << message;
+    const std::string image = folder.read("image");
+    EXPECT_EQ(image.size(), 2048u);
+    EXPECT_EQ(image.substr(0, 8) + image.substr(40, 4), std::string("131\0\0\0\0\0\x04\x03\x02\x01", 12));
 }
 
 } // namespace

@@ -1,0 +1,99 @@
+// What is asked of the board: the command language, the faults it arms, scripts.
+#include "sim_fixture.h"
+
+#include "sim/script.h"
+
+#include <sstream>
+
+namespace {
+
+using namespace sim;
+using Commands = BoardTest;
+using Faults = BoardTest;
+
+TEST_F(Commands, WhatIsSetShowsInTheStatus)
+{
+    walk({{"set tilt -12.5", 0, {{"E0 32:4", -12'500}}},
+          {"set zoom 60", 0, {{"F8 80:2", 256}}}, // x30 and a digital x2
+          {"set firmware 0x0A0B0C0D", 0, {{"40 4:4", 0x0A0B0C0D}}},
+          {"set temperature 61.5", 0, {{"F8 16:2", 615}}},
+          {"set status-bit lens 7 on", 0, {{"F8 29:1", 0x80}}},
+          {"set status-bit lens 7 auto", 0, {{"F8 29:1", 0x00}}},
+          {"set byte 60 28 7f", 0, {{"60 28:1", 0x7F}}},
+          {"clear status", 0, {{"60 28:1", 1}}}});
+    EXPECT_EQ(folder.read("thermal_zone0/temp"), "61500\n");
+}
+
+TEST_F(Commands, NonsenseIsAnsweredWithWhatWouldBeRight)
+{
+    std::istringstream lines("\ndance\nset\nset pan\nset pan nan\nset pan 1 2\nset volume 3\nset boot -1s\n"
+                             "set boot 1e30s\nset status-bit lens 8 on\nset status-bit lens 1 maybe\n"
+                             "set byte f8 3 00\nset byte f8 528 00\nset byte f8 29 100\nset firmware xyz\nseed -1\n"
+                             "fault\nfault boredom\nfault flip-bit -1\nfault flip-bit 1 2\nfault hold-request\n"
+                             "fault silence 5s 2\nfault silence 5m\nfault power-good soon\nfault refuse cam_sofa\n"
+                             "fault delay-edge 1ms x\nfault streamer absent\nclear everything\nclear faults now");
+    for (std::string line; std::getline(lines, line);) {
+        const CommandResult result = board.command(line);
+        EXPECT_FALSE(result.ok) << line;
+        EXPECT_GT(result.text.size(), 8u) << line;
+    }
+    EXPECT_EQ(board.command("set tilt 91").text, "usage: set tilt VALUE, -20 to 90 degrees");
+}
+
+TEST_F(Commands, AScriptHappensInTimeOrderOrNotAtAll)
+{
+    folder.write("script", "set pan 9\nat soon set pan 2\n");
+    const auto problem = load_script(folder.file("script"), board);
+    EXPECT_NE(problem.value_or("").find("script:2: expected \"at TIME COMMAND\""), std::string::npos);
+    folder.write("script", "# comment\n\nat 5s set tilt 20\r\n at 4000ms\tset tilt 10\nat 4s nonsense\nset pan 1\n");
+    ASSERT_EQ(load_script(folder.file("script"), board), std::nullopt);
+    walk({{"", 3'999'999 - board.now(), {{"E0 16:4", 1'000}, {"E0 32:4", 0}}},
+          {"", 1, {{"E0 32:4", 10'000}}},
+          {"", 1'000'000, {{"E0 32:4", 20'000}}}});
+}
+
+TEST_F(Faults, AnswersAreSpoiledAsOftenAsAsked)
+{
+    // The bytes of the run, when length and checksum are right all the same.
+    const std::pair<std::string, std::optional<std::size_t>> cases[] = {
+        {"bad-checksum", {}},    {"stretch-frame", {}},      {"flip-bit", {}},
+        {"garbage", {}},         {"empty-frame", 0},         {"missing-block 40", 720},
+        {"garbage-blocks", 752}, {"zero-length-block", 752}, {"cut-frame", 502}};
+    const Bytes clean = status();
+    for (const auto &[fault, size] : cases) {
+        SCOPED_TRACE(fault);
+        Bytes answers[2];
+        for (Bytes &answer : answers) {
+            walk({{"seed 42", 0, {}}, {"fault " + fault, 0, {}}});
+            answer = burst(Bytes(1024));
+        }
+        EXPECT_EQ(answers[0], answers[1]); // the same chance
+        const std::optional<Bytes> run = answered(answers[0]);
+        EXPECT_EQ(run ? std::optional(run->size()) : std::nullopt, size);
+        EXPECT_NE(run, clean);
+        EXPECT_EQ(status(), clean);
+        EXPECT_EQ(board.faults()[fault.substr(0, fault.find(' '))], 2u);
+    }
+}
+
+TEST_F(Faults, LinesAreHeldDelayedSilentAndRefused)
+{
+    walk({{"fault silence 5s", 4'999'999, {{"imc_req", 0}}},
+          {"", 1, {{"imc_req", 1}}},
+          {"fault hold-request low", 0, {{"imc_req", 0}}},
+          {"clear", 0, {{"imc_req", 1}}},
+          {"fault delay-edge 2ms 1", 0, {{"imc_req", 1}, {"E0 4:1", 0}}}, // a burst
+          {"", 1'999, {{"imc_req", 0}}},
+          {"", 1, {{"imc_req", 1}}},
+          {"fault slow-boot 5s 1", 0, {}},
+          {"cam_reset=0", 0, {}},
+          {"cam_reset=1", 4'999'999, {{"cam_init_done", 0}}},
+          {"", 1, {{"cam_init_done", 1}}},
+          {"fault refuse cam_reset", 0, {}}});
+    EXPECT_EQ(drive_line("cam_reset", false), -1);
+    EXPECT_EQ(errno, EBUSY);
+    walk({{"clear", 0, {}}, {"cam_reset=0", 0, {}}});
+    EXPECT_EQ(board.faults(), (Counts{{"delay-edge", 1}, {"hold-request", 1}, {"silence", 1}, {"slow-boot", 1}}));
+}
+
+} // namespace

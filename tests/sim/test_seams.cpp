@@ -1,0 +1,115 @@
+// The two libraries through which the host reaches the board or, without one, the kernel.
+#include "sim_fixture.h"
+
+#include "spidev/spidev_link.h"
+#include "ugpio/ugpio.h"
+#include "ugpio/ugpio_backend.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+using Seams = BoardTest;
+
+void expect_failure(bool failed, int error)
+{
+    EXPECT_TRUE(failed);
+    EXPECT_EQ(errno, error);
+}
+
+TEST_F(Seams, ABoardIsASocketAndEverythingElseTheKernels)
+{
+    std::uint32_t word = 0;
+    const int port = spidev_open(folder.file("spi0").c_str(), O_RDWR);
+    const int kernel = spidev_open("/dev/null", O_RDWR);
+    transfer.len = 5000;
+    expect_failure(spidev_ioctl(port, SPI_IOC_MESSAGE(1), &transfer) == -1, EMSGSIZE);
+    expect_failure(spidev_ioctl(kernel, SPI_IOC_RD_MODE32, &word) == -1, ENOTTY);
+    EXPECT_EQ(fcntl(port, F_GETFD) & fcntl(kernel, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+    close(port);
+    close(kernel);
+}
+
+TEST(SpidevLink, ABoardThatDiesDuringATransferIsNotWaitedFor)
+{
+    int ends[2];
+    std::uint32_t mode = 0;
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK, 0, ends), 0);
+    ASSERT_EQ(shutdown(ends[1], SHUT_WR), 0); // it takes a request, but will not answer
+    expect_failure(spidev_ioctl(ends[0], SPI_IOC_RD_MODE32, &mode) == -1, ESHUTDOWN);
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST_F(Seams, WhatDoesNotExistIsRefused)
+{
+    std::vector<ugpio *> handles(20); // more than are kept ready
+    for (ugpio *&handle : handles)
+        handle = ugpio_request(40, nullptr);
+    expect_failure(!ugpio_request_named("cam_sofa"), ENOENT);
+    expect_failure(ugpio_get_value(handles[0]) == -1, EBADF); // not opened
+    for (ugpio *handle : handles) {
+        EXPECT_EQ(ugpio_full_open(handle), 0);
+        EXPECT_EQ(ugpio_get_value(handle), 1);
+        ugpio_free(handle);
+    }
+}
+
+TEST_F(Seams, AnEdgeIsPendingUntilTheLevelIsRead)
+{
+    ugpio *line = ugpio_request_named("imc_req");
+    ASSERT_EQ(ugpio_full_open(line), 0);
+    ASSERT_EQ(ugpio_set_edge(line, UGPIO_EDGE_RISING), 0);
+    const int fd = ugpio_fd(line);
+    const auto expect_edge = [&](bool pending, int level) {
+        pollfd entry{fd, POLLPRI, 0};
+        EXPECT_EQ(poll(&entry, 1, pending ? 1000 : 0) == 1 && (entry.revents & POLLPRI) != 0, pending);
+        EXPECT_EQ(ugpio_get_value(line), level);
+    };
+    expect_edge(true, 1); // from the start
+    expect_edge(false, 1);
+    status(); // falls and rises
+    expect_edge(true, 1);
+    board.command("fault drop-edge");
+    status();
+    expect_edge(false, 1);
+    drive_line("cam_reset", false); // a falling edge is none
+    expect_edge(false, 0);
+    // The descriptor is the caller's: it outlives the handle.
+    ugpio_free(line);
+    EXPECT_EQ(fcntl(fd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+    close(fd);
+}
+
+TEST(KernelLines, ANameIsFoundThroughItsChipAndALineIsItsFiles)
+{
+    const TempFolder folder{"UGPIO_SYSFS_ROOT"};
+    for (const char *file : {"dev/gpiochip0", "export", "gpio502/direction", "gpio502/edge", "gpiochip9/label"})
+        folder.write(file, "");
+    folder.write("gpiochip500/label", "bank\n");
+    folder.write("gpiochip500/ngpio", "3\n");
+    folder.write("gpiochip500/base", "500\n");
+    const auto chip = [](const char *, std::string &label, unsigned &lines) {
+        label = "bank";
+        return static_cast<int>(lines = 3);
+    };
+    const auto name = [](const char *, unsigned offset, std::string &text) {
+        text = offset == 2 ? "imc_req" : "";
+        return 0;
+    };
+    EXPECT_EQ(ugpio_internal::find_kernel_line("imc_req", folder.file("dev"), folder.path(), {chip, name}), 502);
+
+    folder.write("gpio502/value", "1\n");
+    ugpio *line = ugpio_request_one(502, UGPIO_OUT_HIGH, nullptr);
+    ASSERT_EQ(ugpio_full_open(line), 0);
+    EXPECT_EQ(ugpio_get_value(line), 1);
+    EXPECT_EQ(ugpio_set_edge(line, UGPIO_EDGE_RISING), 0);
+    ugpio_free(line);
+    ugpio_free(ugpio_request(13, nullptr));
+    EXPECT_EQ(folder.read("gpio502/edge") + folder.read("gpio502/direction") + folder.read("export"), "risinghigh13");
+}
+
+} // namespace
