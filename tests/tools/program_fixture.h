@@ -1,47 +1,45 @@
-// Runs ptzctl and keeps what it says, on a bus with a PTZ service that answers as a test wants.
+// Runs a program and keeps what it says.
 #pragma once
 
 #include "tests/platform/bus_fixture.h"
+#include "tests/support/process.h"
+#include "tests/support/temp_folder.h"
 
-#include <string>
-#include <vector>
+#include <sstream>
 
 struct RunResult {
-    int status = -1; // exit status, -1 when a signal ended it
+    int status = -1;
     std::string output;
     std::string errors;
-    bool done = false;
 };
-
-// A program with `input` on its standard input; the main loop runs meanwhile.
-RunResult run_program(const std::vector<std::string> &words, const std::string &input = "",
-                      const std::string &bus = "");
-
-// ptzctl with the words of a line, each behind a single blank.
-RunResult run_ptzctl(const std::string &line, const std::string &input = "",
-                     const std::string &bus = "unix:path=/nonexistent/bus");
 
 // The value of an environment variable that the test's build file sets.
-std::string required_variable(const char *name);
+inline std::string required_variable(const char *name)
+{
+    const char *value = std::getenv(name);
+    g_assert_nonnull(value); // run the tests with 'meson test'
+    return value;
+}
 
-class ProgramTest : public BusTest {
-  protected:
-    // Answers a call: returns the results (floating, null for none) or fills in the name and message of an error.
-    using Answer =
-        std::function<GVariant *(const std::string &method, std::string &error_name, std::string &error_text)>;
+// A program with `input` on its standard input; the main loop runs meanwhile.
+inline RunResult run_program(std::vector<std::string> words, const std::string &input = "", const std::string &bus = "")
+{
+    const TempFolder folder;
+    folder.write("input", input);
+    const std::string streams = " <" + folder.file("input") + " 2>" + folder.file("errors");
+    words.insert(words.begin(), {"/bin/sh", "-c", "exec \"$0\" \"$@\"" + streams});
+    Process process(words, {{"DBUS_SYSTEM_BUS_ADDRESS", bus}, {"LC_ALL", "C.UTF-8"}}, folder.file("output"));
+    const int status = process.wait();
+    return {status, process.output(), folder.read("errors")};
+}
 
-    ~ProgramTest() override;
-
-    void serve(Answer answer);
-    RunResult ptzctl(const std::string &line) { return run_ptzctl(line, "", address()); }
-
-    std::string calls; // "Method(arguments)" of each call so far, with blanks between
-
-  private:
-    static void on_call(GDBusConnection *connection, const char *sender, const char *path, const char *interface,
-                        const char *method, GVariant *arguments, GDBusMethodInvocation *invocation, gpointer self);
-
-    Client owner_{address()};
-    Answer answer_;
-    GDBusNodeInfo *node_ = nullptr;
-};
+// ptzctl with the words of a line, each behind a single blank.
+inline RunResult run_ptzctl(const std::string &line, const std::string &input = "",
+                            const std::string &bus = "unix:path=/nonexistent/bus")
+{
+    std::vector<std::string> words{required_variable("PTZCTL")};
+    std::istringstream blanks(line);
+    for (std::string word; std::getline(blanks, word, ' ');)
+        words.push_back(word);
+    return run_program(words, input, bus);
+}

@@ -2,7 +2,9 @@
 #include "tests/tools/program_fixture.h"
 #include "tools/ptzctl/command.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
+#include <map>
 
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -10,26 +12,57 @@ using testing::StartsWith;
 
 namespace {
 
-GVariant *answer_well(const std::string &method, std::string &, std::string &)
+// A bus with a PTZ service that answers as a test wants.
+class Program : public BusTest {
+  protected:
+    ~Program() override { g_clear_pointer(&node_, g_dbus_node_info_unref); }
+
+    void serve()
+    {
+        const std::ifstream file(required_variable("SOURCE_ROOT") + "/data/com.orna.PTZ.xml");
+        std::stringstream xml;
+        xml << file.rdbuf();
+        node_ = g_dbus_node_info_new_for_xml(xml.str().c_str(), nullptr);
+        static const GDBusInterfaceVTable table{on_call, nullptr, nullptr, {}};
+        g_dbus_connection_register_object(owner_.connection(), "/com/orna/PTZ", node_->interfaces[0], &table, this,
+                                          nullptr, nullptr);
+        owner_.take_name("com.orna.PTZ");
+    }
+    RunResult ptzctl(const std::string &line) { return run_ptzctl(line, "", address()); }
+
+    std::string calls;   // "Method(arguments)" of each call so far, with blanks between
+    std::string refusal; // the name of the error that calls end with, unless empty
+
+  private:
+    static void on_call(GDBusConnection *, const char *, const char *, const char *, const char *method,
+                        GVariant *arguments, GDBusMethodInvocation *invocation, gpointer data);
+
+    Client owner_{address()};
+    GDBusNodeInfo *node_ = nullptr;
+};
+
+const std::map<std::string, const char *> kAnswers{
+    {"GetPosition", "({'pan': 10.25, 'tilt': -5.0, 'zoom': 2000.0, 'iris': -1.0, 'focus': 1.0, 'brightness': 1.0},)"},
+    {"GetState", "(1, 'running')"},
+    {"GetParameter", "(<'a \"b\"'>,)"},
+    {"ListParameters", "([{'group': <'Limit'>, 'name': <'MinPan'>, 'kind': <'integer'>, 'minimum': <-170>, 'maximum': "
+                       "<170>, 'writable': <true>, 'value': <-90>}, {'group': <'UserAdv'>, 'name': <'State'>, 'kind': "
+                       "<'string'>, 'choices': <[('on', 'On'), ('off', 'Off')]>, 'writable': <true>}],)"},
+    {"GetStatus", "({'state': <1>, 'text': <'running'>, 'temperature': <40.25>, 'error-bits': <uint32 0x84>, 'errors': "
+                  "<'Cam error DSP/Pan-Tilt'>, 'reports': <{'DeviceModVer': 'model:0001', 'Other': 'a\\nb'}>},)"}};
+
+void Program::on_call(GDBusConnection *, const char *, const char *, const char *, const char *method,
+                      GVariant *arguments, GDBusMethodInvocation *invocation, gpointer data)
 {
-    const std::pair<const char *, const char *> answers[] = {
-        {"GetPosition", "({'pan': 10.25, 'tilt': -5.0, 'zoom': 2000.0, 'iris': -1.0, 'focus': 1.0, "
-                        "'brightness': 1.0},)"},
-        {"GetState", "(1, 'running')"},
-        {"GetParameter", "(<'a \"b\"'>,)"},
-        {"ListParameters",
-         "([{'group': <'Limit'>, 'name': <'MinPan'>, 'kind': <'integer'>, 'minimum': <-170>, 'maximum': <170>, "
-         "'writable': <true>, 'value': <-90>}, {'group': <'UserAdv'>, 'name': <'State'>, 'kind': <'string'>, "
-         "'choices': <[('on', 'On'), ('off', 'Off')]>, 'writable': <true>}],)"},
-        {"GetStatus", "({'state': <1>, 'text': <'running'>, 'temperature': <40.25>, 'error-bits': <uint32 0x84>, "
-                      "'errors': <'Cam error DSP/Pan-Tilt'>, 'reports': <{'DeviceModVer': 'model:0001', "
-                      "'Other': 'a\\nb'}>},)"},
-        {"ListSpecialCommands", "(['wbonep', 'reset'],)"},
-    };
-    for (const auto &[name, answer] : answers)
-        if (method == name)
-            return g_variant_parse(nullptr, answer, nullptr, nullptr, nullptr);
-    return nullptr;
+    auto *self = static_cast<Program *>(data);
+    self->calls += (self->calls.empty() ? "" : " ") + (method + print(arguments));
+    const auto answer = kAnswers.find(method);
+    if (!self->refusal.empty())
+        g_dbus_method_invocation_return_dbus_error(invocation, self->refusal.c_str(),
+                                                   "pan 200 is outside\n-170..170; give a smaller angle: 100%s");
+    else
+        g_dbus_method_invocation_return_value(
+            invocation, answer == kAnswers.end() ? nullptr : g_variant_new_parsed(answer->second));
 }
 
 auto line_count(const std::string &text)
@@ -37,7 +70,7 @@ auto line_count(const std::string &text)
     return std::count(text.begin(), text.end(), '\n');
 }
 
-TEST_F(ProgramTest, SaysInOneLineWhatToDoWithoutABusOrAService)
+TEST_F(Program, SaysInOneLineWhatToDoWithoutABusOrAService)
 {
     const RunResult person = run_ptzctl("stop");
     EXPECT_EQ(person.status, EXIT_NO_SERVICE);
@@ -47,7 +80,7 @@ TEST_F(ProgramTest, SaysInOneLineWhatToDoWithoutABusOrAService)
     const RunResult machine = run_ptzctl("stop --json");
     EXPECT_EQ(machine.errors, "");
     EXPECT_THAT(machine.output, AllOf(StartsWith("{\"error\":\"no system bus"), EndsWith("\"code\":\"NoBus\"}\n")));
-    for (const char *command : {"stop", "monitor", "position"}) {
+    for (const char *command : {"stop", "monitor"}) {
         const RunResult result = ptzctl(command);
         EXPECT_EQ(result.status, EXIT_NO_SERVICE) << command;
         EXPECT_EQ(line_count(result.errors), 1) << command;
@@ -56,38 +89,34 @@ TEST_F(ProgramTest, SaysInOneLineWhatToDoWithoutABusOrAService)
     EXPECT_EQ(ptzctl("state --wait 1 --within 0").status, EXIT_NO_ANSWER);
 }
 
-TEST(Program, RefusesCommandLinesThatMeanNothing)
+TEST(CommandLine, IsRefusedInOneLineWhenItMeansNothing)
 {
-    for (const char *line : {"",
-                             "mvoe",
-                             "move",
-                             "move pan=1 --speed 101",
-                             "move pan=1 --absolute --relative",
-                             "move --continuous pan=1 --speed 5",
-                             "move pan=1 --for 1",
-                             "state --wait 8",
-                             "state --within 8",
-                             "position --for 1",
-                             "params set Limit MaxZoom",
-                             "params set Limit.MaxZoom",
-                             "params get MaxZoom",
-                             "params drop",
-                             "mode iris on",
-                             "mode zoom auto",
-                             "speed-factor on 32768",
-                             "speed-factor on 1.5",
-                             "--timeout 0 stop",
-                             "help mvoe"}) {
+    std::istringstream lines(
+        "\nmvoe\nmove\nmove pan\nmove pan=\nmove =1\nmove pan=1 --absolute --relative\nmove pan=1 --for 1\n"
+        "move --continuous pan=1 --speed 5\nmove pan=1 --speed\nstate --wait 8\nstate --within 8\n"
+        "position --for 1\nparams set Limit MaxZoom\nparams set Limit.MaxZoom\nparams get MaxZoom\nparams drop\n"
+        "mode iris on\nmode zoom auto\nmode zoom\nspeed-factor on 32768\nspeed-factor on 1.5\n--timeout 0 stop\n"
+        "stop now\ndecode\nhelp mvoe");
+    for (std::string line; std::getline(lines, line);) {
         const RunResult result = run_ptzctl(line);
         EXPECT_EQ(result.status, EXIT_USAGE) << line;
         EXPECT_EQ(line_count(result.errors), 1) << line;
         EXPECT_EQ(result.output, "");
     }
+    const std::pair<const char *, const char *> reasons[] = {
+        {"move pan=1 --speed 100.1", "ptzctl: --speed 100.1 is out of range; give 0 to 100\n"},
+        {"move pan=a\nb\x1b", "ptzctl: pan 'a?b?' is not a number; write it like 12 or -3.5\n"},
+        {"move Pan=1", "ptzctl: no axis 'Pan'; there are pan, tilt, zoom, iris, focus, brightness\n"},
+        {"move pan=fast:1", "ptzctl: 'pan=fast:1': no move type 'fast'; there are abs, rel, cont\n"},
+        {"move pan=1 pan=rel:1", "ptzctl: axis pan is named twice; name it once\n"},
+        {"stop --now", "ptzctl: 'stop' has no option '--now'; see 'ptzctl stop --help'\n"}};
+    for (const auto &[line, reason] : reasons)
+        EXPECT_EQ(run_ptzctl(line).errors, reason);
 }
 
-TEST_F(ProgramTest, AsksTheServiceForWhatItsWordsSay)
+TEST_F(Program, AsksTheServiceForWhatItsWordsSay)
 {
-    serve(answer_well);
+    serve();
     const std::pair<const char *, const char *> lines[] = {
         {"move pan=10 tilt=rel:-5 zoom=2000 --speed 50",
          "Move([('pan', 'absolute', 10.0), ('tilt', 'relative', -5.0), ('zoom', 'absolute', 2000.0)], 50.0, {})"},
@@ -96,9 +125,7 @@ TEST_F(ProgramTest, AsksTheServiceForWhatItsWordsSay)
         {"move --continuous pan=0", "Move([('pan', 'continuous', 0.0)], 0.0, {})"}, // does not stay for it
         {"params set Limit.MinPan -90", "SetParameter('Limit', 'MinPan', <'-90'>)"},
         {"params set A B 100%s\n", "SetParameter('A', 'B', <'100%s\\n'>)"},
-        {"mode backlight on", "SetBacklightMode('on',)"},
-        {"speed-factor on -5", "SetSpeedFactor(true, -5)"},
-    };
+        {"speed-factor on -5", "SetSpeedFactor(true, -5)"}};
     for (const auto &[line, asked] : lines) {
         calls.clear();
         const RunResult result = ptzctl(line);
@@ -107,47 +134,33 @@ TEST_F(ProgramTest, AsksTheServiceForWhatItsWordsSay)
     }
 }
 
-TEST_F(ProgramTest, PrintsTextForPeopleAndObjectsForMachines)
+TEST_F(Program, PrintsTextForPeopleAndObjectsForMachines)
 {
-    serve(answer_well);
+    serve();
     const std::pair<const char *, const char *> outputs[] = {
-        {"state", "1 running\n"},
         {"--json state", "{\"state\":1,\"text\":\"running\"}\n"},
         {"position --json", "{\"brightness\":1,\"focus\":1,\"iris\":-1,\"pan\":10.25,\"tilt\":-5,\"zoom\":2000}\n"},
-        {"params get UserAdv Name", "a \"b\"\n"},
         {"params get UserAdv.Name --json", "{\"group\":\"UserAdv\",\"name\":\"Name\",\"value\":\"a \\\"b\\\"\"}\n"},
         {"params", "GROUP       NAME                       KIND     VALUE                      RANGE\n"
                    "Limit       MinPan                     integer  -90                        -170..170\n"
                    "UserAdv     State                      string   -                          on, off\n"},
         {"status", "state        1 running\ntemperature  40.2 deg C\nerrors       Cam error DSP/Pan-Tilt (0084)\n"
                    "model        model:0001\nOther        a?b\n"},
-        {"special", "wbonep\nreset\n"},
-        {"special list --json", "{\"commands\":[\"wbonep\",\"reset\"]}\n"},
-        {"stop --json", "{\"ok\":true}\n"},
-    };
+        {"stop --json", "{\"ok\":true}\n"}};
     for (const auto &[line, output] : outputs)
         EXPECT_EQ(ptzctl(line).output, output);
     EXPECT_THAT(ptzctl("position").output,
                 AllOf(HasSubstr("pan           10.250 deg\n"), HasSubstr("iris              -1 (not known)\n")));
+    const RunResult tour = ptzctl("tour"); // the camera stays where it is
+    EXPECT_EQ(tour.status, EXIT_REFUSED);
+    EXPECT_EQ(tour.output, "ok: the camera runs: running\n");
+    EXPECT_EQ(tour.errors, "ptzctl: the tour stopped at 'pan 10 absolute': at 10.25\n");
 }
 
-TEST_F(ProgramTest, ATourEndsAtTheFirstStepThatGoesWrong)
+TEST_F(Program, PassesOnWhyTheServiceRefused)
 {
-    serve(answer_well); // its camera stays where it is
-    const RunResult result = ptzctl("tour");
-    EXPECT_EQ(result.status, EXIT_REFUSED);
-    EXPECT_EQ(result.output, "ok: the camera runs: running\n");
-    EXPECT_EQ(result.errors, "ptzctl: the tour stopped at 'pan 10 absolute': at 10.25\n");
-}
-
-TEST_F(ProgramTest, PassesOnWhyTheServiceRefused)
-{
-    std::string refusal = "com.orna.PTZ.Error.OutOfRange";
-    serve([&](const std::string &, std::string &name, std::string &text) -> GVariant * {
-        name = refusal;
-        text = "pan 200 is outside\n-170..170; give a smaller angle: 100%s";
-        return nullptr;
-    });
+    serve();
+    refusal = "com.orna.PTZ.Error.OutOfRange";
     const RunResult person = ptzctl("move pan=200");
     EXPECT_EQ(person.status, EXIT_REFUSED);
     EXPECT_EQ(person.errors, "ptzctl: pan 200 is outside?-170..170; give a smaller angle: 100%s\n");
@@ -162,11 +175,40 @@ TEST(Help, TeachesEveryCommandWithAnExample)
 {
     const std::string list = run_ptzctl("--help").output;
     for (const Command &command : all_commands()) {
-        EXPECT_THAT(list, HasSubstr(std::string("\n  ") + command.name + " ")) << command.name;
+        EXPECT_THAT(list, HasSubstr(std::string("\n  ") + command.name + " "));
         const RunResult help = run_ptzctl(std::string(command.name) + " --help");
-        EXPECT_EQ(help.status, EXIT_DONE) << command.name;
-        EXPECT_THAT(help.output, StartsWith(std::string("Usage: ptzctl ") + command.name)) << command.name;
-        EXPECT_THAT(help.output, HasSubstr("\n  ptzctl ")) << command.name;
+        EXPECT_EQ(help.status, EXIT_DONE);
+        EXPECT_THAT(help.output, StartsWith(std::string("Usage: ptzctl ") + command.name));
+        EXPECT_THAT(help.output, HasSubstr("\n  ptzctl "));
+    }
+}
+
+TEST(Decode, PutsFramesIntoWordsAndReportsEachLineThatIsNone)
+{
+    // A frame of 12 bytes with the packet [Pan position 12500].
+    const std::string frame = "1.500000 port0 host 1024 000CFED31001000807010800000030D4\n";
+    const std::string words = "   1.500000 port0 host   Pan position 12500 (12.500 deg)\n";
+    const std::string none = ": not a line of a trace, skipped\n";
+    const struct {
+        const char *line;
+        std::string trace;
+        int status;
+        std::string output, errors;
+    } cases[] = {
+        {"decode -", "# remark\n\n" + frame + "1.500100 port0 block 1024 \n", EXIT_DONE, words, ""}, // an empty frame
+        {"decode -", "garbage\n" + frame + std::string(100000, '\xff') + "\n" + std::string(3, '\0'), EXIT_REFUSED,
+         words, "ptzctl: line 1" + none + "ptzctl: line 3" + none + "ptzctl: line 4" + none},
+        {"decode - --json --sent", frame + "garbage\n", EXIT_REFUSED,
+         "{\"line\":1,\"seconds\":1.5,\"port\":0,\"sender\":\"host\",\"texts\":[\"Pan position 12500 (12.500 deg)\"]}\n"
+         "{\"line\":2,\"error\":\"not a line of a trace, skipped\"}\n",
+         ""},
+        {"decode /dev/null", "", EXIT_REFUSED, "",
+         "ptzctl: cannot read the trace '/dev/null': it is empty; krx-sim --trace FILE writes one\n"}};
+    for (const auto &[line, trace, status, output, errors] : cases) {
+        const RunResult result = run_ptzctl(line, trace);
+        EXPECT_EQ(result.status, status);
+        EXPECT_EQ(result.output, output);
+        EXPECT_EQ(result.errors, errors);
     }
 }
 
