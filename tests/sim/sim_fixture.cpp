@@ -57,7 +57,6 @@ int drive_line(const std::string &name, bool high)
 
 Bytes BoardTest::burst(const Bytes &host, const char *port)
 {
-    std::uint32_t mode = 9;
     Bytes answer(host.size());
     transfer.tx_buf = reinterpret_cast<std::uintptr_t>(host.data());
     transfer.rx_buf = reinterpret_cast<std::uintptr_t>(answer.data());

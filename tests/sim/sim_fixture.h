@@ -13,13 +13,10 @@
 using Bytes = std::vector<std::uint8_t>;
 
 // A variable of the environment as long as this lives.
-class Environment {
-  public:
-    Environment(const char *name, const std::string &value) : name_(name) { setenv(name, value.c_str(), 1); }
-    ~Environment() { unsetenv(name_); }
-
-  private:
-    const char *name_;
+struct Environment {
+    Environment(const char *variable, const std::string &value) : name(variable) { setenv(name, value.c_str(), 1); }
+    ~Environment() { unsetenv(name); }
+    const char *name;
 };
 
 // What digits (and blanks between records) stand for.
@@ -74,6 +71,7 @@ class BoardTest : public testing::Test {
 
     TempFolder folder{"PTZ_BOARD"};
     sim::Board board{{.folder = folder.path(), .manual_time = true}};
+    std::uint32_t mode = 9;                                             // and transfer: the settings burst() uses
     spi_ioc_transfer transfer{0, 0, 0, 3'000'000, 1, 8, 0, 0, 0, 0, 0}; // speed, pause, bits per word
 
   private:

@@ -43,9 +43,11 @@ TEST_F(Protocol, WhatIsDamagedIsCountedAndIgnored)
     // What is good in a payload counts.
     EXPECT_THAT(send("040007000D 0400077F01"), ElementsAre("Sharpness 13", "Record 04 00 07 7F 01 [record-unknown]"));
     EXPECT_EQ(board.setting(Rec::sharpness)[0], 13);
+    mode = 1;
     transfer.delay_usecs = 0;
-    burst(Bytes(2000));
-    expect_offences({{"frame-filler", 1}, {"record-unknown", 1}, {"spi-transfer", 1}, {"spi-length", 1}});
+    burst(Bytes(1921));
+    expect_offences(
+        {{"frame-filler", 1}, {"record-unknown", 1}, {"spi-mode", 1}, {"spi-transfer", 1}, {"spi-length", 1}});
 }
 
 // The first or last value before one that does not exist, of every kind of record.
