@@ -21,6 +21,7 @@ struct Raw {
     gboolean real_wire_time = FALSE;
     gboolean force = FALSE;
     gboolean big_endian = FALSE;
+    gboolean invert_lines = FALSE;
     gboolean quiet = FALSE;
     gboolean verbose = FALSE;
     gboolean strict = FALSE;
@@ -51,6 +52,8 @@ bool parse(Raw &raw, int argc, char **argv)
         {"real-wire-time", 'w', 0, G_OPTION_ARG_NONE, &raw.real_wire_time, "Bursts last as long as on a wire", nullptr},
         {"seed", 0, 0, G_OPTION_ARG_INT64, &raw.seed, "Seed of everything faults leave to chance", "N"},
         {"big-endian", 0, 0, G_OPTION_ARG_NONE, &raw.big_endian, "Send frame headers high byte first", nullptr},
+        {"invert-lines", 0, 0, G_OPTION_ARG_NONE, &raw.invert_lines, "Power is active low, resets are active high",
+         nullptr},
         {"force", 'f', 0, G_OPTION_ARG_NONE, &raw.force, "Overwrite existing configuration files", nullptr},
         {"quiet", 'q', 0, G_OPTION_ARG_NONE, &raw.quiet, "Print offences only", nullptr},
         {"verbose", 'v', 0, G_OPTION_ARG_NONE, &raw.verbose, "Also print status reads and line changes", nullptr},
@@ -110,6 +113,11 @@ std::optional<Arguments> parse_arguments(int argc, char **argv, int &status)
     arguments.board.seed = static_cast<std::uint64_t>(raw.seed);
     arguments.board.trace_path = raw.trace ? raw.trace : "";
     arguments.board.camera.big_endian = raw.big_endian;
+    if (raw.invert_lines) {
+        arguments.board.camera.power_active_low = true;
+        arguments.board.camera.resets_active_low = false;
+        arguments.board.camera.fpga_reset_active_low = false;
+    }
     arguments.script = raw.script ? raw.script : "";
     arguments.detail = raw.quiet ? Detail::offences : raw.verbose ? Detail::everything : Detail::records;
     arguments.strict = raw.strict;

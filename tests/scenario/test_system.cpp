@@ -148,9 +148,10 @@ TEST_F(System, ASecondPtzdRefusesAndSaysWhy)
 
 TEST_F(System, WithoutItsBusPtzdClosesTheCameraAndSaysSo)
 {
-    start_sim({"--verbose"});
+    start_sim({"--verbose", "--big-endian", "--invert-lines"}); // which its configuration tells
     start_ptzd();
     await_state(1);
+    EXPECT_EQ(sim_counts("Offences"), Counts{});
     stop_bus();
     EXPECT_EQ(ptzd->wait(), 3);
     EXPECT_EQ(logged("The bus has gone. Closing the camera"), 1u);
