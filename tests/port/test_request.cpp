@@ -7,63 +7,44 @@
 namespace {
 
 constexpr char TIMEOUT[] = "warning: Timeout (10s) occurred while waiting for request!";
-const Lines UNREADABLE{"error: 5 - (Input/output error) ERROR: Failed to get value of gpio -1/imc_req request!",
-                       "error: Failed to get gpio value"};
 
 class RequestTest : public PortTest {
   protected:
-    RequestTest()
-    {
-        clock.on_poll = [this](int) { return edges-- > 0; };
-    }
-
     void levels(std::deque<int> script) { hardware.lines["imc_req"].script = std::move(script); }
 
-    // Puts the last completed wait this long before now.
-    void last_request_ago(std::int64_t us)
+    // So many waits end with an edge.
+    void edges(int count)
     {
-        const auto then = static_cast<std::uint64_t>(clock.now_us() - us);
-        port_transfer_settings.last_request_time = {static_cast<std::uint32_t>(then / 1000000),
-                                                    static_cast<std::uint32_t>(then % 1000000)};
-    }
-
-    static std::int64_t last_request_us()
-    {
-        const auto &[seconds, microseconds] = port_transfer_settings.last_request_time;
-        return std::int64_t{seconds} * 1000000 + microseconds;
+        clock.on_poll = [count](int) mutable { return count-- > 0; };
     }
 
     int wait(int mode) const { return ptz_port_canon_wait_request(request, mode); }
 
     char name[8] = "imc_req";
     GpioLine request{-1, name};
-    int edges = 0; // how many waits end with an edge
+    const std::uint32_t &noted = port_transfer_settings.last_request_time.seconds; // of the last completed wait
 };
 
 TEST_F(RequestTest, AHighLineNeedsNoWaitAndALowOneAnEdge)
 {
     for (const int mode : {0, 3}) {
         hardware.calls.clear();
-        port_transfer_settings.last_request_time = {};
-        levels({1});
+        port_transfer_settings = {};
+        levels({1, 0, 0, 1, 1}); // the first edge of a process does not count
         EXPECT_EQ(wait(mode), 0);
-        EXPECT_EQ(last_request_us(), 0);
-        last_request_ago(1000);
-        levels({0, 0, 1});
-        edges = 1;
+        EXPECT_EQ(noted, 0u);
+        edges(1);
         EXPECT_EQ(wait(mode), 1);
-        EXPECT_EQ(last_request_us(), clock.now_us());
+        EXPECT_EQ(noted, 1000000000u);
         EXPECT_EQ(hardware.calls,
                   (Lines{"request imc_req", "open imc_req", "value imc_req", "close imc_req", "free imc_req",
                          "request imc_req", "open imc_req", "value imc_req", "close imc_req", "free imc_req",
                          "request imc_req", "open imc_req", "edge imc_req 8", "fd imc_req", "value imc_req",
-                         "value imc_req", "close imc_req", "free imc_req"}));
+                         "value imc_req", "value imc_req", "close imc_req", "free imc_req"}));
     }
     levels({-1, 1});
     EXPECT_EQ(wait(0), 1);
-    EXPECT_EQ(log.take(), UNREADABLE);
-    levels({1});
-    EXPECT_EQ(wait(2), 1);
+    EXPECT_EQ(log.take().size(), 2u);
 }
 
 TEST_F(RequestTest, ModeOnePollsEveryMillisecondTenThousandTimes)
@@ -74,7 +55,7 @@ TEST_F(RequestTest, ModeOnePollsEveryMillisecondTenThousandTimes)
     EXPECT_EQ(clock.slept_us(), 2000);
     levels({0, -1});
     EXPECT_EQ(wait(1), -1);
-    EXPECT_EQ(log.take(), UNREADABLE);
+    EXPECT_EQ(log.take().size(), 2u);
     hardware.calls.clear();
     EXPECT_EQ(wait(1), -1);
     EXPECT_EQ(hardware.calls_of({"value"}).size(), 10000u);
@@ -113,27 +94,22 @@ TEST_F(RequestTest, TheFirstEdgeAfterALongPauseDoesNotCount)
         {4297767296, 1}, {4297767297, 2}, // the same, beyond the wrap of 32 bits
         {-1, 2},                          // a clock that was set back
     };
-    edges = 100;
+    edges(100);
+    levels({1});
+    EXPECT_EQ(wait(2), 1);
     for (const auto &[pause_us, waits] : cases) {
-        last_request_ago(pause_us);
+        clock.advance(pause_us);
         levels({0, 1, 0, 1});
         const int before = clock.waits();
         EXPECT_EQ(wait(2), 1);
         EXPECT_EQ(clock.waits() - before, waits) << pause_us;
     }
-    port_transfer_settings.last_request_time = {}; // the first of the process, which starts the measuring
-    levels({0, 1, 0});                             // and stays low: the second wait times out
-    edges = 1;
-    const std::int64_t start = clock.now_us();
-    EXPECT_EQ(wait(2), -1);
-    EXPECT_EQ(last_request_us(), start);
-    EXPECT_EQ(log.take(), Lines{TIMEOUT});
 }
 
 TEST_F(RequestTest, AfterAShortPauseTheNextEdgeIsStillTheFirst)
 {
-    last_request_ago(1000);
-    levels({0, 0, 0, 1, 0, 1});
+    levels({1, 0, 0, 0, 1, 0, 1});
+    EXPECT_EQ(wait(2), 1);
     clock.on_poll = [this](int) { return clock.advance(1500000), 1; };
     EXPECT_EQ(wait(2), 1);
     EXPECT_EQ(clock.waits(), 3);
@@ -141,12 +117,12 @@ TEST_F(RequestTest, AfterAShortPauseTheNextEdgeIsStillTheFirst)
 
 TEST_F(RequestTest, NothingMoreIsWaitedForAfterTenSecondsOrAFailure)
 {
-    last_request_ago(500);
-    const std::int64_t start = clock.now_us();
+    levels({1});
+    EXPECT_EQ(wait(2), 1);
     EXPECT_EQ(wait(2), -1);
-    EXPECT_EQ(clock.now_us() - start, 10000000);
-    EXPECT_EQ(last_request_us(), start - 500);
-    edges = 1000;
+    EXPECT_EQ(clock.now_us(), 1000000010000000);
+    EXPECT_EQ(noted, 1000000000u);
+    edges(1000);
     hardware.lines["imc_req"].level = -1;
     EXPECT_EQ(wait(2), -1);
     clock.on_poll = [](int) { return -1; };
