@@ -108,7 +108,6 @@ TEST_F(PortConfigTest, AFileThatCannotBeUsedGivesNoPortAndIsTriedAgain)
         {"[KRX_PORTS]\nPorts=1\nBigEndian=maybe\n", 0, {unread + "BigEndian"}},
         {GOOD, -1, {index}},
         {GOOD, 2, {index}},
-        {"[KRX_PORTS]\nPorts=-5\n", 0, {index}},
         {"[KRX_PORTS]\nPorts=2\n[KRX_PORT1]\nDevice=/d\nRequestPin=1\n",
          0,
          {"warning: " + no_group, "error: " + no_group}},
