@@ -1,9 +1,6 @@
 #include "tests/platform/recording_driver.h"
 
-#include "ptzorvel/driver/driver_private.h"
 #include "tests/platform/bus_fixture.h"
-
-#include <utility>
 
 using RecordingDriver = PTZDriver;
 using RecordingDriverClass = PTZDriverClass;
@@ -24,7 +21,7 @@ static gboolean note(const std::string &line)
 }
 
 // The changed mode, then how iris, focus and backlight stand.
-static gboolean note_modes(const char *changed, PTZDriver *driver)
+static gboolean note_modes(const char *changed, const PTZDriver *driver)
 {
     std::string line = changed;
     for (const gint32 mode : {driver->iris_mode, driver->focus_mode, driver->backlight_mode})
@@ -36,13 +33,10 @@ static gboolean on_move(PTZDriver *driver, const PTZMotion *pan, const PTZMotion
                         const PTZMotion *iris, const PTZMotion *focus, const PTZMotion *brightness,
                         const PTZSpeed *speed)
 {
-    const std::pair<const char *, const PTZMotion *> axes[] = {
-        {" pan=", pan}, {" tilt=", tilt}, {" zoom=", zoom}, {" iris=", iris}, {" focus=", focus}, {" bri=", brightness},
-    };
     std::string line = "move";
-    for (const auto &[name, motion] : axes)
-        if (motion->type != PTZ_MOVE_NONE)
-            line += name + std::to_string(motion->value) + "/" + std::to_string(motion->type);
+    for (const PTZMotion *axis : {pan, tilt, zoom, iris, focus, brightness})
+        line +=
+            axis->type == PTZ_MOVE_NONE ? " -" : " " + std::to_string(axis->value) + "/" + std::to_string(axis->type);
     return note(line + " speed=" + std::to_string(speed->value) + (driver->zoom_requested != FALSE ? " zoom" : "") +
                 (driver->current_request->words[PTZ_REQUEST_PRESET_WORD] == 1 ? " preset" : ""));
 }
@@ -59,20 +53,15 @@ static gboolean on_get_position(PTZDriver *, gint32 *pan, gint32 *tilt, gint32 *
     return TRUE;
 }
 
-static gboolean on_useradv(PTZDriver *driver, const char *name)
-{
-    if (g_strcmp0(name, "Speed") == 0)
-        g_object_set(driver, "speed", 25.0, nullptr);
-    return note(std::string("useradv ") + name);
-}
-
-static gboolean start_routine(PTZDriver *driver)
+static gboolean on_open(PTZDriver *driver)
 {
     const PTZDriverClass *klass = PTZ_DRIVER_GET_CLASS(driver);
-    PTZCameraErrorEvent event{4, "Cam error DSP"};
+    g_object_set(driver, "state", PTZ_STATE_INITIALISING, nullptr);
+    const PTZCameraErrorEvent event{4, "Cam error DSP"};
     klass->emit_event(driver, PTZ_EVENT_CAMERA_ERROR, &event, nullptr);
+    script().alive++;
     const auto destroy = [](gpointer task) {
-        script().tasks_destroyed++;
+        script().alive--;
         g_object_unref(static_cast<PTZTask *>(task)->data);
         delete static_cast<PTZTask *>(task);
     };
@@ -82,20 +71,6 @@ static gboolean start_routine(PTZDriver *driver)
     return TRUE;
 }
 
-static gboolean on_open(PTZDriver *driver)
-{
-    driver_private(driver).controller->temperature_ok = script().warm ? 1 : 0;
-    g_object_set(driver, "state", PTZ_STATE_INITIALISING, nullptr);
-    driver->start_routine = start_routine;
-    return PTZ_DRIVER_GET_CLASS(driver)->run_start_routine(driver);
-}
-
-static gboolean on_close(PTZDriver *driver)
-{
-    g_object_set(driver, "state", PTZ_STATE_CLOSED, nullptr);
-    return note("close");
-}
-
 // The same table in both groups.
 static gboolean on_install(PTZDriver *driver)
 {
@@ -103,7 +78,6 @@ static gboolean on_install(PTZDriver *driver)
         {PTZ_PARAM_INTEGER, "MinPan", "Pan Min", "-170", 0x81, PTZ_CONTROL_PLAIN, "-170..170"},
         {PTZ_PARAM_STRING, "Status", "", "", 0x81, PTZ_CONTROL_PLAIN, ""},
         {PTZ_PARAM_BOOLEAN, "Update", "Update", "true", 0x81, PTZ_CONTROL_PLAIN, ""},
-        {PTZ_PARAM_INTEGER, "Speed", "Speed", "100", 0x81, PTZ_CONTROL_PLAIN, "1..100"},
         {PTZ_PARAM_END, nullptr, nullptr, nullptr, 0, 0, nullptr},
     };
     static const char *const pictures[] = {"Defog", "Sepia", "Exposure", nullptr};
@@ -115,12 +89,7 @@ static gboolean on_install(PTZDriver *driver)
 static void recording_driver_init(PTZDriver *self)
 {
     script().alive++;
-    const auto release = [](gpointer controller) {
-        script().alive--;
-        g_object_unref(controller);
-    };
-    g_object_set_data_full(G_OBJECT(self), "controller",
-                           ptz_temperature_controller_new(PTZ_TYPE_TEMPERATURE_CONTROLLER, self), release);
+    g_object_set_data_full(G_OBJECT(self), "alive", &script(), [](gpointer) { script().alive--; });
 }
 
 static void recording_driver_class_init(PTZDriverClass *driver)
@@ -141,7 +110,7 @@ static void recording_driver_class_init(PTZDriverClass *driver)
         *list = g_strsplit("wbonep|reset", "|", 0);
         return TRUE;
     };
-    driver->useradv_changed = on_useradv;
+    driver->useradv_changed = [](PTZDriver *, const char *name) { return note(std::string("useradv ") + name); };
     driver->imagesource_changed = [](PTZDriver *, const char *name) { return note(std::string("image ") + name); };
     driver->limit_changed = [](PTZDriver *, const char *name) { return note(std::string("limit ") + name); };
     driver->iris_mode_changed = [](PTZDriver *self) { return note_modes("iris", self); };
@@ -151,11 +120,11 @@ static void recording_driver_class_init(PTZDriverClass *driver)
         return note("factor " + std::to_string(self->proportional_speed) + " " + std::to_string(self->speed_factor));
     };
     driver->open = on_open;
-    driver->close = on_close;
-    driver->install_params = on_install;
-    driver->signal_received = [](PTZDriver *, const char *name, GVariant *parameters) {
-        note(std::string("signal ") + name + print(parameters));
+    driver->close = [](PTZDriver *self) {
+        g_object_set(self, "state", PTZ_STATE_CLOSED, nullptr);
+        return note("close");
     };
+    driver->install_params = on_install;
 }
 
 PTZDriver *recording_driver_new(int video_channel_nbr, int id)

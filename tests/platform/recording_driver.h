@@ -23,10 +23,8 @@ struct DriverScript {
     std::mutex gate;                   // as long as the test holds it, get_position does not return
     std::atomic<bool> in_position{false};
     std::atomic<bool> works{true}; // what the operations return that can fail
-    std::atomic<bool> warm{true};
     std::atomic<int> state_after_open{PTZ_STATE_RUNNING};
-    std::atomic<int> alive{0};           // drivers
-    std::atomic<int> tasks_destroyed{0}; // of the task that each open adds: every microsecond, without an end
+    std::atomic<int> alive{0}; // drivers, and the task that each adds on opening: every microsecond, without an end
 
     static inline DriverScript *current = nullptr;
 };

@@ -1,106 +1,103 @@
-#include "tests/platform/bench.h"
+// A command queue without a thread, on time that stands still: the test plays the command thread.
+#include "ptzorvel/common/task_queue.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using Lane = TaskQueue::Lane;
+// Stands still until the test moves it; nobody waits on it.
+class ManualClock final : public QueueClock {
+  public:
+    std::int64_t now_us() override { return now; }
+    void wait_until(std::condition_variable &, std::unique_lock<std::mutex> &, std::int64_t) override {}
+
+    std::int64_t now = 5000;
+};
 
 class TaskQueueTest : public testing::Test {
   public:
     // A task record as a driver makes it: writes its name down when it runs, and "~name" when it is destroyed.
-    struct NamedTask {
-        PTZTask task;
-        std::string &done;
+    struct NamedTask : PTZTask {
+        TaskQueueTest &test;
         std::string name;
         std::function<bool()> body;
     };
 
-    // Queues one at that interval; it goes on for ever unless it has a body of its own.
-    bool add(
-        const std::string &name, std::int64_t interval_us, std::function<bool()> body = [] { return true; })
+    // Queues one at that interval; it goes on for as long as its body says.
+    bool add(const std::string &name, std::int64_t interval_us, std::function<bool()> body)
     {
-        auto *named = new NamedTask{{run, nullptr, destroy, {}}, done, name, std::move(body)};
-        named->task.data = named;
-        return queue.add(&named->task, interval_us);
+        const auto run = [](PTZTask *task) -> gboolean {
+            auto *named = static_cast<NamedTask *>(task);
+            named->test.done += named->name + " ";
+            return named->body();
+        };
+        const auto destroy = [](gpointer task) {
+            const std::unique_ptr<NamedTask> named(static_cast<NamedTask *>(static_cast<PTZTask *>(task)));
+            named->test.done += "~" + named->name + " ";
+        };
+        return queue.add(new NamedTask{{run, nullptr, destroy, {}}, *this, name, std::move(body)}, interval_us);
     }
 
-    void post(const std::string &word, Lane lane = Lane::normal)
+    // Queues a function that writes that down.
+    void post(const std::string &word, TaskQueue::Lane lane = TaskQueue::Lane::normal)
     {
         queue.post([this, word] { done += word + " "; }, lane);
     }
 
+    // Lets that time pass, runs what is due then and gives what was written down.
     std::string pass(std::int64_t us)
     {
         done.clear();
-        bench.pass(us);
+        clock.now += us;
+        while (queue.run_next()) {
+        }
         return done;
     }
 
-    std::string done; // outlives the queue, which hands the tasks back at its end
-    QueueBench bench;
-    TaskQueue &queue = bench.queue;
+    static bool go_on() { return true; }
 
-  private:
-    static gboolean run(PTZTask *task)
-    {
-        auto *named = static_cast<NamedTask *>(task->data);
-        named->done += named->name + " ";
-        return named->body();
-    }
-    static void destroy(gpointer task)
-    {
-        const std::unique_ptr<NamedTask> named(static_cast<NamedTask *>(static_cast<PTZTask *>(task)->data));
-        named->done += "~" + named->name + " ";
-    }
+    std::string done; // outlives the queue, which hands the tasks back at its end
+    ManualClock clock;
+    TaskQueue queue{clock};
 };
 
-TEST_F(TaskQueueTest, WorkRunsInItsOrderAndUrgentWorkOvertakesIt)
+TEST_F(TaskQueueTest, UrgentWorkOvertakesOtherWorkWhichDoesNotStarveTicks)
 {
-    add("tick", 100, [] { return false; });
-    bench.clock.now += 100;
-    post("a");
-    queue.post([this] { post("c"); });
-    post("b");
-    post("stop", Lane::urgent);
-    post("stop-again", Lane::urgent);
-    EXPECT_EQ(pass(0), "stop stop-again a b tick ~tick c ");
+    add("tick", 10, go_on);
+    int posted = 0;
+    const std::function<void()> chain = [&] {
+        done += "work ";
+        clock.now += 10;
+        if (++posted < 3)
+            queue.post(chain);
+    };
+    queue.post(chain);
+    post("next");
+    post("stop", TaskQueue::Lane::urgent);
+    post("stop-again", TaskQueue::Lane::urgent);
+    EXPECT_EQ(pass(0), "stop stop-again work next work tick work tick ");
 }
 
 TEST_F(TaskQueueTest, RepeatingTasksKeepTheirGridAndSkipMissedTicks)
 {
     std::string ticks;
     add("tick", 33000, [&] {
-        ticks += std::to_string(bench.clock.now - 5000) + " ";
-        if (bench.clock.now == 5000 + 66500)
-            bench.clock.now += 80000; // this tick takes two and a half intervals
+        ticks += std::to_string(clock.now - 5000) + " ";
+        if (clock.now == 5000 + 66500)
+            clock.now += 80000; // this tick takes two and a half intervals
         return true;
     });
     // The second tick comes late, at 66500, and takes until 146500: those of 99000 and 132000 are gone.
     for (const std::int64_t at : {32999, 33000, 40000, 66500, 164999, 165000})
-        pass(5000 + at - bench.clock.now);
+        pass(5000 + at - clock.now);
     EXPECT_EQ(ticks, "33000 66500 165000 ");
-}
-
-TEST_F(TaskQueueTest, DueRepetitionsWaitBehindWorkAlreadyThereAndAreNotStarvedByIt)
-{
-    add("tick", 10);
-    int posted = 0;
-    const std::function<void()> chain = [&] {
-        done += "work ";
-        bench.clock.now += 10;
-        if (++posted < 3)
-            queue.post(chain);
-    };
-    queue.post(chain);
-    EXPECT_EQ(pass(0), "work work tick work tick ");
 }
 
 TEST_F(TaskQueueTest, TasksAreDestroyedOnceWhicheverWayTheyEnd)
 {
-    add("once", 0); // asks to go on, but was queued once
+    add("once", 0, go_on); // asks to go on, but was queued once
     add("ended", 10, [] { return false; });
-    add("cancelled", 10);
+    add("cancelled", 10, go_on);
     EXPECT_EQ(pass(10), "once ~once ended ~ended cancelled ");
     queue.cancel_repeating();
     EXPECT_EQ(done, "once ~once ended ~ended cancelled ~cancelled ");
@@ -108,19 +105,18 @@ TEST_F(TaskQueueTest, TasksAreDestroyedOnceWhicheverWayTheyEnd)
         queue.cancel_repeating(); // ends with this run
         return true;
     });
-    add("due", 10);
+    add("due", 10, go_on);
     EXPECT_EQ(pass(10) + pass(100), "canceller ~due ~canceller ");
 
-    add("waiting", 0);
-    add("repeating", 10);
+    add("waiting", 0, go_on);
+    add("repeating", 10, go_on);
     PTZTask last{nullptr, this, nullptr, {}};
     last.destroy = [](gpointer task) {
-        EXPECT_FALSE(static_cast<TaskQueueTest *>(static_cast<PTZTask *>(task)->data)->add("late", 0));
+        EXPECT_FALSE(static_cast<TaskQueueTest *>(static_cast<PTZTask *>(task)->data)->add("late", 0, go_on));
     };
     queue.add(&last, 0);
     queue.shutdown();
-    EXPECT_EQ(done, "~waiting ~late ~repeating ");
-    EXPECT_FALSE(add("later", 0));
+    EXPECT_FALSE(add("later", 0, go_on));
     EXPECT_EQ(done, "~waiting ~late ~repeating ~later ");
 }
 
