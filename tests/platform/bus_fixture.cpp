@@ -1,13 +1,13 @@
 #include "tests/platform/bus_fixture.h"
 
+#include "core/glib_raii.h"
+
 std::string print(GVariant *value)
 {
     g_variant_ref_sink(value);
-    char *text = g_variant_print(value, FALSE);
-    std::string result = text;
-    g_free(text);
+    const GText text(g_variant_print(value, FALSE));
     g_variant_unref(value);
-    return result;
+    return text.get();
 }
 
 void run_until(const std::function<bool()> &condition)
@@ -41,10 +41,9 @@ Client::~Client()
 
 void Client::take_name(const char *name)
 {
-    GVariant *reply = g_dbus_connection_call_sync(connection_, "org.freedesktop.DBus", "/", "org.freedesktop.DBus",
-                                                  "RequestName", g_variant_new("(su)", name, 4u), nullptr,
-                                                  G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
-    g_clear_pointer(&reply, g_variant_unref);
+    g_variant_unref(g_dbus_connection_call_sync(connection_, "org.freedesktop.DBus", "/", "org.freedesktop.DBus",
+                                                "RequestName", g_variant_new("(su)", name, 4u), nullptr,
+                                                G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
 }
 
 ReplyPtr Client::send(const char *method, const char *arguments)
@@ -72,12 +71,11 @@ ReplyPtr Client::send_to(const char *path, const char *interface, const char *me
         GVariant *value = g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error);
         (*reply)->done = true;
         if (value == nullptr) {
-            char *name = g_dbus_error_get_remote_error(error);
+            const GText name(g_dbus_error_get_remote_error(error));
             g_dbus_error_strip_remote_error(error);
-            const std::string full = name != nullptr ? name : "";
+            const std::string full = name != nullptr ? name.get() : "";
             (*reply)->error = full.substr(full.rfind('.') + 1);
             (*reply)->text = error->message;
-            g_free(name);
             g_error_free(error);
             return;
         }
@@ -94,11 +92,6 @@ BusTest::BusTest() : bus_(g_test_dbus_new(G_TEST_DBUS_NONE))
 {
     g_test_dbus_up(bus_);
     address_ = g_test_dbus_get_bus_address(bus_);
-}
-
-BusTest::~BusTest()
-{
-    stop_bus();
 }
 
 void BusTest::stop_bus()

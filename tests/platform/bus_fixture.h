@@ -47,7 +47,7 @@ class Client {
 class BusTest : public testing::Test {
   protected:
     BusTest();
-    ~BusTest() override;
+    ~BusTest() override { stop_bus(); }
 
     const std::string &address() const { return address_; }
     void stop_bus();

@@ -14,11 +14,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-int open_descriptors()
-{
-    return static_cast<int>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
-}
-
 class ServiceTest : public BusTest {
   protected:
     // Starts the service and waits until the driver's start-up is over.
@@ -26,11 +21,8 @@ class ServiceTest : public BusTest {
     {
         service = PtzService::create(owner.connection(), options, problem);
         ASSERT_NE(service, nullptr) << problem;
-        service->start([this](const std::string &text) {
-            problem = text;
-            failed = true;
-        });
-        run_until([&] { return failed || service->state() == script.state_after_open; });
+        service->start([this](const std::string &text) { problem = text; });
+        run_until([&] { return service->state() == script.state_after_open; });
     }
 
     // The result as text, or "Error: message".
@@ -57,7 +49,7 @@ class ServiceTest : public BusTest {
     {
         gate.lock();
         ReplyPtr reply = client.send("GetPosition");
-        run_until([this] { return script.in_position.load(); });
+        run_until([this] { return !script.lines().empty(); });
         return reply;
     }
 
@@ -66,7 +58,6 @@ class ServiceTest : public BusTest {
     Client client{address()};
     PtzService::Options options{recording_driver_new, 2, 7, ""};
     std::string problem;
-    std::atomic<bool> failed{false};
     std::unique_ptr<PtzService> service;
     std::unique_lock<std::mutex> gate{script.gate, std::defer_lock}; // open before the service is closed
 };
@@ -78,8 +69,8 @@ TEST_F(ServiceTest, MovesReachTheDriverInItsNumbersUpToTheBoundsAndBadOnesNever)
         {"('pan','absolute',170.0),('tilt','absolute',-20.0),('zoom','absolute',19999.0),('iris','relative',-9998.0)",
          "()"},
         {"('tilt','relative',110.0),('focus','absolute',1.0),('brightness','continuous',-19.999992)", "()"},
-        {"('%s%n','absolute',1.0)",
-         "InvalidArgument: There is no axis \"%s%n\"; there are pan, tilt, zoom, iris, focus and brightness."},
+        {"('%n','absolute',1.0)",
+         "InvalidArgument: There is no axis \"%n\"; there are pan, tilt, zoom, iris, focus and brightness."},
         {"('pan','none',1.0)",
          "InvalidArgument: pan: there is no move type \"none\"; there are absolute, relative and continuous."},
         {"('pan','absolute',1.0),('pan','relative',1.0)",
@@ -110,25 +101,22 @@ TEST_F(ServiceTest, QuestionsModesAndSpecialCommandsGoByUnitsAndWords)
     start();
     expect_answers({
         {"GetPosition", "()",
-         "({'pan': 12.5, 'tilt': -1.0, 'zoom': 10000.0, 'iris': -1.0, 'focus': -1.0, 'brightness': -1.0},)"},
-        {"GetFieldOfView", "()", "({'angle': 30.0, 'widest': 60.0, 'horizontal': -1.0, 'vertical': -1.0},)"},
-        {"AngleToZoom", "(10.0, 100.0)", "NotSupported"}, // not replaced by this driver
-        {"GetCapabilities", "('',)", "NotSupported"},
+         "({'pan': 12.5, 'tilt': -1.0, 'zoom': -1.0, 'iris': -1.0, 'focus': -1.0, 'brightness': -1.0},)"},
         {"AngleToZoom", "(0.0, 100.0)", "OutOfRange"},
         {"AngleToZoom", "(10.0, 99.5)", "InvalidArgument"},
         {"SetIrisMode", "('manual',)", "()"},
         {"SetIrisMode", "('on',)", "InvalidArgument"},
-        {"SetFocusMode", "('auto',)", "()"},
-        {"SetBacklightMode", "('off',)", "()"},
-        {"SetSpeedFactor", "(true, @n -5)", "()"},
+        {"SetFocusMode", "('manual',)", "()"},
+        {"SetBacklightMode", "('on',)", "()"},
+        {"SetSpeedFactor", "(true, @n -5)", "NotSupported"}, // not replaced by this driver
         {"ListSpecialCommands", "()", "(['wbonep', 'reset'],)"},
         {"RunSpecialCommand", "('reset',)", "()"},
         {"RunSpecialCommand", "('wbonep',)", "Failed"},
         {"RunSpecialCommand", "('%n dance',)",
          "InvalidArgument: There is no special command \"%n dance\" now; there are: wbonep, reset."},
     });
-    EXPECT_THAT(script.lines(), ElementsAre("position", "iris 2 1 2", "focus 2 1 2", "light 2 1 2", "factor 1 -5",
-                                            "special reset", "special wbonep", "special %n dance"));
+    EXPECT_THAT(script.lines(), ElementsAre("position", "I 2 1 2", "F 2 2 2", "B 2 2 1", "special reset",
+                                            "special wbonep", "special %n dance"));
     EXPECT_THAT(client.call("GetStatus").text, HasSubstr("'error-bits': <uint32 4>, 'errors': <'Cam error DSP'>"));
 }
 
@@ -158,9 +146,8 @@ TEST_F(ServiceTest, ParametersAreReadSetAndKept)
         {"SetParameter", "('Limit','MinPan',<1.5>)", "InvalidArgument"},
         {"SetParameter", "('UserAdv','Status',<'fine'>)", "InvalidArgument"},
     });
-    EXPECT_THAT(script.lines(), ElementsAre("image Defog", "limit MinPan", "limit MinPan"));
+    EXPECT_THAT(script.lines(), ElementsAre("I Defog", "L MinPan", "L MinPan"));
     service.reset();
-    const int descriptors = open_descriptors();
     start();
     expect_answers({{"GetParameter", "('Limit','MinPan')", "(<-80>,)"},
                     {"GetParameter", "('UserAdv','MinPan')", "(<8>,)"},
@@ -169,9 +156,6 @@ TEST_F(ServiceTest, ParametersAreReadSetAndKept)
     folder.write("parameters.conf", "no key file");
     start();
     expect_answers({{"GetParameter", "('Limit','MinPan')", "(<-170>,)"}});
-    service.reset();
-    // Connections close theirs on a thread of their own, so the last one may take a moment.
-    run_until([&] { return open_descriptors() <= descriptors; });
 }
 
 TEST_F(ServiceTest, WhatTheDriverRefusesFailsAndIsTakenBack)
@@ -186,7 +170,7 @@ TEST_F(ServiceTest, WhatTheDriverRefusesFailsAndIsTakenBack)
         {"SetParameter", "('UserAdv','Update',<false>)", "Failed"},
         {"GetParameter", "('UserAdv','Update')", "(<true>,)"},
     });
-    EXPECT_THAT(script.lines(), testing::Contains("light 1 1 1")); // the focus mode is what it was
+    EXPECT_THAT(script.lines(), testing::Contains("B 1 1 1")); // the focus mode is what it was
 }
 
 TEST_F(ServiceTest, ACameraThatDoesNotRunSaysWhyInWords)
@@ -198,16 +182,15 @@ TEST_F(ServiceTest, ACameraThatDoesNotRunSaysWhyInWords)
               "\"reset\".");
     expect_answers({{"GetPosition", "()", "NotReady"},
                     {"Stop", "()", "NotReady"},
-                    {"GetFieldOfView", "()", "NotReady"},
                     {"SetIrisMode", "('auto',)", "NotReady"},
-                    {"GetState", "()", "(7, 'failed')"},
                     {"RunSpecialCommand", "('reset',)", "()"}});
     EXPECT_THAT(script.lines(), ElementsAre("special reset"));
     service.reset();
     options.driver_new = [](int, int) -> PTZDriver * { return nullptr; };
+    script.state_after_open = PTZ_STATE_NOT_OPENED;
     start();
-    EXPECT_THAT(problem, HasSubstr("made no driver"));
     expect_answers({{"RunSpecialCommand", "('reset',)", "NotReady"}, {"ListParameters", "('Limit',)", "NotReady"}});
+    EXPECT_THAT(problem, HasSubstr("made no driver"));
 }
 
 TEST_F(ServiceTest, AStopOvertakesWhatWaitsAndCancelsMovesButNothingElse)
@@ -216,20 +199,13 @@ TEST_F(ServiceTest, AStopOvertakesWhatWaitsAndCancelsMovesButNothingElse)
     const ReplyPtr position = occupy_command_thread();
     const ReplyPtr waiting = client.send("Move", "([('pan','continuous',30.0)], 0.0, @a{sv} {})");
     const ReplyPtr mode = client.send("SetFocusMode", "('manual',)");
-    {
-        Client visitor(address()); // its call goes on without it
-        visitor.send("SetBacklightMode", "('on',)");
-        g_dbus_connection_flush_sync(visitor.connection(), nullptr, nullptr);
-    }
     const ReplyPtr stop = client.send("Stop");
     // Answered at once and after the calls above have been taken in, while the driver is still occupied.
     expect_answers({{"GetState", "()", "(1, 'running')"}});
     EXPECT_FALSE(stop->done);
     gate.unlock();
-    run_until([&] { return position->done && waiting->done && mode->done && script.lines().size() == 4; });
-    EXPECT_EQ(script.lines().at(1), "stop");
-    EXPECT_THAT(script.lines(),
-                testing::UnorderedElementsAre("position", "stop", HasSubstr("focus"), HasSubstr("light")));
+    run_until([&] { return position->done && waiting->done && mode->done && stop->done; });
+    EXPECT_THAT(script.lines(), ElementsAre("position", "stop", "F 1 2 2"));
     EXPECT_EQ(waiting->error, "Cancelled");
     EXPECT_EQ(stop->error + mode->error + position->error, "");
     EXPECT_EQ(move(client, "('pan','absolute',0.0)"), "()");
@@ -264,14 +240,11 @@ TEST_F(ServiceTest, OnlyAClientThatLeavesDuringItsContinuousMoveIsStoppedFor)
 
 TEST_F(ServiceTest, StatesEventsAndParametersAreAnnounced)
 {
-    std::vector<std::string> lines;
+    static std::vector<std::string> lines;
     const auto write_down = [](GDBusConnection *, const char *, const char *, const char *, const char *name,
-                               GVariant *parameters, gpointer to) {
-        static_cast<std::vector<std::string> *>(to)->push_back(name + print(parameters));
-    };
-    const guint id =
-        g_dbus_connection_signal_subscribe(client.connection(), nullptr, "com.orna.PTZ", nullptr, "/com/orna/PTZ",
-                                           nullptr, G_DBUS_SIGNAL_FLAGS_NONE, write_down, &lines, nullptr);
+                               GVariant *parameters, gpointer) { lines.push_back(name + print(parameters)); };
+    g_dbus_connection_signal_subscribe(client.connection(), nullptr, "com.orna.PTZ", nullptr, "/com/orna/PTZ", nullptr,
+                                       G_DBUS_SIGNAL_FLAGS_NONE, write_down, nullptr, nullptr);
     expect_answers({{"GetState", "()", "ServiceUnknown"}}); // the subscription is in place when this is answered
     start();
     client.call("SetParameter", "('UserAdv','Update',<false>)");
@@ -281,7 +254,6 @@ TEST_F(ServiceTest, StatesEventsAndParametersAreAnnounced)
                 ElementsAre("StateChanged(4, 'starting')", "Event(4, 'Cam error DSP')", "StateChanged(1, 'running')",
                             "ParameterChanged('UserAdv', 'Update', <false>)", "StateChanged(6, 'closed')"));
     expect_answers({{"GetState", "()", "ServiceUnknown"}});
-    g_dbus_connection_signal_unsubscribe(client.connection(), id);
 }
 
 TEST_F(ServiceTest, ClosingComesBeforeWhatWaitsAndRefusesIt)
@@ -311,66 +283,44 @@ TEST_F(ServiceTest, PortsTakeWritesUnderTheirLocksAsLongAsTheyAreThere)
         for (const int number : {config->baud_rate, config->burst_len, config->trig_mode})
             configs += std::to_string(number) + " ";
     };
-    const auto make_server = [&] {
-        return ptz_port_dbus_server_new(port,
-                                        "<node><interface name=\"com.orna.PTZ.Port.KRX\">"
-                                        "<property name=\"BurstLength\" type=\"i\" access=\"write\"/>"
-                                        "<property name=\"TriggerMode\" type=\"i\" access=\"write\"/>"
-                                        "<property name=\"Colour\" type=\"i\" access=\"write\"/></interface></node>",
-                                        "Port.KRX.SIO3");
-    };
-    const auto write = [&](const char *property, int value) {
+    GObject *server = ptz_port_dbus_server_new(
+        port,
+        R"(<node><interface name="a.b"><property name="BurstLength" type="i" access="write"/></interface></node>)",
+        "Port.KRX.SIO3");
+    const auto write = [&](int length) {
         return client.send_to("/com/orna/PTZ/Port/KRX/SIO3", "org.freedesktop.DBus.Properties", "Set",
-                              g_variant_new("(ssv)", "com.orna.PTZ.Port.KRX", property, g_variant_new_int32(value)));
+                              g_variant_new("(ssv)", "a.b", "BurstLength", g_variant_new_int32(length)));
     };
     const auto error_of = [](const ReplyPtr &reply) {
         run_until([&] { return reply->done; });
         return reply->error;
     };
-    GObject *server = make_server();
     PTZPortRegistry *registry = ptz_port_registry_current();
-    EXPECT_EQ(error_of(write("TriggerMode", -1)), "");
-    EXPECT_EQ(error_of(write("Colour", 1)), "NotSupported");
     ptz_driver_port_lock_all(registry);
-    const ReplyPtr waiting = write("BurstLength", 4000);
+    g_test_expect_message(G_LOG_DOMAIN, G_LOG_LEVEL_CRITICAL, "*taken again*");
+    ptz_driver_port_lock_all(registry);
+    const ReplyPtr waiting = write(4000);
     run_until([] { return ptz_command_queue_current()->queue.repeating() == 2; });
     ptz_driver_port_unlock_all(registry);
     EXPECT_EQ(error_of(waiting), "");
-    EXPECT_EQ(configs, "0 0 -1 0 4000 0 "); // zero in the other fields
-
-    ptz_driver_port_unregister(registry, 3);
-    EXPECT_EQ(error_of(write("BurstLength", 64)), "UnknownMethod");
-    g_object_unref(std::exchange(server, make_server()));
-    EXPECT_EQ(registry->size(), 1u);
-    g_clear_object(&port); // not kept by the server
-    EXPECT_EQ(error_of(write("BurstLength", 64)), "Failed");
-    g_clear_object(&server);
-    EXPECT_EQ(registry->size(), 0u);
-}
-
-TEST(PortLocks, AreHeldByOneThreadAndReportMisuse)
-{
-    PTZPortRegistry registry;
-    registry.lock();
-    std::thread([&] { EXPECT_FALSE(registry.try_lock()); }).join();
-    g_test_expect_message(G_LOG_DOMAIN, G_LOG_LEVEL_CRITICAL, "*taken again*");
-    registry.lock();
-    registry.unlock();
+    EXPECT_EQ(configs, "0 4000 0 "); // zero in the other fields
     g_test_expect_message(G_LOG_DOMAIN, G_LOG_LEVEL_CRITICAL, "*does not hold*");
-    registry.unlock();
+    ptz_driver_port_unlock_all(registry);
     g_test_assert_expected_messages();
+
+    g_clear_object(&port); // not kept by the server
+    EXPECT_EQ(error_of(write(64)), "Failed");
+    ptz_driver_port_unregister(registry, 3);
+    EXPECT_EQ(error_of(write(64)), "UnknownMethod");
+    g_object_unref(server);
+    EXPECT_EQ(registry->size(), 0u);
 }
 
 TEST(Plugin, SaysWhyAFileCannotBeUsed)
 {
     std::string why;
-    const std::pair<const char *, const char *> files[] = {
-        {"/nonexistent/plugin.so", "Cannot read the plug-in /nonexistent/plugin.so: No such file or directory"},
-        {"/proc/self/cmdline", "Cannot load the plug-in"}};
-    for (const auto &[file, reason] : files) {
-        EXPECT_EQ(load_plugin(file, why), nullptr);
-        EXPECT_THAT(why, HasSubstr(reason));
-    }
+    EXPECT_EQ(load_plugin("/nonexistent/plugin.so", why), nullptr);
+    EXPECT_THAT(why, HasSubstr("Cannot read the plug-in /nonexistent/plugin.so: No such file or directory"));
 }
 
 } // namespace
