@@ -33,12 +33,6 @@ Client::Client(const std::string &address)
     g_assert_no_error(error);
 }
 
-Client::~Client()
-{
-    g_dbus_connection_close_sync(connection_, nullptr, nullptr);
-    g_object_unref(connection_);
-}
-
 void Client::take_name(const char *name)
 {
     g_variant_unref(g_dbus_connection_call_sync(connection_, "org.freedesktop.DBus", "/", "org.freedesktop.DBus",
@@ -54,13 +48,6 @@ ReplyPtr Client::send(const char *method, const char *arguments)
     ReplyPtr reply = send_to("/com/orna/PTZ", "com.orna.PTZ", method, parsed);
     g_variant_unref(parsed);
     return reply;
-}
-
-Reply Client::call(const char *method, const char *arguments)
-{
-    const ReplyPtr reply = send(method, arguments);
-    run_until([&] { return reply->done; });
-    return *reply;
 }
 
 ReplyPtr Client::send_to(const char *path, const char *interface, const char *method, GVariant *arguments)

@@ -26,9 +26,12 @@ void run_until(const std::function<bool()> &condition);
 class Client {
   public:
     explicit Client(const std::string &address);
-    ~Client();
     Client(const Client &) = delete;
-    Client &operator=(const Client &) = delete;
+    ~Client()
+    {
+        g_dbus_connection_close_sync(connection_, nullptr, nullptr);
+        g_object_unref(connection_);
+    }
 
     GDBusConnection *connection() const { return connection_; }
     void take_name(const char *name);
@@ -36,7 +39,12 @@ class Client {
     // Calls com.orna.PTZ; the reply comes while the main loop runs. `arguments` in GVariant text, "()" for none.
     ReplyPtr send(const char *method, const char *arguments = "()");
     // The same, and waits for the reply.
-    Reply call(const char *method, const char *arguments = "()");
+    Reply call(const char *method, const char *arguments = "()") { return wait(send(method, arguments)); }
+    static Reply wait(const ReplyPtr &reply)
+    {
+        run_until([&] { return reply->done; });
+        return *reply;
+    }
     // Any method of any object of com.orna.PTZ.
     ReplyPtr send_to(const char *path, const char *interface, const char *method, GVariant *arguments);
 

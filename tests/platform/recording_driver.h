@@ -39,14 +39,11 @@ inline gboolean note(const std::string &line)
     return script.works;
 }
 
-// The changed mode, then how iris, focus and backlight stand.
+// The changed mode, then a digit for how iris, focus and backlight each stand.
 template <char initial>
 gboolean note_modes(PTZDriver *driver)
 {
-    std::string line(1, initial);
-    for (const gint32 mode : {driver->iris_mode, driver->focus_mode, driver->backlight_mode})
-        line += " " + std::to_string(mode);
-    return note(line);
+    return note(initial + std::to_string(100 * driver->iris_mode + 10 * driver->focus_mode + driver->backlight_mode));
 }
 
 // The parameter's group and name.

@@ -62,8 +62,7 @@ TEST(ImageSourceControl, RemembersWhatThePictureDoesAndRefusesWithoutAHandle)
 {
     ImageSourceControl *control = image_source_control_init();
     gboolean blanked = FALSE, frozen = TRUE;
-    EXPECT_TRUE(image_source_control_set_no_video(control, TRUE));
-    EXPECT_TRUE(image_source_control_freeze_video(control, FALSE));
+    EXPECT_TRUE(image_source_control_set_no_video(control, TRUE) && image_source_control_freeze_video(control, FALSE));
     EXPECT_FALSE(image_source_control_set_no_video(nullptr, FALSE));
     image_source_control_read(&blanked, &frozen);
     EXPECT_TRUE(blanked && !frozen);

@@ -24,7 +24,8 @@ class TaskQueueTest : public testing::Test {
     };
 
     // Queues one at that interval; it goes on for as long as its body says.
-    bool add(const std::string &name, std::int64_t interval_us, std::function<bool()> body)
+    bool add(const std::string &name, std::int64_t interval_us, std::function<bool()> body = go_on,
+             TaskQueue::Lane lane = TaskQueue::Lane::normal)
     {
         const auto run = [](PTZTask *task) -> gboolean {
             auto *named = static_cast<NamedTask *>(task);
@@ -35,13 +36,7 @@ class TaskQueueTest : public testing::Test {
             const std::unique_ptr<NamedTask> named(static_cast<NamedTask *>(static_cast<PTZTask *>(task)));
             named->test.done += "~" + named->name + " ";
         };
-        return queue.add(new NamedTask{{run, nullptr, destroy, {}}, *this, name, std::move(body)}, interval_us);
-    }
-
-    // Queues a function that writes that down.
-    void post(const std::string &word, TaskQueue::Lane lane = TaskQueue::Lane::normal)
-    {
-        queue.post([this, word] { done += word + " "; }, lane);
+        return queue.add(new NamedTask{{run, nullptr, destroy, {}}, *this, name, std::move(body)}, interval_us, lane);
     }
 
     // Lets that time pass, runs what is due then and gives what was written down.
@@ -63,7 +58,7 @@ class TaskQueueTest : public testing::Test {
 
 TEST_F(TaskQueueTest, UrgentWorkOvertakesOtherWorkWhichDoesNotStarveTicks)
 {
-    add("tick", 10, go_on);
+    add("tick", 10);
     int posted = 0;
     const std::function<void()> chain = [&] {
         done += "work ";
@@ -72,10 +67,10 @@ TEST_F(TaskQueueTest, UrgentWorkOvertakesOtherWorkWhichDoesNotStarveTicks)
             queue.post(chain);
     };
     queue.post(chain);
-    post("next");
-    post("stop", TaskQueue::Lane::urgent);
-    post("stop-again", TaskQueue::Lane::urgent);
-    EXPECT_EQ(pass(0), "stop stop-again work next work tick work tick ");
+    add("next", 0);
+    add("stop", 0, go_on, TaskQueue::Lane::urgent);
+    add("stop-again", 0, go_on, TaskQueue::Lane::urgent);
+    EXPECT_EQ(pass(0), "stop ~stop stop-again ~stop-again work next ~next work tick work tick ");
 }
 
 TEST_F(TaskQueueTest, RepeatingTasksKeepTheirGridAndSkipMissedTicks)
@@ -95,9 +90,9 @@ TEST_F(TaskQueueTest, RepeatingTasksKeepTheirGridAndSkipMissedTicks)
 
 TEST_F(TaskQueueTest, TasksAreDestroyedOnceWhicheverWayTheyEnd)
 {
-    add("once", 0, go_on); // asks to go on, but was queued once
+    add("once", 0); // asks to go on, but was queued once
     add("ended", 10, [] { return false; });
-    add("cancelled", 10, go_on);
+    add("cancelled", 10);
     EXPECT_EQ(pass(10), "once ~once ended ~ended cancelled ");
     queue.cancel_repeating();
     EXPECT_EQ(done, "once ~once ended ~ended cancelled ~cancelled ");
@@ -105,11 +100,11 @@ TEST_F(TaskQueueTest, TasksAreDestroyedOnceWhicheverWayTheyEnd)
         queue.cancel_repeating(); // ends with this run
         return true;
     });
-    add("due", 10, go_on);
+    add("due", 10);
     EXPECT_EQ(pass(10) + pass(100), "canceller ~due ~canceller ");
 
-    add("waiting", 0, go_on);
-    add("repeating", 10, go_on);
+    add("waiting", 0);
+    add("repeating", 10);
     PTZTask last{nullptr, this, nullptr, {}};
     last.destroy = [](gpointer task) {
         EXPECT_FALSE(static_cast<TaskQueueTest *>(static_cast<PTZTask *>(task)->data)->add("late", 0, go_on));
