@@ -42,12 +42,9 @@ void Client::take_name(const char *name)
 
 ReplyPtr Client::send(const char *method, const char *arguments)
 {
-    GError *error = nullptr;
-    GVariant *parsed = g_variant_parse(nullptr, arguments, nullptr, nullptr, &error);
-    g_assert_no_error(error);
-    ReplyPtr reply = send_to("/com/orna/PTZ", "com.orna.PTZ", method, parsed);
-    g_variant_unref(parsed);
-    return reply;
+    const GOwned<GVariant, g_variant_unref> parsed(g_variant_parse(nullptr, arguments, nullptr, nullptr, nullptr));
+    g_assert_nonnull(parsed.get());
+    return send_to("/com/orna/PTZ", "com.orna.PTZ", method, parsed.get());
 }
 
 ReplyPtr Client::send_to(const char *path, const char *interface, const char *method, GVariant *arguments)
@@ -55,19 +52,19 @@ ReplyPtr Client::send_to(const char *path, const char *interface, const char *me
     const auto finished = [](GObject *source, GAsyncResult *result, gpointer data) {
         const std::unique_ptr<ReplyPtr> reply(static_cast<ReplyPtr *>(data));
         GError *error = nullptr;
-        GVariant *value = g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error);
+        const GOwned<GVariant, g_variant_unref> value(
+            g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error));
         (*reply)->done = true;
-        if (value == nullptr) {
-            const GText name(g_dbus_error_get_remote_error(error));
-            g_dbus_error_strip_remote_error(error);
-            const std::string full = name != nullptr ? name.get() : "";
-            (*reply)->error = full.substr(full.rfind('.') + 1);
-            (*reply)->text = error->message;
-            g_error_free(error);
+        if (value != nullptr) {
+            (*reply)->text = print(value.get());
             return;
         }
-        (*reply)->text = print(value);
-        g_variant_unref(value);
+        const GText name(g_dbus_error_get_remote_error(error));
+        g_dbus_error_strip_remote_error(error);
+        const std::string full = name != nullptr ? name.get() : "";
+        (*reply)->error = full.substr(full.rfind('.') + 1);
+        (*reply)->text = error->message;
+        g_error_free(error);
     };
     auto reply = std::make_shared<Reply>();
     g_dbus_connection_call(connection_, "com.orna.PTZ", path, interface, method, arguments, nullptr,

@@ -13,6 +13,8 @@ struct Reply {
     bool done = false;
     std::string error;
     std::string text;
+    // The result, or "Error: message".
+    std::string said() const { return error.empty() ? text : error + ": " + text; }
 };
 using ReplyPtr = std::shared_ptr<Reply>;
 

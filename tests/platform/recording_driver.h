@@ -23,7 +23,7 @@ struct DriverScript {
     std::mutex gate;                   // as long as the test holds it, get_position does not return
     std::atomic<bool> works{true};     // what the operations return that can fail
     std::atomic<int> state_after_open{PTZ_STATE_RUNNING};
-    std::atomic<int> alive{0}; // drivers: each has a task that holds it, every microsecond, without an end
+    std::atomic<bool> released{false}; // the driver, which a task holds that goes on every microsecond without an end
 
     static inline DriverScript *current = nullptr;
 };
@@ -141,8 +141,7 @@ inline PTZDriver *recording_driver_new(int video_channel_nbr, int id)
         g_type_register_static_simple(PTZ_TYPE_DRIVER, "RecordingDriver", sizeof(PTZDriverClass),
                                       recording::set_up_class, sizeof(PTZDriver), nullptr, static_cast<GTypeFlags>(0));
     gpointer driver = g_object_new(type, "video_channel_nbr", video_channel_nbr, "id", id, nullptr);
-    DriverScript::current->alive++;
     g_object_weak_ref(
-        G_OBJECT(driver), [](gpointer, GObject *) { DriverScript::current->alive--; }, nullptr);
+        G_OBJECT(driver), [](gpointer, GObject *) { DriverScript::current->released = true; }, nullptr);
     return PTZ_DRIVER(driver);
 }
