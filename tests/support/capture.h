@@ -13,7 +13,6 @@
 #include <glib.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <mutex>
 #include <string>
 #include <syslog.h>
@@ -32,8 +31,7 @@ class LogCapture {
   public:
     LogCapture()
     {
-        if (std::exchange(current_, this) != nullptr)
-            std::abort(); // two captures would fight over one sink
+        current_ = this;
         log_set_sink(take_syslog);
         previous_ = g_log_set_default_handler(take_glib, nullptr);
     }
@@ -70,11 +68,8 @@ class LogCapture {
   private:
     static void take_syslog(int priority, const char *text)
     {
-        const char *level = priority == LOG_ERR       ? "error: "
-                            : priority == LOG_WARNING ? "warning: "
-                            : priority == LOG_INFO    ? "info: "
-                                                      : "other: ";
-        current_->add(level, text);
+        static constexpr const char *levels[] = {"error: ", "warning: ", "other: ", "info: "};
+        current_->add(priority >= LOG_ERR && priority <= LOG_INFO ? levels[priority - LOG_ERR] : "other: ", text);
     }
 
     static void take_glib(const gchar *, GLogLevelFlags level, const gchar *text, gpointer)

@@ -5,45 +5,28 @@
 #include "tests/support/bus_fake.h"
 #include "vcc/vccif_status.h"
 
-#include <filesystem>
-#include <fstream>
+#include <algorithm>
 
-std::vector<std::string> PortBench::take_payloads()
+StatusRun::StatusRun()
 {
-    for (std::string &packet : packets)
-        packet.erase(0, 12); // the header: four bytes of three characters
-    return std::exchange(packets, {});
-}
-
-StatusRun::Block StatusRun::make(std::uint8_t tag, std::size_t size)
-{
-    Bytes bytes{tag, 0, static_cast<std::uint8_t>((size - 4) >> 8), static_cast<std::uint8_t>(size - 4)};
-    bytes.resize(size);
-    return {tag, bytes};
+    const std::pair<std::uint8_t, std::size_t> blocks[] = {{0xF8, 528}, {0xE0, 128}, {0x60, 64}, {0x40, 32}};
+    for (const auto &[tag, size] : blocks) {
+        starts_[tag] = bytes_.size();
+        bytes_.insert(bytes_.end(),
+                      {tag, 0, static_cast<std::uint8_t>((size - 4) >> 8), static_cast<std::uint8_t>(size - 4)});
+        bytes_.resize(starts_[tag] + size);
+    }
 }
 
 StatusRun &StatusRun::set(std::uint8_t tag, unsigned offset, unsigned size, std::int64_t value)
 {
-    for (Block &block : blocks_)
-        if (block.tag == tag)
-            for (unsigned i = 0; i < size; ++i)
-                block.bytes[offset + i] = static_cast<std::uint8_t>(value >> (8 * (size - 1 - i)));
+    for (unsigned i = 0; i < size; ++i)
+        bytes_[starts_.at(tag) + offset + i] = static_cast<std::uint8_t>(value >> (8 * (size - 1 - i)));
     return *this;
-}
-
-Bytes StatusRun::bytes() const
-{
-    Bytes run;
-    for (const Block &block : blocks_)
-        run.insert(run.end(), block.bytes.begin(), block.bytes.end());
-    return run;
 }
 
 DriverBench::DriverBench()
 {
-    char name[] = "/tmp/ptz-bench-XXXXXX";
-    folder_ = g_mkdtemp(name);
-    g_setenv("PTZ_DATA_DIR", folder_.c_str(), TRUE);
     framework() = FrameworkBench{};
     bus() = BusBench{};
     ptz_port_canon_forget_config();
@@ -53,19 +36,12 @@ DriverBench::DriverBench()
 DriverBench::~DriverBench()
 {
     drop_driver();
-    g_unsetenv("PTZ_DATA_DIR");
-    std::filesystem::remove_all(folder_);
-}
-
-void DriverBench::write_file(const char *name, const std::string &text) const
-{
-    std::ofstream(folder_ + "/" + name) << text;
 }
 
 void DriverBench::make_driver(bool initialized)
 {
     fake_framework_install();
-    if (!std::filesystem::exists(folder_ + "/krx_driver.conf"))
+    if (!std::filesystem::exists(folder_.file("krx_driver.conf")))
         write_file("krx_driver.conf", GOOD_CONFIG);
     driver = ptz_driver_canon_new(1, 1);
     g_clear_object(&driver->port);
@@ -79,4 +55,43 @@ void DriverBench::drop_driver()
 {
     framework().drop_tasks();
     g_clear_object(&driver);
+}
+
+// The fake port
+
+static PortBench &bench_of(PTZPort *port)
+{
+    return *static_cast<PortBench *>(g_object_get_data(G_OBJECT(port), "bench"));
+}
+
+static void set_up_port_class(gpointer klass, gpointer)
+{
+    auto *port_class = static_cast<PTZPortClass *>(klass);
+    port_class->port_open = [](PTZPort *port) { return ++bench_of(port).opens, 3; };
+    port_class->port_close = [](PTZPort *port) { return ++bench_of(port).closes, 0; };
+    port_class->port_read = [](PTZPort *port, void *buffer, int length, int, int) {
+        PortBench &bench = bench_of(port);
+        ++bench.reads;
+        const std::size_t count = std::min(bench.status.size(), static_cast<std::size_t>(length));
+        std::copy_n(bench.status.begin(), count, static_cast<std::uint8_t *>(buffer));
+        return static_cast<int>(count);
+    };
+    port_class->port_write = [](PTZPort *port, const void *buffer, int length, int, int) {
+        PortBench &bench = bench_of(port);
+        ++bench.attempts;
+        if (bench.deaf)
+            return -1;
+        bench.packets.push_back(to_hex(static_cast<const std::uint8_t *>(buffer), static_cast<std::size_t>(length)));
+        return length;
+    };
+}
+
+PTZPort *fake_port_new(PortBench *bench)
+{
+    static const GType type =
+        g_type_register_static_simple(PTZ_TYPE_PORT, "FakePort", sizeof(PTZPortClass), set_up_port_class,
+                                      sizeof(PTZPort), nullptr, static_cast<GTypeFlags>(0));
+    gpointer port = g_object_new(type, nullptr);
+    g_object_set_data(G_OBJECT(port), "bench", bench);
+    return PTZ_PORT(port);
 }

@@ -5,6 +5,7 @@
 #include "core/ptz_driver_canon.h"
 #include "tests/support/capture.h"
 #include "tests/support/hex.h"
+#include "tests/support/temp_folder.h"
 #include "tests/support/virtual_clock.h"
 
 #include <gtest/gtest.h>
@@ -26,22 +27,24 @@ struct PortBench {
     int attempts = 0, reads = 0, opens = 0, closes = 0;
 
     // The command records of the packets so far, header cut off; forgets them.
-    std::vector<std::string> take_payloads();
+    std::vector<std::string> take_payloads()
+    {
+        for (std::string &packet : packets)
+            packet.erase(0, 12); // the header: four bytes of three characters
+        return std::exchange(packets, {});
+    }
 };
 
 // A run of the four status blocks at full size, all zero but for what is set by tag and offset.
 class StatusRun {
   public:
+    StatusRun();
     StatusRun &set(std::uint8_t tag, unsigned offset, unsigned size, std::int64_t value);
-    Bytes bytes() const;
+    const Bytes &bytes() const { return bytes_; }
 
   private:
-    struct Block {
-        std::uint8_t tag;
-        Bytes bytes;
-    };
-    std::vector<Block> blocks_ = {make(0xF8, 528), make(0xE0, 128), make(0x60, 64), make(0x40, 32)};
-    static Block make(std::uint8_t tag, std::size_t size);
+    std::map<std::uint8_t, std::size_t> starts_;
+    Bytes bytes_;
 };
 
 // What the driver asked of the framework and the other services, in order.
@@ -57,7 +60,7 @@ struct FrameworkBench {
     // The parameters that the driver may read, in any group.
     std::map<std::string, std::variant<int, const char *, bool>> params;
 
-    std::vector<std::string> take();
+    std::vector<std::string> take() { return std::exchange(calls, {}); }
     // Runs every queued task once; those that want to go on stay queued. Returns how many remain.
     std::size_t run_tasks();
     void drop_tasks();
@@ -79,8 +82,8 @@ class DriverBench : public ::testing::Test {
     ~DriverBench() override;
 
     // A folder of its own, which PTZ_DATA_DIR names while the test runs.
-    const std::string &folder() const { return folder_; }
-    void write_file(const char *name, const std::string &text) const;
+    std::string folder() const { return folder_.path(); }
+    void write_file(const char *name, const std::string &text) const { folder_.write(name, text); }
 
     // Makes the driver; the fixture of most tests does so at once. `initialized`: as after start-up.
     void make_driver(bool initialized = true);
@@ -92,7 +95,7 @@ class DriverBench : public ::testing::Test {
     PTZDriverCanon *driver = nullptr;
 
   private:
-    std::string folder_;
+    TempFolder folder_{"PTZ_DATA_DIR"};
 };
 
 // 16.16 values as a move carries them.

@@ -41,15 +41,13 @@ struct ugpio {
     std::string key;
 };
 
-namespace {
-
-FakeHardware &hardware()
+static FakeHardware &hardware()
 {
     return *FakeHardware::current;
 }
 
 // For "request" and "drive" with the label and the level, if any, in `rest`.
-ugpio *new_handle(const char *operation, const std::string &key, const std::string &rest = "")
+static ugpio *new_handle(const char *operation, const std::string &key, const std::string &rest = "")
 {
     if (hardware().fails(std::string(operation) + " " + key + rest))
         return nullptr;
@@ -57,26 +55,20 @@ ugpio *new_handle(const char *operation, const std::string &key, const std::stri
     return new ugpio{key};
 }
 
-int result(const std::string &call)
-{
-    return hardware().fails(call) ? -1 : 0;
-}
-
-int message(const spi_ioc_transfer &burst)
+static int message(const spi_ioc_transfer &burst)
 {
     FakeHardware &fake = hardware();
     if (fake.fails("message " + std::to_string(burst.len)))
         return -1;
-    fake.transfer = "speed " + std::to_string(burst.speed_hz) + " delay " + std::to_string(burst.delay_usecs) +
-                    " bits " + std::to_string(burst.bits_per_word) + " cs " + std::to_string(burst.cs_change) + " tx " +
-                    std::to_string(burst.tx_nbits) + " rx " + std::to_string(burst.rx_nbits) + " word " +
-                    std::to_string(burst.word_delay_usecs);
+    fake.transfer = {burst.speed_hz, burst.delay_usecs, burst.bits_per_word,   burst.cs_change,
+                     burst.tx_nbits, burst.rx_nbits,    burst.word_delay_usecs};
     const auto *out = reinterpret_cast<const std::uint8_t *>(burst.tx_buf);
+    const FakeHardware::Bytes sent(out, out + burst.len);
     FakeHardware::Bytes reply;
     if (fake.partner) {
-        reply = fake.partner({out, out + burst.len});
+        reply = fake.partner(sent);
     } else {
-        fake.sent.emplace_back(out, out + burst.len);
+        fake.sent.push_back(sent);
         fake.replies.resize(std::max<std::size_t>(fake.replies.size(), 1));
         reply = std::move(fake.replies.front());
         fake.replies.pop_front();
@@ -85,8 +77,6 @@ int message(const spi_ioc_transfer &burst)
     std::memcpy(reinterpret_cast<void *>(burst.rx_buf), reply.data(), burst.len);
     return static_cast<int>(burst.len);
 }
-
-} // namespace
 
 ugpio *ugpio_request(int number, const char *label)
 {
@@ -110,7 +100,7 @@ ugpio *ugpio_request_one_named(const char *name, unsigned flags)
 
 int ugpio_full_open(ugpio *line)
 {
-    return result("open " + line->key);
+    return hardware().result("open " + line->key);
 }
 
 int ugpio_get_value(ugpio *line)
@@ -129,7 +119,7 @@ int ugpio_get_value(ugpio *line)
 
 int ugpio_set_edge(ugpio *line, unsigned flags)
 {
-    return result("edge " + line->key + " " + std::to_string(flags));
+    return hardware().result("edge " + line->key + " " + std::to_string(flags));
 }
 
 int ugpio_fd(ugpio *line)
@@ -139,7 +129,7 @@ int ugpio_fd(ugpio *line)
 
 int ugpio_close(ugpio *line)
 {
-    const int done = result("close " + line->key);
+    const int done = hardware().result("close " + line->key);
     if (hardware().on_close)
         hardware().on_close();
     errno = EBADMSG; // what a careless caller would report instead of the failure before
@@ -160,7 +150,7 @@ int spidev_open(const char *path, int flags)
     fake.opened_flags = flags;
     if (fake.fails(std::string("spi-open ") + path))
         return -1;
-    return fake.device != nullptr ? open(fake.device, flags | fake.device_flags) : 900;
+    return open("/dev/null", flags | fake.device_flags);
 }
 
 int spidev_ioctl(int, unsigned long request, void *arg)
@@ -168,19 +158,17 @@ int spidev_ioctl(int, unsigned long request, void *arg)
     if (request == SPI_IOC_MESSAGE(1))
         return message(*static_cast<const spi_ioc_transfer *>(arg));
     FakeHardware &fake = hardware();
-    struct Setting {
-        const char *call;
-        std::uint32_t *read_back; // null: the request writes
-    };
-    const std::map<unsigned long, Setting> settings = {
-        {SPI_IOC_WR_MODE32, {"wr-mode", nullptr}},        {SPI_IOC_RD_MODE32, {"rd-mode", &fake.mode}},
-        {SPI_IOC_WR_BITS_PER_WORD, {"wr-bits", nullptr}}, {SPI_IOC_RD_BITS_PER_WORD, {"rd-bits", &fake.bits}},
-        {SPI_IOC_WR_MAX_SPEED_HZ, {"wr-speed", nullptr}}, {SPI_IOC_RD_MAX_SPEED_HZ, {"rd-speed", &fake.speed}}};
-    const auto &[call, read_back] = settings.at(request);
+    const std::map<unsigned long, std::pair<std::string, std::uint32_t *>> settings = {
+        {SPI_IOC_WR_MODE32, {"wr-mode ", nullptr}},        {SPI_IOC_RD_MODE32, {"rd-mode", &fake.mode}},
+        {SPI_IOC_WR_BITS_PER_WORD, {"wr-bits ", nullptr}}, {SPI_IOC_RD_BITS_PER_WORD, {"rd-bits", &fake.bits}},
+        {SPI_IOC_WR_MAX_SPEED_HZ, {"wr-speed ", nullptr}}, {SPI_IOC_RD_MAX_SPEED_HZ, {"rd-speed", &fake.speed}}};
+    auto [call, read_back] = settings.at(request);
     std::uint32_t written = 0;
-    if (read_back == nullptr)
+    if (read_back == nullptr) {
         std::memcpy(&written, arg, _IOC_SIZE(request));
-    if (fake.fails(read_back != nullptr ? call : call + (" " + std::to_string(written))))
+        call += std::to_string(written);
+    }
+    if (fake.fails(call))
         return -1;
     if (read_back != nullptr)
         std::memcpy(arg, read_back, _IOC_SIZE(request));

@@ -33,10 +33,7 @@ class FakeHardware {
     int live_handles = 0;
     std::function<void()> on_close; // called in ugpio_close
 
-    // What spidev_open gives: a descriptor of this path, opened with these flags besides the driver's own; null: a
-    // number that is no descriptor.
-    const char *device = "/dev/null";
-    int device_flags = 0;
+    int device_flags = 0;                              // what the device is opened with besides the driver's own
     int opened_flags = 0;                              // as the driver gave them
     std::uint32_t mode = 9, bits = 8, speed = 3000000; // what the device reads back
 
@@ -44,11 +41,12 @@ class FakeHardware {
     std::vector<Bytes> sent;                         // what each burst clocked out
     std::deque<Bytes> replies;                       // what the next bursts clock in, filled up with 0xEE
     std::function<Bytes(const Bytes &sent)> partner; // answers in the place of `replies`; nothing is kept in `sent`
-    std::string transfer; // the last burst: "speed 3000000 delay 1 bits 8 cs 0 tx 0 rx 0 word 0"
+    std::vector<unsigned> transfer;                  // the last burst: speed, delay, bits, cs, tx, rx, word delay
 
     // Used by the C functions.
     static inline FakeHardware *current = nullptr;
     bool fails(const std::string &call);
+    int result(const std::string &call) { return fails(call) ? -1 : 0; }
 };
 
 // How many descriptors this process holds.

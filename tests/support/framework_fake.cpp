@@ -1,5 +1,6 @@
 #include "tests/support/driver_fixture.h"
 
+#include "core/glib_raii.h"
 #include "driver/ptz_driver_canon_type.h"
 
 #include <cstdarg>
@@ -9,16 +10,12 @@ namespace {
 FrameworkBench bench;
 guint32 spare_values[PTZ_STATUS_SPARE_RECORDS];
 
-void note(const char *format, ...) __attribute__((format(printf, 1, 2)));
-
-void note(const char *format, ...)
+__attribute__((format(printf, 1, 2))) void note(const char *format, ...)
 {
     va_list args;
     va_start(args, format);
-    char *text = g_strdup_vprintf(format, args);
+    bench.calls.emplace_back(GText(g_strdup_vprintf(format, args)).get());
     va_end(args);
-    bench.calls.emplace_back(text);
-    g_free(text);
 }
 
 gboolean add_params(PTZDriver *, const char *group, const PTZParamDefinition *table)
@@ -73,13 +70,9 @@ gboolean set_param_bool(PTZDriver *driver, const char *group, const char *name, 
 
 std::string text_of(const ScParam &param)
 {
-    char text[64];
     if (param.type == SC_TYPE_REAL)
-        g_snprintf(text, sizeof text, " %s=%g", param.key,
-                   static_cast<double>(*static_cast<const float *>(param.value)));
-    else
-        g_snprintf(text, sizeof text, " %s=%d", param.key, *static_cast<const gint32 *>(param.value));
-    return text;
+        return GText(g_strdup_printf(" %s=%g", param.key, double{*static_cast<const float *>(param.value)})).get();
+    return " " + std::string(param.key) + "=" + std::to_string(*static_cast<const gint32 *>(param.value));
 }
 
 } // namespace
@@ -89,15 +82,9 @@ FrameworkBench &framework()
     return bench;
 }
 
-std::vector<std::string> FrameworkBench::take()
-{
-    return std::exchange(calls, {});
-}
-
 std::size_t FrameworkBench::run_tasks()
 {
-    std::deque<PTZTask *> due = std::exchange(queued, {});
-    for (PTZTask *task : due) {
+    for (PTZTask *task : std::exchange(queued, {})) {
         if (task->function(task))
             queued.push_back(task);
         else

@@ -2,12 +2,13 @@
 
 #include "tests/platform/bus_fixture.h"
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
 Process::Process(const std::vector<std::string> &command, const Variables &environment, const std::string &log_file)
-    : cancel_(g_cancellable_new()), log_file_(log_file)
+    : log_file_(log_file)
 {
     std::filesystem::remove(log_file); // what an earlier run wrote must not be taken for this one's
     GSubprocessLauncher *launcher = g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_STDERR_MERGE);
@@ -24,41 +25,26 @@ Process::Process(const std::vector<std::string> &command, const Variables &envir
     if (process_ == nullptr) {
         ADD_FAILURE() << error->message;
         g_error_free(error);
-        ended_ = true;
-        return;
     }
-    g_subprocess_wait_async(process_, cancel_, on_end, this);
 }
 
 Process::~Process()
 {
-    if (!ended_) {
-        g_subprocess_force_exit(process_);
-        wait();
-    }
-    g_cancellable_cancel(cancel_);
-    while (g_main_context_iteration(nullptr, FALSE)) {
-    }
+    signal(SIGKILL);
+    run_until([this] { return ended(); });
     g_clear_object(&process_);
-    g_object_unref(cancel_);
-}
-
-void Process::on_end(GObject *source, GAsyncResult *result, gpointer data)
-{
-    if (g_subprocess_wait_finish(G_SUBPROCESS(source), result, nullptr))
-        static_cast<Process *>(data)->ended_ = true;
 }
 
 void Process::signal(int number)
 {
-    if (!ended_)
+    if (!ended())
         g_subprocess_send_signal(process_, number);
 }
 
 int Process::wait()
 {
-    run_until([this] { return ended_; });
-    if (!ended_ || process_ == nullptr)
+    run_until([this] { return ended(); });
+    if (!ended() || process_ == nullptr)
         return -1000;
     return g_subprocess_get_if_exited(process_) ? g_subprocess_get_exit_status(process_)
                                                 : -g_subprocess_get_term_sig(process_);

@@ -19,15 +19,11 @@ class Process {
     void signal(int number);
     // Its exit status, or minus the signal that ended it; waits at most 20 seconds for it, then fails with -1000.
     int wait();
-    bool ended() const { return ended_; }
+    bool ended() const { return process_ == nullptr || g_subprocess_get_identifier(process_) == nullptr; }
     std::string output() const;
     std::string pid() const { return g_subprocess_get_identifier(process_); }
 
   private:
-    static void on_end(GObject *source, GAsyncResult *result, gpointer data);
-
-    GSubprocess *process_ = nullptr;
-    GCancellable *cancel_;
+    GSubprocess *process_;
     std::string log_file_;
-    bool ended_ = false;
 };
