@@ -32,7 +32,7 @@ TEST_F(PortObjectTest, OpeningSetsTheDeviceUpAndTakesOverWhatItReadsBack)
     hardware.speed = 2500000;
     open_port(port);
     EXPECT_EQ(fcntl(port->fd, F_GETFL) & (O_ACCMODE | O_NONBLOCK), O_RDWR | O_NONBLOCK);
-    EXPECT_NE(hardware.opened_flags & O_CLOEXEC, 0);
+    EXPECT_NE(fcntl(port->fd, F_GETFD) & FD_CLOEXEC, 0);
     EXPECT_GE(open_port(port), 0); // after closing the former descriptor
     EXPECT_EQ(hardware.calls, (Lines{"spi-open /dev/spidev1.0", "wr-mode 9", "rd-mode", "wr-bits 8", "rd-bits",
                                      "wr-speed 3000000", "rd-speed", "spi-open /dev/spidev1.0", "wr-mode 1", "rd-mode",

@@ -45,7 +45,7 @@ TEST_F(TransferTest, WriteClocksTheFrameWithZeroFillerAndTakesTheAnswerInEitherB
     Bytes expected{0x00, 0x03, 0xFE, 0xDA, 'a', 'b', 'c'};
     expected.resize(1024, 0);
     EXPECT_EQ(hardware.sent, std::vector<Bytes>(2, expected));
-    EXPECT_EQ(hardware.transfer, (std::vector<unsigned>{3000000, 1, 8, 0, 0, 0, 0}));
+    EXPECT_EQ(hardware.transfer, (std::vector<unsigned>{3000000, 1, 8, 0, 0}));
 }
 
 TEST_F(TransferTest, ReadClocksAnEmptyFrameAndCopiesWhatFits)

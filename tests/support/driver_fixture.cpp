@@ -7,57 +7,13 @@
 
 #include <algorithm>
 
-StatusRun::StatusRun()
-{
-    const std::pair<std::uint8_t, std::size_t> blocks[] = {{0xF8, 528}, {0xE0, 128}, {0x60, 64}, {0x40, 32}};
-    for (const auto &[tag, size] : blocks) {
-        starts_[tag] = bytes_.size();
-        bytes_.insert(bytes_.end(),
-                      {tag, 0, static_cast<std::uint8_t>((size - 4) >> 8), static_cast<std::uint8_t>(size - 4)});
-        bytes_.resize(starts_[tag] + size);
-    }
-}
-
 StatusRun &StatusRun::set(std::uint8_t tag, unsigned offset, unsigned size, std::int64_t value)
 {
+    const unsigned at = offset + (tag == 0xF8 ? 0 : tag == 0xE0 ? 528 : tag == 0x60 ? 528 + 128 : 528 + 128 + 64);
     for (unsigned i = 0; i < size; ++i)
-        bytes_[starts_.at(tag) + offset + i] = static_cast<std::uint8_t>(value >> (8 * (size - 1 - i)));
+        bytes_[at + i] = static_cast<std::uint8_t>(value >> (8 * (size - 1 - i)));
     return *this;
 }
-
-DriverBench::DriverBench()
-{
-    framework() = FrameworkBench{};
-    bus() = BusBench{};
-    ptz_port_canon_forget_config();
-    vccif_clear_status();
-}
-
-DriverBench::~DriverBench()
-{
-    drop_driver();
-}
-
-void DriverBench::make_driver(bool initialized)
-{
-    fake_framework_install();
-    if (!std::filesystem::exists(folder_.file("krx_driver.conf")))
-        write_file("krx_driver.conf", GOOD_CONFIG);
-    driver = ptz_driver_canon_new(1, 1);
-    g_clear_object(&driver->port);
-    driver->port = fake_port_new(&port);
-    driver->driver_initialized = initialized;
-    log.take();
-    framework().take();
-}
-
-void DriverBench::drop_driver()
-{
-    framework().drop_tasks();
-    g_clear_object(&driver);
-}
-
-// The fake port
 
 static PortBench &bench_of(PTZPort *port)
 {
@@ -86,7 +42,8 @@ static void set_up_port_class(gpointer klass, gpointer)
     };
 }
 
-PTZPort *fake_port_new(PortBench *bench)
+// A new port without a device, on that bench, which must outlive it.
+static PTZPort *new_port(PortBench *bench)
 {
     static const GType type =
         g_type_register_static_simple(PTZ_TYPE_PORT, "FakePort", sizeof(PTZPortClass), set_up_port_class,
@@ -94,4 +51,25 @@ PTZPort *fake_port_new(PortBench *bench)
     gpointer port = g_object_new(type, nullptr);
     g_object_set_data(G_OBJECT(port), "bench", bench);
     return PTZ_PORT(port);
+}
+
+DriverBench::DriverBench()
+{
+    framework() = FrameworkBench{};
+    bus() = BusBench{};
+    ptz_port_canon_forget_config();
+    vccif_clear_status();
+}
+
+void DriverBench::make_driver(bool initialized)
+{
+    fake_framework_install();
+    if (!std::filesystem::exists(folder_.file("krx_driver.conf")))
+        write_file("krx_driver.conf", GOOD_CONFIG);
+    driver = ptz_driver_canon_new(1, 1);
+    g_clear_object(&driver->port);
+    driver->port = new_port(&port);
+    driver->driver_initialized = initialized;
+    log.take();
+    framework().take();
 }

@@ -38,13 +38,15 @@ struct PortBench {
 // A run of the four status blocks at full size, all zero but for what is set by tag and offset.
 class StatusRun {
   public:
-    StatusRun();
+    StatusRun()
+    {
+        set(0xF8, 0, 4, 0xF800020C).set(0xE0, 0, 4, 0xE000007C).set(0x60, 0, 4, 0x6000003C).set(0x40, 0, 4, 0x4000001C);
+    }
     StatusRun &set(std::uint8_t tag, unsigned offset, unsigned size, std::int64_t value);
     const Bytes &bytes() const { return bytes_; }
 
   private:
-    std::map<std::uint8_t, std::size_t> starts_;
-    Bytes bytes_;
+    Bytes bytes_ = Bytes(528 + 128 + 64 + 32);
 };
 
 // What the driver asked of the framework and the other services, in order.
@@ -63,7 +65,11 @@ struct FrameworkBench {
     std::vector<std::string> take() { return std::exchange(calls, {}); }
     // Runs every queued task once; those that want to go on stay queued. Returns how many remain.
     std::size_t run_tasks();
-    void drop_tasks();
+    void drop_tasks()
+    {
+        for (PTZTask *task : std::exchange(queued, {}))
+            task->destroy(task);
+    }
 };
 
 // The bench in force: one at a time.
@@ -73,13 +79,10 @@ FrameworkBench &framework();
 // (status cache, data caches, picture control) are replaced by definitions in the test executable.
 void fake_framework_install();
 
-// A new port without a device, on that bench, which must outlive it.
-PTZPort *fake_port_new(PortBench *bench);
-
 class DriverBench : public ::testing::Test {
   protected:
     DriverBench();
-    ~DriverBench() override;
+    ~DriverBench() override { drop_driver(); }
 
     // A folder of its own, which PTZ_DATA_DIR names while the test runs.
     std::string folder() const { return folder_.path(); }
@@ -87,7 +90,11 @@ class DriverBench : public ::testing::Test {
 
     // Makes the driver; the fixture of most tests does so at once. `initialized`: as after start-up.
     void make_driver(bool initialized = true);
-    void drop_driver();
+    void drop_driver()
+    {
+        framework().drop_tasks();
+        g_clear_object(&driver);
+    }
 
     VirtualClock clock;
     LogCapture log;

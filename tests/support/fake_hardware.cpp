@@ -60,8 +60,7 @@ static int message(const spi_ioc_transfer &burst)
     FakeHardware &fake = hardware();
     if (fake.fails("message " + std::to_string(burst.len)))
         return -1;
-    fake.transfer = {burst.speed_hz, burst.delay_usecs, burst.bits_per_word,   burst.cs_change,
-                     burst.tx_nbits, burst.rx_nbits,    burst.word_delay_usecs};
+    fake.transfer = {burst.speed_hz, burst.delay_usecs, burst.bits_per_word, burst.cs_change, burst.word_delay_usecs};
     const auto *out = reinterpret_cast<const std::uint8_t *>(burst.tx_buf);
     const FakeHardware::Bytes sent(out, out + burst.len);
     FakeHardware::Bytes reply;
@@ -146,11 +145,7 @@ void ugpio_free(ugpio *line)
 
 int spidev_open(const char *path, int flags)
 {
-    FakeHardware &fake = hardware();
-    fake.opened_flags = flags;
-    if (fake.fails(std::string("spi-open ") + path))
-        return -1;
-    return open("/dev/null", flags | fake.device_flags);
+    return hardware().fails(std::string("spi-open ") + path) ? -1 : open("/dev/null", flags | hardware().device_flags);
 }
 
 int spidev_ioctl(int, unsigned long request, void *arg)

@@ -34,14 +34,13 @@ class FakeHardware {
     std::function<void()> on_close; // called in ugpio_close
 
     int device_flags = 0;                              // what the device is opened with besides the driver's own
-    int opened_flags = 0;                              // as the driver gave them
     std::uint32_t mode = 9, bits = 8, speed = 3000000; // what the device reads back
 
     using Bytes = std::vector<std::uint8_t>;
     std::vector<Bytes> sent;                         // what each burst clocked out
     std::deque<Bytes> replies;                       // what the next bursts clock in, filled up with 0xEE
     std::function<Bytes(const Bytes &sent)> partner; // answers in the place of `replies`; nothing is kept in `sent`
-    std::vector<unsigned> transfer;                  // the last burst: speed, delay, bits, cs, tx, rx, word delay
+    std::vector<unsigned> transfer;                  // the last burst: speed, delay, bits, cs, word delay
 
     // Used by the C functions.
     static inline FakeHardware *current = nullptr;

@@ -5,81 +5,20 @@
 
 #include <cstdarg>
 
-namespace {
-
-FrameworkBench bench;
-guint32 spare_values[PTZ_STATUS_SPARE_RECORDS];
-
-__attribute__((format(printf, 1, 2))) void note(const char *format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    bench.calls.emplace_back(GText(g_strdup_vprintf(format, args)).get());
-    va_end(args);
-}
-
-gboolean add_params(PTZDriver *, const char *group, const PTZParamDefinition *table)
-{
-    std::string names;
-    for (; table->type != PTZ_PARAM_END; ++table)
-        names.append(" ").append(table->name);
-    note("add_params %s%s", group, names.c_str());
-    return !bench.refuse_params;
-}
-
-gboolean queue_task(PTZDriver *, PTZTask *task, gint64 interval)
-{
-    note("queue_task %d", static_cast<int>(interval));
-    bench.queued.push_back(task);
-    return TRUE;
-}
-
-gboolean run_start_routine(PTZDriver *driver)
-{
-    note("run_start_routine");
-    return driver->start_routine != nullptr && driver->start_routine(driver);
-}
-
-int report_status_params(PTZDriver *, int pan, int tilt, int zoom, int focus, int iris, int brightness,
-                         guint32 position, guint32 speed, int one, int max, ScParam *spare)
-{
-    note("report %d %d %d %d %d %d results %u %u words %d %d", pan, tilt, zoom, focus, iris, brightness, position,
-         speed, one, max);
-    for (int i = 0; i < bench.status_records; ++i)
-        spare[i] = ScParam{"SPARE", 4, &spare_values[i], SC_TYPE_INTEGER};
-    return bench.status_records;
-}
-
-gboolean emit_event(PTZDriver *, int kind, const void *data, GError **)
-{
-    const auto *event = static_cast<const PTZCameraErrorEvent *>(data);
-    note("event %d %02X %s", kind, event->error_bits, event->text);
-    return TRUE;
-}
-
-gboolean set_param_string(PTZDriver *, const char *group, const char *name, const char *value)
-{
-    note("set %s.%s %s", group, name, value != nullptr ? value : "(none)");
-    return !bench.refuse_params;
-}
-
-gboolean set_param_bool(PTZDriver *driver, const char *group, const char *name, gboolean value)
-{
-    return set_param_string(driver, group, name, value ? "true" : "false");
-}
-
-std::string text_of(const ScParam &param)
-{
-    if (param.type == SC_TYPE_REAL)
-        return GText(g_strdup_printf(" %s=%g", param.key, double{*static_cast<const float *>(param.value)})).get();
-    return " " + std::string(param.key) + "=" + std::to_string(*static_cast<const gint32 *>(param.value));
-}
-
-} // namespace
+static guint32 spare_values[PTZ_STATUS_SPARE_RECORDS];
 
 FrameworkBench &framework()
 {
+    static FrameworkBench bench;
     return bench;
+}
+
+__attribute__((format(printf, 1, 2))) static void note(const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    framework().calls.emplace_back(GText(g_strdup_vprintf(format, args)).get());
+    va_end(args);
 }
 
 std::size_t FrameworkBench::run_tasks()
@@ -93,27 +32,61 @@ std::size_t FrameworkBench::run_tasks()
     return queued.size();
 }
 
-void FrameworkBench::drop_tasks()
+static gboolean set_param(PTZDriver *, const char *group, const char *name, const char *value)
 {
-    for (PTZTask *task : std::exchange(queued, {}))
-        task->destroy(task);
+    note("set %s.%s %s", group, name, value != nullptr ? value : "(none)");
+    return !framework().refuse_params;
+}
+
+static int report_status_params(PTZDriver *, int pan, int tilt, int zoom, int focus, int iris, int brightness,
+                                guint32 position, guint32 speed, int one, int max, ScParam *spare)
+{
+    note("report %d %d %d %d %d %d results %u %u words %d %d", pan, tilt, zoom, focus, iris, brightness, position,
+         speed, one, max);
+    for (int i = 0; i < framework().status_records; ++i)
+        spare[i] = ScParam{"SPARE", 4, &spare_values[i], SC_TYPE_INTEGER};
+    return framework().status_records;
 }
 
 void fake_framework_install()
 {
     auto *klass = static_cast<PTZDriverClass *>(g_type_class_ref(ptz_driver_canon_get_type())); // kept for good
-    klass->add_params = add_params;
-    klass->queue_task = queue_task;
-    klass->run_start_routine = run_start_routine;
+    klass->add_params = [](PTZDriver *, const char *group, const PTZParamDefinition *table) -> gboolean {
+        std::string names;
+        for (; table->type != PTZ_PARAM_END; ++table)
+            names.append(" ").append(table->name);
+        note("add_params %s%s", group, names.c_str());
+        return !framework().refuse_params;
+    };
+    klass->queue_task = [](PTZDriver *, PTZTask *task, gint64 interval) -> gboolean {
+        note("queue_task %d", static_cast<int>(interval));
+        framework().queued.push_back(task);
+        return TRUE;
+    };
+    klass->run_start_routine = [](PTZDriver *driver) -> gboolean {
+        note("run_start_routine");
+        return driver->start_routine != nullptr && driver->start_routine(driver);
+    };
     klass->prepare_move = [](PTZDriver *) { note("prepare_move"); };
     klass->idle_poll = [](PTZDriver *, int word) { note("idle_poll %d", word); };
     klass->report_status_params = report_status_params;
-    klass->emit_event = emit_event;
-    klass->set_param_bool = set_param_bool;
-    klass->set_param_string = set_param_string;
+    klass->emit_event = [](PTZDriver *, int kind, const void *data, GError **) -> gboolean {
+        const auto *event = static_cast<const PTZCameraErrorEvent *>(data);
+        note("event %d %02X %s", kind, event->error_bits, event->text);
+        return TRUE;
+    };
+    klass->set_param_bool = [](PTZDriver *driver, const char *group, const char *name, gboolean value) {
+        return set_param(driver, group, name, value ? "true" : "false");
+    };
+    klass->set_param_string = set_param;
 }
 
-extern "C" {
+static std::string text_of(const ScParam &param)
+{
+    if (param.type == SC_TYPE_REAL)
+        return GText(g_strdup_printf(" %s=%g", param.key, double{*static_cast<const float *>(param.value)})).get();
+    return " " + std::string(param.key) + "=" + std::to_string(*static_cast<const gint32 *>(param.value));
+}
 
 int sc_set_group(const char *group, const ScParam *const *params, int flags)
 {
@@ -122,13 +95,13 @@ int sc_set_group(const char *group, const ScParam *const *params, int flags)
     for (; params[count] != nullptr; ++count)
         text += text_of(*params[count]);
     note("group %s flags=%d%s", group, flags, text.c_str());
-    return bench.set_group_fails ? -1 : count - bench.set_group_short;
+    return framework().set_group_fails ? -1 : count - framework().set_group_short;
 }
 
 GValue *ptz_dynamical_properties_get(PTZDynamicalProperties *, const char *name)
 {
-    const auto found = bench.params.find(name);
-    if (found == bench.params.end())
+    const auto found = framework().params.find(name);
+    if (found == framework().params.end())
         return nullptr;
     GValue *value = g_new0(GValue, 1);
     if (const int *number = std::get_if<int>(&found->second))
@@ -150,7 +123,7 @@ void ptz_driver_connect_imaging_params(PTZDriver *, const char *group, const cha
     int ptz_driver_##name##_datacache_init(PTZDriver *)                                                                \
     {                                                                                                                  \
         note("open " #name " cache");                                                                                  \
-        return bench.datacache_result;                                                                                 \
+        return framework().datacache_result;                                                                           \
     }                                                                                                                  \
     void ptz_driver_##name##_datacache_close(PTZDriver *)                                                              \
     {                                                                                                                  \
@@ -199,13 +172,11 @@ void ptz_driver_moving_datacache_update(int pan_mode, int tilt_mode, int pan_mov
 gboolean image_source_control_set_no_video(ImageSourceControl *, gboolean no_video)
 {
     note("video %s", no_video ? "off" : "on");
-    return !bench.picture_fails;
+    return !framework().picture_fails;
 }
 
 gboolean image_source_control_freeze_video(ImageSourceControl *, gboolean freeze)
 {
     note("picture %s", freeze ? "frozen" : "live");
-    return !bench.picture_fails;
+    return !framework().picture_fails;
 }
-
-} // extern "C"
