@@ -5,7 +5,7 @@
 //   EXPECT_EQ(log.take(), (Lines{"error: Invalid status length"}));
 //   EXPECT_EQ(log.take(), (Lines{guard_line("vccif_append_data", "len > 0")}));
 //
-// One at a time per process; on destruction messages go where they went before. Safe to use from several threads.
+// One at a time per process; on destruction messages go where they go by default. Safe to use from several threads.
 #pragma once
 
 #include "core/log.h"
@@ -33,12 +33,12 @@ class LogCapture {
     {
         current_ = this;
         log_set_sink(take_syslog);
-        previous_ = g_log_set_default_handler(take_glib, nullptr);
+        g_log_set_default_handler(take_glib, nullptr);
     }
 
     ~LogCapture()
     {
-        g_log_set_default_handler(previous_, nullptr);
+        g_log_set_default_handler(g_log_default_handler, nullptr);
         log_set_sink(nullptr);
         current_ = nullptr;
     }
@@ -84,7 +84,6 @@ class LogCapture {
     }
 
     static inline LogCapture *current_ = nullptr;
-    GLogFunc previous_ = nullptr;
     mutable std::mutex mutex_;
     Lines lines_;
 };

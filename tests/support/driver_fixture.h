@@ -42,7 +42,13 @@ class StatusRun {
     {
         set(0xF8, 0, 4, 0xF800020C).set(0xE0, 0, 4, 0xE000007C).set(0x60, 0, 4, 0x6000003C).set(0x40, 0, 4, 0x4000001C);
     }
-    StatusRun &set(std::uint8_t tag, unsigned offset, unsigned size, std::int64_t value);
+    StatusRun &set(std::uint8_t tag, unsigned offset, unsigned size, std::int64_t value)
+    {
+        const unsigned at = offset + (tag == 0xF8 ? 0 : tag == 0xE0 ? 528 : tag == 0x60 ? 528 + 128 : 528 + 128 + 64);
+        for (unsigned i = 0; i < size; ++i)
+            bytes_[at + i] = static_cast<std::uint8_t>(value >> (8 * (size - 1 - i)));
+        return *this;
+    }
     const Bytes &bytes() const { return bytes_; }
 
   private:

@@ -23,13 +23,12 @@ std::vector<std::string> FakeHardware::calls_of(std::initializer_list<std::strin
 bool FakeHardware::fails(const std::string &call)
 {
     calls.push_back(call);
-    for (const auto &[prefix, error] : failing) {
-        if (call.starts_with(prefix)) {
-            errno = error;
-            return true;
-        }
-    }
-    return false;
+    const auto found =
+        std::find_if(failing.begin(), failing.end(), [&](const auto &one) { return call.starts_with(one.first); });
+    if (found == failing.end())
+        return false;
+    errno = found->second;
+    return true;
 }
 
 int open_descriptors()
@@ -41,23 +40,20 @@ struct ugpio {
     std::string key;
 };
 
-static FakeHardware &hardware()
-{
-    return *FakeHardware::current;
-}
+static FakeHardware *const &hardware = FakeHardware::current;
 
 // For "request" and "drive" with the label and the level, if any, in `rest`.
 static ugpio *new_handle(const char *operation, const std::string &key, const std::string &rest = "")
 {
-    if (hardware().fails(std::string(operation) + " " + key + rest))
+    if (hardware->fails(std::string(operation) + " " + key + rest))
         return nullptr;
-    ++hardware().live_handles;
+    ++hardware->live_handles;
     return new ugpio{key};
 }
 
 static int message(const spi_ioc_transfer &burst)
 {
-    FakeHardware &fake = hardware();
+    FakeHardware &fake = *hardware;
     if (fake.fails("message " + std::to_string(burst.len)))
         return -1;
     fake.transfer = {burst.speed_hz, burst.delay_usecs, burst.bits_per_word, burst.cs_change, burst.word_delay_usecs};
@@ -99,14 +95,14 @@ ugpio *ugpio_request_one_named(const char *name, unsigned flags)
 
 int ugpio_full_open(ugpio *line)
 {
-    return hardware().result("open " + line->key);
+    return hardware->result("open " + line->key);
 }
 
 int ugpio_get_value(ugpio *line)
 {
-    if (hardware().fails("value " + line->key))
+    if (hardware->fails("value " + line->key))
         return -1;
-    FakeHardware::Line &state = hardware().lines[line->key];
+    FakeHardware::Line &state = hardware->lines[line->key];
     if (state.script.empty())
         return state.level;
     const int level = state.script.front();
@@ -118,41 +114,41 @@ int ugpio_get_value(ugpio *line)
 
 int ugpio_set_edge(ugpio *line, unsigned flags)
 {
-    return hardware().result("edge " + line->key + " " + std::to_string(flags));
+    return hardware->result("edge " + line->key + " " + std::to_string(flags));
 }
 
 int ugpio_fd(ugpio *line)
 {
-    return hardware().fails("fd " + line->key) ? -1 : open("/dev/null", O_RDONLY);
+    return hardware->fails("fd " + line->key) ? -1 : open("/dev/null", O_RDONLY);
 }
 
 int ugpio_close(ugpio *line)
 {
-    const int done = hardware().result("close " + line->key);
-    if (hardware().on_close)
-        hardware().on_close();
+    const int done = hardware->result("close " + line->key);
+    if (hardware->on_close)
+        hardware->on_close();
     errno = EBADMSG; // what a careless caller would report instead of the failure before
     return done;
 }
 
 void ugpio_free(ugpio *line)
 {
-    hardware().fails("free " + line->key);
-    --hardware().live_handles;
+    hardware->fails("free " + line->key);
+    --hardware->live_handles;
     delete line;
     errno = EBADMSG;
 }
 
 int spidev_open(const char *path, int flags)
 {
-    return hardware().fails(std::string("spi-open ") + path) ? -1 : open("/dev/null", flags | hardware().device_flags);
+    return hardware->fails(std::string("spi-open ") + path) ? -1 : open("/dev/null", flags | hardware->device_flags);
 }
 
 int spidev_ioctl(int, unsigned long request, void *arg)
 {
     if (request == SPI_IOC_MESSAGE(1))
         return message(*static_cast<const spi_ioc_transfer *>(arg));
-    FakeHardware &fake = hardware();
+    FakeHardware &fake = *hardware;
     const std::map<unsigned long, std::pair<std::string, std::uint32_t *>> settings = {
         {SPI_IOC_WR_MODE32, {"wr-mode ", nullptr}},        {SPI_IOC_RD_MODE32, {"rd-mode", &fake.mode}},
         {SPI_IOC_WR_BITS_PER_WORD, {"wr-bits ", nullptr}}, {SPI_IOC_RD_BITS_PER_WORD, {"rd-bits", &fake.bits}},

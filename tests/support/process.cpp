@@ -2,10 +2,11 @@
 
 #include "tests/platform/bus_fixture.h"
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 
 Process::Process(const std::vector<std::string> &command, const Variables &environment, const std::string &log_file)
     : log_file_(log_file)
@@ -15,17 +16,12 @@ Process::Process(const std::vector<std::string> &command, const Variables &envir
     g_subprocess_launcher_set_stdout_file_path(launcher, log_file.c_str());
     for (const auto &[name, value] : environment)
         g_subprocess_launcher_setenv(launcher, name.c_str(), value.c_str(), TRUE);
-    std::vector<const char *> words;
-    for (const std::string &word : command)
-        words.push_back(word.c_str());
-    words.push_back(nullptr);
+    std::vector<const char *> words(command.size() + 1);
+    std::transform(command.begin(), command.end(), words.begin(), [](const auto &word) { return word.c_str(); });
     GError *error = nullptr;
     process_ = g_subprocess_launcher_spawnv(launcher, words.data(), &error);
     g_object_unref(launcher);
-    if (process_ == nullptr) {
-        ADD_FAILURE() << error->message;
-        g_error_free(error);
-    }
+    g_assert_no_error(error);
 }
 
 Process::~Process()
@@ -35,16 +31,10 @@ Process::~Process()
     g_clear_object(&process_);
 }
 
-void Process::signal(int number)
-{
-    if (!ended())
-        g_subprocess_send_signal(process_, number);
-}
-
 int Process::wait()
 {
     run_until([this] { return ended(); });
-    if (!ended() || process_ == nullptr)
+    if (!ended())
         return -1000;
     return g_subprocess_get_if_exited(process_) ? g_subprocess_get_exit_status(process_)
                                                 : -g_subprocess_get_term_sig(process_);
@@ -52,7 +42,6 @@ int Process::wait()
 
 std::string Process::output() const
 {
-    std::ostringstream text;
-    text << std::ifstream(log_file_).rdbuf();
-    return text.str();
+    std::ifstream file(log_file_);
+    return {std::istreambuf_iterator<char>(file), {}};
 }

@@ -16,10 +16,14 @@ class Process {
     Process(const Process &) = delete;
     Process &operator=(const Process &) = delete;
 
-    void signal(int number);
+    void signal(int number)
+    {
+        if (!ended())
+            g_subprocess_send_signal(process_, number);
+    }
     // Its exit status, or minus the signal that ended it; waits at most 20 seconds for it, then fails with -1000.
     int wait();
-    bool ended() const { return process_ == nullptr || g_subprocess_get_identifier(process_) == nullptr; }
+    bool ended() const { return g_subprocess_get_identifier(process_) == nullptr; }
     std::string output() const;
     std::string pid() const { return g_subprocess_get_identifier(process_); }
 
