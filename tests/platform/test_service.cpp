@@ -21,7 +21,7 @@ class ServiceTest : public BusTest {
     {
         service = PtzService::create(owner.connection(), options, problem);
         ASSERT_NE(service, nullptr) << problem;
-        service->start([this](const std::string &text) { problem = text; });
+        service->start(recording::note);
         run_until([&] { return service->state() == script.state_after_open; });
     }
 
@@ -174,7 +174,7 @@ TEST_F(ServiceTest, ACameraThatDoesNotRunSaysWhyInWords)
     script.state_after_open = PTZ_STATE_NOT_OPENED;
     start();
     expect_answers({{"RunSpecialCommand", "('reset',)", "NotReady"}, {"ListParameters", "('Limit',)", "NotReady"}});
-    EXPECT_THAT(problem, HasSubstr("made no driver"));
+    EXPECT_THAT(script.lines().back(), HasSubstr("made no driver"));
 }
 
 TEST_F(ServiceTest, AStopOvertakesWhatWaitsAndCancelsMovesButNothingElse)
@@ -258,12 +258,11 @@ TEST_F(ServiceTest, ClosingComesBeforeWhatWaitsAndRefusesIt)
 TEST_F(ServiceTest, PortsTakeWritesUnderTheirLocksAsLongAsTheyAreThere)
 {
     start();
-    static std::string configs;
     auto *port = static_cast<GObject *>(g_object_new(PTZ_TYPE_PORT, nullptr));
     PTZ_PORT_GET_CLASS(port)->port_config = [](PTZPort *, const PTZPortConfig *config) {
         EXPECT_FALSE(ptz_port_registry_current()->try_lock());
-        for (const int number : {config->baud_rate, config->burst_len, config->trig_mode})
-            configs += std::to_string(number) + " ";
+        recording::note("config " + std::to_string(config->baud_rate) + " " + std::to_string(config->burst_len) + " " +
+                        std::to_string(config->trig_mode));
     };
     GObject *server = ptz_port_dbus_server_new(
         port,
@@ -281,7 +280,7 @@ TEST_F(ServiceTest, PortsTakeWritesUnderTheirLocksAsLongAsTheyAreThere)
     run_until([] { return ptz_command_queue_current()->queue.repeating() == 2; });
     ptz_driver_port_unlock_all(registry);
     EXPECT_EQ(Client::wait(waiting).error, "");
-    EXPECT_EQ(configs, "0 4000 0 "); // zero in the other fields
+    EXPECT_THAT(script.lines(), ElementsAre("config 0 4000 0")); // zero in the other fields
     g_test_expect_message(G_LOG_DOMAIN, G_LOG_LEVEL_CRITICAL, "*does not hold*");
     ptz_driver_port_unlock_all(registry);
     g_test_assert_expected_messages();
