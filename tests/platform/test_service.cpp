@@ -264,31 +264,33 @@ TEST_F(ServiceTest, PortsTakeWritesUnderTheirLocksAsLongAsTheyAreThere)
         recording::note("config " + std::to_string(config->baud_rate) + " " + std::to_string(config->burst_len) + " " +
                         std::to_string(config->trig_mode));
     };
-    GObject *server = ptz_port_dbus_server_new(
-        port,
-        R"(<node><interface name="a.b"><property name="BurstLength" type="i" access="write"/></interface></node>)",
-        "Port.KRX.SIO3");
-    const auto write = [&](int length) {
+    GObject *server =
+        ptz_port_dbus_server_new(port,
+                                 R"(<node><interface name="a.b"><property name="BurstLength" type="i" access="write"/>)"
+                                 R"(<property name="TriggerMode" type="i" access="write"/></interface></node>)",
+                                 "Port.KRX.SIO3");
+    const auto write = [&](const char *property, int value) {
         return client.send_to("/com/orna/PTZ/Port/KRX/SIO3", "org.freedesktop.DBus.Properties", "Set",
-                              g_variant_new("(ssv)", "a.b", "BurstLength", g_variant_new_int32(length)));
+                              g_variant_new("(ssv)", "a.b", property, g_variant_new_int32(value)));
     };
     PTZPortRegistry *registry = ptz_port_registry_current();
     ptz_driver_port_lock_all(registry);
     g_test_expect_message(G_LOG_DOMAIN, G_LOG_LEVEL_CRITICAL, "*taken again*");
     ptz_driver_port_lock_all(registry);
-    const ReplyPtr waiting = write(4000);
+    const ReplyPtr waiting = write("BurstLength", 4000);
     run_until([] { return ptz_command_queue_current()->queue.repeating() == 2; });
     ptz_driver_port_unlock_all(registry);
     EXPECT_EQ(Client::wait(waiting).error, "");
-    EXPECT_THAT(script.lines(), ElementsAre("config 0 4000 0")); // zero in the other fields
+    EXPECT_EQ(Client::wait(write("TriggerMode", 3)).error, "");
+    EXPECT_THAT(script.lines(), ElementsAre("config 0 4000 0", "config 0 0 3")); // zero in the other fields
     g_test_expect_message(G_LOG_DOMAIN, G_LOG_LEVEL_CRITICAL, "*does not hold*");
     ptz_driver_port_unlock_all(registry);
     g_test_assert_expected_messages();
 
     g_clear_object(&port); // not kept by the server
-    EXPECT_EQ(Client::wait(write(64)).error, "Failed");
+    EXPECT_EQ(Client::wait(write("BurstLength", 64)).error, "Failed");
     ptz_driver_port_unregister(registry, 3);
-    EXPECT_EQ(Client::wait(write(64)).error, "UnknownMethod");
+    EXPECT_EQ(Client::wait(write("BurstLength", 64)).error, "UnknownMethod");
     g_object_unref(server);
 }
 
