@@ -108,6 +108,7 @@ TEST_F(BrightnessMove, OtherTypesAreRefusedAndLeaveItMoving)
         now().brightness_moving = 0;
         EXPECT_EQ(moved(type, 5), refused("Unsupported PTZ move type"));
         EXPECT_EQ(now().brightness_moving, 1);
+        EXPECT_FALSE(framework().take().empty()); // published
     }
     model.brightness_range = nullptr;
     EXPECT_EQ(moved(1, 5), refused_by("ptz_driver_canon_cmd_move_brightness", "self->cam_model->brightness_range"));

@@ -169,6 +169,7 @@ TEST_F(IrisMove, SucceedsWhateverBecomesOfItButForOtherTypes)
         now().iris_moving = 0;
         EXPECT_EQ(moved(type, 5), refused("Unsupported PTZ move type"));
         EXPECT_EQ(now().iris_moving, 1);
+        EXPECT_FALSE(framework().take().empty()); // published
     }
     EXPECT_FALSE(moved(1, 30000).starts_with("refused")); // beyond the scale
     EXPECT_EQ(now().iris_zenta, 30000);

@@ -66,26 +66,6 @@ TEST_F(OnBoard, EveryDamagedAnswerFailsOneExchangeOnly)
     EXPECT_EQ(board.offences(), sim::Counts{});
 }
 
-TEST_F(OnBoard, ABoardThatDiesIsReportedAndComesBackWithAReset)
-{
-    open();
-    board.stop();
-    log.take();
-    move(motion(1, 10));
-    EXPECT_GT(log.count("error: Failed to execute pan/tilt setup command"), 0);
-    EXPECT_GT(log.count("error: Failed to communicate, could not write data"), 0);
-    reset();
-    EXPECT_EQ(base().state, PTZ_STATE_FAILED);
-
-    ASSERT_EQ(board.start(), std::nullopt);
-    log.take();
-    reset();
-    EXPECT_TRUE(running());
-    move(motion(1, 10));
-    pass(1);
-    EXPECT_NEAR(board.reading().pan, 10, 0.001);
-}
-
 TEST_F(OnBoard, ADeadRequestLineCostsTenSecondsAnAttempt)
 {
     open();
