@@ -151,6 +151,9 @@ TEST_F(ManualExposure, SwitchesAPriorityOffOnceTheValuesAreSent)
 TEST_F(IrisMove, AbsoluteAndRelative)
 {
     EXPECT_EQ(moved(1, 5000), exposure("13", "04", "00"));
+    const Lines calls = framework().take(); // published before and after the exposure, and so is the move around it
+    EXPECT_EQ(std::count_if(calls.begin(), calls.end(), [](const auto &line) { return line.starts_with("report"); }),
+              4);
     EXPECT_EQ(now().iris_zenta, 5000);
     EXPECT_EQ(now().iris_moving, 0);
     EXPECT_EQ(moved(2, 9000), exposure("00", "04", "20")); // from iris_zenta, no longer automatic
