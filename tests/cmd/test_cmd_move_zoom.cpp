@@ -50,6 +50,9 @@ TEST_F(ZoomAbsolute, FailureLeavesTheZoomMoving)
     EXPECT_EQ(outcome_when_deaf([this] { return ptz_driver_canon_cmd_zoom_absolute(driver, 100); }),
               refused("Failed to execute zoom setup command"));
     EXPECT_EQ(now().zoom_moving, 1);
+    now().zoom_moving = 0;
+    EXPECT_TRUE(outcome_when_deaf([this] { return moved(3, 50), FALSE; }).starts_with("refused"));
+    EXPECT_EQ(now().zoom_moving, 1);
     EXPECT_TRUE(framework().take().empty());
     EXPECT_TRUE(ptz_driver_canon_cmd_zoom_absolute(driver, 100));
     EXPECT_EQ(now().zoom_moving, 0);

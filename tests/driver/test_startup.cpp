@@ -6,6 +6,7 @@
 #include "tests/support/driver_fixture.h"
 #include "tests/support/fake_hardware.h"
 
+#include <array>
 #include <functional>
 
 namespace {
@@ -101,14 +102,23 @@ TEST_F(Startup, FailuresLeaveThePortsFreeAndNothingSubscribed)
 
 TEST_F(Startup, ResetForgetsWhatTheCameraReported)
 {
-    driver->current.zoom_zenta = 500;
-    driver->current.image_freeze_mode = IMAGE_FREEZE_ON;
-    driver->current.pan_speed = 9;
+    CameraState &now = driver->current;
+    now.hfov = now.vfov = now.zoom_magnification = 9;
+    const auto numbers = [](CameraState &state) {
+        return std::array{
+            &state.zoom_zenta,     &state.auto_iris,      &state.image_freeze_mode, &state.focus_zenta,
+            &state.focus_position, &state.iris_zenta,     &state.zoom_moving,       &state.focus_moving,
+            &state.iris_moving,    &state.pan_moving,     &state.tilt_moving,       &state.brightness_zenta,
+            &state.auto_focus,     &state.freeze_pending, &state.image_frozen,      &state.pan_speed};
+    };
+    constexpr int RESET[] = {1, 1, IMAGE_FREEZE_OFF, -1, -1, -1, -1, -1, -1, -1, -1, 0, 0, 0, 0, 0};
+    for (int *number : numbers(now))
+        *number = 9;
     port.status.clear(); // so that nothing is derived anew
     ptz_driver_canon_reset(driver);
-    EXPECT_EQ(driver->current.zoom_zenta, 1);
-    EXPECT_EQ(driver->current.image_freeze_mode, IMAGE_FREEZE_OFF);
-    EXPECT_EQ(driver->current.pan_speed, 0);
+    EXPECT_TRUE(now.hfov == -1 && now.vfov == -1 && now.zoom_magnification == 1);
+    for (std::size_t i = 0; i < std::size(RESET); ++i)
+        EXPECT_EQ(*numbers(now)[i], RESET[i]) << i;
     EXPECT_EQ(driver->target.pan_speed, 9); // copied before the speeds were cleared
     EXPECT_EQ(driver->target.zoom_zenta, 1);
 }
@@ -125,7 +135,9 @@ TEST_F(Startup, StopCameraOnlyTouchesABlockThatIsUp)
     EXPECT_FALSE(driver->driver_initialized);
     driver->keep_stream = FALSE;
     hardware.failing = {{"drive cam_reset", EIO}, {"drive cam_power", EIO}};
+    framework().take();
     ptz_driver_canon_stop_camera(driver);
+    EXPECT_EQ(framework().take(), (Lines{"set UserAdv.DeviceModVer (none)", "video off"}));
     EXPECT_EQ(log.count("error: Failed to reset camera "), 1);
     EXPECT_EQ(log.count("error: Failed to disable camera power"), 1);
 }

@@ -51,6 +51,9 @@ class FwUpgrade : public DriverBench {
 
     Bytes answer(const Bytes &frame)
     {
+        const char mode = static_cast<char>('0' + port_transfer_settings.trigger_mode);
+        if (trigger_modes.empty() || trigger_modes.back() != mode)
+            trigger_modes += mode;
         const auto size = static_cast<std::size_t>(frame[0] << 8 | frame[1]);
         const std::uint8_t *payload = frame.data() + 4;
         if (size < 4 || payload[0] != 0xFF) {
@@ -69,6 +72,7 @@ class FwUpgrade : public DriverBench {
     const std::string file = folder() + "/IMC.APP";
     FakeHardware hardware;
     bool ready = true;
+    std::string trigger_modes;   // in turn
     std::map<int, int> refusals; // how often each chunk is refused
     Lines told;                  // what the partner was told
     Bytes received;
@@ -82,7 +86,7 @@ TEST_F(FwUpgrade, TellsThePartnerEveryStepAndTheWholeImage)
     EXPECT_EQ(log.lines(), Lines{"info: Camera block firmware upgrade is complete. "});
     EXPECT_EQ(clock.slept_us(), 7'000'000);
     EXPECT_EQ(port_transfer_settings.burst_length, 1024);
-    EXPECT_EQ(port_transfer_settings.trigger_mode, 1);
+    EXPECT_EQ(trigger_modes, "01");
     const std::tuple<std::size_t, const char *, const char *> cases[] = {
         {0, "00 00 00 00", "read"}, {1016, "00 00 03 F8", "chunk 0"}, {70000, "00 01 11 70", "chunk 68"}};
     for (const auto &[size, announced, last_but_one] : cases) {

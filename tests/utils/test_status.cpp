@@ -112,12 +112,11 @@ TEST_F(Status, ErrorBits)
 
 TEST_F(Status, PublishesGroupsInOrderWithoutCaches)
 {
-    driver->current.iris_zenta = 300;
     driver->current.auto_focus = TRUE;
     EXPECT_EQ(published(),
               (Lines{"report -1 -1 -1 -1 -1 0 results 0 0 words 1 13",
                      "group PTZ_POSITION_IS1 flags=0 ZOOM_MAG=1 ZOOM_ZENTA=1 ZOOM_STATUS=-1 ZOOM_HFOV=-1 ZOOM_VFOV=-1 "
-                     "ZOOM_MASK_HFOV=-1 ZOOM_MASK_VFOV=-1 FOCUS_ZENTA=-1 FOCUS_STATUS=-1 IRIS_ZENTA=300 IRIS_STATUS=-1 "
+                     "ZOOM_MASK_HFOV=-1 ZOOM_MASK_VFOV=-1 FOCUS_ZENTA=-1 FOCUS_STATUS=-1 IRIS_ZENTA=-1 IRIS_STATUS=-1 "
                      "BRIGHTNESS_ZENTA=0 BRIGHTNESS_STATUS=0 PAN_DEG=0 PAN_STATUS=-1 TILT_DEG=0 TILT_STATUS=-1",
                      "group PTZ_VARIOUS_IS1 flags=0 AUTO_FOCUS=1 AUTO_IRIS=1"}));
     drop_driver();

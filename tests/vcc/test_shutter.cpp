@@ -84,6 +84,8 @@ TEST_F(Shutter, WithoutATableThereIsAMessage)
     EXPECT_EQ(vccif_exposure_time_to_vcc_shutter(self, -5), -1);
     EXPECT_EQ(vccif_vcc_to_exposure_time_shutter(self, 5), -1);
     EXPECT_EQ(log.take(), Lines(3, UNAVAILABLE));
+    EXPECT_EQ(ptz_driver_canon_utils_get_max_exposure_time(self, "on"), -1);
+    EXPECT_EQ(log.take(), (Lines{UNAVAILABLE, "error: Could not get maximum exposure time"}));
     set_capture_mode(nullptr);
     EXPECT_EQ(vccif_percent_to_vcc_shutter(self, 5), -1);
     fake.model.slow_shutter_tbls = nullptr;
