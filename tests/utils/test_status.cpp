@@ -94,6 +94,7 @@ TEST_F(Status, FirmwareRevisionMustComeWithinEightRefreshes)
         port.status.clear();
         EXPECT_EQ(vccif_wait_fw_revision(driver), revision) << after;
     }
+    EXPECT_EQ(clock.slept_us(), clock.sleeps() * 5000);
     EXPECT_EQ(port.reads, 10);
 }
 
