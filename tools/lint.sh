@@ -1,7 +1,7 @@
 #!/bin/bash
 # Usage: tools/lint.sh
-# Formatting, a clang build without warnings, clang-tidy, the scripts and the man pages. Says what it looks at and goes
-# on to the next; the status is non-zero when one of them found something.
+# The scripts, formatting, a clang build without warnings and clang-tidy. Says what it looks at and goes on to the
+# next; the status is non-zero when one of them found something.
 set -u
 cd "$(dirname "$0")/.." || exit 1
 build=build/clang
