@@ -17,7 +17,7 @@
 enum class VccWidth : guint8 { u8 = 1, u16 = 2, u32 = 4 };
 using enum VccWidth;
 
-// A row without its shape in the type, for lists, documents and decoders.
+// A row without its shape in the type, for lists and documents.
 struct VccRowInfo {
     const char *name;
     std::span<const guint8> fixed; // class, group, item and what else never changes

@@ -1,7 +1,6 @@
 #include "vcc/vcc_rows.h"
 
 #include <cstdio>
-#include <cstring>
 
 namespace {
 
@@ -75,17 +74,6 @@ constexpr VccRowInfo all_rows[] = {
 std::span<const VccRowInfo> vcc_rows()
 {
     return all_rows;
-}
-
-const VccRowInfo *vcc_row_of_record(const guint8 *record, std::size_t size)
-{
-    if (record == nullptr || size == 0 || record[0] != size - 1)
-        return nullptr;
-    for (const VccRowInfo &row : all_rows) {
-        if (row.size() == size && std::memcmp(record + 1, row.fixed.data(), row.fixed.size()) == 0)
-            return &row;
-    }
-    return nullptr;
 }
 
 std::string vcc_row_pattern(const VccRowInfo &row)

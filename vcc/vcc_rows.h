@@ -1,7 +1,7 @@
 // Every command that the driver can give the camera block: THE table of the protocol.
 //
-// A new command is one row here, one line in the list of vcc_rows.cpp and one in docs/protocol.md; the builder and the
-// decoder go by these rows. What the parameters mean is told there, and here where a few numbers stand for something.
+// A new command is one row here, one line in the list of vcc_rows.cpp and one in docs/protocol.md; the builder goes by
+// these rows. What the parameters mean is told there, and here where a few numbers stand for something.
 #pragma once
 
 #include "vcc/vcc_row.h"
@@ -107,12 +107,8 @@ inline constexpr VccRow kSensorCaptureMode{"Sensor capture mode", {0x02, 0x10, 0
 
 // clang-format on
 
-// All rows in the order of this file. Of two that fit a record the first is the one meant.
+// All rows in the order of this file.
 std::span<const VccRowInfo> vcc_rows();
-
-// The row that the record at `record` was made from, null when there is none; `size` is that of the whole record, its
-// length byte included.
-const VccRowInfo *vcc_row_of_record(const guint8 *record, std::size_t size);
 
 // The bytes of a row's record in hexadecimal, each parameter as a letter of its own: "05 00 01 01 pp pp".
 std::string vcc_row_pattern(const VccRowInfo &row);

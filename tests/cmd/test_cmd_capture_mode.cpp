@@ -99,13 +99,4 @@ TEST_F(CaptureMode, FailuresLeaveTheVideoOffAndTheNameAsItWas)
     EXPECT_STREQ(now().capture_mode, "old");
 }
 
-TEST_F(CaptureMode, ImageFreezeIsKeptWithoutAPacket)
-{
-    EXPECT_EQ(outcome(ptz_driver_canon_cmd_image_freeze(driver, "ON")), "");
-    EXPECT_EQ(outcome(ptz_driver_canon_cmd_image_freeze(driver, "maybe")), "refused");
-    EXPECT_EQ(now().image_freeze_mode, 1);
-    EXPECT_EQ(outcome(ptz_driver_canon_cmd_image_freeze(driver, "off")), "");
-    EXPECT_EQ(now().image_freeze_mode, 2);
-}
-
 } // namespace

@@ -57,8 +57,10 @@ TEST_F(Params, LimitsAreReadAtStartUpAndMissingOnesSkipped)
 
 TEST_F(Params, EachAdvancedSettingHasItsEffect)
 {
-    EXPECT_TRUE(change("CamImageFreeze", "Auto"));
-    EXPECT_EQ(now().image_freeze_mode, IMAGE_FREEZE_AUTO);
+    for (const auto &[mode, number] : {std::pair{"ON", 1}, {"off", 2}, {"Auto", 3}}) {
+        EXPECT_EQ(outcome(change("CamImageFreeze", mode)), ""); // kept without a packet
+        EXPECT_EQ(now().image_freeze_mode, number);
+    }
     EXPECT_EQ(outcome(change("CamImageFreeze", "sometimes")), "refused"); // without a word
     EXPECT_TRUE(change("AdjustableZoomSpeedEnabled", false));
     EXPECT_FALSE(now().adjustable_zoom_speed);
