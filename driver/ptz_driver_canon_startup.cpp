@@ -66,15 +66,13 @@ gboolean fail_startup(PTZDriverCanon *self)
 gboolean hold_for_temperature(PTZDriverCanon *self)
 {
     const int range = ptz_temperature_controller_get_state(self->temp_controller);
-    if (range == PTZ_TEMPERATURE_BELOW) {
+    const bool cold = range == PTZ_TEMPERATURE_BELOW, hot = range == PTZ_TEMPERATURE_ABOVE;
+    if (cold)
         ptz_driver_canon_release_port(self);
-        ptz_driver_canon_set_state(self, PTZ_STATE_TOO_COLD);
-    } else if (range == PTZ_TEMPERATURE_ABOVE) {
-        ptz_driver_canon_set_state(self, PTZ_STATE_TOO_HOT);
-    }
+    if (cold || hot)
+        ptz_driver_canon_set_state(self, cold ? PTZ_STATE_TOO_COLD : PTZ_STATE_TOO_HOT);
     self->parent_instance.start_routine = nullptr;
-    const bool held = range == PTZ_TEMPERATURE_BELOW || range == PTZ_TEMPERATURE_ABOVE;
-    return held ? TRUE : fail_startup(self);
+    return cold || hot ? TRUE : fail_startup(self);
 }
 
 gboolean begin_initialising(PTZDriverCanon *self)
