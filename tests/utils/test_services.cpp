@@ -127,6 +127,9 @@ TEST_F(Services, CapabilitiesByCategoryAndConfiguration)
     EXPECT_EQ(log.take(), (Lines{"error: Could not parse speed table entry \"bad\""}));
     driver->max_digital_zoom = 1.9f;
     EXPECT_TRUE(of("zoom").back().ends_with("zoom=30"));
+    driver->max_digital_zoom = -2.5f; // every step ends at -75x
+    EXPECT_EQ(of("zoom")[1], "maxDigitalZoomMag=-2");
+    EXPECT_TRUE(of("zoom").back().starts_with("zoomSteps=value=-26200|zoom=2,value=-26200|zoom=3,"));
     driver->max_digital_zoom = 1e30f;
     EXPECT_EQ(of("zoom").back().size(), std::size("zoomSteps=") - 1 + 2047);
 }
