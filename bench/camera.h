@@ -1,7 +1,7 @@
 // The driver on a simulated camera: a krx-sim process on a folder of its own, and a driver that powered it up.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 enum class Wire { at_once, real_time }; // how long a burst takes: nothing, or what its bytes take at their speed
 

@@ -2,7 +2,7 @@
 // ptz_driver_canon_cmd_send.h.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // level: 0..100, a negative one counts as too large. `brightness_level` (before the lift) and both brightness positions
 // are set before sending and stay when that fails.

@@ -1,7 +1,7 @@
 // Capture mode, image freeze and software reset. All as described in ptz_driver_canon_cmd_send.h.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 struct CaptureModeRow;
 

@@ -2,7 +2,7 @@
 // one counts as too large; texts are matched in any letter case.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // Of all colours together.
 gboolean ptz_driver_canon_cmd_color_level(PTZDriverCanon *self, unsigned level);

@@ -2,7 +2,7 @@
 // ptz_driver_canon_cmd_send.h; levels are 0..100, a negative one counts as too large.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 enum IrCutMode { IR_CUT_DAY = 1, IR_CUT_NIGHT = 2, IR_CUT_AUTOMATIC = 3 };
 

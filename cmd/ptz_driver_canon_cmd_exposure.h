@@ -2,7 +2,7 @@
 // ptz_driver_canon_cmd_send.h; levels and percents are 0..100, texts are matched in any letter case.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 #include "vcc/vcc_command.h"
 
 // Sets the exposure to `priority`, or, when that is null, to `mode`; names of the model's tables. `mode` is not looked

@@ -1,7 +1,7 @@
 // Auto focus, its modes, times and near limit. All as described in ptz_driver_canon_cmd_send.h.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 enum AutoFocusMode { AUTO_FOCUS_ON = 1, AUTO_FOCUS_OFF = 2 };
 

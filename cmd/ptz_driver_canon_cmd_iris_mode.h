@@ -1,7 +1,7 @@
 // Automatic and manual exposure as a whole.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 enum IrisMode { IRIS_MODE_AUTO = 1, IRIS_MODE_MANUAL = 2 };
 

@@ -1,7 +1,7 @@
 // Focus movement. Positions are 1..9999.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 #include "vcc/vcc_command.h"
 
 // value: integer part of a 16.16 value. Absolute: to the position; relative: from the present position, kept in

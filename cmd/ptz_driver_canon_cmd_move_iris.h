@@ -2,7 +2,7 @@
 // up to one frame, then the iris, then the gain, then the exposure time up to the slowest shutter.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // To the position, or by it from where the exposure now is, kept in 1..9999 when relative. TRUE, with `iris_zenta` at
 // the position, whatever the camera block said; a continuous move is refused, with `iris_moving` left at 1.

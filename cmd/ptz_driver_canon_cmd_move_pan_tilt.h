@@ -1,7 +1,7 @@
 // Pan and tilt movement, and the curve that shapes continuous speeds.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // Moves the axes whose type is not 0; both must then be of one type. Absolute and relative values are degrees, the
 // speed percent (0: as fast as it goes) is looked up in the speed curve. A continuous value is the speed in percent and

@@ -1,7 +1,7 @@
 // Zoom movement. Positions are 1..9999 optical, 10000..19999 digital; raw values are 16.16.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -2,7 +2,7 @@
 // 0..100, a negative one counts as too large; texts are matched in any letter case.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 gboolean ptz_driver_canon_cmd_sharpness(PTZDriverCanon *self, unsigned level);
 

@@ -5,7 +5,7 @@
 // own message, and nothing in the driver has changed unless its comment says so.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 #include "vcc/vcc_command.h"
 
 #include <cstddef>

@@ -9,7 +9,7 @@
 
 #include "cmd/ptz_driver_canon_cmd_send.h"
 #include "core/guard.h"
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 #include "core/zenta.h"
 #include "vcc/vcc_command.h"
 #include "vcc/vcc_rows.h"

@@ -1,7 +1,7 @@
 // Ends what moves.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // The axes as the pan/tilt stop command names them.
 enum PanTiltStop { PAN_TILT_STOP_PAN = 1, PAN_TILT_STOP_TILT = 2 };

@@ -1,7 +1,7 @@
 // Rotation, outputs and scan of the video, and the image sensor's halt.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // 0 or 180 degrees.
 gboolean ptz_driver_canon_cmd_rotate(PTZDriverCanon *self, int degrees);

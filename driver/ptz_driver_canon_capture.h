@@ -1,7 +1,7 @@
 // Following the image pipeline's capture mode.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // Asks for the capture mode and gives it to the camera block; the arguments are those of
 // ptz_driver_canon_cmd_capture_mode(). FALSE, with a message, when the mode is not to be had or was not taken.

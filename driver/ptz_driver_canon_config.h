@@ -1,7 +1,7 @@
 // What the driver learns before it meets the camera block: its configuration file and the model it is meant for.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // Reads the key file at `path` into the driver. TRUE when the whole file was good; otherwise the first fault has been
 // logged, and fields read before it keep what was read.

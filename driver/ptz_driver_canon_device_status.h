@@ -1,7 +1,7 @@
 // How the camera block is: error bits, model and version, and the jobs that keep them current or write them down.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // Writes "DeviceModVer": model and firmware version while the camera block is in service, else no value. TRUE when the
 // framework accepted it.

@@ -2,7 +2,7 @@
 // that is "gated" does nothing and returns TRUE until start-up has completed.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // Movement and position (gated).
 gboolean ptz_driver_canon_op_move(PTZDriver *driver, const PTZMotion *pan, const PTZMotion *tilt, const PTZMotion *zoom,

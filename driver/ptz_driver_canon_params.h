@@ -1,8 +1,8 @@
 // What the parameter groups of the driver share: how their values are read, applied and refused.
 #pragma once
 
+#include "core/instance.h"
 #include "core/parameter.h"
-#include "core/ptz_driver_canon.h"
 
 // A value that has been read: a number (also a boolean's 0 or 1), or a text that lives as long as its parameter.
 struct ParameterValue {

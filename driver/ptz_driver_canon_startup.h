@@ -1,7 +1,7 @@
 // The camera block's life: from power-off to running, out of service, and again from the start.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 #include "hw/ptz_driver_canon_life_door.h"
 
 // Full restart, whatever the state: stops the camera, forgets what it reported and starts up again.

@@ -1,7 +1,7 @@
 // The driver object: a PTZDriver of the framework.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 GType ptz_driver_canon_get_type();
 

@@ -1,7 +1,7 @@
 // Boot: from power-off to a camera block that answers.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // Powers the camera block up until it answers as a known model, whose code and descriptor the driver takes. FALSE, with
 // a message, when it does not.

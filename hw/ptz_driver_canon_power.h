@@ -4,7 +4,7 @@
 // a firmware upgrade. All report failures themselves and return false (or -1).
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // Power, power good, PCIe clock, camera-block reset, initialisation done, PCIe and FPGA resets. Stops at the first
 // failure and leaves the lines and flags as far as it got.

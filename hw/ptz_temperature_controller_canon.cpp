@@ -1,7 +1,7 @@
 #include "hw/ptz_temperature_controller_canon.h"
 
+#include "core/instance.h"
 #include "core/log.h"
-#include "core/ptz_driver_canon.h"
 #include "hw/ptz_driver_canon_life_door.h"
 
 struct PTZTemperatureControllerGeneric {

@@ -1,7 +1,7 @@
 // What the camera can do, as lists of "key=value" texts for the framework's clients.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 #include "vcc/ptz_driver_canon_zoom_scale.h"
 
 // category: "focus", "speed", "zoom", or null or empty for all three in this order; any other gives an empty list.

@@ -1,7 +1,7 @@
 // The video as the rest of the camera sees it: blanked or shown, frozen or live.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // Shows the video (on) or blanks it. 1, or 0 with a message.
 gboolean ptz_driver_canon_set_video_output(PTZDriverCanon *self, gboolean on);

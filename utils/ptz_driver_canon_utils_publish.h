@@ -2,7 +2,7 @@
 // they are in use.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // One publication of the driver's current values. Takes `status_lock`: the caller must not hold it.
 void ptz_driver_canon_utils_publish_status(PTZDriverCanon *self);

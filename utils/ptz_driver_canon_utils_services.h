@@ -4,7 +4,7 @@
 // The readers block for up to ten seconds. All report failures themselves and return FALSE; nothing is tried twice.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // Gets the system bus on first need; the driver keeps it.
 gboolean ptz_driver_canon_utils_get_connection(PTZDriverCanon *self);

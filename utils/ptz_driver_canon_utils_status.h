@@ -1,7 +1,7 @@
 // Reads the camera block's status, derives what the driver keeps of it, and waits for it.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 // Reads one frame from the port, takes it into the status store, derives and publishes. A read that brings nothing
 // changes nothing.

@@ -1,7 +1,7 @@
 // Work handed to the framework's command thread. A queued task keeps the driver alive until it has ended.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 
 using DriverTask = gboolean (*)(PTZDriverCanon *self);
 

@@ -1,8 +1,8 @@
 #include "vcc/ptz_driver_canon_model.h"
 
 #include "core/guard.h"
+#include "core/instance.h"
 #include "core/log.h"
-#include "core/ptz_driver_canon.h"
 #include "vcc/vccif_model.h"
 
 #include <cstring>

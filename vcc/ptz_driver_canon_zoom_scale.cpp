@@ -1,7 +1,7 @@
 #include "vcc/ptz_driver_canon_zoom_scale.h"
 
 #include "core/fixed_point.h"
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 #include "core/zenta.h"
 #include "vcc/vccif_model.h"
 

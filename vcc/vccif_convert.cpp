@@ -1,8 +1,8 @@
 #include "vcc/vccif_convert.h"
 
 #include "core/fixed_point.h"
+#include "core/instance.h"
 #include "core/log.h"
-#include "core/ptz_driver_canon.h"
 #include "core/zenta.h"
 #include "vcc/vccif_status.h"
 

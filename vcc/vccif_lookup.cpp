@@ -1,7 +1,7 @@
 #include "vcc/vccif_lookup.h"
 
 #include "core/guard.h"
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 #include "vcc/vccif_model.h"
 
 namespace {

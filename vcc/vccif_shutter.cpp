@@ -1,7 +1,7 @@
 #include "vcc/vccif_shutter.h"
 
+#include "core/instance.h"
 #include "core/log.h"
-#include "core/ptz_driver_canon.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // stands still and captured messages.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 #include "tests/support/capture.h"
 #include "tests/support/hex.h"
 #include "tests/support/temp_folder.h"

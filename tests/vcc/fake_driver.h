@@ -1,7 +1,7 @@
 // What the tests of conversions share: a driver record with nothing in it but a camera model, and tables of results.
 #pragma once
 
-#include "core/ptz_driver_canon.h"
+#include "core/instance.h"
 #include "vcc/vccif_model.h"
 
 #include <gtest/gtest.h>
