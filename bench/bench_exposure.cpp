@@ -3,8 +3,8 @@
 #include "bench/camera.h"
 #include "cmd/ptz_driver_canon_cmd_exposure.h"
 #include "cmd/ptz_driver_canon_cmd_move_iris.h"
-#include "vcc/vcc_rows.h"
-#include "vcc/vccif_shutter.h"
+#include "vcc/rows.h"
+#include "vcc/shutter.h"
 
 #include <benchmark/benchmark.h>
 

@@ -16,7 +16,7 @@
 #include "tests/support/virtual_clock.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "utils/ptz_driver_canon_utils_status.h"
-#include "vcc/vccif_status.h"
+#include "vcc/status.h"
 
 #include <benchmark/benchmark.h>
 #include <cstdio>

@@ -3,7 +3,7 @@
 #include "core/log.h"
 #include "driver/ptz_driver_canon_type.h"
 #include "port/ptz_port_canon_config.h"
-#include "vcc/vccif_status.h"
+#include "vcc/status.h"
 
 #include <csignal>
 #include <cstdio>

@@ -6,9 +6,9 @@
 #include "core/log.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "utils/ptz_driver_canon_utils_status.h"
-#include "vcc/ptz_driver_canon_utils_backlight.h"
-#include "vcc/ptz_driver_canon_zoom_scale.h"
-#include "vcc/vccif_convert.h"
+#include "vcc/backlight.h"
+#include "vcc/convert.h"
+#include "vcc/zoom_scale.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include "hw/ptz_driver_canon_boot.h"
 #include "utils/ptz_driver_canon_utils_picture.h"
 #include "utils/ptz_driver_canon_utils_status.h"
-#include "vcc/ptz_driver_canon_model.h"
-#include "vcc/vccif_status.h"
+#include "vcc/select_model.h"
+#include "vcc/status.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include "cmd/ptz_driver_canon_cmd_setting.h"
 #include "core/log.h"
-#include "vcc/vccif_convert.h"
+#include "vcc/convert.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include "cmd/ptz_driver_canon_cmd_setting.h"
 #include "core/fixed_point.h"
 #include "core/log.h"
-#include "vcc/ptz_driver_canon_zoom_scale.h"
-#include "vcc/vccif_lookup.h"
-#include "vcc/vccif_shutter.h"
+#include "vcc/lookup.h"
+#include "vcc/shutter.h"
+#include "vcc/zoom_scale.h"
 
 #include <algorithm>
 

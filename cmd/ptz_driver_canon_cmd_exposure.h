@@ -3,7 +3,7 @@
 #pragma once
 
 #include "core/instance.h"
-#include "vcc/vcc_command.h"
+#include "vcc/command.h"
 
 // Sets the exposure to `priority`, or, when that is null, to `mode`; names of the model's tables. `mode` is not looked
 // at beside a priority. On success `exposure_mode` becomes the priority as the table writes it, or none.

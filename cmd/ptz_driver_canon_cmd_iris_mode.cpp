@@ -5,7 +5,7 @@
 #include "core/guard.h"
 #include "core/log.h"
 #include "core/parameter.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include "core/zenta.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "utils/ptz_driver_canon_utils_status.h"
-#include "vcc/vcc_rows.h"
-#include "vcc/vccif_convert.h"
+#include "vcc/convert.h"
+#include "vcc/rows.h"
 
 #include <cstdlib>
 

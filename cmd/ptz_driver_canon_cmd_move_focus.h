@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/instance.h"
-#include "vcc/vcc_command.h"
+#include "vcc/command.h"
 
 // value: integer part of a 16.16 value. Absolute: to the position; relative: from the present position, kept in
 // 1..9999, 0 stops; continuous: nearer or farther by its sign at its magnitude in percent, 0 stops. Switches auto focus

@@ -9,10 +9,10 @@
 #include "core/zenta.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "utils/ptz_driver_canon_utils_status.h"
-#include "vcc/vcc_rows.h"
-#include "vcc/vccif_lookup.h"
-#include "vcc/vccif_shutter.h"
-#include "vcc/vccif_status.h"
+#include "vcc/lookup.h"
+#include "vcc/rows.h"
+#include "vcc/shutter.h"
+#include "vcc/status.h"
 
 namespace {
 

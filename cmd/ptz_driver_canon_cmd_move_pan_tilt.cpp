@@ -7,9 +7,9 @@
 #include "core/log.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "utils/ptz_driver_canon_utils_status.h"
-#include "vcc/vcc_rows.h"
-#include "vcc/vccif_convert.h"
-#include "vcc/vccif_model.h"
+#include "vcc/convert.h"
+#include "vcc/model.h"
+#include "vcc/rows.h"
 
 #include <algorithm>
 #include <cmath>

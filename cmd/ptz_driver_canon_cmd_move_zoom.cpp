@@ -7,10 +7,10 @@
 #include "core/zenta.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "utils/ptz_driver_canon_utils_status.h"
-#include "vcc/ptz_driver_canon_zoom_scale.h"
-#include "vcc/vcc_rows.h"
-#include "vcc/vccif_convert.h"
-#include "vcc/vccif_model.h"
+#include "vcc/convert.h"
+#include "vcc/model.h"
+#include "vcc/rows.h"
+#include "vcc/zoom_scale.h"
 
 #include <algorithm>
 #include <limits>

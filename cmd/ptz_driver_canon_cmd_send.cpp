@@ -5,7 +5,7 @@
 #include "core/guard.h"
 #include "core/log.h"
 #include "port/ptz_port_canon.h"
-#include "vcc/vcc_packet.h"
+#include "vcc/packet.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "core/instance.h"
-#include "vcc/vcc_command.h"
+#include "vcc/command.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "cmd/ptz_driver_canon_cmd_setting.h"
 
 #include "core/log.h"
-#include "vcc/vccif_convert.h"
+#include "vcc/convert.h"
 
 gboolean ptz_driver_canon_cmd_send_level(PTZDriverCanon *self, const LevelSetting &setting, unsigned level)
 {

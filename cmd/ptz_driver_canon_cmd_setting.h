@@ -11,9 +11,9 @@
 #include "core/guard.h"
 #include "core/instance.h"
 #include "core/zenta.h"
-#include "vcc/vcc_command.h"
-#include "vcc/vcc_rows.h"
-#include "vcc/vccif_model.h"
+#include "vcc/command.h"
+#include "vcc/model.h"
+#include "vcc/rows.h"
 
 // Refuses a level outside of 0..100; `level` is unsigned, so that a negative one counts as too large.
 #define GUARD_LEVEL(level)                                                                                             \

@@ -2,7 +2,7 @@
 
 #include "cmd/ptz_driver_canon_cmd_send.h"
 #include "core/guard.h"
-#include "vcc/vcc_rows.h"
+#include "vcc/rows.h"
 
 gboolean ptz_driver_canon_cmd_stop(PTZDriverCanon *self)
 {

@@ -13,7 +13,7 @@
 
 #include <gio/gio.h>
 
-struct CameraModel; // vcc/vccif_model.h
+struct CameraModel; // vcc/model.h
 
 // What the camera block does (`current`) or was last asked to do (`target`).
 struct CameraState {

@@ -3,8 +3,8 @@
 #include "core/glib_raii.h"
 #include "core/log.h"
 #include "hw/ptz_temperature_controller_canon.h"
-#include "vcc/ptz_driver_canon_model.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
+#include "vcc/select_model.h"
 
 #include "block_defaults/block_defaults.h"
 

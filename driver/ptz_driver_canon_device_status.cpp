@@ -5,8 +5,8 @@
 #include "core/log.h"
 #include "utils/ptz_driver_canon_utils_status.h"
 #include "utils/ptz_driver_canon_utils_task.h"
-#include "vcc/vccif_dump.h"
-#include "vcc/vccif_model.h"
+#include "vcc/dump.h"
+#include "vcc/model.h"
 
 #include <cstring>
 #include <string>

@@ -5,7 +5,7 @@
 #include "core/glib_raii.h"
 #include "core/log.h"
 #include "driver/ptz_driver_canon_operations.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 #include <cstring>
 

@@ -14,8 +14,8 @@
 #include "utils/ptz_driver_canon_utils_picture.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "utils/ptz_driver_canon_utils_status.h"
-#include "vcc/ptz_driver_canon_zoom_scale.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
+#include "vcc/zoom_scale.h"
 
 #include <cmath>
 

@@ -10,7 +10,7 @@
 #include "hw/ptz_driver_canon_power.h"
 #include "utils/ptz_driver_canon_utils_picture.h"
 #include "utils/ptz_driver_canon_utils_services.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "driver/ptz_driver_canon_startup.h"
 #include "utils/ptz_driver_canon_utils_capabilities.h"
 #include "utils/ptz_driver_canon_utils_task.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 #include <cstring>
 #include <string_view>

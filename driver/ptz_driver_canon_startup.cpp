@@ -17,8 +17,8 @@
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "utils/ptz_driver_canon_utils_services.h"
 #include "utils/ptz_driver_canon_utils_status.h"
-#include "vcc/vccif_model.h"
-#include "vcc/vccif_status.h"
+#include "vcc/model.h"
+#include "vcc/status.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "port/ptz_port_canon_config.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "utils/ptz_driver_canon_utils_services.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 namespace {
 

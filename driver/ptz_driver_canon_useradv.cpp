@@ -4,7 +4,7 @@
 #include "cmd/ptz_driver_canon_cmd_capture_mode.h"
 #include "core/log.h"
 #include "driver/ptz_driver_canon_capture.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 #include <cstring>
 

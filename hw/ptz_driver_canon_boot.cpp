@@ -4,8 +4,8 @@
 #include "core/log.h"
 #include "hw/ptz_driver_canon_power.h"
 #include "utils/ptz_driver_canon_utils_status.h"
-#include "vcc/ptz_driver_canon_model.h"
-#include "vcc/vccif_status.h"
+#include "vcc/select_model.h"
+#include "vcc/status.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include "core/fixed_point.h"
 #include "core/glib_raii.h"
 #include "core/log.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 #include <cstdio>
 #include <cstring>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/instance.h"
-#include "vcc/ptz_driver_canon_zoom_scale.h"
+#include "vcc/zoom_scale.h"
 
 // category: "focus", "speed", "zoom", or null or empty for all three in this order; any other gives an empty list.
 // *list: new and null-terminated, at most ten texts, for the caller (g_strfreev). Always TRUE.

@@ -5,7 +5,7 @@
 #include "core/log.h"
 #include "utils/ptz_driver_canon_utils_picture.h"
 #include "utils/ptz_driver_canon_utils_task.h"
-#include "vcc/vccif_status.h"
+#include "vcc/status.h"
 
 #include <array>
 #include <cstddef>

@@ -5,9 +5,9 @@
 #include "core/guard.h"
 #include "port/ptz_port_canon.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
-#include "vcc/vccif_convert.h"
-#include "vcc/vccif_model.h"
-#include "vcc/vccif_status.h"
+#include "vcc/convert.h"
+#include "vcc/model.h"
+#include "vcc/status.h"
 
 #include "ptzmath/ptzmath.h"
 

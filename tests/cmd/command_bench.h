@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tests/support/driver_fixture.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 class CommandBench : public DriverBench {
   protected:

@@ -1,7 +1,7 @@
 #include "cmd/ptz_driver_canon_cmd_capture_mode.h"
 #include "tests/cmd/command_bench.h"
 #include "tests/support/fake_hardware.h"
-#include "vcc/vccif_status.h"
+#include "vcc/status.h"
 
 namespace {
 

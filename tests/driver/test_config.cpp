@@ -3,8 +3,8 @@
 #include "driver/ptz_driver_canon_type.h"
 #include "hw/ptz_temperature_controller_canon.h"
 #include "tests/support/driver_fixture.h"
-#include "vcc/ptz_driver_canon_model.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
+#include "vcc/select_model.h"
 
 namespace {
 

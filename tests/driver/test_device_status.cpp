@@ -1,6 +1,6 @@
 #include "driver/ptz_driver_canon_device_status.h"
 #include "tests/support/driver_fixture.h"
-#include "vcc/vccif_dump.h"
+#include "vcc/dump.h"
 
 namespace {
 

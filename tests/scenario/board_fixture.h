@@ -9,7 +9,7 @@
 #include "tests/support/bus_fake.h"
 #include "tests/support/capture.h"
 #include "tests/support/virtual_clock.h"
-#include "vcc/vccif_status.h"
+#include "vcc/status.h"
 
 #include <filesystem>
 

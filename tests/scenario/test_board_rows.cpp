@@ -8,8 +8,8 @@
 #include "cmd/ptz_driver_canon_cmd_picture.h"
 #include "cmd/ptz_driver_canon_cmd_video.h"
 #include "tests/scenario/board_fixture.h"
-#include "vcc/vcc_rows.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
+#include "vcc/rows.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include "tests/support/driver_fixture.h"
 #include "utils/ptz_driver_canon_utils_capabilities.h"
 #include "utils/ptz_driver_canon_utils_services.h"
-#include "vcc/ptz_driver_canon_model.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
+#include "vcc/select_model.h"
 
 namespace {
 

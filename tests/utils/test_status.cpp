@@ -3,7 +3,7 @@
 #include "utils/ptz_driver_canon_utils_limit.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "utils/ptz_driver_canon_utils_status.h"
-#include "vcc/vccif_status.h"
+#include "vcc/status.h"
 
 namespace {
 

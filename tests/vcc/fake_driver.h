@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/instance.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 #include <gtest/gtest.h>
 

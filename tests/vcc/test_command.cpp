@@ -1,8 +1,8 @@
 #include "tests/support/capture.h"
 #include "tests/support/hex.h"
-#include "vcc/vcc_command.h"
-#include "vcc/vcc_packet.h"
-#include "vcc/vcc_rows.h"
+#include "vcc/command.h"
+#include "vcc/packet.h"
+#include "vcc/rows.h"
 
 #include <fstream>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "tests/support/capture.h"
 #include "tests/vcc/fake_driver.h"
-#include "vcc/ptz_driver_canon_zoom_scale.h"
-#include "vcc/vccif_convert.h"
+#include "vcc/convert.h"
+#include "vcc/zoom_scale.h"
 
 #include <climits>
 

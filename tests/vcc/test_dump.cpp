@@ -2,8 +2,8 @@
 #include "tests/support/capture.h"
 #include "tests/support/temp_folder.h"
 #include "tests/support/virtual_clock.h"
-#include "vcc/vccif_dump.h"
-#include "vcc/vccif_status.h"
+#include "vcc/dump.h"
+#include "vcc/status.h"
 
 #include <gtest/gtest.h>
 

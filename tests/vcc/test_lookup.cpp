@@ -1,6 +1,6 @@
 #include "tests/support/capture.h"
 #include "tests/vcc/fake_driver.h"
-#include "vcc/vccif_lookup.h"
+#include "vcc/lookup.h"
 
 namespace {
 

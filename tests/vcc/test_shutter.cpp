@@ -1,7 +1,7 @@
 #include "tests/support/capture.h"
 #include "tests/vcc/fake_driver.h"
-#include "vcc/ptz_driver_canon_utils_backlight.h"
-#include "vcc/vccif_shutter.h"
+#include "vcc/backlight.h"
+#include "vcc/shutter.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "tests/support/capture.h"
-#include "vcc/vccif_convert.h"
-#include "vcc/vccif_status.h"
+#include "vcc/convert.h"
+#include "vcc/status.h"
 
 #include <gtest/gtest.h>
 

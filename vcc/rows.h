@@ -1,10 +1,10 @@
 // Every command that the driver can give the camera block: THE table of the protocol.
 //
-// A new command is one row here, one line in the list of vcc_rows.cpp and one in docs/protocol.md; the builder goes by
+// A new command is one row here, one line in the list of rows.cpp and one in docs/protocol.md; the builder goes by
 // these rows. What the parameters mean is told there, and here where a few numbers stand for something.
 #pragma once
 
-#include "vcc/vcc_row.h"
+#include "vcc/row.h"
 
 #include <string>
 

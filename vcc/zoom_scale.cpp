@@ -1,9 +1,9 @@
-#include "vcc/ptz_driver_canon_zoom_scale.h"
+#include "vcc/zoom_scale.h"
 
 #include "core/fixed_point.h"
 #include "core/instance.h"
 #include "core/zenta.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 #include <algorithm>
 

@@ -4,7 +4,7 @@
 // an unsigned result cannot hold below 0 becomes 0. A null descriptor is the caller's mistake.
 #pragma once
 
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 struct PTZDriverCanon;
 

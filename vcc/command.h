@@ -1,7 +1,7 @@
-// Command records: a row of vcc_rows.h filled with its parameters.
+// Command records: a row of rows.h filled with its parameters.
 #pragma once
 
-#include "vcc/vcc_row.h"
+#include "vcc/row.h"
 
 #include <array>
 #include <concepts>

@@ -1,4 +1,4 @@
-#include "vcc/vcc_packet.h"
+#include "vcc/packet.h"
 
 #include "core/log.h"
 

@@ -1,4 +1,4 @@
-#include "vcc/vccif_shutter.h"
+#include "vcc/shutter.h"
 
 #include "core/instance.h"
 #include "core/log.h"

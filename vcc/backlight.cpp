@@ -1,8 +1,8 @@
-#include "vcc/ptz_driver_canon_utils_backlight.h"
+#include "vcc/backlight.h"
 
 #include "core/guard.h"
 #include "core/instance.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "vcc/vcc_command.h"
+#include "vcc/command.h"
 
 #include "core/log.h"
 

@@ -1,4 +1,4 @@
-#include "vcc/vcc_rows.h"
+#include "vcc/rows.h"
 
 #include <cstdio>
 

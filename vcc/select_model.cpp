@@ -1,9 +1,9 @@
-#include "vcc/ptz_driver_canon_model.h"
+#include "vcc/select_model.h"
 
 #include "core/guard.h"
 #include "core/instance.h"
 #include "core/log.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 #include <cstring>
 

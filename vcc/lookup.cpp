@@ -1,8 +1,8 @@
-#include "vcc/vccif_lookup.h"
+#include "vcc/lookup.h"
 
 #include "core/guard.h"
 #include "core/instance.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "vcc/vccif_status.h"
+#include "vcc/status.h"
 
 #include "core/guard.h"
 #include "core/log.h"

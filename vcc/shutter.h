@@ -6,7 +6,7 @@
 #pragma once
 
 #include "core/guard.h"
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 #include <cstring>
 

@@ -1,10 +1,10 @@
-#include "vcc/vccif_dump.h"
+#include "vcc/dump.h"
 
 #include "core/clock.h"
 #include "core/descriptor.h"
 #include "core/guard.h"
 #include "core/log.h"
-#include "vcc/vccif_status.h"
+#include "vcc/status.h"
 
 #include <algorithm>
 #include <cstdarg>

@@ -1,10 +1,10 @@
-#include "vcc/vccif_convert.h"
+#include "vcc/convert.h"
 
 #include "core/fixed_point.h"
 #include "core/instance.h"
 #include "core/log.h"
 #include "core/zenta.h"
-#include "vcc/vccif_status.h"
+#include "vcc/status.h"
 
 #include <algorithm>
 

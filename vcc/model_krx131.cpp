@@ -1,4 +1,4 @@
-#include "vcc/vccif_model.h"
+#include "vcc/model.h"
 
 #include <cstddef>
 #include <iterator>
