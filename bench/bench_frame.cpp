@@ -1,5 +1,5 @@
 // Transport frames as bytes.
-#include "port/ptz_port_canon_frame.h"
+#include "port/frame.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

@@ -3,7 +3,7 @@
 #include "bench/camera.h"
 #include "bench/samples.h"
 #include "bench/wire.h"
-#include "port/ptz_port_canon.h"
+#include "port/spi_port.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "utils/ptz_driver_canon_utils_status.h"
 

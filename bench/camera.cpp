@@ -2,7 +2,7 @@
 
 #include "core/log.h"
 #include "driver/ptz_driver_canon_type.h"
-#include "port/ptz_port_canon_config.h"
+#include "port/config.h"
 #include "vcc/status.h"
 
 #include <csignal>

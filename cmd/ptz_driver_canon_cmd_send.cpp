@@ -4,7 +4,7 @@
 #include "core/glib_raii.h"
 #include "core/guard.h"
 #include "core/log.h"
-#include "port/ptz_port_canon.h"
+#include "port/spi_port.h"
 #include "vcc/packet.h"
 
 namespace {

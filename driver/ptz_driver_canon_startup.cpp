@@ -12,7 +12,7 @@
 #include "hw/ptz_driver_canon_boot.h"
 #include "hw/ptz_driver_canon_fw_file.h"
 #include "hw/ptz_driver_canon_power.h"
-#include "port/ptz_port_canon.h"
+#include "port/spi_port.h"
 #include "utils/ptz_driver_canon_utils_picture.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "utils/ptz_driver_canon_utils_services.h"

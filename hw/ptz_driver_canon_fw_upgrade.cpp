@@ -3,8 +3,8 @@
 #include "core/clock.h"
 #include "core/guard.h"
 #include "core/log.h"
-#include "port/ptz_port_canon.h"
-#include "port/ptz_port_canon_config.h"
+#include "port/config.h"
+#include "port/spi_port.h"
 
 #include <algorithm>
 #include <cstring>

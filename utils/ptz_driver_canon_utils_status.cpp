@@ -3,7 +3,7 @@
 #include "core/clock.h"
 #include "core/glib_raii.h"
 #include "core/guard.h"
-#include "port/ptz_port_canon.h"
+#include "port/spi_port.h"
 #include "utils/ptz_driver_canon_utils_publish.h"
 #include "vcc/convert.h"
 #include "vcc/model.h"

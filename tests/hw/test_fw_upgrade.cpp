@@ -1,7 +1,7 @@
 // Firmware images and their transfer to a partner that takes frames as the camera block does.
 #include "hw/ptz_driver_canon_fw_file.h"
 #include "hw/ptz_driver_canon_fw_upgrade.h"
-#include "port/ptz_port_canon_settings.h"
+#include "port/settings.h"
 #include "ptzorvel/ports/port_registry.h"
 #include "tests/support/driver_fixture.h"
 #include "tests/support/fake_hardware.h"

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "core/glib_raii.h"
-#include "port/ptz_port_canon.h"
-#include "port/ptz_port_canon_settings.h"
+#include "port/settings.h"
+#include "port/spi_port.h"
 #include "tests/support/capture.h"
 #include "tests/support/fake_hardware.h"
 #include "tests/support/virtual_clock.h"

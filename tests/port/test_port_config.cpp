@@ -1,5 +1,5 @@
 // Ports from krx_port.conf: complete, half-filled, malformed and missing files.
-#include "port/ptz_port_canon_config.h"
+#include "port/config.h"
 #include "tests/port/port_fixture.h"
 #include "tests/support/temp_folder.h"
 

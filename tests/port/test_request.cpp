@@ -1,5 +1,5 @@
 // The request line: which reads and waits each trigger mode makes, and how each of them may fail.
-#include "port/ptz_port_canon_request.h"
+#include "port/request.h"
 #include "tests/port/port_fixture.h"
 
 #include <fcntl.h>

@@ -1,5 +1,5 @@
 // Reads and writes on an open port: what is clocked out, and what becomes of every frame that may come back.
-#include "port/ptz_port_canon_transfer.h"
+#include "port/transfer.h"
 #include "tests/port/port_fixture.h"
 
 #include <numeric>

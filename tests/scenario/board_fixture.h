@@ -2,8 +2,8 @@
 #pragma once
 
 #include "driver/ptz_driver_canon_type.h"
-#include "port/ptz_port_canon_config.h"
-#include "port/ptz_port_canon_settings.h"
+#include "port/config.h"
+#include "port/settings.h"
 #include "sim/image.h"
 #include "tests/sim/sim_fixture.h"
 #include "tests/support/bus_fake.h"

@@ -1,7 +1,7 @@
 #include "tests/support/driver_fixture.h"
 
 #include "driver/ptz_driver_canon_type.h"
-#include "port/ptz_port_canon_config.h"
+#include "port/config.h"
 #include "tests/support/bus_fake.h"
 #include "vcc/status.h"
 

@@ -1,9 +1,9 @@
-#include "port/ptz_port_canon_transfer.h"
+#include "port/transfer.h"
 
 #include "core/guard.h"
 #include "core/log.h"
-#include "port/ptz_port_canon_request.h"
-#include "port/ptz_port_canon_settings.h"
+#include "port/request.h"
+#include "port/settings.h"
 #include "spidev/spidev_link.h"
 
 #include <algorithm>

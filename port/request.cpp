@@ -1,9 +1,9 @@
-#include "port/ptz_port_canon_request.h"
+#include "port/request.h"
 
 #include "core/clock.h"
 #include "core/log.h"
 #include "port/gpio_handle.h"
-#include "port/ptz_port_canon_settings.h"
+#include "port/settings.h"
 
 #include <cerrno>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "port/ptz_port_canon_frame.h"
+#include "port/frame.h"
 
 #include <cstring>
 

@@ -1,8 +1,8 @@
-#include "port/ptz_port_canon.h"
+#include "port/spi_port.h"
 
 #include "core/log.h"
-#include "port/ptz_port_canon_settings.h"
-#include "port/ptz_port_canon_transfer.h"
+#include "port/settings.h"
+#include "port/transfer.h"
 #include "spidev/spidev_link.h"
 
 #include <cerrno>

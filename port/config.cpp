@@ -1,11 +1,11 @@
-#include "port/ptz_port_canon_config.h"
+#include "port/config.h"
 
 #include "core/glib_raii.h"
 #include "core/guard.h"
 #include "core/log.h"
 #include "core/paths.h"
-#include "port/ptz_port_canon.h"
-#include "port/ptz_port_canon_settings.h"
+#include "port/settings.h"
+#include "port/spi_port.h"
 
 #include <optional>
 #include <string>

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "core/gpio_line.h"
-#include "port/ptz_port_canon.h"
-#include "port/ptz_port_canon_frame.h"
+#include "port/frame.h"
+#include "port/spi_port.h"
 
 // The bytes that a burst of `burst_length` really clocks: never more than a frame holds.
 int ptz_port_canon_clocked_length(int burst_length);

@@ -1,7 +1,7 @@
 // The SPI port: one spidev device, its transfer parameters as object properties, and the framework's port operations.
 //
 // A read or write moves one checksummed frame per SPI burst, after the camera block has raised its request line
-// (ptz_port_canon_transfer.h). Ports are made from the configuration file (ptz_port_canon_config.h). A port has no
+// (transfer.h). Ports are made from the configuration file (config.h). A port has no
 // lock of its own: one transfer at a time.
 #pragma once
 
