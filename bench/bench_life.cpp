@@ -14,8 +14,8 @@
 #include "sim/bus.h"
 #include "sim/image.h"
 #include "tests/support/virtual_clock.h"
-#include "utils/ptz_driver_canon_utils_publish.h"
-#include "utils/ptz_driver_canon_utils_status.h"
+#include "utils/publish.h"
+#include "utils/status.h"
 #include "vcc/status.h"
 
 #include <benchmark/benchmark.h>

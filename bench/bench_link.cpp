@@ -4,8 +4,8 @@
 #include "bench/samples.h"
 #include "bench/wire.h"
 #include "port/spi_port.h"
-#include "utils/ptz_driver_canon_utils_publish.h"
-#include "utils/ptz_driver_canon_utils_status.h"
+#include "utils/publish.h"
+#include "utils/status.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

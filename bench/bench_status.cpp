@@ -1,7 +1,7 @@
 // A full run of the four status blocks: into the store, and what the driver derives of it.
 #include "bench/camera.h"
 #include "port/spi_port.h"
-#include "utils/ptz_driver_canon_utils_status.h"
+#include "utils/status.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

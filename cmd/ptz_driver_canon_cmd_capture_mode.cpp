@@ -5,8 +5,8 @@
 #include "core/clock.h"
 #include "core/log.h"
 #include "hw/ptz_driver_canon_boot.h"
-#include "utils/ptz_driver_canon_utils_picture.h"
-#include "utils/ptz_driver_canon_utils_status.h"
+#include "utils/picture.h"
+#include "utils/status.h"
 #include "vcc/select_model.h"
 #include "vcc/status.h"
 

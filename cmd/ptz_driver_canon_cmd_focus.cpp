@@ -2,8 +2,8 @@
 
 #include "cmd/ptz_driver_canon_cmd_setting.h"
 #include "core/log.h"
-#include "utils/ptz_driver_canon_utils_publish.h"
-#include "utils/ptz_driver_canon_utils_status.h"
+#include "utils/publish.h"
+#include "utils/status.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include "core/guard.h"
 #include "core/log.h"
 #include "core/zenta.h"
-#include "utils/ptz_driver_canon_utils_publish.h"
-#include "utils/ptz_driver_canon_utils_status.h"
+#include "utils/publish.h"
+#include "utils/status.h"
 #include "vcc/convert.h"
 #include "vcc/rows.h"
 

@@ -3,7 +3,7 @@
 #include "cmd/ptz_driver_canon_cmd_setting.h"
 #include "core/clock.h"
 #include "core/log.h"
-#include "utils/ptz_driver_canon_utils_status.h"
+#include "utils/status.h"
 
 #include <cstring>
 

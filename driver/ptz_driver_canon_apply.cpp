@@ -5,7 +5,7 @@
 #include "cmd/ptz_driver_canon_cmd_video.h"
 #include "core/log.h"
 #include "driver/ptz_driver_canon_operations.h"
-#include "utils/ptz_driver_canon_utils_services.h"
+#include "utils/services.h"
 
 namespace {
 

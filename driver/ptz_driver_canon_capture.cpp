@@ -4,8 +4,8 @@
 #include "core/glib_raii.h"
 #include "core/log.h"
 #include "driver/ptz_driver_canon_startup.h"
-#include "utils/ptz_driver_canon_utils_services.h"
-#include "utils/ptz_driver_canon_utils_task.h"
+#include "utils/services.h"
+#include "utils/task.h"
 
 #include <cstring>
 

@@ -3,8 +3,8 @@
 #include "core/clock.h"
 #include "core/glib_raii.h"
 #include "core/log.h"
-#include "utils/ptz_driver_canon_utils_status.h"
-#include "utils/ptz_driver_canon_utils_task.h"
+#include "utils/status.h"
+#include "utils/task.h"
 #include "vcc/dump.h"
 #include "vcc/model.h"
 

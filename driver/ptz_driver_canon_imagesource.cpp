@@ -8,7 +8,7 @@
 #include "cmd/ptz_driver_canon_cmd_focus.h"
 #include "cmd/ptz_driver_canon_cmd_iris_mode.h"
 #include "cmd/ptz_driver_canon_cmd_picture.h"
-#include "utils/ptz_driver_canon_utils_limit.h"
+#include "utils/slow_shutter_limit.h"
 
 #include <algorithm>
 

@@ -11,9 +11,9 @@
 #include "cmd/ptz_driver_canon_cmd_stop.h"
 #include "core/fixed_point.h"
 #include "core/zenta.h"
-#include "utils/ptz_driver_canon_utils_picture.h"
-#include "utils/ptz_driver_canon_utils_publish.h"
-#include "utils/ptz_driver_canon_utils_status.h"
+#include "utils/picture.h"
+#include "utils/publish.h"
+#include "utils/status.h"
 #include "vcc/model.h"
 #include "vcc/zoom_scale.h"
 

@@ -8,8 +8,8 @@
 #include "driver/ptz_driver_canon_startup.h"
 #include "driver/ptz_driver_canon_type.h"
 #include "hw/ptz_driver_canon_power.h"
-#include "utils/ptz_driver_canon_utils_picture.h"
-#include "utils/ptz_driver_canon_utils_services.h"
+#include "utils/picture.h"
+#include "utils/services.h"
 #include "vcc/model.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include "cmd/ptz_driver_canon_cmd_video.h"
 #include "core/log.h"
 #include "driver/ptz_driver_canon_startup.h"
-#include "utils/ptz_driver_canon_utils_capabilities.h"
-#include "utils/ptz_driver_canon_utils_task.h"
+#include "utils/capabilities.h"
+#include "utils/task.h"
 #include "vcc/model.h"
 
 #include <cstring>

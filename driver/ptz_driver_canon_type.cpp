@@ -6,8 +6,8 @@
 #include "driver/ptz_driver_canon_operations.h"
 #include "port/config.h"
 #include "port/spi_port.h"
-#include "utils/ptz_driver_canon_utils_publish.h"
-#include "utils/ptz_driver_canon_utils_services.h"
+#include "utils/publish.h"
+#include "utils/services.h"
 #include "vcc/model.h"
 
 namespace {

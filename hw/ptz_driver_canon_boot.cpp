@@ -3,7 +3,7 @@
 #include "core/clock.h"
 #include "core/log.h"
 #include "hw/ptz_driver_canon_power.h"
-#include "utils/ptz_driver_canon_utils_status.h"
+#include "utils/status.h"
 #include "vcc/select_model.h"
 #include "vcc/status.h"
 

@@ -2,8 +2,8 @@
 #include "driver/ptz_driver_canon_capture.h"
 #include "tests/support/bus_fake.h"
 #include "tests/support/driver_fixture.h"
-#include "utils/ptz_driver_canon_utils_capabilities.h"
-#include "utils/ptz_driver_canon_utils_services.h"
+#include "utils/capabilities.h"
+#include "utils/services.h"
 #include "vcc/model.h"
 #include "vcc/select_model.h"
 

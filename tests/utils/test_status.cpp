@@ -1,8 +1,8 @@
 #include "core/parameter.h"
 #include "tests/support/driver_fixture.h"
-#include "utils/ptz_driver_canon_utils_limit.h"
-#include "utils/ptz_driver_canon_utils_publish.h"
-#include "utils/ptz_driver_canon_utils_status.h"
+#include "utils/publish.h"
+#include "utils/slow_shutter_limit.h"
+#include "utils/status.h"
 #include "vcc/status.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "utils/ptz_driver_canon_utils_picture.h"
+#include "utils/picture.h"
 
 #include "core/log.h"
 

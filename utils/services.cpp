@@ -1,4 +1,4 @@
-#include "utils/ptz_driver_canon_utils_services.h"
+#include "utils/services.h"
 
 #include "core/glib_raii.h"
 #include "core/guard.h"

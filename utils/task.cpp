@@ -1,4 +1,4 @@
-#include "utils/ptz_driver_canon_utils_task.h"
+#include "utils/task.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "utils/ptz_driver_canon_utils_status.h"
+#include "utils/status.h"
 
 #include "core/clock.h"
 #include "core/glib_raii.h"
 #include "core/guard.h"
 #include "port/spi_port.h"
-#include "utils/ptz_driver_canon_utils_publish.h"
+#include "utils/publish.h"
 #include "vcc/convert.h"
 #include "vcc/model.h"
 #include "vcc/status.h"

@@ -1,4 +1,4 @@
-#include "utils/ptz_driver_canon_utils_capabilities.h"
+#include "utils/capabilities.h"
 
 #include "core/fixed_point.h"
 #include "core/glib_raii.h"

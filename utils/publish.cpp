@@ -1,10 +1,10 @@
-#include "utils/ptz_driver_canon_utils_publish.h"
+#include "utils/publish.h"
 
 #include "core/fixed_point.h"
 #include "core/glib_raii.h"
 #include "core/log.h"
-#include "utils/ptz_driver_canon_utils_picture.h"
-#include "utils/ptz_driver_canon_utils_task.h"
+#include "utils/picture.h"
+#include "utils/task.h"
 #include "vcc/status.h"
 
 #include <array>

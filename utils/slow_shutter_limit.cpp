@@ -1,4 +1,4 @@
-#include "utils/ptz_driver_canon_utils_limit.h"
+#include "utils/slow_shutter_limit.h"
 
 #include "core/log.h"
 
