@@ -7,7 +7,7 @@
 #include "driver/ptz_driver_canon_operations.h"
 #include "driver/ptz_driver_canon_params.h"
 #include "driver/ptz_driver_canon_type.h"
-#include "hw/ptz_driver_canon_fw_upgrade.h"
+#include "hw/fw_upgrade.h"
 #include "port/config.h"
 #include "port/settings.h"
 #include "sim/board.h"

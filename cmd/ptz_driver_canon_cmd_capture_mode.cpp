@@ -4,7 +4,7 @@
 #include "cmd/ptz_driver_canon_cmd_video.h"
 #include "core/clock.h"
 #include "core/log.h"
-#include "hw/ptz_driver_canon_boot.h"
+#include "hw/boot.h"
 #include "utils/picture.h"
 #include "utils/status.h"
 #include "vcc/select_model.h"

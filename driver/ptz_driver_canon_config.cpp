@@ -2,7 +2,7 @@
 
 #include "core/glib_raii.h"
 #include "core/log.h"
-#include "hw/ptz_temperature_controller_canon.h"
+#include "hw/temperature_controller.h"
 #include "vcc/model.h"
 #include "vcc/select_model.h"
 

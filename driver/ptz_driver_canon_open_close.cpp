@@ -7,7 +7,7 @@
 #include "driver/ptz_driver_canon_device_status.h"
 #include "driver/ptz_driver_canon_startup.h"
 #include "driver/ptz_driver_canon_type.h"
-#include "hw/ptz_driver_canon_power.h"
+#include "hw/power.h"
 #include "utils/picture.h"
 #include "utils/services.h"
 #include "vcc/model.h"

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/instance.h"
-#include "hw/ptz_driver_canon_life_door.h"
+#include "hw/life_door.h"
 
 // Full restart, whatever the state: stops the camera, forgets what it reported and starts up again.
 void ptz_driver_canon_reset(PTZDriverCanon *self);

@@ -1,7 +1,7 @@
 // What a new driver is like: its defaults, the configuration file, the block's defaults.
 #include "driver/ptz_driver_canon_config.h"
 #include "driver/ptz_driver_canon_type.h"
-#include "hw/ptz_temperature_controller_canon.h"
+#include "hw/temperature_controller.h"
 #include "tests/support/driver_fixture.h"
 #include "vcc/model.h"
 #include "vcc/select_model.h"

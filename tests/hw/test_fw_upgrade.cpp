@@ -1,6 +1,6 @@
 // Firmware images and their transfer to a partner that takes frames as the camera block does.
-#include "hw/ptz_driver_canon_fw_file.h"
-#include "hw/ptz_driver_canon_fw_upgrade.h"
+#include "hw/fw_file.h"
+#include "hw/fw_upgrade.h"
 #include "port/settings.h"
 #include "ptzorvel/ports/port_registry.h"
 #include "tests/support/driver_fixture.h"

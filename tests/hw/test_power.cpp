@@ -1,5 +1,5 @@
 // Power and reset sequences: which lines are driven and read, in which order, and what each failing step leaves.
-#include "hw/ptz_driver_canon_power.h"
+#include "hw/power.h"
 #include "tests/support/capture.h"
 #include "tests/support/fake_hardware.h"
 #include "tests/support/virtual_clock.h"

@@ -1,8 +1,8 @@
-#include "hw/ptz_driver_canon_boot.h"
+#include "hw/boot.h"
 
 #include "core/clock.h"
 #include "core/log.h"
-#include "hw/ptz_driver_canon_power.h"
+#include "hw/power.h"
 #include "utils/status.h"
 #include "vcc/select_model.h"
 #include "vcc/status.h"

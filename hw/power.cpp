@@ -1,4 +1,4 @@
-#include "hw/ptz_driver_canon_power.h"
+#include "hw/power.h"
 
 #include "core/clock.h"
 #include "core/guard.h"

@@ -1,4 +1,4 @@
-#include "hw/ptz_driver_canon_fw_upgrade.h"
+#include "hw/fw_upgrade.h"
 
 #include "core/clock.h"
 #include "core/guard.h"

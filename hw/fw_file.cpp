@@ -1,8 +1,8 @@
-#include "hw/ptz_driver_canon_fw_file.h"
+#include "hw/fw_file.h"
 
 #include "core/descriptor.h"
 #include "core/log.h"
-#include "hw/ptz_driver_canon_fw_upgrade.h"
+#include "hw/fw_upgrade.h"
 
 #include <algorithm>
 #include <fcntl.h>

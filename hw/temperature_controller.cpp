@@ -1,8 +1,8 @@
-#include "hw/ptz_temperature_controller_canon.h"
+#include "hw/temperature_controller.h"
 
 #include "core/instance.h"
 #include "core/log.h"
-#include "hw/ptz_driver_canon_life_door.h"
+#include "hw/life_door.h"
 
 struct PTZTemperatureControllerGeneric {
     PTZTemperatureController parent_instance;
