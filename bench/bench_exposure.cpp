@@ -1,8 +1,8 @@
 // Full manual exposure: the largest payload there is, and the operation that sends it.
 #include "bench/allocations.h"
 #include "bench/camera.h"
-#include "cmd/ptz_driver_canon_cmd_exposure.h"
-#include "cmd/ptz_driver_canon_cmd_move_iris.h"
+#include "cmd/exposure.h"
+#include "cmd/move_iris.h"
 #include "vcc/rows.h"
 #include "vcc/shutter.h"
 

@@ -1,8 +1,8 @@
 // Brings a camera block that has just started to what the user has set.
 #include "driver/ptz_driver_canon_params.h"
 
-#include "cmd/ptz_driver_canon_cmd_brightness.h"
-#include "cmd/ptz_driver_canon_cmd_video.h"
+#include "cmd/brightness.h"
+#include "cmd/video.h"
 #include "core/log.h"
 #include "driver/ptz_driver_canon_operations.h"
 #include "utils/services.h"

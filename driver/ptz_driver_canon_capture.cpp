@@ -1,6 +1,6 @@
 #include "driver/ptz_driver_canon_capture.h"
 
-#include "cmd/ptz_driver_canon_cmd_capture_mode.h"
+#include "cmd/capture_mode.h"
 #include "core/glib_raii.h"
 #include "core/log.h"
 #include "driver/ptz_driver_canon_startup.h"

@@ -1,13 +1,13 @@
 // The group "ImageSource": the picture as the user sets it, each parameter turned into the command that realises it.
 #include "driver/ptz_driver_canon_params.h"
 
-#include "cmd/ptz_driver_canon_cmd_brightness.h"
-#include "cmd/ptz_driver_canon_cmd_color.h"
-#include "cmd/ptz_driver_canon_cmd_day_night.h"
-#include "cmd/ptz_driver_canon_cmd_exposure.h"
-#include "cmd/ptz_driver_canon_cmd_focus.h"
-#include "cmd/ptz_driver_canon_cmd_iris_mode.h"
-#include "cmd/ptz_driver_canon_cmd_picture.h"
+#include "cmd/brightness.h"
+#include "cmd/color.h"
+#include "cmd/day_night.h"
+#include "cmd/exposure.h"
+#include "cmd/focus.h"
+#include "cmd/iris_mode.h"
+#include "cmd/picture.h"
 #include "utils/slow_shutter_limit.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // The group "Limit": how far movements and lens may go.
 #include "driver/ptz_driver_canon_params.h"
 
-#include "cmd/ptz_driver_canon_cmd_focus.h"
+#include "cmd/focus.h"
 #include "core/glib_raii.h"
 #include "core/log.h"
 #include "driver/ptz_driver_canon_operations.h"

@@ -1,7 +1,7 @@
 // Open and close.
 #include "driver/ptz_driver_canon_operations.h"
 
-#include "cmd/ptz_driver_canon_cmd_video.h"
+#include "cmd/video.h"
 #include "core/log.h"
 #include "driver/ptz_driver_canon_audio.h"
 #include "driver/ptz_driver_canon_device_status.h"

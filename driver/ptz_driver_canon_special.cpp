@@ -1,8 +1,8 @@
 // Special commands, capabilities, and the rotation that the streaming service announces.
 #include "driver/ptz_driver_canon_operations.h"
 
-#include "cmd/ptz_driver_canon_cmd_color.h"
-#include "cmd/ptz_driver_canon_cmd_video.h"
+#include "cmd/color.h"
+#include "cmd/video.h"
 #include "core/log.h"
 #include "driver/ptz_driver_canon_startup.h"
 #include "utils/capabilities.h"

@@ -1,6 +1,6 @@
 #include "driver/ptz_driver_canon_startup.h"
 
-#include "cmd/ptz_driver_canon_cmd_video.h"
+#include "cmd/video.h"
 #include "core/log.h"
 #include "core/paths.h"
 #include "driver/ptz_driver_canon_audio.h"

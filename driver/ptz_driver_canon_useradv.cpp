@@ -1,7 +1,7 @@
 // The group "UserAdv": advanced settings, and what the driver tells about the device.
 #include "driver/ptz_driver_canon_params.h"
 
-#include "cmd/ptz_driver_canon_cmd_capture_mode.h"
+#include "cmd/capture_mode.h"
 #include "core/log.h"
 #include "driver/ptz_driver_canon_capture.h"
 #include "vcc/model.h"

@@ -1,0 +1,143 @@
+#include "cmd/color.h"
+
+#include "cmd/setting.h"
+#include "core/log.h"
+#include "vcc/convert.h"
+
+namespace {
+
+constexpr int ALL_COLORS = 0;
+constexpr unsigned CHROMA_LEVEL_MAX = 3;
+constexpr int GAIN_SET = 1;
+
+constexpr ModeRow LEVEL_COLORS[] = {{"ColorLevelMagenta", 1},
+                                    {"ColorLevelRed", 2},
+                                    {"ColorLevelYellow", 3},
+                                    {"ColorLevelGreen", 4},
+                                    {"ColorLevelCyan", 5},
+                                    {"ColorLevelBlue", 6},
+                                    {}};
+constexpr ModeRow HUE_COLORS[] = {{"ColorHueMaster", ALL_COLORS},
+                                  {"ColorHue", ALL_COLORS},
+                                  {"ColorHueMagenta", 1},
+                                  {"ColorHueRed", 2},
+                                  {"ColorHueYellow", 3},
+                                  {"ColorHueGreen", 4},
+                                  {"ColorHueCyan", 5},
+                                  {"ColorHueBlue", 6},
+                                  {}};
+
+struct ColorSetting {
+    const VccRow<3, 2> &row;
+    const ModeRow *colors;
+    const Range *CameraModel::*range;
+    const char *failure;
+};
+
+constexpr ColorSetting LEVEL{kColourLevel, LEVEL_COLORS, &CameraModel::color_gain_range,
+                             "Failed to send color level setup command"};
+constexpr ColorSetting HUE{kColourHue, HUE_COLORS, &CameraModel::hue_range, "Failed to send color hue setup command"};
+
+gboolean send_color(PTZDriverCanon *self, const ColorSetting &setting, int color, unsigned level)
+{
+    const int value = vccif_percent_to_vcc_range(self->cam_model->*setting.range, static_cast<int>(level));
+    return ptz_driver_canon_cmd_send_record(self, setting.failure, setting.row, color, value);
+}
+
+gboolean send_named_color(PTZDriverCanon *self, const ColorSetting &setting, const char *color, unsigned level)
+{
+    const ModeRow *named = ptz_driver_canon_cmd_find_mode(setting.colors, color);
+    if (named == nullptr) {
+        log_error("Unsupported color type");
+        return FALSE;
+    }
+    return send_color(self, setting, named->code, level);
+}
+
+constexpr ModeSetting WHITE_BALANCE{
+    kWhiteBalanceMode,
+    {&CameraModel::white_balance_tbl, "Unavailable white balance mode table.", "Unsupported white balance mode: "},
+    "Failed to send white balance setup command"};
+
+struct GainSetting {
+    const VccRow<3, 1> &row;
+    const VccRow<3, 2> &set_row;
+    const char *failure;
+};
+
+constexpr GainSetting RED_GAIN{kWhiteBalanceRedGain, kWhiteBalanceRedGainSet,
+                               "Failed to send white balance red gain setup command"};
+constexpr GainSetting BLUE_GAIN{kWhiteBalanceBlueGain, kWhiteBalanceBlueGainSet,
+                                "Failed to send white balance blue gain setup command"};
+
+gboolean send_gain(PTZDriverCanon *self, const GainSetting &setting, unsigned gain)
+{
+    const int value = vccif_percent_to_vcc_range(self->cam_model->wb_gain_range, static_cast<int>(gain));
+    CommandBuffer commands;
+    commands.add(setting.row, value);
+    commands.add(setting.set_row, GAIN_SET, value);
+    return ptz_driver_canon_cmd_send_buffer(self, commands, setting.failure);
+}
+
+} // namespace
+
+gboolean ptz_driver_canon_cmd_color_level(PTZDriverCanon *self, unsigned level)
+{
+    GUARD(self, FALSE);
+    GUARD_SCALED(color_gain_range, level);
+    return send_color(self, LEVEL, ALL_COLORS, level);
+}
+
+gboolean ptz_driver_canon_cmd_color_level_by_color(PTZDriverCanon *self, const char *color, unsigned level)
+{
+    GUARD_TEXT(color);
+    GUARD_SCALED(color_gain_range, level);
+    return send_named_color(self, LEVEL, color, level);
+}
+
+gboolean ptz_driver_canon_cmd_color_hue(PTZDriverCanon *self, const char *color, unsigned level)
+{
+    GUARD_TEXT(color);
+    // A model without colour levels has no hues either.
+    GUARD(self->cam_model->color_gain_range, FALSE);
+    GUARD_SCALED(hue_range, level);
+    return send_named_color(self, HUE, color, level);
+}
+
+gboolean ptz_driver_canon_cmd_chroma_suppress(PTZDriverCanon *self, unsigned level)
+{
+    GUARD(self, FALSE);
+    if (level > CHROMA_LEVEL_MAX) {
+        log_error("Unsupported chroma suppression level: %d", static_cast<int>(level));
+        return FALSE;
+    }
+    return ptz_driver_canon_cmd_send_record(self, "Failed to send chroma suppression setup command", kChromaSuppression,
+                                            level);
+}
+
+gboolean ptz_driver_canon_cmd_white_balance(PTZDriverCanon *self, const char *mode)
+{
+    GUARD_TEXT(mode);
+    return ptz_driver_canon_cmd_send_mode(self, WHITE_BALANCE, mode);
+}
+
+gboolean ptz_driver_canon_cmd_white_balance_manual_gain_r(PTZDriverCanon *self, unsigned gain)
+{
+    GUARD(self, FALSE);
+    GUARD_SCALED(wb_gain_range, gain);
+    return send_gain(self, RED_GAIN, gain);
+}
+
+gboolean ptz_driver_canon_cmd_white_balance_manual_gain_b(PTZDriverCanon *self, unsigned gain)
+{
+    GUARD(self, FALSE);
+    GUARD_SCALED(wb_gain_range, gain);
+    return send_gain(self, BLUE_GAIN, gain);
+}
+
+gboolean ptz_driver_canon_cmd_white_balance_onepush(PTZDriverCanon *self)
+{
+    GUARD(self, FALSE);
+    return ptz_driver_canon_cmd_send_record(self, "Failed to send one push white balance setup command",
+                                            kOnePushWhiteBalance);
+}

@@ -1,0 +1,91 @@
+#include "cmd/picture.h"
+
+#include "cmd/setting.h"
+#include "core/log.h"
+#include "vcc/convert.h"
+
+namespace {
+
+constexpr LevelSetting SHARPNESS{kSharpness, &CameraModel::sharpness_range, "Failed to send sharpness setup command"};
+constexpr LevelSetting DEFOG_EFFECT{kDefogEffect, &CameraModel::defog_effect_range,
+                                    "Failed to send defog level setup command"};
+
+constexpr ModeSetting WDR{kWdr,
+                          {&CameraModel::wdr_tbl, "Unavailable WDR table.", "Unsupported WDR mode "},
+                          "Failed to send WDR setup command"};
+constexpr ModeSetting GAMMA{
+    kGamma,
+    {&CameraModel::gamma_tbl, "Unavailable gamma cureve table.", "Unsupported gamma curve mode "},
+    "Failed to send gamma curve mode setup command"};
+constexpr ModeSetting STABILIZER{kImageStabilization,
+                                 {&CameraModel::image_stabilizer_tbl, "Unavailable image stabilization table.",
+                                  "Unsupported image stabilization mode "},
+                                 "Failed to send image stabilization setup command"};
+constexpr ModeSetting DISTORTION{kDistortionCorrection,
+                                 {&CameraModel::distortion_correction_tbl, "Unavailable distortion correction table.",
+                                  "Unsupported distortion correction mode "},
+                                 "Failed to send distortion correction setup command"};
+
+constexpr ModeRow OFF_ON[] = {{"off", 0}, {"on", 1}, {}};
+constexpr ChoiceSetting DEFOG{kDefog, OFF_ON, "Unsupported defog mode", "Failed to send defog setup command"};
+
+} // namespace
+
+gboolean ptz_driver_canon_cmd_sharpness(PTZDriverCanon *self, unsigned level)
+{
+    GUARD(self, FALSE);
+    GUARD_SCALED(sharpness_range, level);
+    return ptz_driver_canon_cmd_send_level(self, SHARPNESS, level);
+}
+
+gboolean ptz_driver_canon_cmd_noise_reduction(PTZDriverCanon *self, const char *mode, unsigned level)
+{
+    GUARD_TEXT(mode);
+    GUARD_SCALED(nr_range, level);
+    const ModeRow *row = ptz_driver_canon_cmd_find_mode(OFF_ON, mode);
+    if (row == nullptr) {
+        log_error("Unavailable noise reduction mode");
+        return FALSE;
+    }
+    const bool on = row->code != 0;
+    const int strength = on ? vccif_percent_to_vcc_range(self->cam_model->nr_range, static_cast<int>(level)) : 0;
+    return ptz_driver_canon_cmd_send_record(self, "Failed to send noise reduction intensity setup command",
+                                            kNoiseReduction, strength);
+}
+
+gboolean ptz_driver_canon_cmd_wdr(PTZDriverCanon *self, const char *mode)
+{
+    GUARD_TEXT(mode);
+    return ptz_driver_canon_cmd_send_mode(self, WDR, mode);
+}
+
+gboolean ptz_driver_canon_cmd_gamma(PTZDriverCanon *self, const char *mode)
+{
+    GUARD_TEXT(mode);
+    return ptz_driver_canon_cmd_send_mode(self, GAMMA, mode);
+}
+
+gboolean ptz_driver_canon_cmd_image_stabilizer(PTZDriverCanon *self, const char *mode)
+{
+    GUARD_TEXT(mode);
+    return ptz_driver_canon_cmd_send_mode(self, STABILIZER, mode);
+}
+
+gboolean ptz_driver_canon_cmd_distortion_correction(PTZDriverCanon *self, const char *mode)
+{
+    GUARD_TEXT(mode);
+    return ptz_driver_canon_cmd_send_mode(self, DISTORTION, mode);
+}
+
+gboolean ptz_driver_canon_cmd_defog(PTZDriverCanon *self, const char *mode)
+{
+    GUARD_TEXT(mode);
+    return ptz_driver_canon_cmd_send_choice(self, DEFOG, mode);
+}
+
+gboolean ptz_driver_canon_cmd_defog_effect(PTZDriverCanon *self, unsigned level)
+{
+    GUARD(self, FALSE);
+    GUARD_SCALED(defog_effect_range, level);
+    return ptz_driver_canon_cmd_send_level(self, DEFOG_EFFECT, level);
+}

@@ -1,0 +1,52 @@
+#include "cmd/send.h"
+
+#include "core/clock.h"
+#include "core/glib_raii.h"
+#include "core/guard.h"
+#include "core/log.h"
+#include "port/spi_port.h"
+#include "vcc/packet.h"
+
+namespace {
+
+constexpr std::int64_t RETRY_PAUSE_US = 5000;
+
+// The result of port_write: above 0 when the port has taken the packet.
+int write_packet(PTZDriverCanon *self, const std::uint8_t *packet)
+{
+    const std::size_t size = vcc_packet_size(packet);
+    if (size >= VCC_PACKET_PAYLOAD_MAX) {
+        log_error("Failed to create the command");
+        return -1;
+    }
+    const GMutexHold hold(self->port_lock);
+    return ptz_port_canon_write_data(self->port, packet, static_cast<int>(size), 0, 0);
+}
+
+} // namespace
+
+gboolean ptz_driver_canon_cmd_send(PTZDriverCanon *self, const std::uint8_t *cmd_data, std::size_t cmd_data_size,
+                                   int retries)
+{
+    GUARD(cmd_data, FALSE);
+    GUARD(cmd_data_size < VCC_PACKET_PAYLOAD_MAX, FALSE);
+    const VccPacket send_packet = vcc_packet_build(cmd_data, cmd_data_size);
+    GUARD(send_packet, FALSE);
+    for (int attempt = 0; attempt < retries; ++attempt) {
+        const int written = write_packet(self, send_packet.get());
+        if (written > 0)
+            return TRUE;
+        log_warning("Write command failed: %d, retry: %d", written, attempt);
+        clock_sleep_us(RETRY_PAUSE_US);
+    }
+    return FALSE;
+}
+
+gboolean ptz_driver_canon_cmd_send_buffer(PTZDriverCanon *self, const CommandBuffer &commands, const char *failure)
+{
+    if (ptz_driver_canon_cmd_send(self, commands.data(), commands.size(), self->cmd_retries))
+        return TRUE;
+    if (failure != nullptr)
+        log_error("%s", failure);
+    return FALSE;
+}
