@@ -1,7 +1,7 @@
 #include "bench/camera.h"
 
 #include "core/log.h"
-#include "driver/ptz_driver_canon_type.h"
+#include "driver/type.h"
 #include "port/config.h"
 #include "vcc/status.h"
 

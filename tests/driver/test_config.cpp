@@ -1,6 +1,6 @@
 // What a new driver is like: its defaults, the configuration file, the block's defaults.
-#include "driver/ptz_driver_canon_config.h"
-#include "driver/ptz_driver_canon_type.h"
+#include "driver/config.h"
+#include "driver/type.h"
 #include "hw/temperature_controller.h"
 #include "tests/support/driver_fixture.h"
 #include "vcc/model.h"

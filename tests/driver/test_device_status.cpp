@@ -1,4 +1,4 @@
-#include "driver/ptz_driver_canon_device_status.h"
+#include "driver/device_status.h"
 #include "tests/support/driver_fixture.h"
 #include "vcc/dump.h"
 

@@ -1,5 +1,5 @@
-#include "driver/ptz_driver_canon_operations.h"
-#include "driver/ptz_driver_canon_params.h"
+#include "driver/operations.h"
+#include "driver/params.h"
 #include "tests/cmd/command_bench.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "driver/ptz_driver_canon_operations.h"
+#include "driver/operations.h"
 #include "tests/cmd/command_bench.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // Limits, advanced settings and special commands.
-#include "driver/ptz_driver_canon_operations.h"
-#include "driver/ptz_driver_canon_params.h"
+#include "driver/operations.h"
+#include "driver/params.h"
 #include "tests/cmd/command_bench.h"
 #include "tests/support/bus_fake.h"
 

@@ -1,8 +1,8 @@
 // The temperature controllers of a driver whose thermal zone the test writes. How the camera goes from state to state
 // with them is told with a whole board.
-#include "driver/ptz_driver_canon_operations.h"
-#include "driver/ptz_driver_canon_startup.h"
-#include "driver/ptz_driver_canon_type.h"
+#include "driver/operations.h"
+#include "driver/startup.h"
+#include "driver/type.h"
 #include "tests/support/driver_fixture.h"
 #include "tests/support/fake_hardware.h"
 #include "tests/support/temp_folder.h"

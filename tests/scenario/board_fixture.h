@@ -1,7 +1,7 @@
 // The driver and the simulated board in one process, on one virtual clock: seconds pass in milliseconds.
 #pragma once
 
-#include "driver/ptz_driver_canon_type.h"
+#include "driver/type.h"
 #include "port/config.h"
 #include "port/settings.h"
 #include "sim/image.h"

@@ -1,6 +1,6 @@
 #include "tests/support/driver_fixture.h"
 
-#include "driver/ptz_driver_canon_type.h"
+#include "driver/type.h"
 #include "port/config.h"
 #include "tests/support/bus_fake.h"
 #include "vcc/status.h"

@@ -1,5 +1,5 @@
 #include "core/glib_raii.h"
-#include "driver/ptz_driver_canon_capture.h"
+#include "driver/capture.h"
 #include "tests/support/bus_fake.h"
 #include "tests/support/driver_fixture.h"
 #include "utils/capabilities.h"

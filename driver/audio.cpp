@@ -1,4 +1,4 @@
-#include "driver/ptz_driver_canon_audio.h"
+#include "driver/audio.h"
 
 #include "core/log.h"
 

@@ -1,7 +1,7 @@
-#include "driver/ptz_driver_canon_params.h"
+#include "driver/params.h"
 
 #include "core/log.h"
-#include "driver/ptz_driver_canon_operations.h"
+#include "driver/operations.h"
 
 bool ptz_driver_canon_read_integer(const Parameter &parameter, ParameterValue *value)
 {

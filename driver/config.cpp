@@ -1,4 +1,4 @@
-#include "driver/ptz_driver_canon_config.h"
+#include "driver/config.h"
 
 #include "core/glib_raii.h"
 #include "core/log.h"

@@ -1,9 +1,9 @@
-#include "driver/ptz_driver_canon_type.h"
+#include "driver/type.h"
 
 #include "core/log.h"
 #include "core/paths.h"
-#include "driver/ptz_driver_canon_config.h"
-#include "driver/ptz_driver_canon_operations.h"
+#include "driver/config.h"
+#include "driver/operations.h"
 #include "port/config.h"
 #include "port/spi_port.h"
 #include "utils/publish.h"

@@ -1,12 +1,12 @@
 // Open and close.
-#include "driver/ptz_driver_canon_operations.h"
+#include "driver/operations.h"
 
 #include "cmd/video.h"
 #include "core/log.h"
-#include "driver/ptz_driver_canon_audio.h"
-#include "driver/ptz_driver_canon_device_status.h"
-#include "driver/ptz_driver_canon_startup.h"
-#include "driver/ptz_driver_canon_type.h"
+#include "driver/audio.h"
+#include "driver/device_status.h"
+#include "driver/startup.h"
+#include "driver/type.h"
 #include "hw/power.h"
 #include "utils/picture.h"
 #include "utils/services.h"

@@ -1,10 +1,10 @@
 // The group "Limit": how far movements and lens may go.
-#include "driver/ptz_driver_canon_params.h"
+#include "driver/params.h"
 
 #include "cmd/focus.h"
 #include "core/glib_raii.h"
 #include "core/log.h"
-#include "driver/ptz_driver_canon_operations.h"
+#include "driver/operations.h"
 #include "vcc/model.h"
 
 #include <cstring>

@@ -1,10 +1,10 @@
 // Brings a camera block that has just started to what the user has set.
-#include "driver/ptz_driver_canon_params.h"
+#include "driver/params.h"
 
 #include "cmd/brightness.h"
 #include "cmd/video.h"
 #include "core/log.h"
-#include "driver/ptz_driver_canon_operations.h"
+#include "driver/operations.h"
 #include "utils/services.h"
 
 namespace {

@@ -1,10 +1,10 @@
 // Special commands, capabilities, and the rotation that the streaming service announces.
-#include "driver/ptz_driver_canon_operations.h"
+#include "driver/operations.h"
 
 #include "cmd/color.h"
 #include "cmd/video.h"
 #include "core/log.h"
-#include "driver/ptz_driver_canon_startup.h"
+#include "driver/startup.h"
 #include "utils/capabilities.h"
 #include "utils/task.h"
 #include "vcc/model.h"

@@ -1,9 +1,9 @@
-#include "driver/ptz_driver_canon_capture.h"
+#include "driver/capture.h"
 
 #include "cmd/capture_mode.h"
 #include "core/glib_raii.h"
 #include "core/log.h"
-#include "driver/ptz_driver_canon_startup.h"
+#include "driver/startup.h"
 #include "utils/services.h"
 #include "utils/task.h"
 

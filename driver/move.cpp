@@ -1,5 +1,5 @@
 // Movement, positions and fields of view.
-#include "driver/ptz_driver_canon_operations.h"
+#include "driver/operations.h"
 
 #include "cmd/brightness.h"
 #include "cmd/focus.h"

@@ -1,5 +1,5 @@
 // What the framework finds when it loads the plug-in.
-#include "driver/ptz_driver_canon_type.h"
+#include "driver/type.h"
 
 #include <gmodule.h>
 

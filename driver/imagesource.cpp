@@ -1,5 +1,5 @@
 // The group "ImageSource": the picture as the user sets it, each parameter turned into the command that realises it.
-#include "driver/ptz_driver_canon_params.h"
+#include "driver/params.h"
 
 #include "cmd/brightness.h"
 #include "cmd/color.h"

@@ -1,9 +1,9 @@
 // The group "UserAdv": advanced settings, and what the driver tells about the device.
-#include "driver/ptz_driver_canon_params.h"
+#include "driver/params.h"
 
 #include "cmd/capture_mode.h"
 #include "core/log.h"
-#include "driver/ptz_driver_canon_capture.h"
+#include "driver/capture.h"
 #include "vcc/model.h"
 
 #include <cstring>
