@@ -1,7 +1,6 @@
 #include "bench/wire.h"
 
-#include "spidev/spidev_link.h"
-
+#include <cstdarg>
 #include <ctime>
 #include <linux/spi/spidev.h>
 
@@ -24,13 +23,17 @@ WireMeter wire_meter()
 }
 
 // The linker leads the driver's calls to the first of these, and the second to the device.
-extern "C" int __wrap_spidev_ioctl(int fd, unsigned long request, void *arg);
-extern "C" int __real_spidev_ioctl(int fd, unsigned long request, void *arg);
+extern "C" int __wrap_ioctl(int fd, unsigned long request, ...);
+extern "C" int __real_ioctl(int fd, unsigned long request, ...);
 
-int __wrap_spidev_ioctl(int fd, unsigned long request, void *arg)
+int __wrap_ioctl(int fd, unsigned long request, ...)
 {
+    va_list rest;
+    va_start(rest, request);
+    void *const arg = va_arg(rest, void *);
+    va_end(rest);
     const std::int64_t start = monotonic_ns();
-    const int result = __real_spidev_ioctl(fd, request, arg);
+    const int result = __real_ioctl(fd, request, arg);
     if (request != SPI_IOC_MESSAGE(1) || result < 0)
         return result;
     const auto *transfer = static_cast<const spi_ioc_transfer *>(arg);

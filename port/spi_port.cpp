@@ -3,11 +3,10 @@
 #include "core/log.h"
 #include "port/settings.h"
 #include "port/transfer.h"
-#include "spidev/spidev_link.h"
-
 #include <cerrno>
 #include <fcntl.h>
 #include <linux/spi/spidev.h>
+#include <sys/ioctl.h>
 #include <utility>
 
 G_DEFINE_TYPE(PTZPortCanon, ptz_port_canon, ptz_port_get_type())
@@ -53,7 +52,7 @@ bool set_up_device(int fd)
         {SPI_IOC_RD_MAX_SPEED_HZ, &settings.max_speed_hz, "Could not get max speed hz"},
     };
     for (const auto &step : steps) {
-        if (spidev_ioctl(fd, step.request, step.value) < 0) {
+        if (ioctl(fd, step.request, step.value) < 0) {
             log_error("%s", step.failure);
             return false;
         }
@@ -79,7 +78,7 @@ bool make_non_blocking(int fd, const char *device)
 // The descriptor of the device, ready for transfers, or -1 after a message.
 int open_device(const char *device)
 {
-    int fd = spidev_open(device, O_RDWR | O_CLOEXEC);
+    int fd = open(device, O_RDWR | O_CLOEXEC);
     if (fd < 0) {
         const int error = errno;
         log_error("Fatal error, faild to open device \"%s\". (%s:%d)", device, g_strerror(error), error);

@@ -4,11 +4,11 @@
 #include "core/log.h"
 #include "port/request.h"
 #include "port/settings.h"
-#include "spidev/spidev_link.h"
 
 #include <algorithm>
 #include <cstring>
 #include <linux/spi/spidev.h>
+#include <sys/ioctl.h>
 
 namespace {
 
@@ -23,7 +23,7 @@ int send_message(int fd, PortFrame &received, const PortFrame &sent, int clocked
     transfer.speed_hz = port_transfer_settings.max_speed_hz;
     transfer.delay_usecs = 1;
     transfer.bits_per_word = port_transfer_settings.bits_per_word;
-    return spidev_ioctl(fd, SPI_IOC_MESSAGE(1), &transfer);
+    return ioctl(fd, SPI_IOC_MESSAGE(1), &transfer);
 }
 
 // The payload length of the frame that came back, or -1 after a message.

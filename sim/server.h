@@ -2,7 +2,7 @@
 #pragma once
 
 #include "sim/fd.h"
-#include "spidev/spidev_wire.h"
+#include "spidev/wire.h"
 #include "ugpio/ugpio_wire.h"
 
 #include <array>

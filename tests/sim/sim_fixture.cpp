@@ -1,12 +1,12 @@
 #include "sim_fixture.h"
 
-#include "spidev/spidev_link.h"
 #include "ugpio/ugpio.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <fcntl.h>
 #include <numeric>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 Bytes hex(std::string digits)
@@ -61,11 +61,11 @@ Bytes BoardTest::burst(const Bytes &host, const char *port)
     transfer.tx_buf = reinterpret_cast<std::uintptr_t>(host.data());
     transfer.rx_buf = reinterpret_cast<std::uintptr_t>(answer.data());
     transfer.len = static_cast<std::uint32_t>(host.size());
-    const int fd = spidev_open(folder.file(port).c_str(), O_RDWR);
-    spidev_ioctl(fd, SPI_IOC_WR_MODE32, &mode);
-    spidev_ioctl(fd, SPI_IOC_WR_BITS_PER_WORD, &transfer.bits_per_word);
-    spidev_ioctl(fd, SPI_IOC_WR_MAX_SPEED_HZ, &transfer.speed_hz);
-    const bool done = spidev_ioctl(fd, SPI_IOC_MESSAGE(1), &transfer) == static_cast<int>(host.size());
+    const int fd = open(folder.file(port).c_str(), O_RDWR);
+    ioctl(fd, SPI_IOC_WR_MODE32, &mode);
+    ioctl(fd, SPI_IOC_WR_BITS_PER_WORD, &transfer.bits_per_word);
+    ioctl(fd, SPI_IOC_WR_MAX_SPEED_HZ, &transfer.speed_hz);
+    const bool done = ioctl(fd, SPI_IOC_MESSAGE(1), &transfer) == static_cast<int>(host.size());
     close(fd);
     return done ? answer : Bytes();
 }

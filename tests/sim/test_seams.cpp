@@ -1,13 +1,15 @@
 // The two libraries through which the host reaches the board or, without one, the kernel.
 #include "sim_fixture.h"
 
-#include "spidev/spidev_link.h"
 #include "ugpio/ugpio.h"
 #include "ugpio/ugpio_backend.h"
 
 #include <fcntl.h>
+#include <linux/spi/spidev.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -23,14 +25,22 @@ void expect_failure(bool failed, int error)
 TEST_F(Seams, ABoardIsASocketAndEverythingElseTheKernels)
 {
     std::uint32_t word = 0;
-    const int port = spidev_open(folder.file("spi0").c_str(), O_RDWR);
-    const int kernel = spidev_open("/dev/null", O_RDWR);
+    const int port = open(folder.file("spi0").c_str(), O_RDWR | O_CLOEXEC);
+    const int kernel = open("/dev/null", O_RDWR);
+    umask(022);
+    const int made = open(folder.file("made").c_str(), O_RDWR | O_CREAT | O_EXCL, 0604);
     transfer.len = 5000;
-    expect_failure(spidev_ioctl(port, SPI_IOC_MESSAGE(1), &transfer) == -1, EMSGSIZE);
-    expect_failure(spidev_ioctl(kernel, SPI_IOC_RD_MODE32, &word) == -1, ENOTTY);
-    EXPECT_EQ(fcntl(port, F_GETFD) & fcntl(kernel, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
-    close(port);
-    close(kernel);
+    expect_failure(ioctl(port, SPI_IOC_MESSAGE(1), &transfer) == -1, EMSGSIZE);
+    expect_failure(ioctl(kernel, SPI_IOC_RD_MODE32, &word) == -1, ENOTTY);
+    struct stat info {};
+    EXPECT_EQ(fstat(made, &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0604u);
+    int pending = -1;
+    EXPECT_EQ(ioctl(port, FIONREAD, &pending), 0); // no request of an SPI device
+    EXPECT_EQ(pending, 0);
+    EXPECT_EQ(fcntl(port, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+    for (const int fd : {port, kernel, made})
+        close(fd);
 }
 
 TEST(SpidevLink, ABoardThatDiesDuringATransferIsNotWaitedFor)
@@ -39,7 +49,7 @@ TEST(SpidevLink, ABoardThatDiesDuringATransferIsNotWaitedFor)
     std::uint32_t mode = 0;
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK, 0, ends), 0);
     ASSERT_EQ(shutdown(ends[1], SHUT_WR), 0); // it takes a request, but will not answer
-    expect_failure(spidev_ioctl(ends[0], SPI_IOC_RD_MODE32, &mode) == -1, ESHUTDOWN);
+    expect_failure(ioctl(ends[0], SPI_IOC_RD_MODE32, &mode) == -1, ESHUTDOWN);
     close(ends[0]);
     close(ends[1]);
 }

@@ -1,6 +1,6 @@
 #include "tests/support/fake_hardware.h"
 
-#include "spidev/spidev_link.h"
+#include "spidev/seam.h"
 #include "ugpio/ugpio.h"
 
 #include <algorithm>
@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <iterator>
 #include <linux/spi/spidev.h>
+#include <string_view>
 
 std::vector<std::string> FakeHardware::calls_of(std::initializer_list<std::string> operations) const
 {
@@ -139,12 +140,16 @@ void ugpio_free(ugpio *line)
     errno = EBADMSG;
 }
 
-int spidev_open(const char *path, int flags)
+// Every device is a fake one while there is fake hardware.
+bool spidev_seam_open(const char *path, int flags, int *fd)
 {
-    return hardware->fails(std::string("spi-open ") + path) ? -1 : open("/dev/null", flags | hardware->device_flags);
+    if (hardware == nullptr || !std::string_view(path).starts_with("/dev/spidev"))
+        return false;
+    *fd = hardware->fails(std::string("spi-open ") + path) ? -1 : open("/dev/null", flags | hardware->device_flags);
+    return true;
 }
 
-int spidev_ioctl(int, unsigned long request, void *arg)
+static int device_request(unsigned long request, void *arg)
 {
     if (request == SPI_IOC_MESSAGE(1))
         return message(*static_cast<const spi_ioc_transfer *>(arg));
@@ -164,4 +169,12 @@ int spidev_ioctl(int, unsigned long request, void *arg)
     if (read_back != nullptr)
         std::memcpy(arg, read_back, _IOC_SIZE(request));
     return 0;
+}
+
+bool spidev_seam_ioctl(int, unsigned long request, void *arg, int *result)
+{
+    if (hardware == nullptr)
+        return false;
+    *result = device_request(request, arg);
+    return true;
 }

@@ -1,4 +1,5 @@
-// GPIO lines and SPI devices that exist only in the test: linked in the place of libugpio and libspidev.
+// GPIO lines and SPI devices that exist only in the test: linked in the place of libugpio and of the far
+// side of the seam under open() and ioctl().
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,7 @@
-#include "spidev/spidev_link.h"
+// The far side of the seam: a connection to a simulated board in the place of an spidev node.
+#include "spidev/seam.h"
 
-#include "spidev/spidev_wire.h"
+#include "spidev/wire.h"
 
 #include <algorithm>
 #include <array>
@@ -43,10 +44,11 @@ std::int64_t monotonic_ns()
     return now.tv_sec * std::int64_t{1'000'000'000} + now.tv_nsec;
 }
 
-bool is_socket(int fd)
+bool is_board(int fd)
 {
-    struct stat info {};
-    return fstat(fd, &info) == 0 && S_ISSOCK(info.st_mode);
+    int type = 0;
+    socklen_t size = sizeof type;
+    return getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_SEQPACKET;
 }
 
 int connect_board(const char *path)
@@ -223,21 +225,19 @@ int board_ioctl(int fd, unsigned long request, void *arg)
 
 } // namespace
 
-int spidev_open(const char *path, int flags)
+bool spidev_seam_open(const char *path, int, int *fd)
 {
-    if (!path)
-        return fail(EFAULT);
     struct stat info {};
-    if (stat(path, &info) == 0 && S_ISSOCK(info.st_mode))
-        return connect_board(path);
-    return open(path, flags | O_CLOEXEC);
+    if (path == nullptr || stat(path, &info) != 0 || !S_ISSOCK(info.st_mode))
+        return false;
+    *fd = connect_board(path);
+    return true;
 }
 
-int spidev_ioctl(int fd, unsigned long request, void *arg)
+bool spidev_seam_ioctl(int fd, unsigned long request, void *arg, int *result)
 {
-    if (!is_socket(fd))
-        return ioctl(fd, request, arg);
-    if (!arg)
-        return fail(EFAULT);
-    return board_ioctl(fd, request, arg);
+    if (!is_board(fd))
+        return false;
+    *result = arg != nullptr ? board_ioctl(fd, request, arg) : fail(EFAULT);
+    return true;
 }

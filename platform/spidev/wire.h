@@ -1,4 +1,4 @@
-// What travels between libspidev.so and a simulated board: one message per request and one per answer on a
+// What travels between a host and a simulated board: one message per request and one per answer on a
 // SOCK_SEQPACKET socket. A transfer's bytes follow the header in the same message, in both directions.
 #ifndef SPIDEV_SPIDEV_WIRE_H
 #define SPIDEV_SPIDEV_WIRE_H
