@@ -3,6 +3,7 @@
 #include "core/clock.h"
 #include "core/glib_raii.h"
 #include "core/guard.h"
+#include "core/host.h"
 #include "core/log.h"
 #include "port/spi_port.h"
 #include "vcc/packet.h"
@@ -20,7 +21,11 @@ int write_packet(PTZDriverCanon *self, const std::uint8_t *packet)
         return -1;
     }
     const GMutexHold hold(self->port_lock);
-    return ptz_port_canon_write_data(self->port, packet, static_cast<int>(size), 0, 0);
+    host_note_exchange();
+    const int written = ptz_port_canon_write_data(self->port, packet, static_cast<int>(size), 0, 0);
+    if (written > 0)
+        host_note_answer();
+    return written;
 }
 
 } // namespace
@@ -32,13 +37,14 @@ gboolean ptz_driver_canon_cmd_send(PTZDriverCanon *self, const std::uint8_t *cmd
     GUARD(cmd_data_size < VCC_PACKET_PAYLOAD_MAX, FALSE);
     const VccPacket send_packet = vcc_packet_build(cmd_data, cmd_data_size);
     GUARD(send_packet, FALSE);
-    for (int attempt = 0; attempt < retries; ++attempt) {
+    for (int attempt = 0; attempt < retries && !clock_cancelled(); ++attempt) {
         const int written = write_packet(self, send_packet.get());
         if (written > 0)
             return TRUE;
         log_warning("Write command failed: %d, retry: %d", written, attempt);
         clock_sleep_us(RETRY_PAUSE_US);
     }
+    host_note_failed_send();
     return FALSE;
 }
 

@@ -1,8 +1,9 @@
 // The only place where the driver sleeps, reads the time or waits for a descriptor.
 //
-// The process has one clock. It is the machine's own unless a test has put another in its place. On a PC the
-// environment variable PTZ_TIME_SCALE makes it run that many times faster.
+// The process has one clock. It is the machine's own unless a test has put another in its place.
 #pragma once
+
+#include <gio/gio.h>
 
 #include <cstdint>
 #include <ctime>
@@ -12,9 +13,11 @@ class Clock {
     virtual ~Clock() = default;
     // Microseconds of wall-clock time since 1970.
     virtual std::int64_t now_us() = 0;
+    // Microseconds since some moment; never goes back, whatever is done to the wall clock.
+    virtual std::int64_t monotonic_us() { return now_us(); }
     virtual void sleep_us(std::int64_t us) = 0;
     // Waits until `fd` is exceptionally ready (select's third set) or `timeout_us` has passed. 1 when ready, 0 on
-    // timeout, -1 with errno on failure; EINTR is waited out. A descriptor that select cannot hold counts as timeout.
+    // timeout, -1 with errno on failure; EINTR is waited out. A negative descriptor counts as timeout at once.
     virtual int wait_exceptional(int fd, std::int64_t timeout_us) = 0;
 };
 
@@ -24,10 +27,20 @@ Clock &clock_get();
 // Puts `clock` in force until it is called again; nullptr restores the machine's own. The caller keeps ownership.
 void clock_set(Clock *clock);
 
-inline void clock_sleep_us(std::int64_t us)
-{
-    clock_get().sleep_us(us);
-}
+// Makes the machine's clock run that many times as fast as the wall's; above 0. Call it while nothing waits.
+void clock_set_time_scale(double scale);
+double clock_time_scale();
+
+// While `cancellable` is cancelled nothing waits, whichever clock is in force; a wait that is under way ends. The clock
+// holds a reference; null takes it away. Call it while nothing waits.
+void clock_set_cancellable(GCancellable *cancellable);
+
+// Whoever repeats something until it succeeds gives up when this is true. Any thread.
+bool clock_cancelled();
+
+// The two waits of the driver. Cancelled, the second gives 0.
+void clock_sleep_us(std::int64_t us);
+int clock_wait_exceptional(int fd, std::int64_t timeout_us);
 
 inline std::time_t clock_calendar_time()
 {

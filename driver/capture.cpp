@@ -2,19 +2,39 @@
 
 #include "cmd/capture_mode.h"
 #include "core/glib_raii.h"
+#include "core/host.h"
 #include "core/log.h"
 #include "driver/startup.h"
 #include "utils/services.h"
 #include "utils/task.h"
 
+#include <atomic>
 #include <cstring>
 
 namespace {
 
-// A camera block that is off takes the mode when it starts.
+// Something has changed since the last refresh began.
+std::atomic<bool> refresh_wanted{false};
+
+gboolean follow_capture_mode(PTZDriverCanon *self);
+
+void queue_refresh(PTZDriverCanon *self)
+{
+    refresh_wanted = true;
+    ptz_driver_canon_queue_once(self, follow_capture_mode);
+}
+
+// A camera block that is off takes the mode when it starts. Where there is a host, the first of several refreshes that
+// wait does for all, and one that the host has cut short waits for its turn again.
 gboolean follow_capture_mode(PTZDriverCanon *self)
 {
-    return self->camera_powered ? ptz_driver_canon_refresh_capture_mode(self) : TRUE;
+    const bool wanted = refresh_wanted.exchange(false);
+    if (!self->camera_powered || (host_is_there() && !wanted))
+        return TRUE;
+    const gboolean refreshed = ptz_driver_canon_refresh_capture_mode(self);
+    if (!refreshed && host_interrupted())
+        queue_refresh(self);
+    return refreshed;
 }
 
 } // namespace
@@ -45,6 +65,16 @@ gboolean ptz_driver_canon_refresh_capture_mode(PTZDriverCanon *self)
     return TRUE;
 }
 
+void ptz_driver_canon_catch_up_capture_mode(PTZDriverCanon *self)
+{
+    char *text = nullptr;
+    if (!ptz_driver_canon_utils_get_video_capture_mode(self, &text))
+        return;
+    const GText mode(text);
+    if (g_strcmp0(mode.get(), self->current.capture_mode) != 0)
+        ptz_driver_canon_refresh_capture_mode(self);
+}
+
 void ptz_driver_canon_utils_on_properties_changed(PTZDriverCanon *self, GVariant *parameters)
 {
     if (parameters == nullptr || !g_variant_is_of_type(parameters, G_VARIANT_TYPE("(sa{sv}as)"))) {
@@ -60,5 +90,5 @@ void ptz_driver_canon_utils_on_properties_changed(PTZDriverCanon *self, GVariant
         return;
     while (g_variant_iter_next(changed, "{&sv}", &property, nullptr))
         if (std::strcmp(property, "CaptureFrequency") == 0)
-            ptz_driver_canon_queue_once(self, follow_capture_mode);
+            queue_refresh(self);
 }

@@ -13,6 +13,9 @@ gboolean ptz_driver_canon_take_capture_mode(PTZDriverCanon *self, gboolean blank
 // shows in "state".
 gboolean ptz_driver_canon_refresh_capture_mode(PTZDriverCanon *self);
 
+// For a start-up that is over: switches over to a capture mode that the image pipeline took while it went on.
+void ptz_driver_canon_catch_up_capture_mode(PTZDriverCanon *self);
+
 // Has the mode refreshed for every changed "CaptureFrequency" of the image pipeline. `parameters`: those of
 // PropertiesChanged, "(sa{sv}as)". Only queues work, so that it may be called on any thread.
 void ptz_driver_canon_utils_on_properties_changed(PTZDriverCanon *self, GVariant *parameters);

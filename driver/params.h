@@ -34,6 +34,9 @@ void ptz_driver_canon_connect_imagesource(PTZDriverCanon *self);
 // Takes every limit that has a value.
 void ptz_driver_canon_read_limits(PTZDriverCanon *self);
 
+// Applies the parameters that a start-up leaves to later changes, and "StatusUpdate", which it sets itself.
+void ptz_driver_canon_settle_useradv(PTZDriverCanon *self);
+
 // Takes over whether frame rates are those of broadcasting, where the model has both and the user has said.
 void ptz_driver_canon_read_broadcast(PTZDriverCanon *self);
 

@@ -1,8 +1,10 @@
 #include "driver/type.h"
 
+#include "core/host.h"
 #include "core/log.h"
 #include "core/paths.h"
 #include "driver/config.h"
+#include "driver/host.h"
 #include "driver/operations.h"
 #include "port/config.h"
 #include "port/spi_port.h"
@@ -94,6 +96,7 @@ void free_line_name(GpioLine *line)
 
 static void ptz_driver_canon_init(PTZDriverCanon *self)
 {
+    host_forget();
     self->cam_model_id = self->fw_version = self->block_model_id = -1;
     self->status_update = TRUE;
     self->cmd_retries = 10;
@@ -147,6 +150,7 @@ static void ptz_driver_canon_finalize(GObject *object)
 static void ptz_driver_canon_class_init(PTZDriverCanonClass *klass)
 {
     G_OBJECT_CLASS(klass)->finalize = ptz_driver_canon_finalize;
+    ptz_driver_canon_install_host(G_OBJECT_CLASS(klass));
     PTZDriverClass *base = &klass->parent_class;
     base->move = ptz_driver_canon_op_move;
     base->stop = ptz_driver_canon_op_stop;

@@ -172,6 +172,12 @@ gboolean ptz_driver_canon_apply_useradv(PTZDriverCanon *self)
     return applied;
 }
 
+void ptz_driver_canon_settle_useradv(PTZDriverCanon *self)
+{
+    for (const char *name : {"StatusUpdate", "MoveSpeed", "AdjustableZoomSpeedEnabled"})
+        ptz_driver_canon_set_useradv(self, name);
+}
+
 void ptz_driver_canon_read_broadcast(PTZDriverCanon *self)
 {
     if (!with_both_frame_rates(*self->cam_model))

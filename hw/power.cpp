@@ -175,7 +175,7 @@ int ptz_driver_canon_set_gpio(int number, const char *name, unsigned flags)
 int ptz_driver_canon_wait_gpio(int number, const char *name, int polls, int interval_us)
 {
     const GpioLine line{number, const_cast<char *>(name)};
-    for (int poll = 0; poll < polls; ++poll) {
+    for (int poll = 0; poll < polls && !clock_cancelled(); ++poll) {
         const GpioReading reading = gpio_read_level(line, nullptr);
         if (reading.failed != nullptr) {
             log_error("%d - (%s) ERROR: Failed to %s gpio %d/%s", reading.error, g_strerror(reading.error),

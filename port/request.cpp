@@ -99,7 +99,7 @@ bool wait_for_high_level(GpioHandle &line, int fd)
             log_error("Failed to get gpio value");
             return false;
         }
-        if (clock_get().wait_exceptional(fd, TIMEOUT_S * INT64_C(1000000)) <= 0) {
+        if (clock_wait_exceptional(fd, TIMEOUT_S * INT64_C(1000000)) <= 0) {
             log_timeout();
             return false;
         }
@@ -121,7 +121,7 @@ int fail(const GpioLine &request, const char *step, int error)
 
 int poll_request(const GpioLine &request)
 {
-    for (int poll = 0; poll < POLLS; ++poll) {
+    for (int poll = 0; poll < POLLS && !clock_cancelled(); ++poll) {
         if (poll > 0)
             clock_sleep_us(POLL_INTERVAL_US);
         int level = 0;

@@ -2,6 +2,7 @@
 
 #include "core/glib_raii.h"
 #include "core/guard.h"
+#include "core/host.h"
 #include "core/log.h"
 
 namespace {
@@ -36,7 +37,7 @@ GVariantOwned get_property(PTZDriverCanon *self, const Property &property)
     GError *error = nullptr;
     GVariantOwned reply(g_dbus_connection_call_sync(self->dbus_connection, property.bus_name, property.path, PROPERTIES,
                                                     "Get", g_variant_new("(ss)", property.interface, property.name),
-                                                    nullptr, G_DBUS_CALL_FLAGS_NONE, REPLY_TIMEOUT_MS, nullptr,
+                                                    nullptr, G_DBUS_CALL_FLAGS_NONE, REPLY_TIMEOUT_MS, host_interrupt(),
                                                     &error));
     const GErrorOwned reason(error);
     if (!reply)

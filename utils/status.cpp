@@ -3,6 +3,7 @@
 #include "core/clock.h"
 #include "core/glib_raii.h"
 #include "core/guard.h"
+#include "core/host.h"
 #include "port/spi_port.h"
 #include "utils/publish.h"
 #include "vcc/convert.h"
@@ -43,7 +44,7 @@ void derive_fields_of_view(CameraState &now, const CameraModel &model)
 gboolean wait_until(PTZDriverCanon *self, bool (*reached)(PTZDriverCanon *))
 {
     clock_sleep_us(WAIT_INTERVAL_US);
-    for (int poll = 0; poll < WAIT_POLLS; ++poll) {
+    for (int poll = 0; poll < WAIT_POLLS && !clock_cancelled(); ++poll) {
         if (reached(self))
             return TRUE;
         clock_sleep_us(WAIT_INTERVAL_US);
@@ -62,13 +63,15 @@ void ptz_driver_canon_cmd_receive_status(PTZDriverCanon *self)
     {
         const GMutexHold hold(self->port_lock);
         const int room = static_cast<int>(RX_BUFFER_MAX - self->rx_buffer->len);
+        host_note_exchange();
         count = ptz_port_canon_read_data(self->port, received, room, 0, 0);
     }
     if (count <= 0)
         return;
     g_byte_array_append(self->rx_buffer, received, static_cast<guint>(count));
     gboolean publish = FALSE;
-    ptz_driver_canon_cmd_async_data(self, &publish);
+    if (ptz_driver_canon_cmd_async_data(self, &publish))
+        host_note_status();
     if (publish)
         ptz_driver_canon_utils_publish_status(self);
 }
@@ -107,6 +110,8 @@ int vccif_wait_fw_revision(PTZDriverCanon *self)
     vccif_clear_status();
     int left = self->cmd_retries - 1;
     while (!vccif_is_available_status(STATUS_CHECK_REVISIONS)) {
+        if (clock_cancelled())
+            return -1;
         clock_sleep_us(FW_REVISION_INTERVAL_US);
         --left;
         ptz_driver_canon_cmd_update_status(self);

@@ -7,8 +7,7 @@
 
 namespace {
 
-// The time scale is read once per process, so the whole executable runs at it.
-const Environment time_scale("PTZ_TIME_SCALE", "50");
+constexpr double kTimeScale = 50;
 
 class Reload : public BusTest {
   protected:
@@ -22,7 +21,7 @@ class Reload : public BusTest {
 
 TEST_F(Reload, ThePluginLivesSeveralLivesInOneProcess)
 {
-    sim::Board board({.folder = folder.path(), .time_scale = 50});
+    sim::Board board({.folder = folder.path(), .time_scale = kTimeScale});
     ASSERT_EQ(board.start(), std::nullopt);
     const sim::Bus services(board);
     for (int life = 1; life <= 3; ++life) {
@@ -30,7 +29,7 @@ TEST_F(Reload, ThePluginLivesSeveralLivesInOneProcess)
         const PTZDriverNewFunc driver_new = load_plugin(PLUGIN_FILE, problem);
         ASSERT_NE(driver_new, nullptr) << problem;
         std::unique_ptr<PtzService> service = PtzService::create(
-            owner.connection(), {.driver_new = driver_new, .video_channel = 1, .id = 0, .state_dir = ""}, problem);
+            owner.connection(), {.driver_new = driver_new, .state_dir = "", .time_scale = kTimeScale}, problem);
         ASSERT_NE(service, nullptr) << problem;
         service->start([&problem](const std::string &text) { problem = text; });
         run_until([&] { return service->state() == PTZ_STATE_RUNNING || !problem.empty(); });

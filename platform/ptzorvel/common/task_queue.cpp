@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <utility>
 
 // A task in the queue's hands: destroying the job hands the record back.
@@ -43,20 +42,14 @@ void destroy_function(gpointer task)
 
 class MachineClock final : public QueueClock {
   public:
-    MachineClock()
-    {
-        const char *text = std::getenv("PTZ_TIME_SCALE");
-        const double scale = text != nullptr ? std::strtod(text, nullptr) : 1.0;
-        if (scale > 0.0)
-            scale_ = scale;
-    }
-
     std::int64_t now_us() override
     {
         const auto passed = std::chrono::steady_clock::now() - start_;
         const double us = std::chrono::duration<double, std::micro>(passed).count();
         return static_cast<std::int64_t>(us * scale_);
     }
+
+    void set_scale(double scale) { scale_ = scale; }
 
     void wait_until(std::condition_variable &condition, std::unique_lock<std::mutex> &lock,
                     std::int64_t deadline_us) override
@@ -71,7 +64,7 @@ class MachineClock final : public QueueClock {
   private:
     static constexpr std::int64_t kLongestWaitUs = std::int64_t{1} << 50;
 
-    double scale_ = 1.0;
+    std::atomic<double> scale_{1.0};
     const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
@@ -79,10 +72,20 @@ std::atomic<PTZCommandQueue *> current_queue{nullptr};
 
 } // namespace
 
-QueueClock &queue_machine_clock()
+static MachineClock &machine_clock()
 {
     static MachineClock clock;
     return clock;
+}
+
+QueueClock &queue_machine_clock()
+{
+    return machine_clock();
+}
+
+void queue_set_time_scale(double scale)
+{
+    machine_clock().set_scale(scale);
 }
 
 TaskQueue::TaskQueue(QueueClock &clock) : clock_(clock)

@@ -28,8 +28,11 @@ class QueueClock {
                             std::int64_t deadline_us) = 0;
 };
 
-// The machine's clock, PTZ_TIME_SCALE times as fast as the wall's.
+// The machine's clock.
 QueueClock &queue_machine_clock();
+
+// Makes it run that many times as fast as the wall's; above 0. Call it before a queue is started.
+void queue_set_time_scale(double scale);
 
 class TaskQueue {
   public:

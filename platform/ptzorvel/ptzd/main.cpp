@@ -103,6 +103,17 @@ int complain(int status, const std::string &problem)
     return status;
 }
 
+// How many times as fast a simulated camera's time runs.
+bool parse_time_scale(double &scale)
+{
+    const char *text = g_getenv("PTZ_TIME_SCALE");
+    if (text == nullptr || *text == '\0')
+        return true;
+    char *end = nullptr;
+    scale = g_ascii_strtod(text, &end);
+    return *end == '\0' && scale >= 1e-3 && scale <= 1e6;
+}
+
 gboolean on_signal(gpointer data)
 {
     auto *run = static_cast<Run *>(data);
@@ -169,6 +180,8 @@ int main(int argc, char *argv[])
 
     std::string problem;
     PtzService::Options options;
+    if (!parse_time_scale(options.time_scale))
+        return complain(EXIT_USAGE, "PTZ_TIME_SCALE has to be a number between 0.001 and 1000000.");
     options.driver_new = load_plugin(line.plugin != nullptr ? line.plugin : PTZD_DEFAULT_PLUGIN, problem);
     if (options.driver_new == nullptr)
         return complain(EXIT_NO_DRIVER, problem);

@@ -122,6 +122,7 @@ void PtzService::release_name()
 
 void PtzService::start(Failed failed)
 {
+    queue_set_time_scale(options_.time_scale);
     ptz_command_queue_set_current(&queue_);
     ptz_ports_set_connection(connection_);
     subscribe_camera_signals();
@@ -163,6 +164,7 @@ bool PtzService::make_driver(const Failed &failed)
         return false;
     }
     driver_ = driver;
+    host_.attach(driver, options_.time_scale);
     connect_driver(driver, this);
     PTZ_DRIVER_GET_CLASS(driver)->install_params(driver);
     const auto params = driver_private(driver).params;
@@ -178,6 +180,7 @@ void PtzService::release_driver()
     if (driver == nullptr)
         return;
     g_signal_handlers_disconnect_by_data(driver, this);
+    host_.detach();
     g_object_unref(driver);
     const std::lock_guard lock(mutex_);
     params_.reset();

@@ -8,6 +8,7 @@
 #include "ptzorvel/common/task_queue.h"
 #include "ptzorvel/ptz_driver.h"
 #include "ptzorvel/ptzd/call.h"
+#include "ptzorvel/ptzd/driver_host.h"
 #include "ptzorvel/ptzd/move_owners.h"
 
 #include <atomic>
@@ -28,6 +29,7 @@ class PtzService {
         int video_channel = 1;
         int id = 0;
         std::string state_dir; // where parameter values are kept; empty: nowhere
+        double time_scale = 1; // how many times as fast the camera's time runs as the wall's
     };
     // Called on the command thread.
     using Done = std::function<void()>;
@@ -102,6 +104,7 @@ class PtzService {
     GDBusConnection *connection_;
     const Options options_;
     PTZCommandQueue queue_;
+    DriverHost host_;
     std::unique_ptr<MoveOwners> move_owners_;
     PTZDriver *driver_ = nullptr; // command thread
     std::mutex mutex_;

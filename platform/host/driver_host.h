@@ -1,0 +1,47 @@
+/* What a host may add to a driver, and a board's framework does not have.
+ *
+ * A driver that offers this has the properties and signals below on its object. A host looks for each by its name
+ * (g_object_class_find_property, g_signal_lookup) and does without those that are not there. On a board nobody sets or
+ * reads any of them, and the driver behaves as if they did not exist. These are names only: nothing is linked.
+ *
+ * The readable ones may be read on any thread. They speak of the one camera of the process. */
+#ifndef HOST_DRIVER_HOST_H
+#define HOST_DRIVER_HOST_H
+
+/* Set once, before the driver is opened. */
+
+/* gdouble, above 0, at first 1: the driver's time runs that many times as fast as the wall's. */
+#define DRIVER_HOST_TIME_SCALE "host-time-scale"
+
+/* GCancellable, at first NULL. While it is cancelled, no operation of the driver waits: every wait ends at once as if
+ * its time had passed, retries and transfers are given up. Reset, the driver waits again. From any thread.
+ * With one there is a host: capture-mode refreshes that wait are then run once. */
+#define DRIVER_HOST_CANCEL "host-cancel"
+
+/* GCancellable, at first NULL. Cancelling it cuts short the reading from another service on the bus, and nothing else;
+ * a capture-mode refresh that was cut short waits for its turn again. From any thread; the host resets it. */
+#define DRIVER_HOST_INTERRUPT "host-interrupt"
+
+/* Read only, at any time. */
+
+/* gint64, microseconds of the driver's time since the last good status came; -1 when none has come yet. */
+#define DRIVER_HOST_STATUS_AGE "host-status-age"
+
+/* gint64, microseconds of the driver's time for which the camera block has not answered: since the first exchange that
+ * has brought nothing good. 0 while it answers, and while nothing is asked of it. */
+#define DRIVER_HOST_SILENCE "host-silence"
+
+/* guint: commands that the block has not taken in all their attempts, since the process began. */
+#define DRIVER_HOST_SENDS_FAILED "host-sends-failed"
+
+/* Action signals, emitted on the command thread. */
+
+/* gboolean (void): applies every parameter again, as a start-up does. TRUE when all were applied. Does nothing, with
+ * TRUE, while the driver is not running. */
+#define DRIVER_HOST_APPLY "host-apply"
+
+/* void (void): puts in force what a start-up leaves to later changes: the parameters that it does not apply, and a
+ * capture mode that changed while it went on. Once a start-up is over. */
+#define DRIVER_HOST_SETTLE "host-settle"
+
+#endif

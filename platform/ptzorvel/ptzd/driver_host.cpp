@@ -1,0 +1,122 @@
+#include "ptzorvel/ptzd/driver_host.h"
+
+#include "host/driver_host.h"
+
+#include <utility>
+
+namespace {
+
+bool has_property(PTZDriver *driver, const char *name)
+{
+    return g_object_class_find_property(G_OBJECT_GET_CLASS(driver), name) != nullptr;
+}
+
+bool has_action(PTZDriver *driver, const char *name)
+{
+    return g_signal_lookup(name, G_OBJECT_TYPE(driver)) != 0;
+}
+
+std::optional<double> seconds(gint64 us)
+{
+    return us < 0 ? std::nullopt : std::optional(static_cast<double>(us) / 1e6);
+}
+
+} // namespace
+
+DriverHost::DriverHost() : cancel_(g_cancellable_new()), interrupt_(g_cancellable_new())
+{
+}
+
+DriverHost::~DriverHost()
+{
+    detach();
+    g_object_unref(interrupt_);
+    g_object_unref(cancel_);
+}
+
+void DriverHost::attach(PTZDriver *driver, double time_scale)
+{
+    if (has_property(driver, DRIVER_HOST_TIME_SCALE))
+        g_object_set(driver, DRIVER_HOST_TIME_SCALE, time_scale, nullptr);
+    if (has_property(driver, DRIVER_HOST_CANCEL))
+        g_object_set(driver, DRIVER_HOST_CANCEL, cancel_, nullptr);
+    if (has_property(driver, DRIVER_HOST_INTERRUPT))
+        g_object_set(driver, DRIVER_HOST_INTERRUPT, interrupt_, nullptr);
+    const std::lock_guard lock(mutex_);
+    driver_ = static_cast<PTZDriver *>(g_object_ref(driver));
+}
+
+void DriverHost::detach()
+{
+    PTZDriver *driver = nullptr;
+    {
+        const std::lock_guard lock(mutex_);
+        driver = std::exchange(driver_, nullptr);
+    }
+    if (driver != nullptr)
+        g_object_unref(driver);
+}
+
+void DriverHost::cancel()
+{
+    g_cancellable_cancel(cancel_);
+    g_cancellable_cancel(interrupt_);
+}
+
+void DriverHost::resume()
+{
+    g_cancellable_reset(interrupt_);
+    g_cancellable_reset(cancel_);
+}
+
+void DriverHost::interrupt()
+{
+    g_cancellable_cancel(interrupt_);
+}
+
+void DriverHost::interrupt_over()
+{
+    if (!g_cancellable_is_cancelled(cancel_))
+        g_cancellable_reset(interrupt_);
+}
+
+bool DriverHost::read(const char *property, GValue *value) const
+{
+    const std::lock_guard lock(mutex_);
+    if (driver_ == nullptr || !has_property(driver_, property))
+        return false;
+    g_object_get_property(G_OBJECT(driver_), property, value);
+    return true;
+}
+
+std::optional<double> DriverHost::status_age() const
+{
+    GValue age = G_VALUE_INIT;
+    return read(DRIVER_HOST_STATUS_AGE, &age) ? seconds(g_value_get_int64(&age)) : std::nullopt;
+}
+
+std::optional<double> DriverHost::silence() const
+{
+    GValue silence = G_VALUE_INIT;
+    return read(DRIVER_HOST_SILENCE, &silence) ? seconds(g_value_get_int64(&silence)) : std::nullopt;
+}
+
+unsigned DriverHost::sends_failed() const
+{
+    GValue count = G_VALUE_INIT;
+    return read(DRIVER_HOST_SENDS_FAILED, &count) ? g_value_get_uint(&count) : 0;
+}
+
+bool DriverHost::apply()
+{
+    gboolean applied = TRUE;
+    if (has_action(driver_, DRIVER_HOST_APPLY))
+        g_signal_emit_by_name(driver_, DRIVER_HOST_APPLY, &applied);
+    return applied != FALSE;
+}
+
+void DriverHost::settle()
+{
+    if (has_action(driver_, DRIVER_HOST_SETTLE))
+        g_signal_emit_by_name(driver_, DRIVER_HOST_SETTLE);
+}

@@ -1,0 +1,49 @@
+// The host's end of what a driver may offer beyond the framework's contract (host/driver_host.h). A driver that offers
+// none of it works all the same: nothing of it can then be cancelled, and nothing is known of its link.
+#pragma once
+
+#include "ptzorvel/ptz_driver.h"
+
+#include <gio/gio.h>
+
+#include <mutex>
+#include <optional>
+
+class DriverHost {
+  public:
+    DriverHost();
+    ~DriverHost();
+    DriverHost(const DriverHost &) = delete;
+    DriverHost &operator=(const DriverHost &) = delete;
+
+    // Command thread: a driver that has not been opened yet, whose time shall run `time_scale` times as fast; and none
+    // any more.
+    void attach(PTZDriver *driver, double time_scale);
+    void detach();
+
+    // Any thread: as long as it is cancelled, the driver waits for nothing; resume() ends that.
+    void cancel();
+    void resume();
+    // Any thread: the driver stops reading from other services until interrupt_over().
+    void interrupt();
+    void interrupt_over();
+
+    // Any thread, seconds of the driver's time: since the last good status, and for how long the camera block has not
+    // answered (0: it answers, or nothing is asked of it). None when the driver does not tell, or there was no status.
+    std::optional<double> status_age() const;
+    std::optional<double> silence() const;
+    // Any thread: commands that the camera block has not taken; 0 when the driver does not tell.
+    unsigned sends_failed() const;
+
+    // Command thread, while the driver is running. False when a parameter was not applied.
+    bool apply();
+    void settle();
+
+  private:
+    bool read(const char *property, GValue *value) const;
+
+    GCancellable *const cancel_;
+    GCancellable *const interrupt_;
+    mutable std::mutex mutex_;
+    PTZDriver *driver_ = nullptr; // under the mutex; a reference is held
+};
