@@ -146,7 +146,7 @@ void apply_all_parameters(benchmark::State &state)
     Life life;
     if (!life.open())
         return state.SkipWithError("the camera does not start");
-    life.driver()->driver_initialized = FALSE; // as during start-up
+    ::Life::stop(life.driver()); // as during start-up
     std::int64_t bursts = 0;
     for (auto _ : state) {
         const std::int64_t before = wire_meter().bursts;

@@ -7,6 +7,7 @@
 #include <glib-object.h>
 
 #include "core/gpio_line.h"
+#include "core/life.h"
 #include "image_source_control/image_source_control.h"
 #include "ptzorvel/ptz_driver.h"
 #include "ptzorvel/ptz_temperature_controller.h"
@@ -61,8 +62,8 @@ struct PTZDriverCanon {
     int fw_version;   // camera-block firmware, -1 not known
     guint32 device_error;
     const CameraModel *cam_model;
-    int block_model_id; // from the block defaults, -1 not known
-    gboolean driver_initialized;
+    int block_model_id;          // from the block defaults, -1 not known
+    LifeFlag driver_initialized; // core/life.h
     gboolean camera_powered;
     gboolean camera_reset_released;
     gboolean status_update; // the status poll reads the error information
@@ -115,8 +116,8 @@ struct PTZDriverCanon {
     int cmd_retries;       // write attempts per command
     gboolean pan_move_requested, tilt_move_requested;
     int poll_holdoff; // status-poll ticks to skip after a move
-    gboolean status_poll_active, status_dump_active;
-    gboolean status_job_active; // the publishing job is queued
+    LifeFlag status_poll_active, status_dump_active;
+    LifeFlag status_job_active; // the publishing job is queued
     GDBusConnection *dbus_connection;
     guint props_subscription;
     int fov_speed_factor; // the framework's speed_factor
@@ -127,7 +128,7 @@ struct PTZDriverCanon {
     ImageSourceControl *image_source_control; // null when it could not be had, and after close
     gboolean port_open_held;                  // start-up holds an open of `port` and its reference
     gboolean ports_locked;                    // start-up holds the framework's port locks
-    gboolean closed;                          // after close: tasks and callbacks that come late do nothing
+    LifeFlag closed;                          // from close until open or a reset by command
 };
 
 // The record of a framework driver or controller callback; the object must be one of ours.

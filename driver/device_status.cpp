@@ -60,10 +60,8 @@ bool at_rest(const CameraState &now)
 
 gboolean status_poll(PTZDriverCanon *self)
 {
-    if (self->closed || !self->temp_controller->temperature_ok) {
-        self->status_poll_active = FALSE;
+    if (!Life::goes_on(self, Job::status_poll))
         return FALSE;
-    }
     if (self->status_update) {
         ptz_driver_canon_cmd_update_status(self);
         const auto errors = static_cast<guint32>(vccif_inq_error_info(self));
@@ -86,18 +84,12 @@ gboolean status_poll(PTZDriverCanon *self)
 // Ends when the file cannot be written; the next start-up tries again.
 gboolean status_dump(PTZDriverCanon *self)
 {
-    if (!self->closed && vccif_dump_status_to_file(STATUS_DUMP_FILE))
+    if (!Life::goes_on(self, Job::status_dump))
+        return FALSE;
+    if (vccif_dump_status_to_file(STATUS_DUMP_FILE))
         return TRUE;
-    self->status_dump_active = FALSE;
+    Life::end(self, Job::status_dump);
     return FALSE;
-}
-
-void start_once(PTZDriverCanon *self, gboolean *active, DriverTask task, gint64 interval_us)
-{
-    if (*active)
-        return;
-    *active = TRUE;
-    ptz_driver_canon_queue_repeating(self, task, interval_us);
 }
 
 } // namespace
@@ -148,10 +140,10 @@ gboolean ptz_driver_canon_set_status_update(PTZDriverCanon *self, gboolean value
 
 void ptz_driver_canon_start_status_poll(PTZDriverCanon *self)
 {
-    start_once(self, &self->status_poll_active, status_poll, STATUS_POLL_INTERVAL_US);
+    ptz_driver_canon_start_job(self, Job::status_poll, status_poll, STATUS_POLL_INTERVAL_US);
 }
 
 void ptz_driver_canon_start_status_dump(PTZDriverCanon *self)
 {
-    start_once(self, &self->status_dump_active, status_dump, STATUS_DUMP_INTERVAL_US);
+    ptz_driver_canon_start_job(self, Job::status_dump, status_dump, STATUS_DUMP_INTERVAL_US);
 }

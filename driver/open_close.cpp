@@ -30,13 +30,28 @@ constexpr DataCache DATA_CACHES[] = {
 
 } // namespace
 
+void ptz_driver_canon_take_image_source_control(PTZDriverCanon *self)
+{
+    self->image_source_control = image_source_control_init();
+    if (self->image_source_control == nullptr)
+        log_error("Failed to init image source control");
+}
+
+void ptz_driver_canon_back_in_service(PTZDriverCanon *self)
+{
+    // The close has given the picture away.
+    if (self->closed)
+        ptz_driver_canon_take_image_source_control(self);
+    Life::open(self);
+}
+
 gboolean ptz_driver_canon_op_open(PTZDriver *driver)
 {
     PTZDriverCanon *self = ptz_driver_canon_of(driver);
     ptz_driver_canon_update_modver(self);
     if (self->driver_initialized)
         return TRUE;
-    self->closed = FALSE;
+    ptz_driver_canon_back_in_service(self);
     ptz_driver_canon_set_state(self, PTZ_STATE_INITIALISING);
     driver->start_routine = ptz_driver_canon_start_routine;
     PTZ_DRIVER_GET_CLASS(driver)->run_start_routine(driver);
@@ -50,8 +65,7 @@ gboolean ptz_driver_canon_op_open(PTZDriver *driver)
 gboolean ptz_driver_canon_op_close(PTZDriver *driver)
 {
     PTZDriverCanon *self = ptz_driver_canon_of(driver);
-    self->driver_initialized = FALSE;
-    self->closed = TRUE;
+    Life::close(self);
     ptz_driver_canon_utils_unsubscribe_capture_changes(self);
     if (self->datacache_is_used)
         for (const DataCache &cache : DATA_CACHES)

@@ -63,6 +63,7 @@ gboolean ptz_driver_canon_op_run_special_command(PTZDriver *driver, const char *
     if (command == nullptr)
         return FALSE;
     if (std::strcmp(command, RESET) == 0) {
+        ptz_driver_canon_back_in_service(self); // by command, a closed driver starts as well
         ptz_driver_canon_reset(self);
         return TRUE;
     }

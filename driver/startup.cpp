@@ -135,7 +135,7 @@ gboolean begin_running(PTZDriverCanon *self)
         ptz_driver_canon_start_status_dump(self);
     ptz_driver_canon_set_status_update(self, TRUE);
     ptz_driver_canon_set_state(self, PTZ_STATE_RUNNING);
-    self->driver_initialized = TRUE;
+    Life::run(self);
     ptz_driver_canon_update_modver(self);
     ptz_driver_canon_set_video_output(self, TRUE);
     unlock_ports(self);
@@ -243,7 +243,7 @@ gboolean ptz_driver_canon_start_routine(PTZDriver *driver)
 
 void ptz_driver_canon_stop_camera(PTZDriverCanon *self)
 {
-    self->driver_initialized = FALSE;
+    Life::stop(self);
     ptz_driver_canon_update_modver(self);
     if (!self->keep_stream && self->camera_powered && self->camera_reset_released)
         switch_camera_off(self);
@@ -253,7 +253,8 @@ void ptz_driver_canon_stop_camera(PTZDriverCanon *self)
 
 void ptz_driver_canon_reset(PTZDriverCanon *self)
 {
-    self->closed = FALSE; // a reset brings a closed driver back as well, with all its jobs
+    if (self->closed)
+        return;
     ptz_driver_canon_set_state(self, PTZ_STATE_INITIALISING);
     ptz_driver_canon_stop_camera(self);
     reset_camera_state(self);

@@ -6,6 +6,7 @@
 #include "driver/config.h"
 #include "driver/host.h"
 #include "driver/operations.h"
+#include "driver/startup.h"
 #include "port/config.h"
 #include "port/spi_port.h"
 #include "utils/publish.h"
@@ -114,9 +115,7 @@ static void ptz_driver_canon_init(PTZDriverCanon *self)
     if (!ptz_driver_canon_load_config(self, data_path("krx_driver.conf").c_str()))
         log_error("Failed to load config file");
     self->port = ptz_port_canon_new(0);
-    self->image_source_control = image_source_control_init();
-    if (self->image_source_control == nullptr)
-        log_error("Failed to init image source control");
+    ptz_driver_canon_take_image_source_control(self);
     self->temp_controller = ptz_temperature_controller_new(self->temp_controller_type, base);
     PTZ_TEMPERATURE_CONTROLLER_GET_CLASS(self->temp_controller)->start(self->temp_controller);
     publish_capabilities(base, *self->cam_model);

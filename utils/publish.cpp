@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr gint64 STATUS_JOB_INTERVAL_US = 33000;
+constexpr gint64 PUBLISHING_INTERVAL_US = 33000;
 constexpr int CACHE_ANGLE_OFFSET = 36000; // hundredths of a degree: the caches hold no negative angle
 
 struct PositionKey {
@@ -199,18 +199,13 @@ void ptz_driver_canon_utils_publish_status(PTZDriverCanon *self)
 void ptz_driver_canon_utils_start_publishing(PTZDriverCanon *self)
 {
     ptz_driver_canon_utils_publish_status(self);
-    if (self->status_job_active)
-        return;
-    self->status_job_active = TRUE;
-    ptz_driver_canon_queue_repeating(self, ptz_driver_canon_utils_status_job, STATUS_JOB_INTERVAL_US);
+    ptz_driver_canon_start_job(self, Job::publishing, ptz_driver_canon_utils_status_job, PUBLISHING_INTERVAL_US);
 }
 
 gboolean ptz_driver_canon_utils_status_job(PTZDriverCanon *self)
 {
-    if (self->closed || !self->temp_controller->temperature_ok) {
-        self->status_job_active = FALSE;
+    if (!Life::goes_on(self, Job::publishing))
         return FALSE;
-    }
     ptz_driver_canon_utils_publish_status(self);
     freeze_while_moving(self);
     return TRUE;

@@ -26,7 +26,7 @@ void destroy(gpointer data)
     g_free(record);
 }
 
-void queue(PTZDriverCanon *self, gboolean (*body)(PTZTask *), DriverTask function, gint64 interval_us)
+gboolean queue(PTZDriverCanon *self, gboolean (*body)(PTZTask *), DriverTask function, gint64 interval_us)
 {
     auto *record = g_new0(TaskRecord, 1);
     record->task.function = body;
@@ -34,14 +34,15 @@ void queue(PTZDriverCanon *self, gboolean (*body)(PTZTask *), DriverTask functio
     record->task.destroy = destroy;
     record->function = function;
     PTZDriver *base = ptz_driver_of(self);
-    PTZ_DRIVER_GET_CLASS(base)->queue_task(base, &record->task, interval_us);
+    return PTZ_DRIVER_GET_CLASS(base)->queue_task(base, &record->task, interval_us);
 }
 
 } // namespace
 
-void ptz_driver_canon_queue_repeating(PTZDriverCanon *self, DriverTask function, gint64 interval_us)
+void ptz_driver_canon_start_job(PTZDriverCanon *self, Job job, DriverTask function, gint64 interval_us)
 {
-    queue(self, run, function, interval_us);
+    if (Life::begin(self, job) && !queue(self, run, function, interval_us))
+        Life::end(self, job);
 }
 
 void ptz_driver_canon_queue_once(PTZDriverCanon *self, DriverTask function)

@@ -5,8 +5,9 @@
 
 using DriverTask = gboolean (*)(PTZDriverCanon *self);
 
-// Runs `function` again and again, every `interval_us`, until it returns 0.
-void ptz_driver_canon_queue_repeating(PTZDriverCanon *self, DriverTask function, gint64 interval_us);
+// Runs the function of `job` again and again, every `interval_us`, until it returns 0; does nothing while that job is
+// queued. A job that the queue does not take has ended.
+void ptz_driver_canon_start_job(PTZDriverCanon *self, Job job, DriverTask function, gint64 interval_us);
 
 // Runs `function` once, as soon as the command thread is free. It is not run when the driver has been closed meanwhile.
 void ptz_driver_canon_queue_once(PTZDriverCanon *self, DriverTask function);

@@ -56,7 +56,7 @@ TEST_F(Backlight, LiftsTheLastBrightness)
     EXPECT_TRUE(now().backlight_on);
     now().backlight_on = FALSE;
     EXPECT_EQ(backlight(7), ""); // whatever is not on compares as off
-    driver->driver_initialized = FALSE;
+    Life::stop(driver);
     EXPECT_EQ(backlight(7), refused("Unsupported backlight compensation mode"));
     EXPECT_EQ(backlight(2), step("F8")); // before start-up it is sent again
 }

@@ -30,7 +30,7 @@ TEST_F(AutoFocus, OnlyOnOrOffIsComparedBeforeTheModeIsLookedAt)
     now().auto_focus = TRUE;
     EXPECT_EQ(set(7), refused("Unsupported auto focus mode"));
     EXPECT_TRUE(framework().take().empty()); // not published
-    driver->driver_initialized = FALSE;      // warns and holds true
+    Life::stop(driver);                      // warns and holds true
     EXPECT_EQ(set(1), guard_line("ptz_driver_canon_cmd_auto_focus", "self->driver_initialized"));
 }
 

@@ -23,7 +23,7 @@ TEST_F(DeviceStatus, ModelAndVersionWhileInService)
 {
     driver->fw_version = 0x0102;
     for (const bool initialized : {true, false}) {
-        driver->driver_initialized = initialized;
+        initialized ? Life::run(driver) : Life::stop(driver);
         for (const int state : {0, 1, 2, 3, 4, 5, 6, 7}) {
             driver->parent_instance.state = state;
             ptz_driver_canon_update_modver(driver);
@@ -76,14 +76,15 @@ TEST_F(DeviceStatus, PollReportsChangesAndTurnsIdleFiveTicksAfterAMove)
 
 TEST_F(DeviceStatus, DumpRepeatsUntilItFailsOrTheDriverCloses)
 {
-    for (gboolean *reason : {&driver->closed, &dump_result}) {
+    for (const bool closing : {true, false}) {
         ptz_driver_canon_start_status_dump(driver);
         ptz_driver_canon_start_status_dump(driver);
         EXPECT_EQ(framework().take(), Lines{"queue_task 500000"});
         EXPECT_EQ(framework().run_tasks(), 1u);
-        *reason = !*reason;
+        closing ? Life::close(driver) : void(dump_result = FALSE);
         EXPECT_EQ(framework().run_tasks(), 0u);
-        *reason = !*reason;
+        Life::open(driver);
+        dump_result = TRUE;
     }
     EXPECT_EQ(std::exchange(dumped_to, {}), Lines(3, "/tmp/camsts.log"));
 }

@@ -100,14 +100,14 @@ TEST_F(ImageSource, WhatCannotBeReadIsRefusedOnceTheCameraRuns)
         {"IrCutFilter", {{"IrCutFilter", "Auto"}}}, // exactly so
     };
     for (const auto &[name, params] : faulty) {
-        driver->driver_initialized = TRUE;
+        Life::run(driver);
         EXPECT_EQ(outcome(change(name, params)),
                   refused(std::string("Faulty type of ImageSource parameter value for ") + name));
-        driver->driver_initialized = FALSE;
+        Life::stop(driver);
         EXPECT_EQ(outcome(ptz_driver_canon_imagesource_set(driver, name)), "");
     }
     EXPECT_EQ(outcome(change("Brightness", {{"Brightness", 50}})), ""); // not before start-up is complete
-    driver->driver_initialized = TRUE;
+    Life::run(driver);
     EXPECT_EQ(outcome(change("WDRLevel", {{"WDRLevel", 5}})), ""); // nothing comes of it
 }
 

@@ -34,13 +34,14 @@ class Move : public CommandBench {
 
 TEST_F(Move, GoesThroughItsStepsInOrder)
 {
-    driver->driver_initialized = FALSE; // only the request is noted
+    Life::stop(driver); // only the request is noted
     EXPECT_EQ(move({.pan = motion(1, 10)}), "");
     EXPECT_TRUE(driver->pan_move_requested);
     EXPECT_FALSE(driver->tilt_move_requested);
     EXPECT_TRUE(framework().take().empty());
 
-    driver->driver_initialized = driver->datacache_is_used = TRUE;
+    Life::run(driver);
+    driver->datacache_is_used = TRUE;
     EXPECT_EQ(move({.pan = motion(1, 10), .zoom = motion(1, 9999)}), FULL_ZOOM + "1D 00 | " + PAN_TO_TEN);
     EXPECT_EQ(framework().take().front(), "prepare_move"); // nothing was received, so nothing published before it
     EXPECT_EQ(driver->poll_holdoff, 5);
@@ -124,7 +125,7 @@ TEST_F(Move, PositionsAndAnglesInFixedPoint)
         EXPECT_TRUE(ptz_driver_canon_op_angle_to_zoom(&base(), static_cast<gint32>(degrees * 65536), scale, &found));
         EXPECT_NEAR(found / 65536.0, zoom, near) << degrees;
     }
-    driver->driver_initialized = FALSE;
+    Life::stop(driver);
     EXPECT_TRUE(get());
     EXPECT_EQ(angle, (std::array<gint32, 4>{-7, 4115712, 163840, 81920})); // widest: 62.80078125
 }
@@ -133,14 +134,14 @@ TEST_F(Move, StopAndModesAreGated)
 {
     framework().params = {{"Exposure", "auto"}, {"ManualGainControl", "no"}, {"ManualShutterControl", "no"}};
     base().iris_mode = base().backlight_mode = 1;
-    driver->driver_initialized = FALSE;
+    Life::stop(driver);
     for (auto *gated : {ptz_driver_canon_op_stop, ptz_driver_canon_op_focus_mode_changed,
                         ptz_driver_canon_op_iris_mode_changed, ptz_driver_canon_op_backlight_changed})
         EXPECT_EQ(outcome(gated(&base())), "");
     base().speed_factor = -3; // not gated
     EXPECT_TRUE(ptz_driver_canon_op_speed_factor_changed(&base()));
     EXPECT_EQ(driver->fov_speed_factor, -3);
-    driver->driver_initialized = TRUE;
+    Life::run(driver);
     EXPECT_EQ(outcome(ptz_driver_canon_op_backlight_changed(&base())), "04 00 03 01 06");
     EXPECT_EQ(outcome(ptz_driver_canon_op_iris_mode_changed(&base())), "04 00 03 00 00");
 }

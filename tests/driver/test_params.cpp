@@ -51,7 +51,7 @@ TEST_F(Params, LimitsAreReadAtStartUpAndMissingOnesSkipped)
     EXPECT_EQ(driver->limit_min_focus, 9999);
     for (const char *name : {"MinIris", "MaxFieldAngle"})
         EXPECT_EQ(change_limit(name), refused(std::string("Faulty type of Limit parameter value for ") + name));
-    driver->driver_initialized = FALSE;
+    Life::stop(driver);
     EXPECT_EQ(change_limit("MinIris"), "");
 }
 
@@ -83,9 +83,9 @@ TEST_F(Params, EachAdvancedSettingHasItsEffect)
 
     for (const std::string name : {"CamImageFreeze", "AdjustableZoomSpeedEnabled", "StatusUpdate", "ResponseProfile",
                                    "BroadcastFrameRateEnabled"}) {
-        driver->driver_initialized = TRUE;
+        Life::run(driver);
         EXPECT_EQ(outcome(change(name.c_str(), 1)), refused("Faulty type of UserAdvanced parameter value for " + name));
-        driver->driver_initialized = FALSE;
+        Life::stop(driver);
         EXPECT_TRUE(ptz_driver_canon_set_useradv(driver, name.c_str()));
     }
 }
@@ -110,7 +110,7 @@ TEST_F(Params, WhatTheModelLacksIsNeitherOfferedNorApplied)
 
 TEST_F(Params, AreAppliedInOrderAndFailuresCounted)
 {
-    driver->driver_initialized = FALSE;
+    Life::stop(driver);
     bus().replies["Rotation"] = "(<180>,)";
     base()->backlight_mode = 1;
     framework().params = {{"CamImageFreeze", "on"},
@@ -155,7 +155,7 @@ TEST_F(Params, SpecialCommandsAreStoredAndSentAndAnythingElseIsRefused)
     const std::string all = "wbonep video_output|hdmi video_output|sdi scan_mode|progressive scan_mode|interlaced "
                             "sdi_mapping|level_a sdi_mapping|level_b reset ";
     for (const auto &[initialized, state, offered] : {std::tuple{true, 1, all}, {false, 4, ""}, {false, 7, all}}) {
-        driver->driver_initialized = initialized;
+        initialized ? Life::run(driver) : Life::stop(driver);
         base()->state = state;
         char **commands = nullptr;
         EXPECT_TRUE(ptz_driver_canon_op_get_special_commands(base(), &commands));
@@ -184,7 +184,7 @@ TEST_F(Params, RotationSignalQueuesOneCommandPerChange)
     EXPECT_EQ(port.take_payloads(), (Lines{"04 02 08 03 01"}));
 
     signal("CurrentRotationChanged", g_variant_new("(i)", 0));
-    driver->closed = TRUE; // too late
+    Life::close(driver); // too late
     framework().run_tasks();
     EXPECT_TRUE(port.packets.empty());
 }

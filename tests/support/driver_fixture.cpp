@@ -49,7 +49,7 @@ void DriverBench::make_driver(bool initialized)
                                       sizeof(PTZPort), nullptr, static_cast<GTypeFlags>(0));
     driver->port = PTZ_PORT(g_object_new(port_type, nullptr));
     bench = &port;
-    driver->driver_initialized = initialized;
+    initialized ? Life::run(driver) : Life::stop(driver);
     log.take();
     framework().take();
 }

@@ -60,6 +60,10 @@ void fake_framework_install()
     };
     klass->queue_task = [](PTZDriver *, PTZTask *task, gint64 interval) -> gboolean {
         note("queue_task %d", static_cast<int>(interval));
+        if (framework().refuse_tasks) {
+            task->destroy(task);
+            return FALSE;
+        }
         framework().queued.push_back(task);
         return TRUE;
     };

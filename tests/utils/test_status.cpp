@@ -107,7 +107,7 @@ TEST_F(Status, ErrorBits)
         ptz_driver_canon_cmd_update_status(driver);
         EXPECT_EQ(vccif_inq_error_info(driver), errors) << "lens " << bits;
     }
-    driver->driver_initialized = FALSE; // the lens may still be on its way
+    Life::stop(driver); // the lens may still be on its way
     EXPECT_EQ(vccif_inq_error_info(driver), 0);
 }
 
