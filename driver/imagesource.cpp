@@ -2,7 +2,7 @@
 #include "driver/params.h"
 
 #include "cmd/brightness.h"
-#include "cmd/color.h"
+#include "cmd/colour.h"
 #include "cmd/day_night.h"
 #include "cmd/exposure.h"
 #include "cmd/focus.h"

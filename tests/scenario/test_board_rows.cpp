@@ -1,7 +1,7 @@
 // Nothing stands in the table of commands that no operation sends, and the simulated camera block, which has a table
 // of its own, takes all of it.
 #include "cmd/capture_mode.h"
-#include "cmd/color.h"
+#include "cmd/colour.h"
 #include "cmd/day_night.h"
 #include "cmd/move_focus.h"
 #include "cmd/move_zoom.h"

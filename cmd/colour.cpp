@@ -1,4 +1,4 @@
-#include "cmd/color.h"
+#include "cmd/colour.h"
 
 #include "cmd/setting.h"
 #include "core/log.h"
@@ -6,52 +6,52 @@
 
 namespace {
 
-constexpr int ALL_COLORS = 0;
+constexpr int ALL_COLOURS = 0;
 constexpr unsigned CHROMA_LEVEL_MAX = 3;
 constexpr int GAIN_SET = 1;
 
-constexpr ModeRow LEVEL_COLORS[] = {{"ColorLevelMagenta", 1},
-                                    {"ColorLevelRed", 2},
-                                    {"ColorLevelYellow", 3},
-                                    {"ColorLevelGreen", 4},
-                                    {"ColorLevelCyan", 5},
-                                    {"ColorLevelBlue", 6},
-                                    {}};
-constexpr ModeRow HUE_COLORS[] = {{"ColorHueMaster", ALL_COLORS},
-                                  {"ColorHue", ALL_COLORS},
-                                  {"ColorHueMagenta", 1},
-                                  {"ColorHueRed", 2},
-                                  {"ColorHueYellow", 3},
-                                  {"ColorHueGreen", 4},
-                                  {"ColorHueCyan", 5},
-                                  {"ColorHueBlue", 6},
-                                  {}};
+constexpr ModeRow LEVEL_COLOURS[] = {{"ColorLevelMagenta", 1},
+                                     {"ColorLevelRed", 2},
+                                     {"ColorLevelYellow", 3},
+                                     {"ColorLevelGreen", 4},
+                                     {"ColorLevelCyan", 5},
+                                     {"ColorLevelBlue", 6},
+                                     {}};
+constexpr ModeRow HUE_COLOURS[] = {{"ColorHueMaster", ALL_COLOURS},
+                                   {"ColorHue", ALL_COLOURS},
+                                   {"ColorHueMagenta", 1},
+                                   {"ColorHueRed", 2},
+                                   {"ColorHueYellow", 3},
+                                   {"ColorHueGreen", 4},
+                                   {"ColorHueCyan", 5},
+                                   {"ColorHueBlue", 6},
+                                   {}};
 
-struct ColorSetting {
+struct ColourSetting {
     const VccRow<3, 2> &row;
-    const ModeRow *colors;
+    const ModeRow *colours;
     const Range *CameraModel::*range;
     const char *failure;
 };
 
-constexpr ColorSetting LEVEL{kColourLevel, LEVEL_COLORS, &CameraModel::color_gain_range,
-                             "Failed to send color level setup command"};
-constexpr ColorSetting HUE{kColourHue, HUE_COLORS, &CameraModel::hue_range, "Failed to send color hue setup command"};
+constexpr ColourSetting LEVEL{kColourLevel, LEVEL_COLOURS, &CameraModel::color_gain_range,
+                              "Failed to send color level setup command"};
+constexpr ColourSetting HUE{kColourHue, HUE_COLOURS, &CameraModel::hue_range, "Failed to send color hue setup command"};
 
-gboolean send_color(PTZDriverCanon *self, const ColorSetting &setting, int color, unsigned level)
+gboolean send_colour(PTZDriverCanon *self, const ColourSetting &setting, int colour, unsigned level)
 {
     const int value = vccif_percent_to_vcc_range(self->cam_model->*setting.range, static_cast<int>(level));
-    return ptz_driver_canon_cmd_send_record(self, setting.failure, setting.row, color, value);
+    return ptz_driver_canon_cmd_send_record(self, setting.failure, setting.row, colour, value);
 }
 
-gboolean send_named_color(PTZDriverCanon *self, const ColorSetting &setting, const char *color, unsigned level)
+gboolean send_named_colour(PTZDriverCanon *self, const ColourSetting &setting, const char *name, unsigned level)
 {
-    const ModeRow *named = ptz_driver_canon_cmd_find_mode(setting.colors, color);
+    const ModeRow *named = ptz_driver_canon_cmd_find_mode(setting.colours, name);
     if (named == nullptr) {
         log_error("Unsupported color type");
         return FALSE;
     }
-    return send_color(self, setting, named->code, level);
+    return send_colour(self, setting, named->code, level);
 }
 
 constexpr ModeSetting WHITE_BALANCE{
@@ -85,14 +85,14 @@ gboolean ptz_driver_canon_cmd_color_level(PTZDriverCanon *self, unsigned level)
 {
     GUARD(self, FALSE);
     GUARD_SCALED(color_gain_range, level);
-    return send_color(self, LEVEL, ALL_COLORS, level);
+    return send_colour(self, LEVEL, ALL_COLOURS, level);
 }
 
 gboolean ptz_driver_canon_cmd_color_level_by_color(PTZDriverCanon *self, const char *color, unsigned level)
 {
     GUARD_TEXT(color);
     GUARD_SCALED(color_gain_range, level);
-    return send_named_color(self, LEVEL, color, level);
+    return send_named_colour(self, LEVEL, color, level);
 }
 
 gboolean ptz_driver_canon_cmd_color_hue(PTZDriverCanon *self, const char *color, unsigned level)
@@ -101,7 +101,7 @@ gboolean ptz_driver_canon_cmd_color_hue(PTZDriverCanon *self, const char *color,
     // A model without colour levels has no hues either.
     GUARD(self->cam_model->color_gain_range, FALSE);
     GUARD_SCALED(hue_range, level);
-    return send_named_color(self, HUE, color, level);
+    return send_named_colour(self, HUE, color, level);
 }
 
 gboolean ptz_driver_canon_cmd_chroma_suppress(PTZDriverCanon *self, unsigned level)
