@@ -12,9 +12,6 @@
 
 namespace {
 
-constexpr int BACKLIGHT_ON = 1;
-constexpr int BACKLIGHT_OFF = 2;
-
 // The last step, with or without the lift as backlight compensation now is.
 void add_brightness(CommandBuffer *commands, const PTZDriverCanon *self)
 {
@@ -47,11 +44,11 @@ gboolean ptz_driver_canon_cmd_brightness(PTZDriverCanon *self, unsigned level)
 gboolean ptz_driver_canon_cmd_backlight_compensation(PTZDriverCanon *self, int mode)
 {
     GUARD(self, FALSE);
-    const gboolean on = mode == BACKLIGHT_ON;
+    const gboolean on = mode == PTZ_BACKLIGHT_ON;
     // Only on or off is compared: any other mode counts as off here.
     if (!self->current.backlight_on == !on && self->driver_initialized)
         return TRUE;
-    if (mode != BACKLIGHT_ON && mode != BACKLIGHT_OFF) {
+    if (mode != PTZ_BACKLIGHT_ON && mode != PTZ_BACKLIGHT_OFF) {
         log_error("Unsupported backlight compensation mode");
         return FALSE;
     }
@@ -80,7 +77,7 @@ gboolean ptz_driver_canon_cmd_move_brightness(PTZDriverCanon *self, int move_typ
     CommandBuffer commands;
     add_brightness(&commands, self);
     if (!now.auto_iris)
-        ptz_driver_canon_set_iris_mode(self, IRIS_MODE_AUTO);
+        ptz_driver_canon_set_iris_mode(self, PTZ_IRIS_AUTO);
     const gboolean sent = ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to execute brightness command");
     if (sent) {
         now.brightness_zenta = self->target.brightness_zenta;

@@ -3,10 +3,9 @@
 
 #include "core/instance.h"
 
-enum AutoFocusMode { AUTO_FOCUS_ON = 1, AUTO_FOCUS_OFF = 2 };
-
-// mode AUTO_FOCUS_ON or AUTO_FOCUS_OFF (to `focus_manual_mode`). Nothing is sent when it is that way already. Refused
-// with a warning, but TRUE, before start-up is complete. Afterwards `focus_moving` is unknown (-1), sent or not.
+// mode PTZ_FOCUS_AUTO or PTZ_FOCUS_MANUAL (to `focus_manual_mode`). Nothing is sent when it is that way already.
+// Refused with a warning, but TRUE, before start-up is complete. Afterwards `focus_moving` is unknown (-1), sent or
+// not.
 gboolean ptz_driver_canon_cmd_auto_focus(PTZDriverCanon *self, int mode);
 
 // focus_limit: nearest focus position, 1..9999; the camera block gets the step at or below it.

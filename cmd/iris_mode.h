@@ -3,8 +3,6 @@
 
 #include "core/instance.h"
 
-enum IrisMode { IRIS_MODE_AUTO = 1, IRIS_MODE_MANUAL = 2 };
-
 // Automatic: sets the exposure mode and priority that the parameters of the "ImageSource" group ask for, then those of
 // shutter, gain and iris that the priority leaves to the user. `auto_iris` and the framework's `iris_mode` change first
 // and stay. FALSE when a parameter is missing or a command fails.

@@ -70,7 +70,7 @@ gboolean ptz_driver_canon_cmd_focus_execute(PTZDriverCanon *self, const guint8 *
 {
     GUARD(self, FALSE);
     if (self->current.auto_focus)
-        ptz_driver_canon_cmd_auto_focus(self, AUTO_FOCUS_OFF);
+        ptz_driver_canon_cmd_auto_focus(self, PTZ_FOCUS_MANUAL);
     if (!ptz_driver_canon_cmd_send(self, payload, size, self->cmd_retries)) {
         log_error("Failed to execute focus command");
         return FALSE;

@@ -1,7 +1,6 @@
 #include "cmd/move_iris.h"
 
 #include "cmd/exposure.h"
-#include "cmd/iris_mode.h"
 #include "cmd/send.h"
 #include "core/fixed_point.h"
 #include "core/guard.h"
@@ -135,7 +134,7 @@ gboolean ptz_driver_canon_cmd_full_manual_exposure(PTZDriverCanon *self, int iri
     self->target.brightness_zenta = now.brightness_zenta = -1;
     self->target.iris_zenta = iris_zenta;
     now.auto_iris = FALSE;
-    self->parent_instance.iris_mode = IRIS_MODE_MANUAL;
+    self->parent_instance.iris_mode = PTZ_IRIS_MANUAL;
     now.brightness_moving = -1;
     now.iris_moving = 1;
     ptz_driver_canon_utils_publish_status(self);

@@ -62,7 +62,7 @@ void move_lens(PTZDriverCanon *self, const PTZMotion &iris, const PTZMotion &foc
         ptz_driver_canon_cmd_move_iris(self, iris.type, fixed_integer_part(iris.value));
     if (focus.type != PTZ_MOVE_NONE &&
         ptz_driver_canon_cmd_move_focus(self, focus.type, fixed_integer_part(focus.value)))
-        self->parent_instance.focus_mode = AUTO_FOCUS_OFF;
+        self->parent_instance.focus_mode = PTZ_FOCUS_MANUAL;
     if (brightness.type != PTZ_MOVE_NONE)
         ptz_driver_canon_cmd_move_brightness(self, brightness.type, fixed_integer_part(brightness.value));
 }
