@@ -1,5 +1,6 @@
 #include "cmd/exposure.h"
 
+#include "cmd/payload.h"
 #include "cmd/setting.h"
 #include "core/fixed_point.h"
 #include "core/log.h"
@@ -140,7 +141,7 @@ gboolean ptz_driver_canon_cmd_max_exposure_time(PTZDriverCanon *self, const char
 gboolean ptz_driver_canon_cmd_gain(PTZDriverCanon *self, int percent)
 {
     GUARD(self, FALSE);
-    const int code = ptz_driver_canon_cmd_gain_code(self, percent);
+    const int code = payload_gain_code(self, percent);
     return code >= 0 && ptz_driver_canon_cmd_send_record(self, "Failed to send gain setup command", kGain, code);
 }
 
@@ -165,11 +166,11 @@ gboolean ptz_driver_canon_cmd_iris(PTZDriverCanon *self, int value, gboolean inv
 {
     GUARD(self, FALSE);
     const int percent = invert ? ptz_driver_canon_mirror(static_cast<float>(value), 0.0f, 100.0f) : value;
-    const int code = ptz_driver_canon_cmd_iris_code(self, percent, value);
+    const int code = payload_iris_code(self, percent, value);
     if (code < 0)
         return FALSE;
     CommandBuffer commands;
-    ptz_driver_canon_cmd_add_iris(&commands, code);
+    payload_add_iris(commands, code);
     return ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send iris level setup command");
 }
 
@@ -178,38 +179,14 @@ gboolean ptz_driver_canon_cmd_manual_bright_level(PTZDriverCanon *self, unsigned
     GUARD(self, FALSE);
     GUARD_LEVEL(level);
     const int from_middle = static_cast<int>(level) - 50;
-    const int iris =
-        ptz_driver_canon_cmd_iris_code(self, from_middle <= 0 ? -from_middle * 2 : 0, static_cast<int>(level));
+    const int iris = payload_iris_code(self, from_middle <= 0 ? -from_middle * 2 : 0, static_cast<int>(level));
     if (iris < 0)
         return FALSE;
-    const int gain = ptz_driver_canon_cmd_gain_code(self, from_middle >= 0 ? from_middle * 2 : 0);
+    const int gain = payload_gain_code(self, from_middle >= 0 ? from_middle * 2 : 0);
     if (gain < 0)
         return FALSE;
     CommandBuffer commands;
-    ptz_driver_canon_cmd_add_iris(&commands, iris);
+    payload_add_iris(commands, iris);
     commands.add(kGain, gain);
     return ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send manual bright level setup command");
-}
-
-int ptz_driver_canon_cmd_iris_code(const PTZDriverCanon *self, int percent, int shown)
-{
-    const int code = vccif_percent_to_vcc_iris(self, percent);
-    if (code < 0)
-        log_error("Unsupported iris value: %d", shown);
-    return code;
-}
-
-int ptz_driver_canon_cmd_gain_code(const PTZDriverCanon *self, int percent)
-{
-    // Gain codes are signed bytes.
-    const auto code = static_cast<gint8>(vccif_percent_to_vcc_gain(self, percent));
-    if (code < 0)
-        log_error("Unsupported gain: %d", percent);
-    return code;
-}
-
-void ptz_driver_canon_cmd_add_iris(CommandBuffer *commands, int code)
-{
-    commands->add(kIrisLevelA, code);
-    commands->add(kIrisLevelB, code);
 }

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "core/instance.h"
-#include "vcc/command.h"
 
 // Sets the exposure to `priority`, or, when that is null, to `mode`; names of the model's tables. `mode` is not looked
 // at beside a priority. On success `exposure_mode` becomes the priority as the table writes it, or none.
@@ -40,11 +39,3 @@ gboolean ptz_driver_canon_cmd_iris(PTZDriverCanon *self, int value, gboolean inv
 // Brightness by iris and gain alone: below 50 the iris opens towards 0, above 50 the gain rises. A negative level
 // counts as too large.
 gboolean ptz_driver_canon_cmd_manual_bright_level(PTZDriverCanon *self, unsigned level);
-
-// What operations that set iris and gain share: the code of a percent, below 0 with an error logged when there is none.
-// `shown` is the number that the iris message names.
-int ptz_driver_canon_cmd_iris_code(const PTZDriverCanon *self, int percent, int shown);
-int ptz_driver_canon_cmd_gain_code(const PTZDriverCanon *self, int percent);
-
-// The iris goes out twice, the second record directly after the first.
-void ptz_driver_canon_cmd_add_iris(CommandBuffer *commands, int code);

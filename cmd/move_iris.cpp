@@ -1,6 +1,7 @@
 #include "cmd/move_iris.h"
 
 #include "cmd/exposure.h"
+#include "cmd/payload.h"
 #include "cmd/send.h"
 #include "core/fixed_point.h"
 #include "core/guard.h"
@@ -82,15 +83,15 @@ gboolean send_exposure(PTZDriverCanon *self, const Exposure &exposure)
         log_error("Unsupported shutter speed: %d", exposure.time_us);
         return FALSE;
     }
-    const int iris = ptz_driver_canon_cmd_iris_code(self, exposure.iris_percent, exposure.iris_percent);
+    const int iris = payload_iris_code(self, exposure.iris_percent, exposure.iris_percent);
     if (iris < 0)
         return FALSE;
-    const int gain = ptz_driver_canon_cmd_gain_code(self, exposure.gain_percent);
+    const int gain = payload_gain_code(self, exposure.gain_percent);
     if (gain < 0)
         return FALSE;
     CommandBuffer commands;
     commands.add(kShutter, shutter);
-    ptz_driver_canon_cmd_add_iris(&commands, iris);
+    payload_add_iris(commands, iris);
     commands.add(kGain, gain);
     return ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send full manual settings setup command");
 }

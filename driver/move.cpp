@@ -4,6 +4,7 @@
 #include "cmd/brightness.h"
 #include "cmd/focus.h"
 #include "cmd/iris_mode.h"
+#include "cmd/move_brightness.h"
 #include "cmd/move_focus.h"
 #include "cmd/move_iris.h"
 #include "cmd/move_pan_tilt.h"
