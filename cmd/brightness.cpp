@@ -5,9 +5,10 @@
 #include "core/fixed_point.h"
 #include "core/log.h"
 #include "utils/status.h"
-#include "vcc/convert.h"
 
 namespace {
+
+constexpr ModelRange RANGE{MODEL_RANGE(brightness_range)};
 
 int position_of_level(unsigned level)
 {
@@ -19,9 +20,8 @@ int position_of_level(unsigned level)
 gboolean ptz_driver_canon_cmd_brightness(PTZDriverCanon *self, unsigned level)
 {
     GUARD(self, FALSE);
-    GUARD_SCALED(brightness_range, level);
-    self->current.brightness_level =
-        vccif_percent_to_vcc_range(self->cam_model->brightness_range, static_cast<int>(level));
+    GUARD_SCALED(RANGE, level);
+    self->current.brightness_level = ptz_driver_canon_cmd_scaled(self, RANGE, level);
     self->target.brightness_zenta = self->current.brightness_zenta = position_of_level(level);
     CommandBuffer commands;
     payload_add_brightness(commands, self);

@@ -2,7 +2,6 @@
 
 #include "cmd/setting.h"
 #include "core/log.h"
-#include "vcc/convert.h"
 
 namespace {
 
@@ -30,18 +29,19 @@ constexpr ModeRow HUE_COLOURS[] = {{"ColorHueMaster", ALL_COLOURS},
 struct ColourSetting {
     const VccRow<3, 2> &row;
     const ModeRow *colours;
-    const Range *CameraModel::*range;
+    ModelRange range;
     const char *failure;
 };
 
-constexpr ColourSetting LEVEL{kColourLevel, LEVEL_COLOURS, &CameraModel::color_gain_range,
-                              "Failed to send color level setup command"};
-constexpr ColourSetting HUE{kColourHue, HUE_COLOURS, &CameraModel::hue_range, "Failed to send color hue setup command"};
+constexpr ColourSetting LEVEL{
+    kColourLevel, LEVEL_COLOURS, {MODEL_RANGE(color_gain_range)}, "Failed to send color level setup command"};
+constexpr ColourSetting HUE{
+    kColourHue, HUE_COLOURS, {MODEL_RANGE(hue_range)}, "Failed to send color hue setup command"};
 
 gboolean send_colour(PTZDriverCanon *self, const ColourSetting &setting, int colour, unsigned level)
 {
-    const int value = vccif_percent_to_vcc_range(self->cam_model->*setting.range, static_cast<int>(level));
-    return ptz_driver_canon_cmd_send_record(self, setting.failure, setting.row, colour, value);
+    return ptz_driver_canon_cmd_send_record(self, setting.failure, setting.row, colour,
+                                            ptz_driver_canon_cmd_scaled(self, setting.range, level));
 }
 
 gboolean send_named_colour(PTZDriverCanon *self, const ColourSetting &setting, const char *name, unsigned level)
@@ -59,6 +59,8 @@ constexpr ModeSetting WHITE_BALANCE{
     {&CameraModel::white_balance_tbl, "Unavailable white balance mode table.", "Unsupported white balance mode: "},
     "Failed to send white balance setup command"};
 
+constexpr ModelRange GAIN_RANGE{MODEL_RANGE(wb_gain_range)};
+
 struct GainSetting {
     const VccRow<3, 1> &row;
     const VccRow<3, 2> &set_row;
@@ -72,7 +74,7 @@ constexpr GainSetting BLUE_GAIN{kWhiteBalanceBlueGain, kWhiteBalanceBlueGainSet,
 
 gboolean send_gain(PTZDriverCanon *self, const GainSetting &setting, unsigned gain)
 {
-    const int value = vccif_percent_to_vcc_range(self->cam_model->wb_gain_range, static_cast<int>(gain));
+    const int value = ptz_driver_canon_cmd_scaled(self, GAIN_RANGE, gain);
     CommandBuffer commands;
     commands.add(setting.row, value);
     commands.add(setting.set_row, GAIN_SET, value);
@@ -84,23 +86,23 @@ gboolean send_gain(PTZDriverCanon *self, const GainSetting &setting, unsigned ga
 gboolean ptz_driver_canon_cmd_color_level(PTZDriverCanon *self, unsigned level)
 {
     GUARD(self, FALSE);
-    GUARD_SCALED(color_gain_range, level);
+    GUARD_SCALED(LEVEL.range, level);
     return send_colour(self, LEVEL, ALL_COLOURS, level);
 }
 
 gboolean ptz_driver_canon_cmd_color_level_by_color(PTZDriverCanon *self, const char *color, unsigned level)
 {
     GUARD_TEXT(color);
-    GUARD_SCALED(color_gain_range, level);
+    GUARD_SCALED(LEVEL.range, level);
     return send_named_colour(self, LEVEL, color, level);
 }
 
 gboolean ptz_driver_canon_cmd_color_hue(PTZDriverCanon *self, const char *color, unsigned level)
 {
     GUARD_TEXT(color);
-    // A model without colour levels has no hues either.
+    // Hues take the range of the colour levels for granted, though they are not scaled through it.
     GUARD(self->cam_model->color_gain_range, FALSE);
-    GUARD_SCALED(hue_range, level);
+    GUARD_SCALED(HUE.range, level);
     return send_named_colour(self, HUE, color, level);
 }
 
@@ -124,14 +126,14 @@ gboolean ptz_driver_canon_cmd_white_balance(PTZDriverCanon *self, const char *mo
 gboolean ptz_driver_canon_cmd_white_balance_manual_gain_r(PTZDriverCanon *self, unsigned gain)
 {
     GUARD(self, FALSE);
-    GUARD_SCALED(wb_gain_range, gain);
+    GUARD_SCALED(GAIN_RANGE, gain);
     return send_gain(self, RED_GAIN, gain);
 }
 
 gboolean ptz_driver_canon_cmd_white_balance_manual_gain_b(PTZDriverCanon *self, unsigned gain)
 {
     GUARD(self, FALSE);
-    GUARD_SCALED(wb_gain_range, gain);
+    GUARD_SCALED(GAIN_RANGE, gain);
     return send_gain(self, BLUE_GAIN, gain);
 }
 

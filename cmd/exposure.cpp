@@ -22,8 +22,8 @@ constexpr ModeTable WINDOWS{&CameraModel::exposure_window_tbl, "Unavailable expo
 constexpr ModeSetting WINDOW{kExposureWindow, WINDOWS, "Failed to send exposure window setup command"};
 constexpr ModeSetting SPOT_WINDOW{kExposureWindow, WINDOWS, "Failed to spot exposure window setup send command"};
 
-constexpr LevelSetting RESPONSE{kAutoExposureResponse, &CameraModel::ae_response_range,
-                                "Failed to send auto exposure response setup command"};
+constexpr LevelSetting RESPONSE{
+    kAutoExposureResponse, {MODEL_RANGE(ae_response_range)}, "Failed to send auto exposure response setup command"};
 
 // As limits of the exposure time: one frame, and the shortest there is.
 constexpr int ONE_FRAME = -1;
@@ -72,7 +72,7 @@ gboolean ptz_driver_canon_cmd_exposure_mode(PTZDriverCanon *self, const char *mo
 gboolean ptz_driver_canon_cmd_exposure_response(PTZDriverCanon *self, unsigned level)
 {
     GUARD(self, FALSE);
-    GUARD_SCALED(ae_response_range, level);
+    GUARD_SCALED(RESPONSE.range, level);
     return ptz_driver_canon_cmd_send_level(self, RESPONSE, level);
 }
 
