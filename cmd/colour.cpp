@@ -54,10 +54,10 @@ gboolean send_named_colour(PTZDriverCanon *self, const ColourSetting &setting, c
     return send_colour(self, setting, named->code, level);
 }
 
-constexpr ModeSetting WHITE_BALANCE{
-    kWhiteBalanceMode,
-    {&CameraModel::white_balance_tbl, "Unavailable white balance mode table.", "Unsupported white balance mode: "},
-    "Failed to send white balance setup command"};
+constexpr ModeSetting WHITE_BALANCE{kWhiteBalanceMode,
+                                    {&CameraModel::white_balance_tbl, "Unavailable white balance mode table.",
+                                     ERROR_MESSAGE("Unsupported white balance mode: %s")},
+                                    "Failed to send white balance setup command"};
 
 constexpr ModelRange GAIN_RANGE{MODEL_RANGE(wb_gain_range)};
 

@@ -13,11 +13,11 @@
 namespace {
 
 constexpr ModeTable MODES{&CameraModel::exposure_mode_tbl, "Unavailable exposure mode table.",
-                          "Unsupported exposure mode: "};
+                          ERROR_MESSAGE("Unsupported exposure mode: %s")};
 constexpr ModeTable PRIORITIES{&CameraModel::exposure_priority_tbl, "Unavailable exposure priority table.",
-                               "Unsupported exposure priority: "};
+                               ERROR_MESSAGE("Unsupported exposure priority: %s")};
 constexpr ModeTable WINDOWS{&CameraModel::exposure_window_tbl, "Unavailable exposure window table.",
-                            "Unsupported exposure window: "};
+                            ERROR_MESSAGE("Unsupported exposure window: %s")};
 
 constexpr ModeSetting WINDOW{kExposureWindow, WINDOWS, "Failed to send exposure window setup command"};
 constexpr ModeSetting SPOT_WINDOW{kExposureWindow, WINDOWS, "Failed to spot exposure window setup send command"};
@@ -151,7 +151,8 @@ gboolean ptz_driver_canon_cmd_max_gain(PTZDriverCanon *self, const char *mode, i
     const CameraModel &model = *self->cam_model;
     const GainRow *table = is_on(mode) ? model.max_gain_high_sensitivity_tbl : model.max_gain_tbl;
     if (table == nullptr) {
-        log_error("Unavailable maximum gain table at %s.", is_on(mode) ? "high sensitivity" : "normal");
+        log_error(is_on(mode) ? "Unavailable maximum gain table at high sensitivity."
+                              : "Unavailable maximum gain table at normal.");
         return FALSE;
     }
     const int code = vccif_percent_to_vcc_max_gain(table, percent);

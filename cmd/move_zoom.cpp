@@ -17,7 +17,6 @@
 
 namespace {
 
-constexpr const char *ZOOM_FAILURE = "Failed to execute zoom setup command";
 constexpr float FULL_SPEED_PERCENT = 100.0f;
 
 void add_zoom_speed(CommandBuffer &commands, const CameraModel *model, float percent)
@@ -132,7 +131,7 @@ gboolean ptz_driver_canon_cmd_zoom_execute(PTZDriverCanon *self, const std::uint
 {
     GUARD(self, FALSE);
     if (!ptz_driver_canon_cmd_send(self, payload, size, self->cmd_retries)) {
-        log_error("%s", ZOOM_FAILURE);
+        log_error("Failed to execute zoom setup command");
         return FALSE;
     }
     ptz_driver_canon_cmd_update_status(self);

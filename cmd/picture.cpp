@@ -12,19 +12,19 @@ constexpr LevelSetting DEFOG_EFFECT{
 constexpr ModelRange NOISE_RANGE{MODEL_RANGE(nr_range)};
 
 constexpr ModeSetting WDR{kWdr,
-                          {&CameraModel::wdr_tbl, "Unavailable WDR table.", "Unsupported WDR mode "},
+                          {&CameraModel::wdr_tbl, "Unavailable WDR table.", ERROR_MESSAGE("Unsupported WDR mode %s")},
                           "Failed to send WDR setup command"};
 constexpr ModeSetting GAMMA{
     kGamma,
-    {&CameraModel::gamma_tbl, "Unavailable gamma cureve table.", "Unsupported gamma curve mode "},
+    {&CameraModel::gamma_tbl, "Unavailable gamma cureve table.", ERROR_MESSAGE("Unsupported gamma curve mode %s")},
     "Failed to send gamma curve mode setup command"};
 constexpr ModeSetting STABILIZER{kImageStabilization,
                                  {&CameraModel::image_stabilizer_tbl, "Unavailable image stabilization table.",
-                                  "Unsupported image stabilization mode "},
+                                  ERROR_MESSAGE("Unsupported image stabilization mode %s")},
                                  "Failed to send image stabilization setup command"};
 constexpr ModeSetting DISTORTION{kDistortionCorrection,
                                  {&CameraModel::distortion_correction_tbl, "Unavailable distortion correction table.",
-                                  "Unsupported distortion correction mode "},
+                                  ERROR_MESSAGE("Unsupported distortion correction mode %s")},
                                  "Failed to send distortion correction setup command"};
 
 constexpr ModeRow OFF_ON[] = {{"off", 0}, {"on", 1}, {}};

@@ -31,7 +31,7 @@ const ModeRow *ptz_driver_canon_cmd_choose_mode(const PTZDriverCanon *self, cons
     }
     const ModeRow *row = ptz_driver_canon_cmd_find_mode(rows, name);
     if (row == nullptr)
-        log_error("%s%s", table.unsupported, name);
+        table.unsupported(name);
     return row;
 }
 

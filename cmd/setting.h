@@ -10,6 +10,7 @@
 #include "cmd/send.h"
 #include "core/guard.h"
 #include "core/instance.h"
+#include "core/log.h"
 #include "core/zenta.h"
 #include "vcc/command.h"
 #include "vcc/model.h"
@@ -55,7 +56,7 @@ gboolean ptz_driver_canon_cmd_send_level(PTZDriverCanon *self, const LevelSettin
 struct ModeTable {
     const ModeRow *CameraModel::*rows;
     const char *unavailable; // said when the model has no such table
-    const char *unsupported; // said, with the name behind it, when the table does not have the name
+    LogMessage unsupported;  // said of a name that the table does not have
 };
 
 struct ModeSetting {

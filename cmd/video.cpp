@@ -20,7 +20,7 @@ constexpr ChoiceSetting SDI_MAPPING{kSdiMapping, SDI_LEVELS, "Unsupported SDI ma
                                     "Failed to send SDI mapping setup command"};
 
 constexpr ModeTable VIDEO_MODES{&CameraModel::video_mode_tbl, "Unavailable video mode table.",
-                                "Unsupported video mode: "};
+                                ERROR_MESSAGE("Unsupported video mode: %s")};
 
 // The code of a scan for that mode of the table, or -1.
 int scan_code(const char *scan, const char *table_name)

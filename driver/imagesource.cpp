@@ -223,6 +223,8 @@ constexpr const char *CONNECTED[] = {
 // clang-format on
 static_assert(std::size(CONNECTED) == 62 + 1);
 
+constexpr LogMessage FAULTY_VALUE = ERROR_MESSAGE("Faulty type of ImageSource parameter value for %s");
+
 const Row *find_row(const char *name)
 {
     for (const Row &row : ROWS)
@@ -248,12 +250,12 @@ gboolean ptz_driver_canon_imagesource_set(PTZDriverCanon *self, const char *name
     Change change{name, {}, {}};
     const Parameter parameter(group, name);
     if (!row->read(parameter, &change.value))
-        return ptz_driver_canon_refuse_value(self, "ImageSource", name);
+        return ptz_driver_canon_refuse_value(self, FAULTY_VALUE, name);
     if (row->partner.name == nullptr)
         return row->apply(self, change);
     const Parameter partner(group, row->partner.name);
     if (!row->partner.read(partner, &change.partner) && !row->partner.optional)
-        return ptz_driver_canon_refuse_value(self, "ImageSource", name);
+        return ptz_driver_canon_refuse_value(self, FAULTY_VALUE, name);
     return row->apply(self, change);
 }
 

@@ -15,17 +15,18 @@
 namespace {
 
 struct DataCache {
-    const char *name;
     int (*init)(PTZDriver *driver);
     void (*close)(PTZDriver *driver);
+    const char *failure;
 };
 
 constexpr DataCache DATA_CACHES[] = {
-    {"zoom", ptz_driver_zoom_datacache_init, ptz_driver_zoom_datacache_close},
-    {"flip", ptz_driver_flip_datacache_init, ptz_driver_flip_datacache_close},
-    {"position", ptz_driver_position_datacache_init, ptz_driver_position_datacache_close},
-    {"moving", ptz_driver_moving_datacache_init, ptz_driver_moving_datacache_close},
-    {"speed", ptz_driver_speed_datacache_init, ptz_driver_speed_datacache_close},
+    {ptz_driver_zoom_datacache_init, ptz_driver_zoom_datacache_close, "Could not initialize zoom datacache!"},
+    {ptz_driver_flip_datacache_init, ptz_driver_flip_datacache_close, "Could not initialize flip datacache!"},
+    {ptz_driver_position_datacache_init, ptz_driver_position_datacache_close,
+     "Could not initialize position datacache!"},
+    {ptz_driver_moving_datacache_init, ptz_driver_moving_datacache_close, "Could not initialize moving datacache!"},
+    {ptz_driver_speed_datacache_init, ptz_driver_speed_datacache_close, "Could not initialize speed datacache!"},
 };
 
 } // namespace
@@ -43,7 +44,7 @@ gboolean ptz_driver_canon_op_open(PTZDriver *driver)
     if (self->datacache_is_used)
         for (const DataCache &cache : DATA_CACHES)
             if (cache.init(driver) < 0)
-                log_error("Could not initialize %s datacache!", cache.name);
+                log_error("%s", cache.failure);
     return TRUE;
 }
 
