@@ -5,6 +5,7 @@
 #include "core/log.h"
 #include "driver/audio.h"
 #include "driver/device_status.h"
+#include "driver/port_hold.h"
 #include "driver/startup.h"
 #include "driver/type.h"
 #include "hw/power.h"

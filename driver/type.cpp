@@ -4,6 +4,7 @@
 #include "core/paths.h"
 #include "driver/config.h"
 #include "driver/operations.h"
+#include "driver/port_hold.h"
 #include "port/config.h"
 #include "port/spi_port.h"
 #include "utils/publish.h"
