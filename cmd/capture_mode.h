@@ -1,4 +1,4 @@
-// Capture mode, image freeze and software reset. All as described in send.h.
+// Capture mode and software reset. All as described in send.h.
 #pragma once
 
 #include "core/instance.h"
@@ -22,10 +22,6 @@ gboolean ptz_driver_canon_cmd_capture_mode_sensor(PTZDriverCanon *self, const Ca
 
 // The image processor's part: the frame rate.
 gboolean ptz_driver_canon_cmd_capture_mode_isp(PTZDriverCanon *self, const CaptureModeRow *capture_mode);
-
-// When the picture freezes during moves: "off", "on" or "auto" (moves to presets). Nothing is sent. Any other text is
-// refused without a message; a model without image freeze takes any text and changes nothing.
-gboolean ptz_driver_canon_cmd_image_freeze(PTZDriverCanon *self, const char *mode);
 
 // Restarts the camera block by command, where the model can.
 gboolean ptz_driver_canon_cmd_sw_reset(PTZDriverCanon *self);

@@ -1,4 +1,4 @@
-// Rotation, outputs and scan of the video, and the image sensor's halt.
+// Rotation, mode, scan and outputs of the video.
 #pragma once
 
 #include "core/instance.h"
@@ -15,9 +15,3 @@ gboolean ptz_driver_canon_cmd_video_output(PTZDriverCanon *self, const char *mod
 
 // "level_a" or "level_b".
 gboolean ptz_driver_canon_cmd_sdi_mapping_mode(PTZDriverCanon *self, const char *mode);
-
-// Halts the image sensor, or lets it run.
-gboolean ptz_driver_canon_cmd_halt_sensor(PTZDriverCanon *self, gboolean halt);
-
-// Halts the sensor before the power goes: with fresh status before and after, and a second to settle.
-void ptz_driver_canon_utils_halt_sensor_and_settle(PTZDriverCanon *self);

@@ -1,7 +1,7 @@
 // Open and close.
 #include "driver/operations.h"
 
-#include "cmd/video.h"
+#include "cmd/sensor_halt.h"
 #include "core/log.h"
 #include "driver/audio.h"
 #include "driver/device_status.h"

@@ -1,6 +1,6 @@
 #include "driver/startup.h"
 
-#include "cmd/video.h"
+#include "cmd/sensor_halt.h"
 #include "core/log.h"
 #include "core/paths.h"
 #include "driver/audio.h"

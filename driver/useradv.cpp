@@ -1,7 +1,7 @@
 // The group "UserAdv": advanced settings, and what the driver tells about the device.
 #include "driver/params.h"
 
-#include "cmd/capture_mode.h"
+#include "cmd/image_freeze.h"
 #include "core/log.h"
 #include "driver/capture.h"
 #include "vcc/model.h"

@@ -5,6 +5,7 @@
 #include "cmd/exposure.h"
 #include "cmd/focus.h"
 #include "cmd/picture.h"
+#include "cmd/sensor_halt.h"
 #include "cmd/video.h"
 #include "tests/cmd/command_bench.h"
 

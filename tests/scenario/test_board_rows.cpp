@@ -6,6 +6,7 @@
 #include "cmd/move_focus.h"
 #include "cmd/move_zoom.h"
 #include "cmd/picture.h"
+#include "cmd/sensor_halt.h"
 #include "cmd/video.h"
 #include "tests/scenario/board_fixture.h"
 #include "vcc/model.h"
