@@ -12,6 +12,7 @@
 #include "cmd/stop.h"
 #include "core/fixed_point.h"
 #include "core/zenta.h"
+#include "driver/device_status.h"
 #include "utils/picture.h"
 #include "utils/publish.h"
 #include "utils/status.h"
@@ -22,7 +23,6 @@
 
 namespace {
 
-constexpr int POLL_HOLDOFF_TICKS = 5;
 constexpr float RADIANS_PER_DEGREE = 0.017453292f;
 constexpr float TWICE_DEGREES_PER_RADIAN = 114.59155f;
 
@@ -90,7 +90,7 @@ gboolean ptz_driver_canon_op_move(PTZDriver *driver, const PTZMotion *pan, const
     ptz_driver_canon_cmd_update_status(self);
     ptz_driver_canon_cmd_auto_focus(self, driver->focus_mode);
     PTZ_DRIVER_GET_CLASS(driver)->prepare_move(driver);
-    self->poll_holdoff = POLL_HOLDOFF_TICKS;
+    ptz_driver_canon_hold_off_idle(self);
     ptz_driver_canon_utils_publish_status(self);
     if (!self->current.image_frozen && self->current.image_freeze_mode == IMAGE_FREEZE_ON)
         ptz_driver_canon_utils_set_image_freeze(self, TRUE);
