@@ -88,7 +88,7 @@ gboolean ptz_driver_canon_cmd_capture_mode_sensor(PTZDriverCanon *self, const Ca
                                           capture_mode->capture_frequency))
         return FALSE;
     clock_sleep_us(SENSOR_CHANGE_US);
-    // Goes by the status received last: reading here would take in the status of a sensor in mid-change.
+    // Goes by the status that was received last: none is read while the sensor changes.
     for (int check = 0; check < SENSOR_CHANGE_CHECKS && vccif_get_capture_mode_state() <= 1; ++check)
         clock_sleep_us(SENSOR_CHANGE_US);
     *restart_required = TRUE;

@@ -100,7 +100,7 @@ gboolean ptz_driver_canon_cmd_color_level_by_color(PTZDriverCanon *self, const c
 gboolean ptz_driver_canon_cmd_color_hue(PTZDriverCanon *self, const char *color, unsigned level)
 {
     GUARD_TEXT(color);
-    // Hues take the range of the colour levels for granted, though they are not scaled through it.
+    // Refused without the range of the colour levels too, though hues are not scaled through it.
     GUARD(self->cam_model->color_gain_range, FALSE);
     GUARD_SCALED(HUE.range, level);
     return send_named_colour(self, HUE, color, level);

@@ -110,7 +110,7 @@ gboolean ptz_driver_canon_cmd_shutter(PTZDriverCanon *self, int value, gboolean 
     GUARD(self, FALSE);
     const int code =
         manual ? vccif_exposure_time_to_vcc_shutter(self, value) : vccif_percent_to_vcc_shutter(self, value);
-    if (static_cast<gint8>(code) == -1) {
+    if (static_cast<std::int8_t>(code) == -1) {
         log_error("Unsupported shutter speed: %d", value);
         return FALSE;
     }

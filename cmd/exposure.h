@@ -1,5 +1,5 @@
-// Exposure: mode and priority, metering window, shutter, gain, iris and their limits. All as described in
-// send.h; levels and percents are 0..100, texts are matched in any letter case.
+// Exposure: mode and priority, metering window, shutter, gain, iris and their limits. All as described in send.h;
+// levels and percents are 0..100, texts are matched in any letter case.
 #pragma once
 
 #include "core/instance.h"
@@ -20,14 +20,15 @@ gboolean ptz_driver_canon_cmd_spot_exposure(PTZDriverCanon *self, const char *wi
 // Where the spot is, 0..100 from left and top. Negative positions count as too large.
 gboolean ptz_driver_canon_cmd_spot_exposure_position(PTZDriverCanon *self, unsigned pos_x, unsigned pos_y);
 
-// value: percent, or with `manual` an exposure time in microseconds; in both cases minus a number of frames when
-// negative.
+// value: percent, 0 being the shortest exposure, or with `manual` an exposure time in microseconds; in both cases minus
+// a number of frames when negative. The camera block gets the shortest of its exposures that is at least as long.
 gboolean ptz_driver_canon_cmd_shutter(PTZDriverCanon *self, int value, gboolean manual);
 
 // The longest exposure that automatic exposure may choose: with slow shutter `mode` "on" the limit, in microseconds or
 // minus a number of frames; with "off" one frame.
 gboolean ptz_driver_canon_cmd_max_exposure_time(PTZDriverCanon *self, const char *mode, int limit);
 
+// The camera block gets its first gain of at least that percent.
 gboolean ptz_driver_canon_cmd_gain(PTZDriverCanon *self, int percent);
 
 // The largest gain that automatic exposure may choose, at high sensitivity (`mode` "on") or normal (any other text).

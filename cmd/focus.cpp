@@ -106,7 +106,7 @@ gboolean ptz_driver_canon_cmd_focus_manual_mode(PTZDriverCanon *self, const char
         return TRUE;
     const gboolean sent = ptz_driver_canon_cmd_send_record(self, "Failed to send manual focus mode setup command",
                                                            kFocusMode, choice->code);
-    self->current.focus_manual_mode = static_cast<guint8>(choice->code);
+    self->current.focus_manual_mode = static_cast<std::uint8_t>(choice->code);
     return sent;
 }
 

@@ -140,6 +140,7 @@ gboolean ptz_driver_canon_cmd_zoom_execute(PTZDriverCanon *self, const std::uint
         now.zoom_magnification = vccif_get_zoom_magnification();
         now.zoom_zenta = truncate_to_int(ptz_driver_canon_zoom_mag_to_zenta(self, now.zoom_magnification));
     }
+    // Taken is taken: whatever the refresh has just derived, the zoom counts as idle until the next status.
     now.zoom_moving = 0;
     ptz_driver_canon_utils_publish_status(self);
     return TRUE;

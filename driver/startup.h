@@ -4,7 +4,8 @@
 #include "core/instance.h"
 #include "hw/life_door.h"
 
-// Full restart, whatever the state: stops the camera, forgets what it reported and starts up again.
+// Full restart, whatever the state: stops the camera, forgets what it reported and starts up again. How that went shows
+// in "state" and `driver_initialized`.
 void ptz_driver_canon_reset(PTZDriverCanon *self);
 
 // ptz_driver_canon_startup as the framework's start routine. One that the framework gets round to only after the driver
