@@ -1,8 +1,8 @@
 // Full manual exposure: the largest payload there is, and the operation that sends it.
 #include "bench/allocations.h"
 #include "bench/camera.h"
-#include "cmd/exposure.h"
 #include "cmd/move_iris.h"
+#include "cmd/payload.h"
 #include "vcc/rows.h"
 #include "vcc/shutter.h"
 
@@ -20,8 +20,8 @@ void exposure_payload(benchmark::State &state)
         percent = (percent + 7) % 100;
         CommandBuffer commands;
         commands.add(kShutter, vccif_exposure_time_to_vcc_shutter(driver, 100 * (percent + 1)));
-        ptz_driver_canon_cmd_add_iris(&commands, ptz_driver_canon_cmd_iris_code(driver, percent, percent));
-        commands.add(kGain, ptz_driver_canon_cmd_gain_code(driver, percent));
+        payload_add_iris(commands, payload_iris_code(driver, percent, percent));
+        commands.add(kGain, payload_gain_code(driver, percent));
         benchmark::DoNotOptimize(commands.data());
         benchmark::ClobberMemory();
         if (commands.size() != 20)

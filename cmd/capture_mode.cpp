@@ -1,5 +1,6 @@
 #include "cmd/capture_mode.h"
 
+#include "cmd/sensor_halt.h"
 #include "cmd/setting.h"
 #include "cmd/video.h"
 #include "core/clock.h"
@@ -14,9 +15,6 @@ namespace {
 
 constexpr std::int64_t SENSOR_CHANGE_US = 1000000;
 constexpr int SENSOR_CHANGE_CHECKS = 10;
-
-constexpr ModeRow FREEZE_MODES[] = {
-    {"off", IMAGE_FREEZE_OFF}, {"on", IMAGE_FREEZE_ON}, {"auto", IMAGE_FREEZE_AUTO}, {}};
 
 bool restart_camera(PTZDriverCanon *self)
 {
@@ -90,7 +88,7 @@ gboolean ptz_driver_canon_cmd_capture_mode_sensor(PTZDriverCanon *self, const Ca
                                           capture_mode->capture_frequency))
         return FALSE;
     clock_sleep_us(SENSOR_CHANGE_US);
-    // Goes by the status received last: reading here would take in the status of a sensor in mid-change.
+    // Goes by the status that was received last: none is read while the sensor changes.
     for (int check = 0; check < SENSOR_CHANGE_CHECKS && vccif_get_capture_mode_state() <= 1; ++check)
         clock_sleep_us(SENSOR_CHANGE_US);
     *restart_required = TRUE;
@@ -103,18 +101,6 @@ gboolean ptz_driver_canon_cmd_capture_mode_isp(PTZDriverCanon *self, const Captu
     GUARD(capture_mode, FALSE);
     return ptz_driver_canon_cmd_send_record(self, "Failed to send capture frame rate setup command", kCaptureFrameRate,
                                             capture_mode->frame_rate_code);
-}
-
-gboolean ptz_driver_canon_cmd_image_freeze(PTZDriverCanon *self, const char *mode)
-{
-    GUARD_TEXT(mode);
-    if (!self->cam_model->image_freeze_supported)
-        return TRUE;
-    const ModeRow *row = ptz_driver_canon_cmd_find_mode(FREEZE_MODES, mode);
-    if (row == nullptr)
-        return FALSE;
-    self->current.image_freeze_mode = row->code;
-    return TRUE;
 }
 
 gboolean ptz_driver_canon_cmd_sw_reset(PTZDriverCanon *self)

@@ -4,11 +4,13 @@
 
 namespace {
 
-constexpr LevelSetting THRESHOLD{kDayNightThreshold, &CameraModel::ircf_threshold_range,
-                                 "Failed to send auto day/night threshold setup command"};
-constexpr LevelSetting HYSTERESIS{kDayNightHysteresis, &CameraModel::ircf_hysteresis_range,
+constexpr LevelSetting THRESHOLD{
+    kDayNightThreshold, {MODEL_RANGE(ircf_threshold_range)}, "Failed to send auto day/night threshold setup command"};
+constexpr LevelSetting HYSTERESIS{kDayNightHysteresis,
+                                  {MODEL_RANGE(ircf_hysteresis_range)},
                                   "Failed to send auto day/night hysteresis setup command"};
-constexpr LevelSetting WAITING_TIME{kDayNightWaitingTime, &CameraModel::ircf_waittime_range,
+constexpr LevelSetting WAITING_TIME{kDayNightWaitingTime,
+                                    {MODEL_RANGE(ircf_waittime_range)},
                                     "Failed to send auto day/night wating time setup command"};
 
 } // namespace
@@ -29,21 +31,21 @@ gboolean ptz_driver_canon_cmd_ircut(PTZDriverCanon *self, int mode)
 gboolean ptz_driver_canon_cmd_ircut_thresholds(PTZDriverCanon *self, unsigned level)
 {
     GUARD(self, FALSE);
-    GUARD_SCALED(ircf_threshold_range, level);
+    GUARD_SCALED(THRESHOLD.range, level);
     return ptz_driver_canon_cmd_send_level(self, THRESHOLD, level);
 }
 
 gboolean ptz_driver_canon_cmd_auto_ircut_filter_hysteresis(PTZDriverCanon *self, unsigned level)
 {
     GUARD(self, FALSE);
-    GUARD_SCALED(ircf_hysteresis_range, level);
+    GUARD_SCALED(HYSTERESIS.range, level);
     return ptz_driver_canon_cmd_send_level(self, HYSTERESIS, level);
 }
 
 gboolean ptz_driver_canon_cmd_auto_ircut_filter_wait_time(PTZDriverCanon *self, unsigned level)
 {
     GUARD(self, FALSE);
-    GUARD_SCALED(ircf_waittime_range, level);
+    GUARD_SCALED(WAITING_TIME.range, level);
     return ptz_driver_canon_cmd_send_level(self, WAITING_TIME, level);
 }
 

@@ -1,5 +1,6 @@
 #include "cmd/exposure.h"
 
+#include "cmd/payload.h"
 #include "cmd/setting.h"
 #include "core/fixed_point.h"
 #include "core/log.h"
@@ -12,17 +13,17 @@
 namespace {
 
 constexpr ModeTable MODES{&CameraModel::exposure_mode_tbl, "Unavailable exposure mode table.",
-                          "Unsupported exposure mode: "};
+                          ERROR_MESSAGE("Unsupported exposure mode: %s")};
 constexpr ModeTable PRIORITIES{&CameraModel::exposure_priority_tbl, "Unavailable exposure priority table.",
-                               "Unsupported exposure priority: "};
+                               ERROR_MESSAGE("Unsupported exposure priority: %s")};
 constexpr ModeTable WINDOWS{&CameraModel::exposure_window_tbl, "Unavailable exposure window table.",
-                            "Unsupported exposure window: "};
+                            ERROR_MESSAGE("Unsupported exposure window: %s")};
 
 constexpr ModeSetting WINDOW{kExposureWindow, WINDOWS, "Failed to send exposure window setup command"};
 constexpr ModeSetting SPOT_WINDOW{kExposureWindow, WINDOWS, "Failed to spot exposure window setup send command"};
 
-constexpr LevelSetting RESPONSE{kAutoExposureResponse, &CameraModel::ae_response_range,
-                                "Failed to send auto exposure response setup command"};
+constexpr LevelSetting RESPONSE{
+    kAutoExposureResponse, {MODEL_RANGE(ae_response_range)}, "Failed to send auto exposure response setup command"};
 
 // As limits of the exposure time: one frame, and the shortest there is.
 constexpr int ONE_FRAME = -1;
@@ -71,7 +72,7 @@ gboolean ptz_driver_canon_cmd_exposure_mode(PTZDriverCanon *self, const char *mo
 gboolean ptz_driver_canon_cmd_exposure_response(PTZDriverCanon *self, unsigned level)
 {
     GUARD(self, FALSE);
-    GUARD_SCALED(ae_response_range, level);
+    GUARD_SCALED(RESPONSE.range, level);
     return ptz_driver_canon_cmd_send_level(self, RESPONSE, level);
 }
 
@@ -109,7 +110,7 @@ gboolean ptz_driver_canon_cmd_shutter(PTZDriverCanon *self, int value, gboolean 
     GUARD(self, FALSE);
     const int code =
         manual ? vccif_exposure_time_to_vcc_shutter(self, value) : vccif_percent_to_vcc_shutter(self, value);
-    if (static_cast<gint8>(code) == -1) {
+    if (static_cast<std::int8_t>(code) == -1) {
         log_error("Unsupported shutter speed: %d", value);
         return FALSE;
     }
@@ -140,7 +141,7 @@ gboolean ptz_driver_canon_cmd_max_exposure_time(PTZDriverCanon *self, const char
 gboolean ptz_driver_canon_cmd_gain(PTZDriverCanon *self, int percent)
 {
     GUARD(self, FALSE);
-    const int code = ptz_driver_canon_cmd_gain_code(self, percent);
+    const int code = payload_gain_code(self, percent);
     return code >= 0 && ptz_driver_canon_cmd_send_record(self, "Failed to send gain setup command", kGain, code);
 }
 
@@ -150,7 +151,8 @@ gboolean ptz_driver_canon_cmd_max_gain(PTZDriverCanon *self, const char *mode, i
     const CameraModel &model = *self->cam_model;
     const GainRow *table = is_on(mode) ? model.max_gain_high_sensitivity_tbl : model.max_gain_tbl;
     if (table == nullptr) {
-        log_error("Unavailable maximum gain table at %s.", is_on(mode) ? "high sensitivity" : "normal");
+        log_error(is_on(mode) ? "Unavailable maximum gain table at high sensitivity."
+                              : "Unavailable maximum gain table at normal.");
         return FALSE;
     }
     const int code = vccif_percent_to_vcc_max_gain(table, percent);
@@ -165,11 +167,11 @@ gboolean ptz_driver_canon_cmd_iris(PTZDriverCanon *self, int value, gboolean inv
 {
     GUARD(self, FALSE);
     const int percent = invert ? ptz_driver_canon_mirror(static_cast<float>(value), 0.0f, 100.0f) : value;
-    const int code = ptz_driver_canon_cmd_iris_code(self, percent, value);
+    const int code = payload_iris_code(self, percent, value);
     if (code < 0)
         return FALSE;
     CommandBuffer commands;
-    ptz_driver_canon_cmd_add_iris(&commands, code);
+    payload_add_iris(commands, code);
     return ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send iris level setup command");
 }
 
@@ -178,38 +180,14 @@ gboolean ptz_driver_canon_cmd_manual_bright_level(PTZDriverCanon *self, unsigned
     GUARD(self, FALSE);
     GUARD_LEVEL(level);
     const int from_middle = static_cast<int>(level) - 50;
-    const int iris =
-        ptz_driver_canon_cmd_iris_code(self, from_middle <= 0 ? -from_middle * 2 : 0, static_cast<int>(level));
+    const int iris = payload_iris_code(self, from_middle <= 0 ? -from_middle * 2 : 0, static_cast<int>(level));
     if (iris < 0)
         return FALSE;
-    const int gain = ptz_driver_canon_cmd_gain_code(self, from_middle >= 0 ? from_middle * 2 : 0);
+    const int gain = payload_gain_code(self, from_middle >= 0 ? from_middle * 2 : 0);
     if (gain < 0)
         return FALSE;
     CommandBuffer commands;
-    ptz_driver_canon_cmd_add_iris(&commands, iris);
+    payload_add_iris(commands, iris);
     commands.add(kGain, gain);
     return ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send manual bright level setup command");
-}
-
-int ptz_driver_canon_cmd_iris_code(const PTZDriverCanon *self, int percent, int shown)
-{
-    const int code = vccif_percent_to_vcc_iris(self, percent);
-    if (code < 0)
-        log_error("Unsupported iris value: %d", shown);
-    return code;
-}
-
-int ptz_driver_canon_cmd_gain_code(const PTZDriverCanon *self, int percent)
-{
-    // Gain codes are signed bytes.
-    const auto code = static_cast<gint8>(vccif_percent_to_vcc_gain(self, percent));
-    if (code < 0)
-        log_error("Unsupported gain: %d", percent);
-    return code;
-}
-
-void ptz_driver_canon_cmd_add_iris(CommandBuffer *commands, int code)
-{
-    commands->add(kIrisLevelA, code);
-    commands->add(kIrisLevelB, code);
 }

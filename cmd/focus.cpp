@@ -47,16 +47,16 @@ gboolean send_time(PTZDriverCanon *self, const TimeSetting &setting, unsigned ti
 gboolean ptz_driver_canon_cmd_auto_focus(PTZDriverCanon *self, int mode)
 {
     GUARD(self, FALSE);
-    const gboolean on = mode == AUTO_FOCUS_ON;
+    const gboolean on = mode == PTZ_FOCUS_AUTO;
     // Only on or off is compared: any other mode counts as off here.
     if (!self->current.auto_focus == !on && self->driver_initialized)
         return TRUE;
     GUARD(self->driver_initialized, TRUE);
 
     CommandBuffer commands;
-    if (mode == AUTO_FOCUS_ON) {
+    if (mode == PTZ_FOCUS_AUTO) {
         commands.add(kFocusMode, FOCUS_MODE_AUTO);
-    } else if (mode == AUTO_FOCUS_OFF) {
+    } else if (mode == PTZ_FOCUS_MANUAL) {
         commands.add(kFocusMode, self->current.focus_manual_mode);
     } else {
         log_error("Unsupported auto focus mode");
@@ -106,7 +106,7 @@ gboolean ptz_driver_canon_cmd_focus_manual_mode(PTZDriverCanon *self, const char
         return TRUE;
     const gboolean sent = ptz_driver_canon_cmd_send_record(self, "Failed to send manual focus mode setup command",
                                                            kFocusMode, choice->code);
-    self->current.focus_manual_mode = static_cast<guint8>(choice->code);
+    self->current.focus_manual_mode = static_cast<std::uint8_t>(choice->code);
     return sent;
 }
 

@@ -121,7 +121,7 @@ gboolean apply_followers(PTZDriverCanon *self)
 gboolean set_automatic(PTZDriverCanon *self)
 {
     self->current.auto_iris = TRUE;
-    self->parent_instance.iris_mode = IRIS_MODE_AUTO;
+    self->parent_instance.iris_mode = PTZ_IRIS_AUTO;
     const CameraModel &model = *self->cam_model;
     const auto set = model.exposure_priority_supported  ? set_exposure_by_priority
                      : model.exposure_auto_manual_modes ? set_exposure_by_mode
@@ -132,7 +132,7 @@ gboolean set_automatic(PTZDriverCanon *self)
 gboolean set_manual(PTZDriverCanon *self)
 {
     self->current.auto_iris = FALSE;
-    self->parent_instance.iris_mode = IRIS_MODE_MANUAL;
+    self->parent_instance.iris_mode = PTZ_IRIS_MANUAL;
     ptz_driver_canon_get_exposure_position(self, &self->current.iris_zenta);
     ptz_driver_canon_cmd_full_manual_exposure(self, self->current.iris_zenta);
     return TRUE;
@@ -143,9 +143,9 @@ gboolean set_manual(PTZDriverCanon *self)
 gboolean ptz_driver_canon_set_iris_mode(PTZDriverCanon *self, int iris_mode)
 {
     GUARD(self, FALSE);
-    if (iris_mode == IRIS_MODE_AUTO)
+    if (iris_mode == PTZ_IRIS_AUTO)
         return set_automatic(self);
-    if (iris_mode == IRIS_MODE_MANUAL)
+    if (iris_mode == PTZ_IRIS_MANUAL)
         return set_manual(self);
     log_error("Unsupported ptz iris mode");
     return FALSE;

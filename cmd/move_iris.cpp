@@ -1,7 +1,7 @@
 #include "cmd/move_iris.h"
 
 #include "cmd/exposure.h"
-#include "cmd/iris_mode.h"
+#include "cmd/payload.h"
 #include "cmd/send.h"
 #include "core/fixed_point.h"
 #include "core/guard.h"
@@ -83,15 +83,15 @@ gboolean send_exposure(PTZDriverCanon *self, const Exposure &exposure)
         log_error("Unsupported shutter speed: %d", exposure.time_us);
         return FALSE;
     }
-    const int iris = ptz_driver_canon_cmd_iris_code(self, exposure.iris_percent, exposure.iris_percent);
+    const int iris = payload_iris_code(self, exposure.iris_percent, exposure.iris_percent);
     if (iris < 0)
         return FALSE;
-    const int gain = ptz_driver_canon_cmd_gain_code(self, exposure.gain_percent);
+    const int gain = payload_gain_code(self, exposure.gain_percent);
     if (gain < 0)
         return FALSE;
     CommandBuffer commands;
     commands.add(kShutter, shutter);
-    ptz_driver_canon_cmd_add_iris(&commands, iris);
+    payload_add_iris(commands, iris);
     commands.add(kGain, gain);
     return ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send full manual settings setup command");
 }
@@ -135,7 +135,7 @@ gboolean ptz_driver_canon_cmd_full_manual_exposure(PTZDriverCanon *self, int iri
     self->target.brightness_zenta = now.brightness_zenta = -1;
     self->target.iris_zenta = iris_zenta;
     now.auto_iris = FALSE;
-    self->parent_instance.iris_mode = IRIS_MODE_MANUAL;
+    self->parent_instance.iris_mode = PTZ_IRIS_MANUAL;
     now.brightness_moving = -1;
     now.iris_moving = 1;
     ptz_driver_canon_utils_publish_status(self);

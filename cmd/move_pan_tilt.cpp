@@ -17,6 +17,7 @@
 namespace {
 
 constexpr float FULL_SPEED_PERCENT = 100.0f;
+constexpr int SPEED_PER_DEGREE = 1000; // camera speeds are thousandths of a degree per second
 
 // What differs between the two drives.
 struct Drive {
@@ -89,18 +90,23 @@ PanTiltMove unpack(const PTZDriverCanon *self, const PTZMotion &pan, const PTZMo
             speed.value == 0 ? FULL_SPEED_PERCENT : std::fabs(fixed_to_real(speed.value))};
 }
 
+// Degrees per second at full speed: the drive's own, in whole degrees, or a share of what is in view.
+float full_speed(const PTZDriverCanon *self, const MinMax &range)
+{
+    if (self->parent_instance.proportional_speed == 1)
+        return self->current.hfov * static_cast<float>(self->fov_speed_factor) / 100.0f;
+    const int whole_degrees = range.max / SPEED_PER_DEGREE;
+    return static_cast<float>(whole_degrees);
+}
+
 // The speed that the camera block gets for a continuous move at `percent` of `range`.
 unsigned continuous_speed(const PTZDriverCanon *self, float percent, const MinMax &range)
 {
-    const int whole_degrees = range.max / 1000;
-    auto scale = static_cast<float>(whole_degrees);
-    if (self->parent_instance.proportional_speed == 1)
-        scale = self->current.hfov * static_cast<float>(self->fov_speed_factor) / 100.0f;
-    unsigned speed = truncate_to_unsigned((percent * scale / 100.0f + 0.0f) * 1000.0f);
+    unsigned speed = truncate_to_unsigned(percent * full_speed(self, range) / 100.0f * float{SPEED_PER_DEGREE});
     const auto lowest = static_cast<unsigned>(range.min);
     const auto highest = static_cast<unsigned>(range.max);
     speed = speed <= highest ? std::max(speed, lowest) : highest;
-    // The drive resonates between the bounds of a gap.
+    // A speed between the bounds of a gap, both excluded, becomes the lower bound.
     for (const SpeedSkipRange *gap = self->cam_model->speed_skip_ranges; gap != nullptr && gap->low != -1; ++gap) {
         if (static_cast<unsigned>(gap->low) < speed && speed < static_cast<unsigned>(gap->high)) {
             speed = static_cast<unsigned>(gap->low);
@@ -230,7 +236,7 @@ float ptz_driver_canon_apply_responsiveness(float speed, float factor)
     }
     if (factor == 1.0f || speed < 1.0f || speed > 100.0f)
         return speed;
-    // The straight share in double precision, the cubic one in single: so the curve was tuned.
+    // The straight share in double precision, the cubic one in single; 1..100 cubed is brought back to 1..100.
     const auto straight = static_cast<float>((1.0 - static_cast<double>(factor)) * static_cast<double>(speed));
     const float cube = speed * speed * speed;
     const float curved = (1.0f + (cube - 1.0f) / 999999.0f * 99.0f) * factor;

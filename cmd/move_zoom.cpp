@@ -17,7 +17,6 @@
 
 namespace {
 
-constexpr const char *ZOOM_FAILURE = "Failed to execute zoom setup command";
 constexpr float FULL_SPEED_PERCENT = 100.0f;
 
 void add_zoom_speed(CommandBuffer &commands, const CameraModel *model, float percent)
@@ -132,7 +131,7 @@ gboolean ptz_driver_canon_cmd_zoom_execute(PTZDriverCanon *self, const std::uint
 {
     GUARD(self, FALSE);
     if (!ptz_driver_canon_cmd_send(self, payload, size, self->cmd_retries)) {
-        log_error("%s", ZOOM_FAILURE);
+        log_error("Failed to execute zoom setup command");
         return FALSE;
     }
     ptz_driver_canon_cmd_update_status(self);
@@ -141,6 +140,7 @@ gboolean ptz_driver_canon_cmd_zoom_execute(PTZDriverCanon *self, const std::uint
         now.zoom_magnification = vccif_get_zoom_magnification();
         now.zoom_zenta = truncate_to_int(ptz_driver_canon_zoom_mag_to_zenta(self, now.zoom_magnification));
     }
+    // Taken is taken: whatever the refresh has just derived, the zoom counts as idle until the next status.
     now.zoom_moving = 0;
     ptz_driver_canon_utils_publish_status(self);
     return TRUE;

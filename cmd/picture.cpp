@@ -2,28 +2,29 @@
 
 #include "cmd/setting.h"
 #include "core/log.h"
-#include "vcc/convert.h"
 
 namespace {
 
-constexpr LevelSetting SHARPNESS{kSharpness, &CameraModel::sharpness_range, "Failed to send sharpness setup command"};
-constexpr LevelSetting DEFOG_EFFECT{kDefogEffect, &CameraModel::defog_effect_range,
-                                    "Failed to send defog level setup command"};
+constexpr LevelSetting SHARPNESS{kSharpness, {MODEL_RANGE(sharpness_range)}, "Failed to send sharpness setup command"};
+constexpr LevelSetting DEFOG_EFFECT{
+    kDefogEffect, {MODEL_RANGE(defog_effect_range)}, "Failed to send defog level setup command"};
+
+constexpr ModelRange NOISE_RANGE{MODEL_RANGE(nr_range)};
 
 constexpr ModeSetting WDR{kWdr,
-                          {&CameraModel::wdr_tbl, "Unavailable WDR table.", "Unsupported WDR mode "},
+                          {&CameraModel::wdr_tbl, "Unavailable WDR table.", ERROR_MESSAGE("Unsupported WDR mode %s")},
                           "Failed to send WDR setup command"};
 constexpr ModeSetting GAMMA{
     kGamma,
-    {&CameraModel::gamma_tbl, "Unavailable gamma cureve table.", "Unsupported gamma curve mode "},
+    {&CameraModel::gamma_tbl, "Unavailable gamma cureve table.", ERROR_MESSAGE("Unsupported gamma curve mode %s")},
     "Failed to send gamma curve mode setup command"};
 constexpr ModeSetting STABILIZER{kImageStabilization,
                                  {&CameraModel::image_stabilizer_tbl, "Unavailable image stabilization table.",
-                                  "Unsupported image stabilization mode "},
+                                  ERROR_MESSAGE("Unsupported image stabilization mode %s")},
                                  "Failed to send image stabilization setup command"};
 constexpr ModeSetting DISTORTION{kDistortionCorrection,
                                  {&CameraModel::distortion_correction_tbl, "Unavailable distortion correction table.",
-                                  "Unsupported distortion correction mode "},
+                                  ERROR_MESSAGE("Unsupported distortion correction mode %s")},
                                  "Failed to send distortion correction setup command"};
 
 constexpr ModeRow OFF_ON[] = {{"off", 0}, {"on", 1}, {}};
@@ -34,21 +35,21 @@ constexpr ChoiceSetting DEFOG{kDefog, OFF_ON, "Unsupported defog mode", "Failed 
 gboolean ptz_driver_canon_cmd_sharpness(PTZDriverCanon *self, unsigned level)
 {
     GUARD(self, FALSE);
-    GUARD_SCALED(sharpness_range, level);
+    GUARD_SCALED(SHARPNESS.range, level);
     return ptz_driver_canon_cmd_send_level(self, SHARPNESS, level);
 }
 
 gboolean ptz_driver_canon_cmd_noise_reduction(PTZDriverCanon *self, const char *mode, unsigned level)
 {
     GUARD_TEXT(mode);
-    GUARD_SCALED(nr_range, level);
+    GUARD_SCALED(NOISE_RANGE, level);
     const ModeRow *row = ptz_driver_canon_cmd_find_mode(OFF_ON, mode);
     if (row == nullptr) {
         log_error("Unavailable noise reduction mode");
         return FALSE;
     }
     const bool on = row->code != 0;
-    const int strength = on ? vccif_percent_to_vcc_range(self->cam_model->nr_range, static_cast<int>(level)) : 0;
+    const int strength = on ? ptz_driver_canon_cmd_scaled(self, NOISE_RANGE, level) : 0;
     return ptz_driver_canon_cmd_send_record(self, "Failed to send noise reduction intensity setup command",
                                             kNoiseReduction, strength);
 }
@@ -86,6 +87,6 @@ gboolean ptz_driver_canon_cmd_defog(PTZDriverCanon *self, const char *mode)
 gboolean ptz_driver_canon_cmd_defog_effect(PTZDriverCanon *self, unsigned level)
 {
     GUARD(self, FALSE);
-    GUARD_SCALED(defog_effect_range, level);
+    GUARD_SCALED(DEFOG_EFFECT.range, level);
     return ptz_driver_canon_cmd_send_level(self, DEFOG_EFFECT, level);
 }

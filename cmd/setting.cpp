@@ -3,10 +3,15 @@
 #include "core/log.h"
 #include "vcc/convert.h"
 
+int ptz_driver_canon_cmd_scaled(const PTZDriverCanon *self, const ModelRange &range, unsigned level)
+{
+    return vccif_percent_to_vcc_range(self->cam_model->*range.field, static_cast<int>(level));
+}
+
 gboolean ptz_driver_canon_cmd_send_level(PTZDriverCanon *self, const LevelSetting &setting, unsigned level)
 {
-    const int value = vccif_percent_to_vcc_range(self->cam_model->*setting.range, static_cast<int>(level));
-    return ptz_driver_canon_cmd_send_record(self, setting.failure, setting.row, value);
+    return ptz_driver_canon_cmd_send_record(self, setting.failure, setting.row,
+                                            ptz_driver_canon_cmd_scaled(self, setting.range, level));
 }
 
 const ModeRow *ptz_driver_canon_cmd_find_mode(const ModeRow *rows, const char *name)
@@ -26,7 +31,7 @@ const ModeRow *ptz_driver_canon_cmd_choose_mode(const PTZDriverCanon *self, cons
     }
     const ModeRow *row = ptz_driver_canon_cmd_find_mode(rows, name);
     if (row == nullptr)
-        log_error("%s%s", table.unsupported, name);
+        table.unsupported(name);
     return row;
 }
 

@@ -10,29 +10,43 @@
 #include "cmd/send.h"
 #include "core/guard.h"
 #include "core/instance.h"
+#include "core/log.h"
 #include "core/zenta.h"
 #include "vcc/command.h"
 #include "vcc/model.h"
 #include "vcc/rows.h"
+
+// The guards below return FALSE from the operation that uses them, with a warning that names it and the argument as it
+// is called there. A function could do neither, so they are macros.
 
 // Refuses a level outside of 0..100; `level` is unsigned, so that a negative one counts as too large.
 #define GUARD_LEVEL(level)                                                                                             \
     GUARD_AS((level) <= ZENTA_PARAMETER_RANGE_MAX,                                                                     \
              "(ZENTA_PARAMETER_RANGE_MIN <= " #level ") && (" #level " <= ZENTA_PARAMETER_RANGE_MAX)", FALSE)
 
-// The guards of a level that is scaled through a range of the model.
+// Refuses when the model lacks the ModelRange, then a level outside of 0..100.
 #define GUARD_SCALED(range, level)                                                                                     \
-    GUARD(self->cam_model->range, FALSE);                                                                              \
+    GUARD_AS(self->cam_model->*(range).field, (range).expression, FALSE);                                              \
     GUARD_LEVEL(level)
 
-// The guards of an operation that takes a text.
+// Refuses a missing driver, then a missing text.
 #define GUARD_TEXT(text)                                                                                               \
     GUARD(self, FALSE);                                                                                                \
     GUARD(text, FALSE)
 
+// A range of the camera model that levels are scaled through, and the expression with which a guard reports its lack.
+struct ModelRange {
+    const Range *CameraModel::*field;
+    const char *expression;
+};
+#define MODEL_RANGE(name) &CameraModel::name, "self->cam_model->" #name // the two of them
+
+// The camera value of a level 0..100; both have been guarded.
+int ptz_driver_canon_cmd_scaled(const PTZDriverCanon *self, const ModelRange &range, unsigned level);
+
 struct LevelSetting {
     const VccRow<3, 1> &row;
-    const Range *CameraModel::*range;
+    ModelRange range;
     const char *failure; // said when the camera block did not take it
 };
 
@@ -42,7 +56,7 @@ gboolean ptz_driver_canon_cmd_send_level(PTZDriverCanon *self, const LevelSettin
 struct ModeTable {
     const ModeRow *CameraModel::*rows;
     const char *unavailable; // said when the model has no such table
-    const char *unsupported; // said, with the name behind it, when the table does not have the name
+    LogMessage unsupported;  // said of a name that the table does not have
 };
 
 struct ModeSetting {

@@ -1,15 +1,11 @@
 #include "cmd/video.h"
 
 #include "cmd/setting.h"
-#include "core/clock.h"
 #include "core/log.h"
-#include "utils/status.h"
 
 #include <cstring>
 
 namespace {
-
-constexpr std::int64_t SENSOR_SETTLE_US = 1000000;
 
 constexpr ModeRow OUTPUTS[] = {{"hdmi", 0}, {"sdi", 1}, {}};
 constexpr ModeRow SDI_LEVELS[] = {{"level_a", 0}, {"level_b", 1}, {}};
@@ -20,7 +16,7 @@ constexpr ChoiceSetting SDI_MAPPING{kSdiMapping, SDI_LEVELS, "Unsupported SDI ma
                                     "Failed to send SDI mapping setup command"};
 
 constexpr ModeTable VIDEO_MODES{&CameraModel::video_mode_tbl, "Unavailable video mode table.",
-                                "Unsupported video mode: "};
+                                ERROR_MESSAGE("Unsupported video mode: %s")};
 
 // The code of a scan for that mode of the table, or -1.
 int scan_code(const char *scan, const char *table_name)
@@ -72,21 +68,4 @@ gboolean ptz_driver_canon_cmd_sdi_mapping_mode(PTZDriverCanon *self, const char 
 {
     GUARD_TEXT(mode);
     return ptz_driver_canon_cmd_send_choice(self, SDI_MAPPING, mode);
-}
-
-gboolean ptz_driver_canon_cmd_halt_sensor(PTZDriverCanon *self, gboolean halt)
-{
-    GUARD(self, FALSE);
-    return ptz_driver_canon_cmd_send_record(self, "Failed to send image sensor halt mode setup command",
-                                            kImageSensorHalt, halt ? 0 : 1, halt ? 1 : 0);
-}
-
-void ptz_driver_canon_utils_halt_sensor_and_settle(PTZDriverCanon *self)
-{
-    ptz_driver_canon_cmd_update_status(self);
-    ptz_driver_canon_cmd_halt_sensor(self, TRUE);
-    for (int refresh = 0; refresh < self->cmd_retries; ++refresh)
-        if (ptz_driver_canon_cmd_update_status(self))
-            break;
-    clock_sleep_us(SENSOR_SETTLE_US);
 }

@@ -14,6 +14,10 @@
 namespace {
 
 constexpr gint64 STATUS_POLL_INTERVAL_US = 33000;
+// A move is given this long before the poll takes a camera at rest for idle. Counted in ticks, the last one whole.
+constexpr gint64 IDLE_HOLDOFF_US = 165000;
+constexpr int IDLE_HOLDOFF_TICKS =
+    static_cast<int>((IDLE_HOLDOFF_US + STATUS_POLL_INTERVAL_US - 1) / STATUS_POLL_INTERVAL_US);
 constexpr gint64 STATUS_DUMP_INTERVAL_US = 500000;
 constexpr const char *STATUS_DUMP_FILE = "/tmp/camsts.log";
 constexpr const char *GROUP = "UserAdv";
@@ -141,6 +145,11 @@ gboolean ptz_driver_canon_set_status_update(PTZDriverCanon *self, gboolean value
 void ptz_driver_canon_start_status_poll(PTZDriverCanon *self)
 {
     ptz_driver_canon_start_job(self, Job::status_poll, status_poll, STATUS_POLL_INTERVAL_US);
+}
+
+void ptz_driver_canon_hold_off_idle(PTZDriverCanon *self)
+{
+    self->poll_holdoff = IDLE_HOLDOFF_TICKS;
 }
 
 void ptz_driver_canon_start_status_dump(PTZDriverCanon *self)

@@ -20,6 +20,9 @@ gboolean ptz_driver_canon_set_status_update(PTZDriverCanon *self, gboolean value
 // Queues the status poll, every 33 ms, unless it is queued already.
 void ptz_driver_canon_start_status_poll(PTZDriverCanon *self);
 
+// Has the status poll call idle_poll no sooner than 165 ms from now: a move has been asked for.
+void ptz_driver_canon_hold_off_idle(PTZDriverCanon *self);
+
 // Queues the status dump, twice a second into /tmp/camsts.log for diagnosis, unless it is queued already. It ends when
 // the file cannot be written.
 void ptz_driver_canon_start_status_dump(PTZDriverCanon *self);

@@ -2,7 +2,7 @@
 #include "driver/params.h"
 
 #include "cmd/brightness.h"
-#include "cmd/color.h"
+#include "cmd/colour.h"
 #include "cmd/day_night.h"
 #include "cmd/exposure.h"
 #include "cmd/focus.h"
@@ -44,45 +44,49 @@ bool filter_choice(const Parameter &parameter, ParameterValue *value)
 
 // How it is applied.
 
-// Some commands take their number as unsigned, where a negative one is too large, and some as signed.
-struct Number {
-    int value;
-    operator int() const { return value; }
-    operator unsigned() const { return static_cast<unsigned>(value); }
-};
+// Some commands take their number as unsigned, where a negative one is too large, and some as signed. A row that gives
+// one to the wrong kind does not compile.
+using LevelCommand = gboolean(PTZDriverCanon *self, unsigned level);
+using NumberCommand = gboolean(PTZDriverCanon *self, int number);
 
-Number number_of(const ParameterValue &value)
+unsigned level_of(const ParameterValue &value)
 {
-    return {value.number};
+    return static_cast<unsigned>(value.number);
 }
 
-template <auto command>
+template <LevelCommand command>
+gboolean level_to(PTZDriverCanon *self, const Change &change)
+{
+    return command(self, level_of(change.value));
+}
+
+template <NumberCommand command>
 gboolean number_to(PTZDriverCanon *self, const Change &change)
 {
-    return command(self, number_of(change.value));
+    return command(self, change.value.number);
 }
 
-template <auto command>
+template <gboolean command(PTZDriverCanon *, const char *)>
 gboolean text_to(PTZDriverCanon *self, const Change &change)
 {
     return command(self, change.value.text);
 }
 
-template <auto command>
-gboolean name_and_number_to(PTZDriverCanon *self, const Change &change)
+template <gboolean command(PTZDriverCanon *, const char *, unsigned)>
+gboolean name_and_level_to(PTZDriverCanon *self, const Change &change)
 {
-    return command(self, change.name, number_of(change.value));
+    return command(self, change.name, level_of(change.value));
 }
 
 template <gboolean manual>
 gboolean shutter(PTZDriverCanon *self, const Change &change)
 {
-    return ptz_driver_canon_cmd_shutter(self, number_of(change.value), manual);
+    return ptz_driver_canon_cmd_shutter(self, change.value.number, manual);
 }
 
 gboolean closed_iris(PTZDriverCanon *self, const Change &change)
 {
-    return ptz_driver_canon_cmd_iris(self, number_of(change.value), TRUE);
+    return ptz_driver_canon_cmd_iris(self, change.value.number, TRUE);
 }
 
 gboolean exposure(PTZDriverCanon *self, const Change &)
@@ -104,12 +108,12 @@ gboolean spot_with_window(PTZDriverCanon *self, const Change &change)
 
 gboolean spot_x_with_y(PTZDriverCanon *self, const Change &change)
 {
-    return ptz_driver_canon_cmd_spot_exposure_position(self, number_of(change.value), number_of(change.partner));
+    return ptz_driver_canon_cmd_spot_exposure_position(self, level_of(change.value), level_of(change.partner));
 }
 
 gboolean spot_y_with_x(PTZDriverCanon *self, const Change &change)
 {
-    return ptz_driver_canon_cmd_spot_exposure_position(self, number_of(change.partner), number_of(change.value));
+    return ptz_driver_canon_cmd_spot_exposure_position(self, level_of(change.partner), level_of(change.value));
 }
 
 const char *switch_or_on(const ParameterValue &value)
@@ -118,16 +122,23 @@ const char *switch_or_on(const ParameterValue &value)
 }
 
 // A limit and the switch that goes with it, whichever of the two has changed.
-template <auto command>
+using LimitCommand = gboolean(PTZDriverCanon *self, const char *mode, int limit);
+
+template <LimitCommand command>
 gboolean limit_with_switch(PTZDriverCanon *self, const Change &change)
 {
-    return command(self, switch_or_on(change.partner), number_of(change.value));
+    return command(self, switch_or_on(change.partner), change.value.number);
 }
 
-template <auto command>
-gboolean switch_with_level(PTZDriverCanon *self, const Change &change)
+template <LimitCommand command>
+gboolean switch_with_limit(PTZDriverCanon *self, const Change &change)
 {
-    return command(self, change.value.text, number_of(change.partner));
+    return command(self, change.value.text, change.partner.number);
+}
+
+gboolean noise_with_level(PTZDriverCanon *self, const Change &change)
+{
+    return ptz_driver_canon_cmd_noise_reduction(self, change.value.text, level_of(change.partner));
 }
 
 gboolean noise_level_while_on(PTZDriverCanon *self, const Change &change)
@@ -135,7 +146,7 @@ gboolean noise_level_while_on(PTZDriverCanon *self, const Change &change)
     const char *mode = change.partner.text;
     if (mode == nullptr || g_ascii_strcasecmp(mode, "on") != 0)
         return TRUE;
-    return ptz_driver_canon_cmd_noise_reduction(self, mode, number_of(change.value));
+    return ptz_driver_canon_cmd_noise_reduction(self, mode, level_of(change.value));
 }
 
 struct Partner {
@@ -155,9 +166,9 @@ struct Row {
 
 // clang-format off
 constexpr Row ROWS[] = {
-    {{"Brightness"}, integer, number_to<ptz_driver_canon_cmd_brightness>, {}},
-    {{"ColorLevel"}, integer, number_to<ptz_driver_canon_cmd_color_level>, {}},
-    {{"Sharpness"}, integer, number_to<ptz_driver_canon_cmd_sharpness>, {}},
+    {{"Brightness"}, integer, level_to<ptz_driver_canon_cmd_brightness>, {}},
+    {{"ColorLevel"}, integer, level_to<ptz_driver_canon_cmd_color_level>, {}},
+    {{"Sharpness"}, integer, level_to<ptz_driver_canon_cmd_sharpness>, {}},
     {{"WDR"}, text, text_to<ptz_driver_canon_cmd_wdr>, {}},
     {{"WhiteBalance"}, text, text_to<ptz_driver_canon_cmd_white_balance>, {}},
     {{"Exposure", "ExposurePriority", "ExposureAutoMode", "ExposureManualMode", "ManualGainControl",
@@ -165,35 +176,34 @@ constexpr Row ROWS[] = {
     {{"ExposureWindow"}, text, window_with_spot, {"SpotExposure", text, OPTIONAL}},
     {{"Gain", "ManualGain"}, integer, number_to<ptz_driver_canon_cmd_gain>, {}},
     {{"MaxGain"}, integer, limit_with_switch<ptz_driver_canon_cmd_max_gain>, {"HighSensitivity", text, OPTIONAL}},
-    {{"HighSensitivity"}, text, switch_with_level<ptz_driver_canon_cmd_max_gain>, {"MaxGain", integer, REQUIRED}},
+    {{"HighSensitivity"}, text, switch_with_limit<ptz_driver_canon_cmd_max_gain>, {"MaxGain", integer, REQUIRED}},
     {{"Shutter"}, integer, shutter<FALSE>, {}},
     {{"ManualShutter"}, integer, shutter<TRUE>, {}},
     {{"MaxExposureTime"}, exposure_limit, limit_with_switch<ptz_driver_canon_cmd_max_exposure_time>,
      {"AutoSlowShutter", text, OPTIONAL}},
-    {{"AutoSlowShutter"}, text, switch_with_level<ptz_driver_canon_cmd_max_exposure_time>,
+    {{"AutoSlowShutter"}, text, switch_with_limit<ptz_driver_canon_cmd_max_exposure_time>,
      {"MaxExposureTime", exposure_limit, REQUIRED}},
     {{"Defog"}, text, text_to<ptz_driver_canon_cmd_defog>, {}},
-    {{"DefogEffect"}, integer, number_to<ptz_driver_canon_cmd_defog_effect>, {}},
-    {{"NoiseReduction"}, text, switch_with_level<ptz_driver_canon_cmd_noise_reduction>,
-     {"NoiseReductionTuning", integer, REQUIRED}},
+    {{"DefogEffect"}, integer, level_to<ptz_driver_canon_cmd_defog_effect>, {}},
+    {{"NoiseReduction"}, text, noise_with_level, {"NoiseReductionTuning", integer, REQUIRED}},
     {{"NoiseReductionTuning"}, integer, noise_level_while_on, {"NoiseReduction", text, REQUIRED}},
     {{"Stabilizer"}, text, text_to<ptz_driver_canon_cmd_image_stabilizer>, {}},
     {{"DistortionCorrection"}, text, text_to<ptz_driver_canon_cmd_distortion_correction>, {}},
-    {{"AutoExposureRespons"}, integer, number_to<ptz_driver_canon_cmd_exposure_response>, {}},
+    {{"AutoExposureRespons"}, integer, level_to<ptz_driver_canon_cmd_exposure_response>, {}},
     {{"AutoFocusSensitivity"}, text, text_to<ptz_driver_canon_cmd_auto_focus_sensitivity>, {}},
     {{"IrCutFilter"}, filter_choice, number_to<ptz_driver_canon_cmd_ircut>, {}},
-    {{"ShiftLevel", "DayNightShiftLevel"}, integer, number_to<ptz_driver_canon_cmd_ircut_thresholds>, {}},
-    {{"AutoIrCutFilterHysteresis"}, integer, number_to<ptz_driver_canon_cmd_auto_ircut_filter_hysteresis>, {}},
-    {{"AutoIrCutFilterWaitTime"}, integer, number_to<ptz_driver_canon_cmd_auto_ircut_filter_wait_time>, {}},
-    {{"Bright"}, integer, number_to<ptz_driver_canon_cmd_manual_bright_level>, {}},
-    {{"ChromaSuppress"}, integer, number_to<ptz_driver_canon_cmd_chroma_suppress>, {}},
+    {{"ShiftLevel", "DayNightShiftLevel"}, integer, level_to<ptz_driver_canon_cmd_ircut_thresholds>, {}},
+    {{"AutoIrCutFilterHysteresis"}, integer, level_to<ptz_driver_canon_cmd_auto_ircut_filter_hysteresis>, {}},
+    {{"AutoIrCutFilterWaitTime"}, integer, level_to<ptz_driver_canon_cmd_auto_ircut_filter_wait_time>, {}},
+    {{"Bright"}, integer, level_to<ptz_driver_canon_cmd_manual_bright_level>, {}},
+    {{"ChromaSuppress"}, integer, level_to<ptz_driver_canon_cmd_chroma_suppress>, {}},
     {{"ColorHueCyan", "ColorHueGreen", "ColorHueMagenta", "ColorHueMaster", "ColorHue", "ColorHueRed",
-      "ColorHueYellow", "ColorHueBlue"}, integer, name_and_number_to<ptz_driver_canon_cmd_color_hue>, {}},
+      "ColorHueYellow", "ColorHueBlue"}, integer, name_and_level_to<ptz_driver_canon_cmd_color_hue>, {}},
     {{"ColorLevelCyan", "ColorLevelGreen", "ColorLevelMagenta", "ColorLevelRed", "ColorLevelYellow",
-      "ColorLevelBlue"}, integer, name_and_number_to<ptz_driver_canon_cmd_color_level_by_color>, {}},
+      "ColorLevelBlue"}, integer, name_and_level_to<ptz_driver_canon_cmd_color_level_by_color>, {}},
     {{"FocusAutoMode"}, text, text_to<ptz_driver_canon_cmd_focus_auto_mode>, {}},
-    {{"FocusActiveTime"}, integer, number_to<ptz_driver_canon_cmd_focus_active_time>, {}},
-    {{"FocusIntervalTime"}, integer, number_to<ptz_driver_canon_cmd_focus_interval_time>, {}},
+    {{"FocusActiveTime"}, integer, level_to<ptz_driver_canon_cmd_focus_active_time>, {}},
+    {{"FocusIntervalTime"}, integer, level_to<ptz_driver_canon_cmd_focus_interval_time>, {}},
     {{"FocusManualMode"}, text, text_to<ptz_driver_canon_cmd_focus_manual_mode>, {}},
     {{"Gamma"}, text, text_to<ptz_driver_canon_cmd_gamma>, {}},
     {{"IrCorrection"}, text, text_to<ptz_driver_canon_cmd_ir_correction>, {}},
@@ -202,9 +212,9 @@ constexpr Row ROWS[] = {
     {{"SpotExposureX"}, integer, spot_x_with_y, {"SpotExposureY", integer, REQUIRED}},
     {{"SpotExposureY"}, integer, spot_y_with_x, {"SpotExposureX", integer, REQUIRED}},
     {{"WhiteBalanceManualR", "RedBalance"}, integer,
-     number_to<ptz_driver_canon_cmd_white_balance_manual_gain_r>, {}},
+     level_to<ptz_driver_canon_cmd_white_balance_manual_gain_r>, {}},
     {{"WhiteBalanceManualB", "BlueBalance"}, integer,
-     number_to<ptz_driver_canon_cmd_white_balance_manual_gain_b>, {}},
+     level_to<ptz_driver_canon_cmd_white_balance_manual_gain_b>, {}},
 };
 
 // What the framework tells of, in the order in which a camera block that starts is given it.
@@ -222,6 +232,8 @@ constexpr const char *CONNECTED[] = {
 };
 // clang-format on
 static_assert(std::size(CONNECTED) == 62 + 1);
+
+constexpr LogMessage FAULTY_VALUE = ERROR_MESSAGE("Faulty type of ImageSource parameter value for %s");
 
 const Row *find_row(const char *name)
 {
@@ -248,12 +260,12 @@ gboolean ptz_driver_canon_imagesource_set(PTZDriverCanon *self, const char *name
     Change change{name, {}, {}};
     const Parameter parameter(group, name);
     if (!row->read(parameter, &change.value))
-        return ptz_driver_canon_refuse_value(self, "ImageSource", name);
+        return ptz_driver_canon_refuse_value(self, FAULTY_VALUE, name);
     if (row->partner.name == nullptr)
         return row->apply(self, change);
     const Parameter partner(group, row->partner.name);
     if (!row->partner.read(partner, &change.partner) && !row->partner.optional)
-        return ptz_driver_canon_refuse_value(self, "ImageSource", name);
+        return ptz_driver_canon_refuse_value(self, FAULTY_VALUE, name);
     return row->apply(self, change);
 }
 

@@ -7,16 +7,12 @@
 #include "driver/operations.h"
 #include "vcc/model.h"
 
-#include <cstring>
+#include <array>
+#include <map>
 
 namespace {
 
 constexpr guint32 FLAGS = 0x81;
-
-PTZParamDefinition limit_row(const char *name, const char *display_name, const char *default_text, const char *range)
-{
-    return {PTZ_PARAM_INTEGER, name, display_name, default_text, FLAGS, PTZ_CONTROL_PLAIN, range};
-}
 
 // Where a limit is kept; the field angles are kept nowhere.
 struct Limit {
@@ -59,37 +55,60 @@ void apply_limit(PTZDriverCanon *self, const Limit &limit, int value)
         ptz_driver_canon_cmd_auto_focus_limit(self, value);
 }
 
-} // namespace
-
-void ptz_driver_canon_install_limits(PTZDriverCanon *self)
+PTZParamDefinition row(const char *name, const char *display_name, const char *default_text, const char *range)
 {
-    // The framework keeps the texts: they last as long as the process.
-    const MinMax &angles = self->cam_model->field_angle_limits;
+    return {PTZ_PARAM_INTEGER, name, display_name, default_text, FLAGS, PTZ_CONTROL_PLAIN, range};
+}
+
+// As the framework takes it: 14 limits and an empty row.
+using LimitTable = std::array<PTZParamDefinition, 15>;
+
+LimitTable limit_table(MinMax angles, int near_focus)
+{
     const auto interned = [](char *text) { return g_intern_string(GText(text).get()); };
     const char *min_angle = interned(g_strdup_printf("%d", angles.min));
     const char *min_angle_range = interned(g_strdup_printf("%d..%d", angles.min, angles.min));
     const char *max_angle = interned(g_strdup_printf("%d", angles.max));
     const char *max_angle_range = interned(g_strdup_printf("%d..%d", angles.max, angles.max));
-    const char *min_focus = interned(g_strdup_printf("%d", self->cam_model->near_focus_limit_default));
-    const PTZParamDefinition table[] = {
-        limit_row("MinZoom", "Zoom Wide", "1", "1..1054"),
-        limit_row("MaxZoom", "Zoom Tele", "9999", "1..19999"),
-        limit_row("MinFieldAngle", "Min Field Angle", min_angle, min_angle_range),
-        limit_row("MaxFieldAngle", "Max Field Angle", max_angle, max_angle_range),
-        limit_row("MinPan", "Pan Min", "-170", "-170..170"),
-        limit_row("MaxPan", "Pan Max", "170", "-170..170"),
-        limit_row("MinTilt", "Tilt Min", "-20", "-20..90"),
-        limit_row("MaxTilt", "Tilt Max", "90", "-20..90"),
-        limit_row("MinFocus", "Focus Near", min_focus, "1..9999"),
-        limit_row("MaxFocus", "Focus Far", "9999", "9999..9999"),
-        limit_row("MinIris", "Iris Min", "1", "1..9999"),
-        limit_row("MaxIris", "Iris Max", "9999", "1..9999"),
-        limit_row("MinBrightness", "Brightness Min", "1", "1..9999"),
-        limit_row("MaxBrightness", "Brightness Max", "9999", "1..9999"),
+    const char *min_focus = interned(g_strdup_printf("%d", near_focus));
+    return {
+        row("MinZoom", "Zoom Wide", "1", "1..1054"),
+        row("MaxZoom", "Zoom Tele", "9999", "1..19999"),
+        row("MinFieldAngle", "Min Field Angle", min_angle, min_angle_range),
+        row("MaxFieldAngle", "Max Field Angle", max_angle, max_angle_range),
+        row("MinPan", "Pan Min", "-170", "-170..170"),
+        row("MaxPan", "Pan Max", "170", "-170..170"),
+        row("MinTilt", "Tilt Min", "-20", "-20..90"),
+        row("MaxTilt", "Tilt Max", "90", "-20..90"),
+        row("MinFocus", "Focus Near", min_focus, "1..9999"),
+        row("MaxFocus", "Focus Far", "9999", "9999..9999"),
+        row("MinIris", "Iris Min", "1", "1..9999"),
+        row("MaxIris", "Iris Max", "9999", "1..9999"),
+        row("MinBrightness", "Brightness Min", "1", "1..9999"),
+        row("MaxBrightness", "Brightness Max", "9999", "1..9999"),
         {},
     };
+}
+
+// The table for that model. The framework may keep its address and its texts, so both last as long as the process: one
+// table for each set of numbers that a model brings, never destroyed.
+const PTZParamDefinition *table_for(const CameraModel &model)
+{
+    static auto *const tables = new std::map<std::array<int, 3>, LimitTable>;
+    const MinMax &angles = model.field_angle_limits;
+    const int near_focus = model.near_focus_limit_default;
+    const auto [place, added] = tables->try_emplace({angles.min, angles.max, near_focus});
+    if (added)
+        place->second = limit_table(angles, near_focus);
+    return place->second.data();
+}
+
+} // namespace
+
+void ptz_driver_canon_install_limits(PTZDriverCanon *self)
+{
     PTZDriver *base = ptz_driver_of(self);
-    if (!PTZ_DRIVER_GET_CLASS(base)->add_params(base, "Limit", table))
+    if (!PTZ_DRIVER_GET_CLASS(base)->add_params(base, "Limit", table_for(*self->cam_model)))
         log_error("Installing Limit properties failed");
 }
 

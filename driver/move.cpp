@@ -4,6 +4,7 @@
 #include "cmd/brightness.h"
 #include "cmd/focus.h"
 #include "cmd/iris_mode.h"
+#include "cmd/move_brightness.h"
 #include "cmd/move_focus.h"
 #include "cmd/move_iris.h"
 #include "cmd/move_pan_tilt.h"
@@ -11,6 +12,7 @@
 #include "cmd/stop.h"
 #include "core/fixed_point.h"
 #include "core/zenta.h"
+#include "driver/device_status.h"
 #include "utils/picture.h"
 #include "utils/publish.h"
 #include "utils/status.h"
@@ -21,7 +23,6 @@
 
 namespace {
 
-constexpr int POLL_HOLDOFF_TICKS = 5;
 constexpr float RADIANS_PER_DEGREE = 0.017453292f;
 constexpr float TWICE_DEGREES_PER_RADIAN = 114.59155f;
 
@@ -62,7 +63,7 @@ void move_lens(PTZDriverCanon *self, const PTZMotion &iris, const PTZMotion &foc
         ptz_driver_canon_cmd_move_iris(self, iris.type, fixed_integer_part(iris.value));
     if (focus.type != PTZ_MOVE_NONE &&
         ptz_driver_canon_cmd_move_focus(self, focus.type, fixed_integer_part(focus.value)))
-        self->parent_instance.focus_mode = AUTO_FOCUS_OFF;
+        self->parent_instance.focus_mode = PTZ_FOCUS_MANUAL;
     if (brightness.type != PTZ_MOVE_NONE)
         ptz_driver_canon_cmd_move_brightness(self, brightness.type, fixed_integer_part(brightness.value));
 }
@@ -89,7 +90,7 @@ gboolean ptz_driver_canon_op_move(PTZDriver *driver, const PTZMotion *pan, const
     ptz_driver_canon_cmd_update_status(self);
     ptz_driver_canon_cmd_auto_focus(self, driver->focus_mode);
     PTZ_DRIVER_GET_CLASS(driver)->prepare_move(driver);
-    self->poll_holdoff = POLL_HOLDOFF_TICKS;
+    ptz_driver_canon_hold_off_idle(self);
     ptz_driver_canon_utils_publish_status(self);
     if (!self->current.image_frozen && self->current.image_freeze_mode == IMAGE_FREEZE_ON)
         ptz_driver_canon_utils_set_image_freeze(self, TRUE);

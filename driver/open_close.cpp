@@ -1,10 +1,11 @@
 // Open and close.
 #include "driver/operations.h"
 
-#include "cmd/video.h"
+#include "cmd/sensor_halt.h"
 #include "core/log.h"
 #include "driver/audio.h"
 #include "driver/device_status.h"
+#include "driver/port_hold.h"
 #include "driver/startup.h"
 #include "driver/type.h"
 #include "hw/power.h"
@@ -15,17 +16,18 @@
 namespace {
 
 struct DataCache {
-    const char *name;
     int (*init)(PTZDriver *driver);
     void (*close)(PTZDriver *driver);
+    const char *failure;
 };
 
 constexpr DataCache DATA_CACHES[] = {
-    {"zoom", ptz_driver_zoom_datacache_init, ptz_driver_zoom_datacache_close},
-    {"flip", ptz_driver_flip_datacache_init, ptz_driver_flip_datacache_close},
-    {"position", ptz_driver_position_datacache_init, ptz_driver_position_datacache_close},
-    {"moving", ptz_driver_moving_datacache_init, ptz_driver_moving_datacache_close},
-    {"speed", ptz_driver_speed_datacache_init, ptz_driver_speed_datacache_close},
+    {ptz_driver_zoom_datacache_init, ptz_driver_zoom_datacache_close, "Could not initialize zoom datacache!"},
+    {ptz_driver_flip_datacache_init, ptz_driver_flip_datacache_close, "Could not initialize flip datacache!"},
+    {ptz_driver_position_datacache_init, ptz_driver_position_datacache_close,
+     "Could not initialize position datacache!"},
+    {ptz_driver_moving_datacache_init, ptz_driver_moving_datacache_close, "Could not initialize moving datacache!"},
+    {ptz_driver_speed_datacache_init, ptz_driver_speed_datacache_close, "Could not initialize speed datacache!"},
 };
 
 } // namespace
@@ -58,7 +60,7 @@ gboolean ptz_driver_canon_op_open(PTZDriver *driver)
     if (self->datacache_is_used)
         for (const DataCache &cache : DATA_CACHES)
             if (cache.init(driver) < 0)
-                log_error("Could not initialize %s datacache!", cache.name);
+                log_error("%s", cache.failure);
     return TRUE;
 }
 

@@ -32,6 +32,3 @@ gboolean ptz_driver_canon_op_close(PTZDriver *driver);
 gboolean ptz_driver_canon_op_install_params(PTZDriver *driver);
 gboolean ptz_driver_canon_op_get_capabilities(PTZDriver *driver, const char *category, char ***list);
 void ptz_driver_canon_op_signal_received(PTZDriver *driver, const char *signal_name, GVariant *parameters);
-
-// Closes the port and gives up the reference that goes with its opening, if start-up holds one.
-void ptz_driver_canon_release_port(PTZDriverCanon *self);

@@ -1,6 +1,5 @@
 #include "driver/params.h"
 
-#include "core/log.h"
 #include "driver/operations.h"
 
 bool ptz_driver_canon_read_integer(const Parameter &parameter, ParameterValue *value)
@@ -25,11 +24,11 @@ bool ptz_driver_canon_read_text(const Parameter &parameter, ParameterValue *valu
     return parameter.is_text();
 }
 
-gboolean ptz_driver_canon_refuse_value(const PTZDriverCanon *self, const char *group, const char *name)
+gboolean ptz_driver_canon_refuse_value(const PTZDriverCanon *self, LogMessage faulty, const char *name)
 {
     if (!self->driver_initialized)
         return TRUE;
-    log_error("Faulty type of %s parameter value for %s", group, name);
+    faulty(name);
     return FALSE;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/instance.h"
+#include "core/log.h"
 #include "core/parameter.h"
 
 // A value that has been read: a number (also a boolean's 0 or 1), or a text that lives as long as its parameter.
@@ -17,9 +18,9 @@ bool ptz_driver_canon_read_integer(const Parameter &parameter, ParameterValue *v
 bool ptz_driver_canon_read_boolean(const Parameter &parameter, ParameterValue *value);
 bool ptz_driver_canon_read_text(const Parameter &parameter, ParameterValue *value);
 
-// What comes of a parameter without a usable value: FALSE with an error that names the group and the parameter, but
+// What comes of a parameter without a usable value: FALSE with that message of the group, said of the parameter, but
 // TRUE and silence before start-up is complete, when parameters need not have values yet.
-gboolean ptz_driver_canon_refuse_value(const PTZDriverCanon *self, const char *group, const char *name);
+gboolean ptz_driver_canon_refuse_value(const PTZDriverCanon *self, LogMessage faulty, const char *name);
 
 // Applies one parameter. TRUE when it was applied or there is nothing to apply to this name.
 gboolean ptz_driver_canon_set_useradv(PTZDriverCanon *self, const char *name);     // group "UserAdv"

@@ -1,7 +1,7 @@
 // Special commands, capabilities, and the rotation that the streaming service announces.
 #include "driver/operations.h"
 
-#include "cmd/color.h"
+#include "cmd/colour.h"
 #include "cmd/video.h"
 #include "core/log.h"
 #include "driver/startup.h"

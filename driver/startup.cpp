@@ -1,18 +1,17 @@
 #include "driver/startup.h"
 
-#include "cmd/video.h"
+#include "cmd/sensor_halt.h"
 #include "core/log.h"
 #include "core/paths.h"
 #include "driver/audio.h"
 #include "driver/capture.h"
 #include "driver/device_status.h"
-#include "driver/operations.h"
 #include "driver/params.h"
+#include "driver/port_hold.h"
 #include "driver/type.h"
 #include "hw/boot.h"
 #include "hw/fw_file.h"
 #include "hw/power.h"
-#include "port/spi_port.h"
 #include "utils/picture.h"
 #include "utils/publish.h"
 #include "utils/services.h"
@@ -38,17 +37,6 @@ void unlock_ports(PTZDriverCanon *self)
         return;
     self->ports_locked = FALSE;
     ptz_driver_port_unlock_all(self->parent_instance.port_registry);
-}
-
-// Opens the port afresh; however often start-up runs, it holds one open and one reference.
-gboolean open_port(PTZDriverCanon *self)
-{
-    const bool held = self->port_open_held;
-    const bool opened = ptz_port_canon_open_ref(self->port);
-    if (held)
-        g_object_unref(self->port);
-    self->port_open_held = opened;
-    return opened;
 }
 
 gboolean fail_startup(PTZDriverCanon *self)
@@ -162,7 +150,7 @@ constexpr struct {
     const char *failure;
     bool fatal;
 } STEPS[] = {
-    {open_port, log_error, "Fatal error, could not open port\n", true},
+    {ptz_driver_canon_hold_port, log_error, "Fatal error, could not open port\n", true},
     {begin_initialising, nullptr, nullptr, false},
     {ptz_driver_canon_boot, log_error, "Fatal error, could not start camera block", false},
     {read_fw_version, nullptr, nullptr, false},
@@ -209,14 +197,6 @@ void reset_camera_state(PTZDriverCanon *self)
 }
 
 } // namespace
-
-void ptz_driver_canon_release_port(PTZDriverCanon *self)
-{
-    if (!self->port_open_held)
-        return;
-    self->port_open_held = FALSE;
-    ptz_port_canon_close_unref(self->port);
-}
 
 gboolean ptz_driver_canon_startup(PTZDriverCanon *self)
 {

@@ -4,8 +4,8 @@
 #include "core/instance.h"
 #include "hw/life_door.h"
 
-// Full restart, whatever the state: stops the camera, forgets what it reported and starts up again. A closed driver
-// stays as it is.
+// Full restart, whatever the state: stops the camera, forgets what it reported and starts up again. How that went shows
+// in "state" and `driver_initialized`. A closed driver stays as it is.
 void ptz_driver_canon_reset(PTZDriverCanon *self);
 
 // Ends what `close` began: tasks and callbacks count again, and the driver holds the picture. Nothing is started.

@@ -7,6 +7,7 @@
 #include "driver/host.h"
 #include "driver/operations.h"
 #include "driver/startup.h"
+#include "driver/port_hold.h"
 #include "port/config.h"
 #include "port/spi_port.h"
 #include "utils/publish.h"

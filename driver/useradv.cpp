@@ -1,7 +1,7 @@
 // The group "UserAdv": advanced settings, and what the driver tells about the device.
 #include "driver/params.h"
 
-#include "cmd/capture_mode.h"
+#include "cmd/image_freeze.h"
 #include "core/log.h"
 #include "driver/capture.h"
 #include "vcc/model.h"
@@ -12,6 +12,7 @@ namespace {
 
 constexpr guint32 FLAGS = 0x81;
 constexpr const char *GROUP = "UserAdv";
+constexpr LogMessage FAULTY_VALUE = ERROR_MESSAGE("Faulty type of UserAdvanced parameter value for %s");
 
 bool on_every_model(const CameraModel &)
 {
@@ -154,7 +155,7 @@ gboolean ptz_driver_canon_set_useradv(PTZDriverCanon *self, const char *name)
         const Parameter parameter(self->parent_instance.useradv_params, name);
         ParameterValue value;
         return setting.read(parameter, &value) ? setting.set(self, value)
-                                               : ptz_driver_canon_refuse_value(self, "UserAdvanced", name);
+                                               : ptz_driver_canon_refuse_value(self, FAULTY_VALUE, name);
     }
     return TRUE;
 }

@@ -21,13 +21,14 @@ struct Property {
     const char *path;
     const char *interface;
     const char *name;
-    const char *failure; // said before the reason
+    LogMessage failure; // said of the reason
 };
 
 constexpr Property CAPTURE_MODE{"com.orna.ImageControl", IMAGE_CONTROL_PATH, IMAGE_CONTROL_INTERFACE,
-                                "VideoCaptureMode", "Failed to get videocapturemode: "};
+                                "VideoCaptureMode", WARNING_MESSAGE("Failed to get videocapturemode: %s")};
 constexpr Property ROTATION{"com.orna.Streamer", "/com/orna/Streamer/Video/Channel/1",
-                            "com.orna.Streamer.Video.Channel", "Rotation", "Failed to get rotation: "};
+                            "com.orna.Streamer.Video.Channel", "Rotation",
+                            WARNING_MESSAGE("Failed to get rotation: %s")};
 
 // The service's reply; null, and logged, when there is none.
 GVariantOwned get_property(PTZDriverCanon *self, const Property &property)
@@ -41,7 +42,7 @@ GVariantOwned get_property(PTZDriverCanon *self, const Property &property)
                                                     &error));
     const GErrorOwned reason(error);
     if (!reply)
-        log_warning("%s%s", property.failure, reason ? reason->message : "Unknown error");
+        property.failure(reason ? reason->message : "Unknown error");
     return reply;
 }
 
@@ -115,7 +116,7 @@ gboolean ptz_driver_canon_utils_get_rotation(PTZDriverCanon *self, int *rotation
         return FALSE;
     const GVariantOwned degrees = unwrap(reply);
     if (!degrees || !g_variant_is_of_type(degrees.get(), G_VARIANT_TYPE_INT32)) {
-        log_warning("%s%s", ROTATION.failure, "the reply holds no 32-bit integer");
+        log_warning("Failed to get rotation: the reply holds no 32-bit integer");
         return FALSE;
     }
     *rotation = g_variant_get_int32(degrees.get());

@@ -36,6 +36,11 @@ enum {
     PTZ_STATE_FAILED = 7
 };
 
+/* Values of iris_mode, focus_mode and backlight_mode. */
+enum { PTZ_IRIS_AUTO = 1, PTZ_IRIS_MANUAL = 2 };
+enum { PTZ_FOCUS_AUTO = 1, PTZ_FOCUS_MANUAL = 2 };
+enum { PTZ_BACKLIGHT_ON = 1, PTZ_BACKLIGHT_OFF = 2 };
+
 enum { PTZ_MOVE_NONE = 0, PTZ_MOVE_ABSOLUTE = 1, PTZ_MOVE_RELATIVE = 2, PTZ_MOVE_CONTINUOUS = 3 };
 
 /* One axis of a move. Pan and tilt in degrees, the others as positions; in a continuous move the speed in percent
@@ -79,9 +84,9 @@ struct _PTZDriver {
     PTZDynamicalProperties *imagesource_params;
     PTZDynamicalProperties *limit_params;
     gboolean zoom_requested;        /* the move being served asks for zoom */
-    gint32 iris_mode;               /* 1 auto, 2 manual */
-    gint32 focus_mode;              /* 1 auto focus on, 2 off */
-    gint32 backlight_mode;          /* 1 on, 2 off */
+    gint32 iris_mode;               /* PTZ_IRIS_* */
+    gint32 focus_mode;              /* PTZ_FOCUS_* */
+    gint32 backlight_mode;          /* PTZ_BACKLIGHT_* */
     gint32 proportional_speed;      /* 1: continuous speeds follow the field of view */
     gint16 speed_factor;            /* percent of the field of view per second at full speed */
     char *block_name;               /* owned; released by the base type */

@@ -1,4 +1,5 @@
 #include "cmd/brightness.h"
+#include "cmd/move_brightness.h"
 #include "tests/cmd/command_bench.h"
 
 namespace {

@@ -1,10 +1,11 @@
 // The families of settings, each as a table: what goes out for every value, and what is said when it does not.
 #include "cmd/brightness.h"
-#include "cmd/color.h"
+#include "cmd/colour.h"
 #include "cmd/day_night.h"
 #include "cmd/exposure.h"
 #include "cmd/focus.h"
 #include "cmd/picture.h"
+#include "cmd/sensor_halt.h"
 #include "cmd/video.h"
 #include "tests/cmd/command_bench.h"
 
@@ -53,7 +54,7 @@ struct LevelCase {
 };
 
 // clang-format off
-const std::array<const char *, 4> DETAIL{"00", "09", "0A", "13"}, COLOR{"00", "31", "32", "64"},
+const std::array<const char *, 4> DETAIL{"00", "09", "0A", "13"}, COLOUR{"00", "31", "32", "64"},
     DAY_NIGHT{"00", "01", "02", "04"}, WHITE{"00 00", "00 FA", "01 00", "03 FF"};
 
 const LevelCase LEVELS[] = {
@@ -65,10 +66,10 @@ const LevelCase LEVELS[] = {
      "brightness"},
     {OPERATION(exposure_response), "level", MEMBER(ae_response_range), "04 00 03 0F ##", {"01", "31", "32", "64"},
      "auto exposure response"},
-    {OPERATION(color_level), "level", MEMBER(color_gain_range), "05 00 04 80 00 ##", COLOR, "color level"},
+    {OPERATION(color_level), "level", MEMBER(color_gain_range), "05 00 04 80 00 ##", COLOUR, "color level"},
     {WITH(color_level_by_color, unsigned, level, "colorLEVELgreen", level), "level", MEMBER(color_gain_range),
-     "05 00 04 80 04 ##", COLOR, "color level"},
-    {WITH(color_hue, unsigned, level, "COLORHUE", level), "level", MEMBER(hue_range), "05 00 04 81 00 ##", COLOR,
+     "05 00 04 80 04 ##", COLOUR, "color level"},
+    {WITH(color_hue, unsigned, level, "COLORHUE", level), "level", MEMBER(hue_range), "05 00 04 81 00 ##", COLOUR,
      "color hue"},
     {OPERATION(white_balance_manual_gain_r), "gain", MEMBER(wb_gain_range), "05 00 04 05 ## 06 00 04 07 01 ##", WHITE,
      "white balance red gain"},

@@ -1,5 +1,6 @@
 #include "driver/audio.h"
 #include "driver/operations.h"
+#include "driver/port_hold.h"
 #include "driver/startup.h"
 #include "ptzorvel/ports/port_registry.h"
 #include "tests/support/bus_fake.h"

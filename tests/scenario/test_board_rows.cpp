@@ -1,11 +1,12 @@
 // Nothing stands in the table of commands that no operation sends, and the simulated camera block, which has a table
 // of its own, takes all of it.
 #include "cmd/capture_mode.h"
-#include "cmd/color.h"
+#include "cmd/colour.h"
 #include "cmd/day_night.h"
 #include "cmd/move_focus.h"
 #include "cmd/move_zoom.h"
 #include "cmd/picture.h"
+#include "cmd/sensor_halt.h"
 #include "cmd/video.h"
 #include "tests/scenario/board_fixture.h"
 #include "vcc/model.h"

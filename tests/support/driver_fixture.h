@@ -65,6 +65,7 @@ struct FrameworkBench {
     bool picture_fails = false;
     bool refuse_params = false;
     bool refuse_tasks = false;
+    std::vector<const PTZParamDefinition *> tables; // as the driver declared them, kept by address
     int datacache_result = 0;
     // The parameters that the driver may read, in any group.
     std::map<std::string, std::variant<int, const char *, bool>> params;

@@ -52,6 +52,7 @@ void fake_framework_install()
 {
     auto *klass = static_cast<PTZDriverClass *>(g_type_class_ref(ptz_driver_canon_get_type())); // kept for good
     klass->add_params = [](PTZDriver *, const char *group, const PTZParamDefinition *table) -> gboolean {
+        framework().tables.push_back(table);
         std::string names;
         for (; table->type != PTZ_PARAM_END; ++table)
             names.append(" ").append(table->name);

@@ -34,7 +34,7 @@ constexpr char kPriorities[] =
 // does not stand against the first.
 constexpr PTZParamDefinition kRows[] = {
     level("Brightness", "Brightness"),
-    level("ColorLevel", "Color level"),
+    level("ColorLevel", "Colour level"),
     level("Sharpness", "Sharpness"),
     choice("NoiseReduction", "Noise reduction", "on", kOnOff),
     level("NoiseReductionTuning", "Noise reduction level"),
@@ -54,7 +54,7 @@ constexpr PTZParamDefinition kRows[] = {
            "onepush|One push, manual|Manual, hold|Hold"),
     level("RedBalance", "Red gain"),
     level("BlueBalance", "Blue gain"),
-    level("ColorHue", "Color hue"),
+    level("ColorHue", "Colour hue"),
     choice("WDR", "Wide dynamic range", "off", kOnOff),
     level("WDRLevel", "Wide dynamic range level"),
     choice("DynamicContrastEnabled", "Dynamic contrast", "off", kOnOff),
@@ -86,7 +86,7 @@ constexpr PTZParamDefinition kRows[] = {
     level("ColorHueCyan", "Hue of cyan"),
     level("ColorHueGreen", "Hue of green"),
     level("ColorHueMagenta", "Hue of magenta"),
-    level("ColorHueMaster", "Hue of all colors", kNoValue),
+    level("ColorHueMaster", "Hue of all colours", kNoValue),
     level("ColorHueRed", "Hue of red"),
     level("ColorHueYellow", "Hue of yellow"),
     level("ColorHueBlue", "Hue of blue"),

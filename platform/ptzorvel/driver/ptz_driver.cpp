@@ -212,9 +212,9 @@ static void ptz_driver_init(PTZDriver *self)
     self->limit_params = priv->params->group("Limit", true);
     self->useradv_params = priv->params->group("UserAdv", true);
     self->imagesource_params = priv->params->group("ImageSource", true);
-    self->iris_mode = 1;
-    self->focus_mode = 1;
-    self->backlight_mode = 2;
+    self->iris_mode = PTZ_IRIS_AUTO;
+    self->focus_mode = PTZ_FOCUS_AUTO;
+    self->backlight_mode = PTZ_BACKLIGHT_OFF;
     self->speed = 100.0;
     self->counter_update_interval = 300;
 }

@@ -40,32 +40,46 @@ CallError special_command_error(PTZDriver *driver, const std::string &command)
                                              " now; there are: " + (offered.empty() ? "none" : offered) + "."};
 }
 
-// A mode that the framework keeps as 1 or 2 and the driver applies.
+// A mode that the framework keeps and the driver applies: one of two, each with its word.
 struct ModeRow {
     const char *what;
-    const char *words[2]; // of 1 and 2
+    struct {
+        const char *word;
+        gint32 mode;
+    } modes[2];
     gint32 PTZDriver::*field;
     gboolean (*PTZDriverClass::*changed)(PTZDriver *);
     bool stays; // when the camera does not take it: the driver goes on in the new mode
 };
 
-constexpr ModeRow kIris{"iris", {"auto", "manual"}, &PTZDriver::iris_mode, &PTZDriverClass::iris_mode_changed, true};
-constexpr ModeRow kFocus{
-    "focus", {"auto", "manual"}, &PTZDriver::focus_mode, &PTZDriverClass::focus_mode_changed, false};
-constexpr ModeRow kBacklight{
-    "backlight", {"on", "off"}, &PTZDriver::backlight_mode, &PTZDriverClass::backlight_changed, false};
+constexpr ModeRow kIris{"iris",
+                        {{"auto", PTZ_IRIS_AUTO}, {"manual", PTZ_IRIS_MANUAL}},
+                        &PTZDriver::iris_mode,
+                        &PTZDriverClass::iris_mode_changed,
+                        true};
+constexpr ModeRow kFocus{"focus",
+                         {{"auto", PTZ_FOCUS_AUTO}, {"manual", PTZ_FOCUS_MANUAL}},
+                         &PTZDriver::focus_mode,
+                         &PTZDriverClass::focus_mode_changed,
+                         false};
+constexpr ModeRow kBacklight{"backlight",
+                             {{"on", PTZ_BACKLIGHT_ON}, {"off", PTZ_BACKLIGHT_OFF}},
+                             &PTZDriver::backlight_mode,
+                             &PTZDriverClass::backlight_changed,
+                             false};
 
 void set_mode(PtzService &service, const CallPtr &call, const ModeRow &row)
 {
     const char *word = nullptr;
     g_variant_get(call->parameters(), "(&s)", &word);
     gint32 mode = 0;
-    for (gint32 i = 0; i < 2; i++)
-        if (std::string_view(word) == row.words[i])
-            mode = i + 1;
+    for (const auto &known : row.modes)
+        if (std::string_view(word) == known.word)
+            mode = known.mode;
     if (mode == 0) {
         call->refuse({ErrorKind::invalid_argument, std::string("There is no ") + row.what + " mode " + quoted(word) +
-                                                       "; there are " + row.words[0] + " and " + row.words[1] + "."});
+                                                       "; there are " + row.modes[0].word + " and " +
+                                                       row.modes[1].word + "."});
         return;
     }
     service.run(call, PtzService::Gate::running, [&row, mode](PTZDriver *driver, Call &answered) {

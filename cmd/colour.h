@@ -1,5 +1,5 @@
-// Colour and white balance. All as described in send.h; levels and gains are 0..100, a negative
-// one counts as too large; texts are matched in any letter case.
+// Colour and white balance. All as described in send.h; levels and gains are 0..100, a negative one counts as too
+// large; texts are matched in any letter case.
 #pragma once
 
 #include "core/instance.h"
@@ -11,7 +11,7 @@ gboolean ptz_driver_canon_cmd_color_level(PTZDriverCanon *self, unsigned level);
 gboolean ptz_driver_canon_cmd_color_level_by_color(PTZDriverCanon *self, const char *color, unsigned level);
 gboolean ptz_driver_canon_cmd_color_hue(PTZDriverCanon *self, const char *color, unsigned level);
 
-// 0..3.
+// How strongly colour is suppressed: 0 (not at all) to 3.
 gboolean ptz_driver_canon_cmd_chroma_suppress(PTZDriverCanon *self, unsigned level);
 
 // A name of the model's table.
