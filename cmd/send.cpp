@@ -1,9 +1,9 @@
 #include "cmd/send.h"
 
 #include "core/clock.h"
-#include "core/glib_raii.h"
 #include "core/guard.h"
 #include "core/log.h"
+#include "glib_owned.h"
 #include "port/spi_port.h"
 #include "vcc/packet.h"
 

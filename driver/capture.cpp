@@ -1,9 +1,9 @@
 #include "driver/capture.h"
 
 #include "cmd/capture_mode.h"
-#include "core/glib_raii.h"
 #include "core/log.h"
 #include "driver/startup.h"
+#include "glib_owned.h"
 #include "utils/services.h"
 #include "utils/task.h"
 

@@ -1,9 +1,9 @@
 #include "port/config.h"
 
-#include "core/glib_raii.h"
 #include "core/guard.h"
 #include "core/log.h"
 #include "core/paths.h"
+#include "glib_owned.h"
 #include "port/settings.h"
 #include "port/spi_port.h"
 

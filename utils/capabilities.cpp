@@ -1,8 +1,8 @@
 #include "utils/capabilities.h"
 
 #include "core/fixed_point.h"
-#include "core/glib_raii.h"
 #include "core/log.h"
+#include "glib_owned.h"
 #include "vcc/model.h"
 
 #include <cstdio>
@@ -15,8 +15,6 @@ constexpr std::size_t VALUE_MAX = 2047;
 constexpr std::size_t ENTRIES_MAX = 10;
 constexpr int SPEED_PIECES_MAX = 100;
 constexpr int SPEED_STEPS = 100; // of pan, tilt and zoom alike
-
-using GTexts = GOwned<char *, g_strfreev>;
 
 // Entries on their way to the caller.
 class Entries {
