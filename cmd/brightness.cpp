@@ -4,11 +4,11 @@
 #include "cmd/setting.h"
 #include "core/fixed_point.h"
 #include "core/log.h"
+#include "core/value_map.h"
 #include "utils/publish.h"
 #include "utils/status.h"
 #include "vcc/backlight.h"
 #include "vcc/convert.h"
-#include "vcc/zoom_scale.h"
 
 namespace {
 
@@ -24,7 +24,8 @@ void add_brightness(CommandBuffer *commands, const PTZDriverCanon *self)
 
 int position_of_level(unsigned level)
 {
-    return truncate_to_int(static_cast<float>(level) * 9998.0f / 100.0f + 1.0f);
+    return truncate_to_int(
+        linear_map(static_cast<float>(level), 0.0f, 100.0f, real(ZENTA_RANGE_MIN), real(ZENTA_RANGE_MAX)));
 }
 
 } // namespace
@@ -75,7 +76,7 @@ gboolean ptz_driver_canon_cmd_move_brightness(PTZDriverCanon *self, int move_typ
         log_error("Unsupported PTZ move type");
         return FALSE;
     }
-    const int percent = ptz_driver_canon_zenta_to_percent(static_cast<float>(position));
+    const int percent = ptz_driver_canon_zenta_to_percent(real(position));
     now.brightness_level = static_cast<gint8>(vccif_percent_to_vcc_range(self->cam_model->brightness_range, percent));
     CommandBuffer commands;
     add_brightness(&commands, self);

@@ -2,6 +2,7 @@
 
 #include "core/fixed_point.h"
 #include "core/log.h"
+#include "core/value_map.h"
 #include "glib_owned.h"
 #include "vcc/model.h"
 
@@ -81,10 +82,10 @@ std::string zoom_step_list(const PTZDriverCanon *self)
     const int whole_digital = truncate_to_int(self->max_digital_zoom);
     std::string list;
     for (int step = 2; step <= whole_optical; ++step)
-        append_zoom_step(&list, self, static_cast<float>(step), step);
+        append_zoom_step(&list, self, real(step), step);
     // Beyond what the value can hold no step is looked at: the factor comes from a file and may be huge.
     for (int step = 2; step <= whole_digital && list.size() <= VALUE_MAX; step += 2)
-        append_zoom_step(&list, self, static_cast<float>(step) * optical, step * whole_optical);
+        append_zoom_step(&list, self, real(step) * optical, step * whole_optical);
     return list;
 }
 
