@@ -15,8 +15,8 @@
 namespace {
 
 constexpr int FOCUS_STOP = 1; // manual focus, which stands still
-constexpr int FOCUS_DRIVE_FORWARDS = 2;
-constexpr int FOCUS_DRIVE_BACKWARDS = 3;
+constexpr int FOCUS_DRIVE_FAR = 2;
+constexpr int FOCUS_DRIVE_NEAR = 3;
 
 // The targets that a move records besides a position.
 constexpr int NO_TARGET = -1;
@@ -40,7 +40,7 @@ gboolean drive(PTZDriverCanon *self, int speed_percent)
 {
     CommandBuffer commands;
     commands.add(kFocusSpeed, vccif_percent_to_vcc_focus_speed(self->cam_model, std::abs(speed_percent)));
-    commands.add(kFocusMode, speed_percent < 0 ? FOCUS_DRIVE_BACKWARDS : FOCUS_DRIVE_FORWARDS);
+    commands.add(kFocusMode, speed_percent < 0 ? FOCUS_DRIVE_NEAR : FOCUS_DRIVE_FAR);
     return ptz_driver_canon_cmd_focus_execute(self, commands.data(), commands.size(), NO_TARGET);
 }
 
