@@ -12,7 +12,8 @@ from typing import NamedTuple
 
 
 class Names(NamedTuple):
-    """What `pattern` finds in the files of a glob, or in the part of them that `within` finds; none: the files' names."""
+    """What `pattern` finds in files, or in the part of them that `within` finds; without it the files' names."""
+
     files: str
     pattern: str | None
     within: str | None = None
