@@ -8,7 +8,6 @@
 #include "vcc/model.h"
 
 #include <array>
-#include <map>
 
 namespace {
 
@@ -90,17 +89,13 @@ LimitTable limit_table(MinMax angles, int near_focus)
     };
 }
 
-// The table for that model. The framework may keep its address and its texts, so both last as long as the process: one
-// table for each set of numbers that a model brings, never destroyed.
+// Completed for the driver's model. The framework may keep the addresses of the rows and of their texts: both last as
+// long as the process.
 const PTZParamDefinition *table_for(const CameraModel &model)
 {
-    static auto *const tables = new std::map<std::array<int, 3>, LimitTable>;
-    const MinMax &angles = model.field_angle_limits;
-    const int near_focus = model.near_focus_limit_default;
-    const auto [place, added] = tables->try_emplace({angles.min, angles.max, near_focus});
-    if (added)
-        place->second = limit_table(angles, near_focus);
-    return place->second.data();
+    static LimitTable table;
+    table = limit_table(model.field_angle_limits, model.near_focus_limit_default);
+    return table.data();
 }
 
 } // namespace
