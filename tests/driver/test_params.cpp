@@ -64,15 +64,15 @@ TEST_F(Params, LimitRowsOutliveTheirDeclaration)
         return lines;
     };
     ptz_driver_canon_install_limits(driver);
-    model.field_angle_limits = {5, 500};
-    model.near_focus_limit_default = 2124;
-    ptz_driver_canon_install_limits(driver); // another model's
     Lines expected{"MinZoom 1 in 1..1054",          "MaxZoom 9999 in 1..19999",     "MinFieldAngle 23 in 23..23",
                    "MaxFieldAngle 628 in 628..628", "MinPan -170 in -170..170",     "MaxPan 170 in -170..170",
                    "MinTilt -20 in -20..90",        "MaxTilt 90 in -20..90",        "MinFocus 1 in 1..9999",
                    "MaxFocus 9999 in 9999..9999",   "MinIris 1 in 1..9999",         "MaxIris 9999 in 1..9999",
                    "MinBrightness 1 in 1..9999",    "MaxBrightness 9999 in 1..9999"};
     EXPECT_EQ(rows(framework().tables[0]), expected);
+    model.field_angle_limits = {5, 500};
+    model.near_focus_limit_default = 2124;
+    ptz_driver_canon_install_limits(driver); // another model's
     expected[2] = "MinFieldAngle 5 in 5..5";
     expected[3] = "MaxFieldAngle 500 in 500..500";
     expected[8] = "MinFocus 2124 in 1..9999";
