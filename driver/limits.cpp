@@ -8,7 +8,6 @@
 #include "vcc/model.h"
 
 #include <array>
-#include <map>
 
 namespace {
 
@@ -90,17 +89,25 @@ LimitTable limit_table(MinMax angles, int near_focus)
     };
 }
 
-// The table for that model. The framework may keep its address and its texts, so both last as long as the process: one
-// table for each set of numbers that a model brings, never destroyed.
+// The table that a model's numbers make. The framework may keep the addresses of rows and texts, so both last as long
+// as the process: each table is made once and never freed.
+struct KeptTable {
+    MinMax angles;
+    int near_focus;
+    LimitTable rows;
+    const KeptTable *next;
+};
+
 const PTZParamDefinition *table_for(const CameraModel &model)
 {
-    static auto *const tables = new std::map<std::array<int, 3>, LimitTable>;
+    static const KeptTable *tables = nullptr;
     const MinMax &angles = model.field_angle_limits;
     const int near_focus = model.near_focus_limit_default;
-    const auto [place, added] = tables->try_emplace({angles.min, angles.max, near_focus});
-    if (added)
-        place->second = limit_table(angles, near_focus);
-    return place->second.data();
+    for (const KeptTable *table = tables; table != nullptr; table = table->next)
+        if (table->angles.min == angles.min && table->angles.max == angles.max && table->near_focus == near_focus)
+            return table->rows.data();
+    tables = new KeptTable{angles, near_focus, limit_table(angles, near_focus), tables};
+    return tables->rows.data();
 }
 
 } // namespace
