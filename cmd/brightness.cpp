@@ -4,6 +4,7 @@
 #include "cmd/setting.h"
 #include "core/fixed_point.h"
 #include "core/log.h"
+#include "core/value_map.h"
 #include "utils/status.h"
 
 namespace {
@@ -12,7 +13,8 @@ constexpr ModelRange RANGE{MODEL_RANGE(brightness_range)};
 
 int position_of_level(unsigned level)
 {
-    return truncate_to_int(static_cast<float>(level) * 9998.0f / 100.0f + 1.0f);
+    return truncate_to_int(
+        linear_map(static_cast<float>(level), 0.0f, 100.0f, real(ZENTA_RANGE_MIN), real(ZENTA_RANGE_MAX)));
 }
 
 } // namespace

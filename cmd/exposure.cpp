@@ -4,9 +4,9 @@
 #include "cmd/setting.h"
 #include "core/fixed_point.h"
 #include "core/log.h"
+#include "core/value_map.h"
 #include "vcc/lookup.h"
 #include "vcc/shutter.h"
-#include "vcc/zoom_scale.h"
 
 #include <algorithm>
 
@@ -47,7 +47,7 @@ struct SpotSide {
 SpotSide spot_side(const SpotExposureArea &area, unsigned percent, int model_length)
 {
     const float min = area.coordinate_min, max = area.coordinate_max;
-    const int at = truncate_to_int(static_cast<float>(percent) * (max - min) / 100.0f + min);
+    const int at = truncate_to_int(linear_map(static_cast<float>(percent), 0.0f, 100.0f, min, max));
     const int length = area.size_min > model_length ? int{area.size_min} : std::min(model_length, int{area.size_max});
     if (at < area.position_min)
         return {area.position_min, length};
@@ -166,7 +166,7 @@ gboolean ptz_driver_canon_cmd_max_gain(PTZDriverCanon *self, const char *mode, i
 gboolean ptz_driver_canon_cmd_iris(PTZDriverCanon *self, int value, gboolean invert)
 {
     GUARD(self, FALSE);
-    const int percent = invert ? ptz_driver_canon_mirror(static_cast<float>(value), 0.0f, 100.0f) : value;
+    const int percent = invert ? ptz_driver_canon_mirror(real(value), 0.0f, 100.0f) : value;
     const int code = payload_iris_code(self, percent, value);
     if (code < 0)
         return FALSE;

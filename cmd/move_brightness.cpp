@@ -5,11 +5,11 @@
 #include "cmd/send.h"
 #include "core/guard.h"
 #include "core/log.h"
+#include "core/value_map.h"
 #include "core/zenta.h"
 #include "utils/publish.h"
 #include "utils/status.h"
 #include "vcc/convert.h"
-#include "vcc/zoom_scale.h"
 
 #include <cstdint>
 
@@ -27,7 +27,7 @@ gboolean ptz_driver_canon_cmd_move_brightness(PTZDriverCanon *self, int move_typ
         log_error("Unsupported PTZ move type");
         return FALSE;
     }
-    const int percent = ptz_driver_canon_zenta_to_percent(static_cast<float>(position));
+    const int percent = ptz_driver_canon_zenta_to_percent(real(position));
     now.brightness_level =
         static_cast<std::int8_t>(vccif_percent_to_vcc_range(self->cam_model->brightness_range, percent));
     CommandBuffer commands;

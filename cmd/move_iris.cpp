@@ -6,6 +6,7 @@
 #include "core/fixed_point.h"
 #include "core/guard.h"
 #include "core/log.h"
+#include "core/value_map.h"
 #include "core/zenta.h"
 #include "utils/publish.h"
 #include "utils/status.h"
@@ -33,15 +34,10 @@ struct Exposure {
     int time_us, iris_percent, gain_percent;
 };
 
-float real(int value)
-{
-    return static_cast<float>(value);
-}
-
 // x in a..c onto p..r in a straight line, cut towards zero.
 int map(int x, int a, int c, int p, int r)
 {
-    return truncate_to_int((real(r) - real(p)) * (real(x) - real(a)) / (real(c) - real(a)) + real(p));
+    return truncate_to_int(linear_map(real(x), real(a), real(c), real(p), real(r)));
 }
 
 bool get_exposure_times(const PTZDriverCanon *self, ExposureTimes *times)

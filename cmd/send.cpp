@@ -1,10 +1,10 @@
 #include "cmd/send.h"
 
 #include "core/clock.h"
-#include "core/glib_raii.h"
 #include "core/guard.h"
 #include "core/host.h"
 #include "core/log.h"
+#include "glib_owned.h"
 #include "port/spi_port.h"
 #include "vcc/packet.h"
 

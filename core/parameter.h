@@ -1,7 +1,7 @@
 // A parameter of one of the framework's groups, as it was when it was read.
 #pragma once
 
-#include "core/glib_raii.h"
+#include "glib_owned.h"
 #include "ptzorvel/ptz_dynamical_properties.h"
 
 #include <cstring>
@@ -27,5 +27,10 @@ class Parameter {
     const GValue *value() const { return value_.get(); }
 
   private:
-    GValueOwned value_;
+    static void value_delete(GValue *value)
+    {
+        g_value_unset(value);
+        g_free(value);
+    }
+    GOwned<GValue, value_delete> value_;
 };

@@ -1,10 +1,10 @@
 #include "driver/capture.h"
 
 #include "cmd/capture_mode.h"
-#include "core/glib_raii.h"
 #include "core/host.h"
 #include "core/log.h"
 #include "driver/startup.h"
+#include "glib_owned.h"
 #include "utils/services.h"
 #include "utils/task.h"
 

@@ -1,7 +1,7 @@
 #include "driver/config.h"
 
-#include "core/glib_raii.h"
 #include "core/log.h"
+#include "glib_owned.h"
 #include "hw/temperature_controller.h"
 #include "vcc/model.h"
 #include "vcc/select_model.h"

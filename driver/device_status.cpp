@@ -1,8 +1,8 @@
 #include "driver/device_status.h"
 
 #include "core/clock.h"
-#include "core/glib_raii.h"
 #include "core/log.h"
+#include "glib_owned.h"
 #include "utils/status.h"
 #include "utils/task.h"
 #include "vcc/dump.h"

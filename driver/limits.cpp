@@ -2,9 +2,9 @@
 #include "driver/params.h"
 
 #include "cmd/focus.h"
-#include "core/glib_raii.h"
 #include "core/log.h"
 #include "driver/operations.h"
+#include "glib_owned.h"
 #include "vcc/model.h"
 
 #include <array>

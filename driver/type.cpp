@@ -6,8 +6,8 @@
 #include "driver/config.h"
 #include "driver/host.h"
 #include "driver/operations.h"
-#include "driver/startup.h"
 #include "driver/port_hold.h"
+#include "driver/startup.h"
 #include "port/config.h"
 #include "port/spi_port.h"
 #include "utils/publish.h"
@@ -126,10 +126,11 @@ static void ptz_driver_canon_init(PTZDriverCanon *self)
 static void ptz_driver_canon_finalize(GObject *object)
 {
     auto *self = reinterpret_cast<PTZDriverCanon *>(object);
-    g_byte_array_unref(self->rx_buffer);
     ptz_driver_canon_release_port(self);
     g_clear_object(&self->port);
     g_clear_object(&self->temp_controller);
+    // After the port, whose last operations may still fill it.
+    g_clear_pointer(&self->rx_buffer, g_byte_array_unref);
     g_free(self->current.capture_mode);
     g_free(self->current.default_capture_mode);
     for (GpioLine *line :

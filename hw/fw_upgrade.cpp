@@ -4,6 +4,8 @@
 #include "core/guard.h"
 #include "core/log.h"
 #include "port/config.h"
+#include "port/frame.h"
+#include "port/settings.h"
 #include "port/spi_port.h"
 
 #include <algorithm>
@@ -14,10 +16,10 @@ namespace {
 
 constexpr int UPGRADE_PORT = 1;
 constexpr int BURST_LENGTH = 1024; // bytes
-enum TriggerMode { TRIGGER_LEVEL_THEN_EDGE = 0, TRIGGER_POLL_LEVEL = 1 };
 
-constexpr int READ_MAX = 1020; // bytes of payload in a burst
-constexpr int READ_WORDS[] = {0, 45000};
+constexpr int READ_MAX = BURST_LENGTH - PORT_FRAME_HEADER; // bytes of payload in a burst
+// The two further words of the framework's read operation. The SPI port looks at neither.
+constexpr int READ_WORD_A = 0, READ_WORD_B = 45000;
 constexpr int FLUSH_READS = 3;
 
 constexpr std::int64_t SECOND_US = 1000000;
@@ -103,15 +105,12 @@ class UpgradePort {
         return length;
     }
 
-    void set_transfer(int burst_length, TriggerMode trigger_mode)
+    void set_transfer(int burst_length, PortTriggerMode trigger_mode)
     {
         ptz_port_canon_set_transfer(port_, burst_length, trigger_mode);
     }
 
-    int read(guint8 *bytes, int size)
-    {
-        return ptz_port_canon_read_data(port_, bytes, size, READ_WORDS[0], READ_WORDS[1]);
-    }
+    int read(guint8 *bytes, int size) { return ptz_port_canon_read_data(port_, bytes, size, READ_WORD_A, READ_WORD_B); }
 
     bool write(const Command &command)
     {
@@ -143,7 +142,7 @@ void announce(UpgradePort &port, gsize length)
     start.add_number(static_cast<guint32>(length), 4);
     port.write(start);
     clock_sleep_us(SECOND_US);
-    port.set_transfer(BURST_LENGTH, TRIGGER_POLL_LEVEL);
+    port.set_transfer(BURST_LENGTH, PORT_TRIGGER_POLL_LEVEL);
     guint8 ignored[READ_MAX];
     port.read(ignored, READ_MAX);
     clock_sleep_us(3 * SECOND_US);
@@ -197,8 +196,8 @@ bool send_image(UpgradePort &port, const guint8 *image, gsize length, int *failu
 
 bool transfer(UpgradePort &port, const guint8 *image, gsize length)
 {
-    port.set_transfer(port.burst_length(), TRIGGER_LEVEL_THEN_EDGE);
-    port.set_transfer(BURST_LENGTH, TRIGGER_LEVEL_THEN_EDGE);
+    port.set_transfer(port.burst_length(), PORT_TRIGGER_LEVEL_THEN_EDGE);
+    port.set_transfer(BURST_LENGTH, PORT_TRIGGER_LEVEL_THEN_EDGE);
     if (!flush(port))
         return upgrade_failed();
     announce(port, length);

@@ -1,9 +1,9 @@
 #include "port/config.h"
 
-#include "core/glib_raii.h"
 #include "core/guard.h"
 #include "core/log.h"
 #include "core/paths.h"
+#include "glib_owned.h"
 #include "port/settings.h"
 #include "port/spi_port.h"
 
@@ -20,7 +20,6 @@ constexpr char INTROSPECTION[] = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?><no
                                  "  </interface></node>";
 
 constexpr char COMMON_GROUP[] = "KRX_PORTS";
-constexpr int DEFAULT_BURST_LENGTH = 1024;
 // No board has more; a number beyond is a slip of the pen that would keep the loading busy for hours.
 constexpr int PORTS_MAX = 256;
 
@@ -28,8 +27,8 @@ struct PortRecord {
     GText device;
     int request_pin = 0;
     GText request_pin_named;
-    int burst_len = DEFAULT_BURST_LENGTH;
-    int trig_mode = 0;
+    int burst_len = PORT_BURST_LENGTH_DEFAULT;
+    int trig_mode = PORT_TRIGGER_LEVEL_THEN_EDGE;
 };
 
 // An entry is empty when its group is missing.
@@ -49,17 +48,17 @@ std::string group_name(int index)
 
 constexpr char READ_FAILURE[] = "Failed to read config file parameter %s:%s";
 
-// The integer at `key`, `absent` without such a key, `unreadable` with a warning when it is no integer.
-int optional_integer(GKeyFile *file, const char *group, const char *key, int absent, int unreadable)
+// The integer at `key`, or `fallback` without such a key and, with a warning, when it is no integer.
+int optional_integer(GKeyFile *file, const char *group, const char *key, int fallback)
 {
     if (!g_key_file_has_key(file, group, key, nullptr))
-        return absent;
+        return fallback;
     GErrorSlot error;
     const int value = g_key_file_get_integer(file, group, key, error);
     if (!error)
         return value;
     log_warning(READ_FAILURE, group, key);
-    return unreadable;
+    return fallback;
 }
 
 GText text_or(GKeyFile *file, const char *group, const char *key, const char *fallback)
@@ -83,8 +82,8 @@ PortRecord read_record(GKeyFile *file, const char *group)
         record.request_pin = -1;
         record.request_pin_named = text_or(file, group, "RequestPin", "imc_req");
     }
-    record.burst_len = optional_integer(file, group, "BurstLenght", DEFAULT_BURST_LENGTH, DEFAULT_BURST_LENGTH);
-    record.trig_mode = optional_integer(file, group, "TriggerMode", 0, 0);
+    record.burst_len = optional_integer(file, group, "BurstLenght", PORT_BURST_LENGTH_DEFAULT);
+    record.trig_mode = optional_integer(file, group, "TriggerMode", PORT_TRIGGER_LEVEL_THEN_EDGE);
     return record;
 }
 

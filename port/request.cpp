@@ -14,9 +14,9 @@
 namespace {
 
 constexpr char LABEL[] = "request";
-constexpr int POLLS = 10000;
+constexpr int TIMEOUT_US = REQUEST_TIMEOUT_S * 1000000;
 constexpr int POLL_INTERVAL_US = 1000;
-constexpr int TIMEOUT_S = 10;
+constexpr int POLLS = TIMEOUT_US / POLL_INTERVAL_US;
 constexpr unsigned RISING_EDGE = 8;
 // After a longer pause the first edge may be an old one.
 constexpr std::uint32_t LONG_PAUSE_US = 2800000;
@@ -28,7 +28,7 @@ const char *text_of(const char *text)
 
 void log_timeout()
 {
-    log_warning("Timeout (%ds) occurred while waiting for request!", TIMEOUT_S);
+    log_warning("Timeout (%ds) occurred while waiting for request!", REQUEST_TIMEOUT_S);
 }
 
 struct Moment {
@@ -99,7 +99,7 @@ bool wait_for_high_level(GpioHandle &line, int fd)
             log_error("Failed to get gpio value");
             return false;
         }
-        if (clock_wait_exceptional(fd, TIMEOUT_S * INT64_C(1000000)) <= 0) {
+        if (clock_wait_exceptional(fd, TIMEOUT_US) <= 0) {
             log_timeout();
             return false;
         }
@@ -170,9 +170,9 @@ int ptz_port_canon_wait_request_edge(const GpioLine &request)
 
 int ptz_port_canon_wait_request(const GpioLine &request, int trigger_mode)
 {
-    if (trigger_mode == 1)
+    if (trigger_mode == PORT_TRIGGER_POLL_LEVEL)
         return poll_request(request);
-    if (trigger_mode == 2)
+    if (trigger_mode == PORT_TRIGGER_EDGE)
         return ptz_port_canon_wait_request_edge(request);
     int level = 0;
     if (ptz_port_canon_get_request_level(request, &level) < 0)

@@ -3,9 +3,20 @@
 
 #include <cstdint>
 
+inline constexpr int PORT_BURST_LENGTH_MIN = 16; // bytes; the most is PORT_FRAME_MAX
+inline constexpr int PORT_BURST_LENGTH_DEFAULT = 1024;
+
+// How the request line is awaited before a burst. The numbers stand in configuration files.
+enum PortTriggerMode {
+    PORT_TRIGGER_LEVEL_THEN_EDGE = 0, // read once; a low line is waited for by its rising edge
+    PORT_TRIGGER_POLL_LEVEL = 1,
+    PORT_TRIGGER_EDGE = 2,
+    PORT_TRIGGER_MAX = 3, // as 0, like every number that is none of these
+};
+
 struct PortTransferSettings {
-    int burst_length = 1024; // bytes
-    int trigger_mode = 0;    // 0..3
+    int burst_length = PORT_BURST_LENGTH_DEFAULT; // bytes
+    int trigger_mode = PORT_TRIGGER_LEVEL_THEN_EDGE;
     bool big_endian = false; // received frame headers only
     // Written to the device at open and read back from it.
     std::uint32_t spi_mode = 9; // clock phase 1, least significant bit first

@@ -212,8 +212,10 @@ void install_properties(GObjectClass *klass)
     text(PROP_DEVICE, "device", "Device name", "PTZ Port Device Name", "/dev/spidev1.0");
     number(PROP_REQUEST_PIN, "request_pin", "request pin number", "PTZ Port Request Pin", -1, 9999, -1);
     text(PROP_REQUEST_PIN_NAMED, "request_pin_named", "request pin name", "PTZ Port Request Pin", "imc_req");
-    number(PROP_BURST_LEN, "burst_len", "Burst Length", "PTZ Burst Length", 16, PORT_FRAME_MAX, 1024);
-    number(PROP_TRIG_MODE, "trig_mode", "Trigger Mode", "PTZ Trigger mode", 0, 3, 0);
+    number(PROP_BURST_LEN, "burst_len", "Burst Length", "PTZ Burst Length", PORT_BURST_LENGTH_MIN, PORT_FRAME_MAX,
+           PORT_BURST_LENGTH_DEFAULT);
+    number(PROP_TRIG_MODE, "trig_mode", "Trigger Mode", "PTZ Trigger mode", 0, PORT_TRIGGER_MAX,
+           PORT_TRIGGER_LEVEL_THEN_EDGE);
 }
 
 } // namespace

@@ -14,7 +14,7 @@ struct PTZPortCanon {
     char *device;     // owned, spidev path
     GpioLine request; // name owned; the number is used unless it is -1
     int burst_len;    // bytes clocked per transfer
-    int trig_mode;    // how the request line is awaited, 0..3
+    int trig_mode;    // PortTriggerMode
     GObject *dbus_server;
 };
 
@@ -40,7 +40,7 @@ bool ptz_port_canon_open_ref(PTZPort *port);
 // Undoes one ptz_port_canon_open_ref(): closes the port, then drops one reference.
 void ptz_port_canon_close_unref(PTZPort *port);
 
-// Sets burst length (16..1920) and trigger mode (0..3) together.
+// Sets burst length (16..1920 bytes) and trigger mode (a PortTriggerMode) together.
 void ptz_port_canon_set_transfer(PTZPort *port, int burst_length, int trigger_mode);
 
 // One burst each. Bytes read (0 for an empty frame) or sent (at most 1916), -1 after a message or without a port.

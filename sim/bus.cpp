@@ -1,5 +1,6 @@
 #include "sim/bus.h"
 
+#include "glib_owned.h"
 #include "sim/faces.h"
 
 #include <cstring>
@@ -119,20 +120,18 @@ struct Bus::Impl {
 
 void Bus::Impl::connect()
 {
-    GError *error = nullptr;
-    char *address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
+    GErrorSlot error;
+    const GText address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, error));
     if (address)
         connection = g_dbus_connection_new_for_address_sync(
-            address,
+            address.get(),
             static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                               G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-            nullptr, nullptr, &error);
-    g_free(address);
+            nullptr, nullptr, error);
     if (!connection) {
         if (!complained)
             g_printerr("krx-sim: running without D-Bus: %s\n", error->message);
         complained = true;
-        g_error_free(error);
         retry_later();
         return;
     }
@@ -169,11 +168,10 @@ void Bus::Impl::register_faces()
     // Properties are answered like methods: some of them wrongly, late or never.
     static const GDBusInterfaceVTable kTable{call, nullptr, nullptr, {}};
     for (std::size_t i = 0; i < kFaces.size(); ++i) {
-        GError *error = nullptr;
+        GErrorSlot error;
         if (g_dbus_connection_register_object(connection, kFaces[i].path, nodes[i]->interfaces[0], &kTable, this,
-                                              nullptr, &error) == 0) {
+                                              nullptr, error) == 0) {
             g_printerr("krx-sim: cannot serve on D-Bus: %s\n", error->message);
-            g_error_free(error);
             continue;
         }
         update_name(i);
@@ -182,12 +180,12 @@ void Bus::Impl::register_faces()
 
 bool Bus::Impl::ask_for_name(const char *method, GVariant *arguments, guint32 &answer)
 {
-    GVariant *reply = g_dbus_connection_call_sync(connection, kDBus, "/org/freedesktop/DBus", kDBus, method, arguments,
-                                                  G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+    const GVariantOwned reply(g_dbus_connection_call_sync(connection, kDBus, "/org/freedesktop/DBus", kDBus, method,
+                                                          arguments, G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1,
+                                                          nullptr, nullptr));
     if (!reply)
         return false;
-    g_variant_get(reply, "(u)", &answer);
-    g_variant_unref(reply);
+    g_variant_get(reply.get(), "(u)", &answer);
     return true;
 }
 

@@ -1,4 +1,5 @@
 // krx-image: makes a firmware image that the camera block takes.
+#include "glib_owned.h"
 #include "sim/image.h"
 
 #include <array>
@@ -6,19 +7,12 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <glib.h>
-#include <memory>
 #include <string>
 #include <string_view>
 
 namespace {
 
 constexpr guint64 kMostBytes = guint64{1} << 30;
-
-struct FreeText {
-    void operator()(char *text) const { g_free(text); }
-};
-using Text = std::unique_ptr<char, FreeText>;
 
 int usage_error(const std::string &message)
 {
@@ -69,12 +63,11 @@ bool parse_size(const char *text, std::size_t &size)
 int write_image(const char *path, std::uint32_t version, std::size_t size)
 {
     const std::vector<std::uint8_t> image = sim::make_image(version, size);
-    GError *error = nullptr;
+    GErrorSlot error;
     // Written aside and renamed: whoever reads the path finds a whole image.
     if (!g_file_set_contents(path, reinterpret_cast<const char *>(image.data()), static_cast<gssize>(image.size()),
-                             &error)) {
+                             error)) {
         g_printerr("krx-image: %s\n", error->message);
-        g_error_free(error);
         return 1;
     }
     std::printf("%s: version %08x, %zu bytes\n", path, version, size);
@@ -89,21 +82,19 @@ int run(int argc, char **argv)
         {"version", 'V', 0, G_OPTION_ARG_STRING, &raw_version, "Firmware version, such as 0x01020304", "NUMBER"},
         {"size", 's', 0, G_OPTION_ARG_STRING, &raw_size, "Length of the file, 128 bytes to 1GiB (4MiB)", "BYTES"},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
-    GOptionContext *context = g_option_context_new("FILE - make a firmware image for the simulated camera block");
-    g_option_context_add_main_entries(context, entries, nullptr);
-    g_option_context_set_summary(context, "  krx-image --version 0x01020304 --size 4MiB /tmp/board/IMC.APP");
-    g_option_context_set_description(context, "A size is a number of bytes, or one with KiB, MiB or GiB behind it.\n"
-                                              "Exit status: 0 made, 1 could not be written, 2 usage error.");
-    GError *error = nullptr;
-    const bool parsed = g_option_context_parse(context, &argc, &argv, &error) != FALSE;
-    g_option_context_free(context);
-    const Text version_text(raw_version);
-    const Text size_text(raw_size);
-    if (!parsed) {
-        const std::string message = error->message;
-        g_error_free(error);
-        return usage_error(message);
-    }
+    const GOptionContextOwned context(
+        g_option_context_new("FILE - make a firmware image for the simulated camera block"));
+    g_option_context_add_main_entries(context.get(), entries, nullptr);
+    g_option_context_set_summary(context.get(), "  krx-image --version 0x01020304 --size 4MiB /tmp/board/IMC.APP");
+    g_option_context_set_description(context.get(),
+                                     "A size is a number of bytes, or one with KiB, MiB or GiB behind it.\n"
+                                     "Exit status: 0 made, 1 could not be written, 2 usage error.");
+    GErrorSlot error;
+    const bool parsed = g_option_context_parse(context.get(), &argc, &argv, error) != FALSE;
+    const GText version_text(raw_version);
+    const GText size_text(raw_size);
+    if (!parsed)
+        return usage_error(error->message);
     std::uint32_t version = 0;
     std::size_t size = std::size_t{4} * 1024 * 1024;
     if (argc != 2)

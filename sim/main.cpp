@@ -1,4 +1,5 @@
 // krx-sim: a simulated camera board in a folder.
+#include "glib_owned.h"
 #include "sim/bus.h"
 #include "sim/options.h"
 #include "sim/progress.h"
@@ -46,15 +47,14 @@ int run(const sim::Arguments &arguments)
         std::fprintf(stderr, "krx-sim: %s\n", problem->c_str());
         return 1;
     }
-    GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
-    g_unix_signal_add(SIGINT, quit, loop);
-    g_unix_signal_add(SIGTERM, quit, loop);
+    const GMainLoopOwned loop(g_main_loop_new(nullptr, FALSE));
+    g_unix_signal_add(SIGINT, quit, loop.get());
+    g_unix_signal_add(SIGTERM, quit, loop.get());
     {
         const sim::Bus bus(board);
         std::printf("ready\n");
-        g_main_loop_run(loop);
+        g_main_loop_run(loop.get());
     }
-    g_main_loop_unref(loop);
     board.stop();
     print_counts("Records", board.records());
     print_counts("Faults", board.faults());

@@ -1,16 +1,10 @@
 #include "sim/options.h"
 
+#include "glib_owned.h"
 #include "sim/command.h"
-
-#include <glib.h>
-#include <memory>
 
 namespace sim {
 namespace {
-
-struct FreeContext {
-    void operator()(GOptionContext *context) const { g_option_context_free(context); }
-};
 
 struct Raw {
     char *board = nullptr;
@@ -59,7 +53,7 @@ bool parse(Raw &raw, int argc, char **argv)
         {"verbose", 'v', 0, G_OPTION_ARG_NONE, &raw.verbose, "Also print status reads and line changes", nullptr},
         {"strict", 0, 0, G_OPTION_ARG_NONE, &raw.strict, "Exit with status 3 when an offence was counted", nullptr},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
-    const std::unique_ptr<GOptionContext, FreeContext> context(g_option_context_new("- a simulated camera board"));
+    const GOptionContextOwned context(g_option_context_new("- a simulated camera board"));
     g_option_context_set_summary(
         context.get(),
         "Simulates a pan-tilt-zoom camera board: SPI link, GPIO lines and the camera block behind them.\n"
@@ -71,11 +65,9 @@ bool parse(Raw &raw, int argc, char **argv)
         "\nExit status: 0 ended as asked, 1 could not run, 2 usage error, 3 offences counted with --strict.";
     g_option_context_set_description(context.get(), description.c_str());
     g_option_context_add_main_entries(context.get(), entries, nullptr);
-    GError *error = nullptr;
-    if (!g_option_context_parse(context.get(), &argc, &argv, &error)) {
-        usage_error(error->message);
-        g_error_free(error);
-        return false;
+    GErrorSlot error;
+    if (!g_option_context_parse(context.get(), &argc, &argv, error)) {
+        return usage_error(error->message);
     }
     if (argc > 1)
         return usage_error("unexpected words on the command line");

@@ -10,7 +10,6 @@ namespace {
 
 constexpr std::size_t kChunk = 1016;
 constexpr std::size_t kRewind = 5;
-constexpr std::int64_t kRequestPatienceUs = 10'000'000; // a host waits so long for the request line
 constexpr std::array<std::uint8_t, 12> kStart{0x10, 0x01, 0x00, 0x0C, 0x0B, 0x02, 0x08, 0x11, 0xAA, 0x55, 0xAA, 0x55};
 constexpr std::size_t kStartSize = kStart.size() + 4;
 
@@ -159,7 +158,7 @@ void Upgrade::check_order(std::size_t index, std::int64_t now)
 {
     if (index == expected_)
         return;
-    // While the line was low, the host gave up one chunk every ten seconds.
+    // While the line was low, the host gave up one chunk each time its patience ended.
     const auto given_up = static_cast<std::size_t>((now - chunk_at_) / kRequestPatienceUs);
     for (std::size_t i = 1; i <= given_up && i <= here_.size(); ++i) {
         if (index == back(expected_, i * kRewind))

@@ -21,6 +21,9 @@
 
 namespace sim {
 
+// So long a host waits for the request line before it gives a burst up. Twin of REQUEST_TIMEOUT_S in port/request.h.
+inline constexpr std::int64_t kRequestPatienceUs = 10'000'000;
+
 struct UpgradeTimes {
     std::int64_t prepare_us; // from the start until it is ready
     std::int64_t write_us;   // from the end until the flash is written

@@ -1,8 +1,9 @@
 #include "utils/capabilities.h"
 
 #include "core/fixed_point.h"
-#include "core/glib_raii.h"
 #include "core/log.h"
+#include "core/value_map.h"
+#include "glib_owned.h"
 #include "vcc/model.h"
 
 #include <cstdio>
@@ -15,8 +16,6 @@ constexpr std::size_t VALUE_MAX = 2047;
 constexpr std::size_t ENTRIES_MAX = 10;
 constexpr int SPEED_PIECES_MAX = 100;
 constexpr int SPEED_STEPS = 100; // of pan, tilt and zoom alike
-
-using GTexts = GOwned<char *, g_strfreev>;
 
 // Entries on their way to the caller.
 class Entries {
@@ -83,10 +82,10 @@ std::string zoom_step_list(const PTZDriverCanon *self)
     const int whole_digital = truncate_to_int(self->max_digital_zoom);
     std::string list;
     for (int step = 2; step <= whole_optical; ++step)
-        append_zoom_step(&list, self, static_cast<float>(step), step);
+        append_zoom_step(&list, self, real(step), step);
     // Beyond what the value can hold no step is looked at: the factor comes from a file and may be huge.
     for (int step = 2; step <= whole_digital && list.size() <= VALUE_MAX; step += 2)
-        append_zoom_step(&list, self, static_cast<float>(step) * optical, step * whole_optical);
+        append_zoom_step(&list, self, real(step) * optical, step * whole_optical);
     return list;
 }
 

@@ -1,8 +1,8 @@
 #include "utils/publish.h"
 
 #include "core/fixed_point.h"
-#include "core/glib_raii.h"
 #include "core/log.h"
+#include "glib_owned.h"
 #include "utils/picture.h"
 #include "utils/task.h"
 #include "vcc/status.h"

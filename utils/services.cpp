@@ -1,9 +1,9 @@
 #include "utils/services.h"
 
-#include "core/glib_raii.h"
 #include "core/guard.h"
 #include "core/host.h"
 #include "core/log.h"
+#include "glib_owned.h"
 
 namespace {
 
@@ -12,8 +12,6 @@ constexpr int REPLY_TIMEOUT_MS = 10000;
 constexpr const char *PROPERTIES = "org.freedesktop.DBus.Properties";
 constexpr const char *IMAGE_CONTROL_PATH = "/com/orna/ImageControl/0/0";
 constexpr const char *IMAGE_CONTROL_INTERFACE = "com.orna.ImageControlStream";
-
-using GVariantOwned = GOwned<GVariant, g_variant_unref>;
 
 // A property of a service on the bus.
 struct Property {
@@ -35,14 +33,13 @@ GVariantOwned get_property(PTZDriverCanon *self, const Property &property)
 {
     if (!ptz_driver_canon_utils_get_connection(self))
         return nullptr;
-    GError *error = nullptr;
+    GErrorSlot error;
     GVariantOwned reply(g_dbus_connection_call_sync(self->dbus_connection, property.bus_name, property.path, PROPERTIES,
                                                     "Get", g_variant_new("(ss)", property.interface, property.name),
                                                     nullptr, G_DBUS_CALL_FLAGS_NONE, REPLY_TIMEOUT_MS, host_interrupt(),
-                                                    &error));
-    const GErrorOwned reason(error);
+                                                    error));
     if (!reply)
-        property.failure(reason ? reason->message : "Unknown error");
+        property.failure(error ? error->message : "Unknown error");
     return reply;
 }
 
@@ -84,12 +81,11 @@ gboolean ptz_driver_canon_utils_get_connection(PTZDriverCanon *self)
 {
     if (self->dbus_connection != nullptr)
         return TRUE;
-    GError *error = nullptr;
-    self->dbus_connection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
-    const GErrorOwned reason(error);
+    GErrorSlot error;
+    self->dbus_connection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, error);
     if (self->dbus_connection != nullptr)
         return TRUE;
-    log_error("Failed to get DBus connection, %s", reason ? reason->message : "Unknown error");
+    log_error("Failed to get DBus connection, %s", error ? error->message : "Unknown error");
     return FALSE;
 }
 

@@ -1,9 +1,9 @@
 #include "utils/status.h"
 
 #include "core/clock.h"
-#include "core/glib_raii.h"
 #include "core/guard.h"
 #include "core/host.h"
+#include "glib_owned.h"
 #include "port/spi_port.h"
 #include "utils/publish.h"
 #include "vcc/convert.h"

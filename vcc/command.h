@@ -1,4 +1,4 @@
-// Command records: a row of rows.h filled with its parameters.
+// Command records: a row of rows.def filled with its parameters.
 #pragma once
 
 #include "vcc/row.h"

@@ -3,6 +3,7 @@
 #include "core/fixed_point.h"
 #include "core/instance.h"
 #include "core/log.h"
+#include "core/value_map.h"
 #include "core/zenta.h"
 #include "vcc/status.h"
 
@@ -10,30 +11,25 @@
 
 namespace {
 
-constexpr float PAN_DEGREES = 340.0f, PAN_DEGREE_MIN = -170.0f;
-constexpr float TILT_DEGREES = 110.0f, TILT_DEGREE_MIN = -20.0f;
-constexpr float DIGITAL_ZOOM_SPAN = 9999.0f;
-constexpr float MAGNIFICATION_STEPS = 256.0f;
+// One of the framework's scales: where it begins and ends.
+struct Scale {
+    float first, last;
+};
+constexpr Scale PAN_DEGREES{-170.0f, 170.0f};
+constexpr Scale TILT_DEGREES{-20.0f, 90.0f};
+constexpr Scale PERCENT{0.0f, 100.0f};
+constexpr Scale POSITION{real(ZENTA_RANGE_MIN), real(ZENTA_RANGE_MAX)}; // optical zoom, focus
+constexpr Scale DIGITAL_ZOOM{real(ZENTA_DIGITAL_ZOOM_MIN), real(ZENTA_ZOOM_MAX)};
+constexpr float MAGNIFICATION_STEPS = 256.0f; // per unit of magnification, in the camera's commands
 
-constexpr float real(int value)
+float to_vcc(const MinMax &range, const Scale &scale, float value)
 {
-    return static_cast<float>(value);
+    return linear_map(value, scale.first, scale.last, real(range.min), real(range.max));
 }
 
-constexpr float span(const MinMax &range)
+float from_vcc(const MinMax &range, const Scale &scale, int value)
 {
-    return real(range.max) - real(range.min);
-}
-
-float scale_percent(const MinMax &range, float percent)
-{
-    return span(range) * percent / 100.0f + real(range.min);
-}
-
-// Zoom and focus positions run over 1..9999.
-float scale_position(const MinMax &range, int position)
-{
-    return span(range) * (real(position) - 1.0f) / 9998.0f + real(range.min);
+    return linear_map(real(value), real(range.min), real(range.max), scale.first, scale.last);
 }
 
 // What the status gives as mantissa / 2^exponent.
@@ -46,33 +42,29 @@ int percent_to_speed(const SpeedRow *table, const MinMax &range, float percent)
 {
     if (table != nullptr)
         return static_cast<int>(vccif_interpolate_speed(table, percent));
-    return truncate_to_int(scale_percent(range, percent));
+    return truncate_to_int(to_vcc(range, PERCENT, percent));
 }
 
 } // namespace
 
 int vccif_degree_to_vcc_pan(const CameraModel *model, float degree)
 {
-    const MinMax &range = model->pan_vcc_range;
-    return truncate_to_int(span(range) * (degree - PAN_DEGREE_MIN) / PAN_DEGREES + real(range.min));
+    return truncate_to_int(to_vcc(model->pan_vcc_range, PAN_DEGREES, degree));
 }
 
 float vccif_vcc_to_degree_pan(const CameraModel *model, int position)
 {
-    const MinMax &range = model->pan_vcc_range;
-    return (real(position) - real(range.min)) * PAN_DEGREES / span(range) + PAN_DEGREE_MIN;
+    return from_vcc(model->pan_vcc_range, PAN_DEGREES, position);
 }
 
 int vccif_degree_to_vcc_tilt(const CameraModel *model, float degree)
 {
-    const MinMax &range = model->tilt_vcc_range;
-    return truncate_to_int(span(range) * (degree - TILT_DEGREE_MIN) / TILT_DEGREES + real(range.min));
+    return truncate_to_int(to_vcc(model->tilt_vcc_range, TILT_DEGREES, degree));
 }
 
 float vccif_vcc_to_degree_tilt(const CameraModel *model, int position)
 {
-    const MinMax &range = model->tilt_vcc_range;
-    return (real(position) - real(range.min)) * TILT_DEGREES / span(range) + TILT_DEGREE_MIN;
+    return from_vcc(model->tilt_vcc_range, TILT_DEGREES, position);
 }
 
 int vccif_percent_to_vcc_pan_speed(const PTZDriverCanon *self, float percent)
@@ -89,10 +81,8 @@ unsigned vccif_interpolate_speed(const SpeedRow *table, float percent)
 {
     for (const SpeedRow *row = table; row != nullptr && row[0].percent != -1 && row[1].percent != -1; row++) {
         const float low = real(row[0].percent), high = real(row[1].percent);
-        if (low <= percent && percent <= high) {
-            const float speed = real(row[0].speed);
-            return truncate_to_unsigned((percent - low) * (real(row[1].speed) - speed) / (high - low) + speed);
-        }
+        if (low <= percent && percent <= high)
+            return truncate_to_unsigned(linear_map(percent, low, high, real(row[0].speed), real(row[1].speed)));
     }
     log_warning("The pan tilt speed is not supported.");
     return 0;
@@ -100,25 +90,27 @@ unsigned vccif_interpolate_speed(const SpeedRow *table, float percent)
 
 unsigned vccif_zenta_to_vcc_zoom(const CameraModel *model, int zoom)
 {
-    return truncate_to_unsigned(scale_position(model->optical_zoom_vcc_range, zoom));
+    return truncate_to_unsigned(to_vcc(model->optical_zoom_vcc_range, POSITION, real(zoom)));
 }
 
 // A magnification is computed before its distance from 1: "+ 1 - 1" is not idle in single precision.
 unsigned vccif_zenta_to_vcc_optical_magnification(const CameraModel *model, int zoom)
 {
-    const float magnification = (real(zoom) - 1.0f) * (model->max_optical_magnification - 1.0f) / 9998.0f + 1.0f;
+    const float magnification =
+        linear_map(real(zoom), POSITION.first, POSITION.last, 1.0f, model->max_optical_magnification);
     return truncate_to_unsigned((magnification - 1.0f) * MAGNIFICATION_STEPS);
 }
 
 unsigned vccif_zenta_to_vcc_digital_zoom(const CameraModel *model, int digital_zoom)
 {
-    const float factor = (model->max_digital_magnification - 1.0f) * real(digital_zoom) / DIGITAL_ZOOM_SPAN + 1.0f;
+    const float factor = linear_map(real(digital_zoom), 0.0f, DIGITAL_ZOOM.last - DIGITAL_ZOOM.first, 1.0f,
+                                    model->max_digital_magnification);
     return truncate_to_unsigned((factor - 1.0f) * MAGNIFICATION_STEPS);
 }
 
 int vccif_percent_to_vcc_zoom_speed(const CameraModel *model, float percent)
 {
-    return truncate_to_int(scale_percent(model->zoom_speed_range, percent));
+    return truncate_to_int(to_vcc(model->zoom_speed_range, PERCENT, percent));
 }
 
 float vccif_get_zoom_magnification()
@@ -141,32 +133,28 @@ int vccif_magnification_to_zenta_zoom(const CameraModel *model, float magnificat
 {
     const float optical = model->max_optical_magnification;
     if (optical >= magnification)
-        return truncate_to_int((magnification - 1.0f) * 9998.0f / (optical - 1.0f) + 1.0f);
-    const float span_beyond = optical * model->max_digital_magnification - optical;
-    return truncate_to_int((magnification - optical) * DIGITAL_ZOOM_SPAN / span_beyond + 10000.0f);
+        return truncate_to_int(linear_map(magnification, 1.0f, optical, POSITION.first, POSITION.last));
+    const float largest = optical * model->max_digital_magnification;
+    return truncate_to_int(linear_map(magnification, optical, largest, DIGITAL_ZOOM.first, DIGITAL_ZOOM.last));
 }
 
 int vccif_zenta_to_vcc_focus(const CameraModel *model, int focus)
 {
-    return truncate_to_int(scale_position(model->focus_vcc_range, focus));
+    return truncate_to_int(to_vcc(model->focus_vcc_range, POSITION, real(focus)));
 }
 
 int vccif_vcc_to_zenta_focus(const CameraModel *model, int position)
 {
-    const MinMax &range = model->focus_vcc_range;
-    const float focus = (real(position) - real(range.min)) * 9998.0f / span(range) + 1.0f;
-    return std::min(truncate_to_int(focus), ZENTA_RANGE_MAX);
+    return std::min(truncate_to_int(from_vcc(model->focus_vcc_range, POSITION, position)), ZENTA_RANGE_MAX);
 }
 
 int vccif_percent_to_vcc_focus_speed(const CameraModel *model, int percent)
 {
-    return truncate_to_int(scale_percent(model->focus_speed_range, real(percent)));
+    return truncate_to_int(to_vcc(model->focus_speed_range, PERCENT, real(percent)));
 }
 
 int vccif_percent_to_vcc_range(const Range *range, int level)
 {
-    const float min = real(range->min), mid = real(range->mid), max = real(range->max);
-    if (level > 50)
-        return truncate_to_int((max - mid) * (real(level) - 50.0f) / 50.0f + mid);
-    return truncate_to_int(real(level) * (mid - min) / 50.0f + min);
+    return ptz_driver_canon_map2(real(level), 0.0f, 50.0f, 100.0f, real(range->min), real(range->mid),
+                                 real(range->max));
 }

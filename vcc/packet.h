@@ -5,7 +5,7 @@
 // The port puts its own frame around a packet and takes it off again; nothing of the frame is known here.
 #pragma once
 
-#include "core/glib_raii.h"
+#include "glib_owned.h"
 
 #include <cstddef>
 

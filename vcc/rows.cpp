@@ -4,76 +4,17 @@
 
 namespace {
 
-constexpr VccRowInfo all_rows[] = {
-    kFocusMode.info(),
-    kFocusPosition.info(),
-    kFocusSpeed.info(),
-    kIrCorrection.info(),
-    kAutoFocusSensitivity.info(),
-    kAutoFocusMode.info(),
-    kAutoFocusIntervalTime.info(),
-    kAutoFocusActivityTime.info(),
-    kAutoFocusNearLimit.info(),
-    kZoomStop.info(),
-    kZoomOpticalPosition.info(),
-    kZoomDigitalPosition.info(),
-    kZoomSpeed.info(),
-    kZoomMagnification.info(),
-    kExposureMode.info(),
-    kBrightnessLevel.info(),
-    kIrisLevelA.info(),
-    kShutter.info(),
-    kGain.info(),
-    kExposureWindow.info(),
-    kMaximumGain.info(),
-    kShutterLimits.info(),
-    kAutoExposureResponse.info(),
-    kSpotExposurePosition.info(),
-    kIrisLevelB.info(),
-    kWhiteBalanceMode.info(),
-    kWhiteBalanceRedGain.info(),
-    kWhiteBalanceBlueGain.info(),
-    kWhiteBalanceRedGainSet.info(),
-    kWhiteBalanceBlueGainSet.info(),
-    kOnePushWhiteBalance.info(),
-    kColourLevel.info(),
-    kColourHue.info(),
-    kChromaSuppression.info(),
-    kDayNightMode.info(),
-    kIrCutFilter.info(),
-    kDayNightThreshold.info(),
-    kDayNightHysteresis.info(),
-    kDayNightWaitingTime.info(),
-    kImageStabilization.info(),
-    kDistortionCorrection.info(),
-    kSharpness.info(),
-    kNoiseReduction.info(),
-    kDefog.info(),
-    kDefogEffect.info(),
-    kWdr.info(),
-    kGamma.info(),
-    kSoftwareReset.info(),
-    kImageSensorHalt.info(),
-    kPanSpeed.info(),
-    kTiltSpeed.info(),
-    kPanTiltPosition.info(),
-    kPanTiltStop.info(),
-    kPanPosition.info(),
-    kTiltPosition.info(),
-    kRotation.info(),
-    kVideoMode.info(),
-    kVideoOutput.info(),
-    kScanMode.info(),
-    kCaptureFrameRate.info(),
-    kSdiMapping.info(),
-    kSensorCaptureMode.info(),
+#define VCC_ROW(constant, ...) constant.info(),
+constexpr VccRowInfo ALL_ROWS[] = {
+#include "vcc/rows.def"
 };
+#undef VCC_ROW
 
 } // namespace
 
 std::span<const VccRowInfo> vcc_rows()
 {
-    return all_rows;
+    return ALL_ROWS;
 }
 
 std::string vcc_row_pattern(const VccRowInfo &row)

@@ -1,4 +1,4 @@
-// The zoom scale of the driver object, and three value functions that movements share. All compute in single precision.
+// The zoom scale of the driver object, in single precision.
 #pragma once
 
 struct PTZDriverCanon;
@@ -9,12 +9,3 @@ float ptz_driver_canon_zoom_mag_to_zenta(const PTZDriverCanon *self, float magni
 
 // Zoom position to magnification. 0 gives 1.0; anything above 19999, and below 0, gives the largest magnification.
 float ptz_driver_canon_zoom_zenta_to_mag(const PTZDriverCanon *self, int zoom);
-
-// Maps a < b < c onto p, q, r in two straight pieces that meet at b, cut towards zero.
-int ptz_driver_canon_map2(float x, float a, float b, float c, float p, float q, float r);
-
-// c - (x - a), cut towards zero: the other way round in a..c.
-int ptz_driver_canon_mirror(float x, float a, float c);
-
-// Position 1..9999 to percent 0..100, cut towards zero.
-int ptz_driver_canon_zenta_to_percent(float position);

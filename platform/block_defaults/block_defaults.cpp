@@ -1,9 +1,10 @@
 #include "block_defaults/block_defaults.h"
 
+#include "glib_owned.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <syslog.h>
@@ -14,13 +15,6 @@ struct _BlockDefaults {
 };
 
 namespace {
-
-struct KeyFileRelease {
-    void operator()(GKeyFile *file) const { g_key_file_unref(file); }
-};
-struct GFreeRelease {
-    void operator()(char *text) const { g_free(text); }
-};
 
 std::mutex defaults_mutex;
 std::map<std::string, BlockDefaults> defaults_by_block; // nodes stay where they are: handles are their addresses
@@ -33,7 +27,7 @@ std::string defaults_path()
 
 std::string read_text(GKeyFile *file, const char *group, const char *key)
 {
-    const std::unique_ptr<char, GFreeRelease> text(g_key_file_get_string(file, group, key, nullptr));
+    const GText text(g_key_file_get_string(file, group, key, nullptr));
     return text != nullptr ? text.get() : "";
 }
 
@@ -54,13 +48,12 @@ BlockDefaults *block_defaults_init(const char *block_name, const char *block_ver
     if (block_name == nullptr || block_version == nullptr)
         return nullptr;
     const std::string path = defaults_path();
-    const std::unique_ptr<GKeyFile, KeyFileRelease> file(g_key_file_new());
-    GError *error = nullptr;
-    if (!g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_NONE, &error)) {
+    const GKeyFileOwned file(g_key_file_new());
+    GErrorSlot error;
+    if (!g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_NONE, error)) {
         // A camera without stored defaults is a normal camera; an unreadable store is not.
-        if (!g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT))
+        if (!g_error_matches(error.get(), G_FILE_ERROR, G_FILE_ERROR_NOENT))
             syslog(LOG_WARNING, "Block defaults are not used: %s: %s", path.c_str(), error->message);
-        g_error_free(error);
         return nullptr;
     }
     if (read_text(file.get(), block_name, "Version") != block_version)

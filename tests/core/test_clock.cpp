@@ -1,5 +1,5 @@
 #include "core/clock.h"
-#include "core/glib_raii.h"
+#include "glib_owned.h"
 
 #include <algorithm>
 #include <cerrno>

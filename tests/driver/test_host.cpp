@@ -1,9 +1,9 @@
 // What a host reads of the driver and asks of it, and what the driver notes of its own life.
 #include "cmd/stop.h"
 #include "core/clock.h"
-#include "core/glib_raii.h"
 #include "driver/device_status.h"
 #include "driver/startup.h"
+#include "glib_owned.h"
 #include "host/driver_host.h"
 #include "tests/support/driver_fixture.h"
 #include "tests/support/fake_hardware.h"

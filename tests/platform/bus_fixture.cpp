@@ -1,6 +1,6 @@
 #include "tests/platform/bus_fixture.h"
 
-#include "core/glib_raii.h"
+#include "glib_owned.h"
 
 std::string print(GVariant *value)
 {
@@ -42,7 +42,7 @@ void Client::take_name(const char *name)
 
 ReplyPtr Client::send(const char *method, const char *arguments)
 {
-    const GOwned<GVariant, g_variant_unref> parsed(g_variant_parse(nullptr, arguments, nullptr, nullptr, nullptr));
+    const GVariantOwned parsed(g_variant_parse(nullptr, arguments, nullptr, nullptr, nullptr));
     g_assert_nonnull(parsed.get());
     return send_to("/com/orna/PTZ", "com.orna.PTZ", method, parsed.get());
 }
@@ -52,8 +52,7 @@ ReplyPtr Client::send_to(const char *path, const char *interface, const char *me
     const auto finished = [](GObject *source, GAsyncResult *result, gpointer data) {
         const std::unique_ptr<ReplyPtr> reply(static_cast<ReplyPtr *>(data));
         GError *error = nullptr;
-        const GOwned<GVariant, g_variant_unref> value(
-            g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error));
+        const GVariantOwned value(g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error));
         (*reply)->done = true;
         if (value != nullptr) {
             (*reply)->text = print(value.get());

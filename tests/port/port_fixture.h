@@ -1,7 +1,7 @@
 // A port on fake hardware, in virtual time, with its messages caught.
 #pragma once
 
-#include "core/glib_raii.h"
+#include "glib_owned.h"
 #include "port/settings.h"
 #include "port/spi_port.h"
 #include "tests/support/capture.h"

@@ -1,4 +1,6 @@
 // Firmware upgrades of the simulated block.
+#include "port/request.h"
+#include "sim/upgrade.h"
 #include "tests/scenario/board_fixture.h"
 
 namespace {
@@ -23,6 +25,12 @@ TEST_F(OnBoardWithFirmware, IsUpgradedOnce)
     EXPECT_TRUE(up_to_date());
     EXPECT_EQ(log.count("info: Camera block firmware upgrade is finished"), 1);
     EXPECT_EQ(board.offences(), sim::Counts{});
+}
+
+// The block tells a chunk that was given up from an offence by the time that a host waits.
+TEST(RequestPatience, OfTheBlockIsTheTimeOutOfThePort)
+{
+    EXPECT_EQ(sim::kRequestPatienceUs, REQUEST_TIMEOUT_S * std::int64_t{1000000});
 }
 
 TEST_F(OnBoardWithFirmware, AnUpgradeCutOffAnywhereIsMadeUpFor)

@@ -1,7 +1,7 @@
 #include "tests/support/driver_fixture.h"
 
-#include "core/glib_raii.h"
 #include "driver/type.h"
+#include "glib_owned.h"
 
 #include <cstdarg>
 

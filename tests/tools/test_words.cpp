@@ -1,8 +1,8 @@
 // What people type, and what machines read: numbers, axes, options, JSON.
+#include "glib_owned.h"
 #include "tools/ptzctl/arguments.h"
 #include "tools/ptzctl/axes.h"
 #include "tools/ptzctl/failure.h"
-#include "tools/ptzctl/glib_owned.h"
 #include "tools/ptzctl/json.h"
 #include "tools/ptzctl/numbers.h"
 #include "tools/ptzctl/standstill.h"
@@ -46,15 +46,15 @@ TEST(Json, WritesEveryKindOfValueAndEscapesWhatATextMayNotHold)
 {
     EXPECT_EQ(json_text("a\"b\\c/d\t\n\x01\x7f gr\xc3\xbcn \xff"),
               "\"a\\\"b\\\\c/d\\u0009\\u000a\\u0001\\u007f gr\xc3\xbcn \xef\xbf\xbd\"");
-    VariantOwned value(g_variant_parse(nullptr,
-                                       "(true, byte 255, int16 -32768, uint32 4294967295, int64 -9007199254740993, "
-                                       "12.5, ['text'], <'boxed'>, @ms nothing, {'on': <true>}, @a{sv} {}, @as [], "
-                                       "{uint16 7: 'seven'})",
-                                       nullptr, nullptr, nullptr));
+    GVariantOwned value(g_variant_parse(nullptr,
+                                        "(true, byte 255, int16 -32768, uint32 4294967295, int64 -9007199254740993, "
+                                        "12.5, ['text'], <'boxed'>, @ms nothing, {'on': <true>}, @a{sv} {}, @as [], "
+                                        "{uint16 7: 'seven'})",
+                                        nullptr, nullptr, nullptr));
     EXPECT_EQ(json_from_variant(value.get()),
               "[true,255,-32768,4294967295,-9007199254740993,12.5,[\"text\"],\"boxed\",null,{\"on\":true},{},[],"
               "{\"7\":\"seven\"}]");
-    VariantOwned not_finite(g_variant_ref_sink(g_variant_new_double(G_MAXDOUBLE * 2)));
+    GVariantOwned not_finite(g_variant_ref_sink(g_variant_new_double(G_MAXDOUBLE * 2)));
     EXPECT_EQ(json_from_variant(not_finite.get()), "null");
 }
 

@@ -1,5 +1,5 @@
-#include "core/glib_raii.h"
 #include "driver/capture.h"
+#include "glib_owned.h"
 #include "tests/support/bus_fake.h"
 #include "tests/support/driver_fixture.h"
 #include "utils/capabilities.h"

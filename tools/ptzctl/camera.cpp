@@ -37,10 +37,10 @@ bool stay(Service &service, std::optional<double> seconds)
     return end == LoopEnd::Finished;
 }
 
-VariantOwned get_parameter(Service &service, const std::string &group, const std::string &name)
+GVariantOwned get_parameter(Service &service, const std::string &group, const std::string &name)
 {
-    VariantOwned boxed = service.result("GetParameter", g_variant_new("(ss)", group.c_str(), name.c_str()), "(v)");
-    return VariantOwned(g_variant_get_variant(boxed.get()));
+    GVariantOwned boxed = service.result("GetParameter", g_variant_new("(ss)", group.c_str(), name.c_str()), "(v)");
+    return GVariantOwned(g_variant_get_variant(boxed.get()));
 }
 
 void set_parameter(Service &service, const std::string &group, const std::string &name, const std::string &text)

@@ -20,7 +20,7 @@ void send_move(Service &service, const std::vector<AxisMove> &moves, double spee
 bool stay(Service &service, std::optional<double> seconds = std::nullopt);
 
 // A parameter's value, and setting it (a text is converted to its kind).
-VariantOwned get_parameter(Service &service, const std::string &group, const std::string &name);
+GVariantOwned get_parameter(Service &service, const std::string &group, const std::string &name);
 void set_parameter(Service &service, const std::string &group, const std::string &name, const std::string &text);
 
 // Polls until the state is `wanted`, also while no ptzd is there yet. Throws Failure (EXIT_NO_ANSWER) after `seconds`.

@@ -25,7 +25,7 @@ class Context {
     // The object {"KEY": value}.
     void object_of(const char *key, GVariant *value);
     // A list of texts: each on its line, or {"KEY": [...]}.
-    void texts(const char *key, const VariantOwned &list);
+    void texts(const char *key, const GVariantOwned &list);
     // What a command without results says: `text`, or {"ok":true}.
     void done(const std::string &text);
 

@@ -63,11 +63,11 @@ void show_groups(Context &context, GVariant *groups)
     while (g_variant_iter_loop(&iterator, "{&s@a{sv}}", &name, &fields)) {
         context.line(printable(name));
         for (gsize i = 0; i < g_variant_n_children(fields); i++) {
-            VariantOwned entry(g_variant_get_child_value(fields, i));
+            GVariantOwned entry(g_variant_get_child_value(fields, i));
             const char *key = nullptr;
             GVariant *value = nullptr;
             g_variant_get(entry.get(), "{&sv}", &key, &value);
-            VariantOwned owned(value);
+            GVariantOwned owned(value);
             context.line(format_text("  %-26s %s", printable(key).c_str(), json_from_variant(value).c_str()));
         }
     }
@@ -132,7 +132,7 @@ ExitStatus run_position(Context &context, Arguments &arguments)
 ExitStatus run_fov(Context &context, Arguments &arguments)
 {
     arguments.words(0, 0);
-    VariantOwned fields = context.service().result("GetFieldOfView", nullptr, "(a{sd})");
+    GVariantOwned fields = context.service().result("GetFieldOfView", nullptr, "(a{sd})");
     if (context.json()) {
         context.object(fields.get());
         return EXIT_DONE;
@@ -151,7 +151,7 @@ ExitStatus run_angle_to_zoom(Context &context, Arguments &arguments)
     const double angle = parse_number(arguments.words(1, 1)[0], "the angle");
     const double scale = scale_text ? parse_number(*scale_text, "--scale") : 100;
 
-    VariantOwned zoom = context.service().result("AngleToZoom", g_variant_new("(dd)", angle, scale), "(d)");
+    GVariantOwned zoom = context.service().result("AngleToZoom", g_variant_new("(dd)", angle, scale), "(d)");
     if (context.json())
         context.object_of("zoom", zoom.get());
     else
@@ -172,9 +172,9 @@ ExitStatus run_published(Context &context, Arguments &arguments)
 {
     arguments.words(0, 0);
     Service &service = context.service();
-    VariantOwned published = service.result("GetPublished", nullptr, "(a{sa{sv}})");
-    VariantOwned caches = service.result("GetDataCaches", nullptr, "(a{sa{sv}})");
-    VariantOwned video = service.result("GetVideo", nullptr, "(a{sb})");
+    GVariantOwned published = service.result("GetPublished", nullptr, "(a{sa{sv}})");
+    GVariantOwned caches = service.result("GetDataCaches", nullptr, "(a{sa{sv}})");
+    GVariantOwned video = service.result("GetVideo", nullptr, "(a{sb})");
     if (context.json()) {
         GVariantBuilder object;
         g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);

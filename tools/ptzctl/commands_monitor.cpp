@@ -38,13 +38,13 @@ void show_signal(Context &context, const char *name, GVariant *parameters)
     }
     std::string text = name;
     for (gsize i = 0; i < g_variant_n_children(parameters); i++) {
-        VariantOwned value(g_variant_get_child_value(parameters, i));
+        GVariantOwned value(g_variant_get_child_value(parameters, i));
         text += " " + json_from_variant(value.get());
     }
     context.line(text);
 }
 
-VariantOwned ask_status(Service &service)
+GVariantOwned ask_status(Service &service)
 {
     return service.result("GetStatus", nullptr, "(a{sv})");
 }
@@ -79,9 +79,9 @@ void show_status(Context &context, GVariant *status)
         row("errors", printable(text) + format_text(" (%04x)", bits));
     else
         row("errors", reported ? "none" : "none reported yet");
-    VariantOwned reports(g_variant_lookup_value(status, "reports", G_VARIANT_TYPE("a{ss}")));
+    GVariantOwned reports(g_variant_lookup_value(status, "reports", G_VARIANT_TYPE("a{ss}")));
     for (gsize i = 0; reports && i < g_variant_n_children(reports.get()); i++) {
-        VariantOwned report(g_variant_get_child_value(reports.get(), i));
+        GVariantOwned report(g_variant_get_child_value(reports.get(), i));
         const char *name = nullptr;
         g_variant_get(report.get(), "{&s&s}", &name, &text);
         row(report_label(name), printable(text));
@@ -109,7 +109,7 @@ void on_vanished(GDBusConnection *, const char *, gpointer data)
 ExitStatus run_status(Context &context, Arguments &arguments)
 {
     arguments.words(0, 0);
-    VariantOwned status = ask_status(context.service());
+    GVariantOwned status = ask_status(context.service());
     if (context.json())
         context.object(status.get());
     else
@@ -127,9 +127,9 @@ ExitStatus run_monitor(Context &context, Arguments &arguments)
     monitor.watch = g_bus_watch_name_on_connection(monitor.bus, kServiceName, G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr,
                                                    on_vanished, &monitor, nullptr);
     // What happens from here on is shown after it: signals are delivered by the loop.
-    VariantOwned status = ask_status(context.service());
+    GVariantOwned status = ask_status(context.service());
     GVariant *snapshot[] = {status.get()};
-    VariantOwned values(g_variant_ref_sink(g_variant_new_tuple(snapshot, 1)));
+    GVariantOwned values(g_variant_ref_sink(g_variant_new_tuple(snapshot, 1)));
     show_signal(context, "Snapshot", values.get());
     run_loop(kLookEveryMs, [&] { return !monitor.failure && !monitor.service_gone; });
     if (monitor.failure)

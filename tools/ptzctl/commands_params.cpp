@@ -8,17 +8,17 @@ namespace {
 // The lookup's value as a text; "" when there is none.
 std::string lookup_text(GVariant *entry, const char *key)
 {
-    VariantOwned value(g_variant_lookup_value(entry, key, nullptr));
+    GVariantOwned value(g_variant_lookup_value(entry, key, nullptr));
     return value ? value_text(value.get()) : "";
 }
 
 // What a parameter takes besides its kind: "1..9999", "auto, manual", or nothing.
 std::string range_text(GVariant *entry)
 {
-    VariantOwned choices(g_variant_lookup_value(entry, "choices", G_VARIANT_TYPE("a(ss)")));
+    GVariantOwned choices(g_variant_lookup_value(entry, "choices", G_VARIANT_TYPE("a(ss)")));
     std::string text;
     for (gsize i = 0; choices && i < g_variant_n_children(choices.get()); i++) {
-        VariantOwned choice(g_variant_get_child_value(choices.get(), i));
+        GVariantOwned choice(g_variant_get_child_value(choices.get(), i));
         const char *value = nullptr;
         g_variant_get(choice.get(), "(&s&s)", &value, nullptr);
         text += (text.empty() ? "" : ", ") + printable(value);
@@ -33,7 +33,7 @@ std::string range_text(GVariant *entry)
 
 void list_params(Context &context, const std::string &group)
 {
-    VariantOwned list =
+    GVariantOwned list =
         context.service().result("ListParameters", g_variant_new("(s)", valid_text(group).c_str()), "(aa{sv})");
     if (context.json()) {
         context.object_of("parameters", list.get());
@@ -41,8 +41,8 @@ void list_params(Context &context, const std::string &group)
     }
     context.line(format_text("%-11s %-26s %-8s %-26s %s", "GROUP", "NAME", "KIND", "VALUE", "RANGE"));
     for (gsize i = 0; i < g_variant_n_children(list.get()); i++) {
-        VariantOwned entry(g_variant_get_child_value(list.get(), i));
-        VariantOwned value(g_variant_lookup_value(entry.get(), "value", nullptr));
+        GVariantOwned entry(g_variant_get_child_value(list.get(), i));
+        GVariantOwned value(g_variant_lookup_value(entry.get(), "value", nullptr));
         context.line(format_text("%-11s %-26s %-8s %-26s %s", lookup_text(entry.get(), "group").c_str(),
                                  lookup_text(entry.get(), "name").c_str(), lookup_text(entry.get(), "kind").c_str(),
                                  value ? value_text(value.get()).c_str() : "-", range_text(entry.get()).c_str()));
@@ -70,7 +70,7 @@ ParamName take_name(std::vector<std::string> &words)
 
 void get_param(Context &context, const ParamName &param)
 {
-    VariantOwned value = get_parameter(context.service(), param.group, param.name);
+    GVariantOwned value = get_parameter(context.service(), param.group, param.name);
     if (!context.json()) {
         context.line(value_text(value.get()));
         return;

@@ -117,7 +117,7 @@ class Tour {
     void field_of_view()
     {
         step_ = "the field of view follows the zoom";
-        VariantOwned fields = service_.result("GetFieldOfView", nullptr, "(a{sd})");
+        GVariantOwned fields = service_.result("GetFieldOfView", nullptr, "(a{sd})");
         double now = 0, widest = 0;
         g_variant_lookup(fields.get(), "horizontal", "d", &now);
         g_variant_lookup(fields.get(), "widest", "d", &widest);
@@ -175,7 +175,7 @@ class Tour {
     {
         for (const auto &[category, count] : {std::pair("focus", 2u), std::pair("speed", 3u), std::pair("zoom", 4u)}) {
             step_ = std::string("capabilities of ") + category;
-            VariantOwned list = service_.result("GetCapabilities", g_variant_new("(s)", category), "(as)");
+            GVariantOwned list = service_.result("GetCapabilities", g_variant_new("(s)", category), "(as)");
             const gsize found = g_variant_n_children(list.get());
             end(found >= count, std::to_string(found) + " entries");
         }

@@ -23,7 +23,7 @@ void Context::line(const std::string &text)
 
 void Context::object(GVariant *object)
 {
-    VariantOwned owned(g_variant_ref_sink(object));
+    GVariantOwned owned(g_variant_ref_sink(object));
     line(json_from_variant(object));
 }
 
@@ -35,14 +35,14 @@ void Context::object_of(const char *key, GVariant *value)
     this->object(g_variant_builder_end(&object));
 }
 
-void Context::texts(const char *key, const VariantOwned &list)
+void Context::texts(const char *key, const GVariantOwned &list)
 {
     if (json_) {
         object_of(key, list.get());
         return;
     }
     for (gsize i = 0; i < g_variant_n_children(list.get()); i++) {
-        VariantOwned entry(g_variant_get_child_value(list.get(), i));
+        GVariantOwned entry(g_variant_get_child_value(list.get(), i));
         line(value_text(entry.get()));
     }
 }
@@ -60,7 +60,7 @@ std::string format_text(const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    TextOwned text(g_strdup_vprintf(format, arguments));
+    GText text(g_strdup_vprintf(format, arguments));
     va_end(arguments);
     return text.get();
 }

@@ -1,9 +1,10 @@
 // How a command ends when it cannot do what it was asked: one sentence for the person, a code for the machine.
 #pragma once
 
+#include "clean_text.h" // messages repeat what somebody typed
+
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <utility>
 
 // Exit statuses, as `ptzctl --help` and the man page list them.
@@ -35,9 +36,3 @@ inline Failure usage_failure(const std::string &message)
 {
     return {EXIT_USAGE, "Usage", message};
 }
-
-// Text from outside made fit for one line on a terminal: valid UTF-8, control characters as "?".
-std::string printable(std::string_view text);
-
-// Text from outside made fit for D-Bus: valid UTF-8.
-std::string valid_text(std::string_view text);

@@ -1,13 +1,11 @@
 #include "json.h"
 
-#include "failure.h"
-
+#include "clean_text.h"
 #include "glib_owned.h"
 #include "numbers.h"
 
 #include <cmath>
 #include <cstdio>
-#include <memory>
 
 namespace {
 
@@ -22,7 +20,7 @@ std::string join_children(GVariant *value, char open, char close)
     for (gsize i = 0; i < g_variant_n_children(value); i++) {
         if (i > 0)
             text += ',';
-        VariantOwned child(g_variant_get_child_value(value, i));
+        GVariantOwned child(g_variant_get_child_value(value, i));
         text += json_from_variant(child.get());
     }
     return text + close;
@@ -31,8 +29,8 @@ std::string join_children(GVariant *value, char open, char close)
 // "key":value, the key of any basic type.
 std::string json_entry(GVariant *entry)
 {
-    VariantOwned key(g_variant_get_child_value(entry, 0));
-    VariantOwned value(g_variant_get_child_value(entry, 1));
+    GVariantOwned key(g_variant_get_child_value(entry, 0));
+    GVariantOwned value(g_variant_get_child_value(entry, 1));
     const std::string name = json_from_variant(key.get());
     return (name.starts_with('"') ? name : json_text(name)) + ":" + json_from_variant(value.get());
 }
@@ -41,19 +39,18 @@ std::string json_entry(GVariant *entry)
 
 std::string json_text(std::string_view text)
 {
-    TextOwned valid(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
     std::string json = "\"";
-    for (const char *at = valid.get(); *at != '\0'; at++) {
-        const auto byte = static_cast<unsigned char>(*at);
+    for (const char at : valid_text(text)) {
+        const auto byte = static_cast<unsigned char>(at);
         if (byte == '"' || byte == '\\') {
             json += '\\';
-            json += *at;
+            json += at;
         } else if (byte < 0x20 || byte == 0x7f) {
             char escape[8];
             std::snprintf(escape, sizeof escape, "\\u%04x", byte);
             json += escape;
         } else {
-            json += *at;
+            json += at;
         }
     }
     return json + "\"";
@@ -87,11 +84,11 @@ std::string json_from_variant(GVariant *value)
     case G_VARIANT_CLASS_SIGNATURE:
         return json_text(g_variant_get_string(value, nullptr));
     case G_VARIANT_CLASS_VARIANT: {
-        VariantOwned inner(g_variant_get_variant(value));
+        GVariantOwned inner(g_variant_get_variant(value));
         return json_from_variant(inner.get());
     }
     case G_VARIANT_CLASS_MAYBE: {
-        VariantOwned inner(g_variant_get_maybe(value));
+        GVariantOwned inner(g_variant_get_maybe(value));
         return inner ? json_from_variant(inner.get()) : "null";
     }
     case G_VARIANT_CLASS_DICT_ENTRY:

@@ -8,7 +8,7 @@
 namespace {
 
 struct Loop {
-    LoopOwned loop{g_main_loop_new(nullptr, FALSE)};
+    GMainLoopOwned loop{g_main_loop_new(nullptr, FALSE)};
     const std::function<bool()> *tick = nullptr;
     std::exception_ptr failure; // carried over the C frames of the main loop
     bool interrupted = false;

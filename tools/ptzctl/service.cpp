@@ -19,7 +19,7 @@ std::string message_of(GError *error)
 
 Failure failure_of(GError *error, const char *method, int timeout_ms)
 {
-    TextOwned remote(g_dbus_error_get_remote_error(error));
+    GText remote(g_dbus_error_get_remote_error(error));
     const std::string name = remote ? remote.get() : "";
     const std::string text = message_of(error);
 
@@ -55,37 +55,33 @@ Failure failure_of(GError *error, const char *method, int timeout_ms)
 
 Service::Service(double timeout_s) : timeout_ms_(static_cast<int>(std::min(timeout_s, 86400.0) * 1000))
 {
-    GError *error = nullptr;
-    connection_.reset(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error));
-    if (!connection_) {
-        ErrorOwned owned(error);
-        throw Failure(EXIT_NO_SERVICE, "NoBus", "no system bus (" + message_of(error) + "); " + kNoBus);
-    }
+    GErrorSlot error;
+    connection_.reset(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, error));
+    if (!connection_)
+        throw Failure(EXIT_NO_SERVICE, "NoBus", "no system bus (" + message_of(error.get()) + "); " + kNoBus);
     // A bus that goes away is reported like anything else that fails.
     g_dbus_connection_set_exit_on_close(connection_.get(), FALSE);
 }
 
-VariantOwned Service::call(const char *method, GVariant *arguments, const char *reply)
+GVariantOwned Service::call(const char *method, GVariant *arguments, const char *reply)
 {
-    GError *error = nullptr;
-    VariantOwned results(g_dbus_connection_call_sync(connection_.get(), kServiceName, kServicePath, kServiceInterface,
-                                                     method, arguments, G_VARIANT_TYPE(reply),
-                                                     G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout_ms_, nullptr, &error));
-    if (!results) {
-        ErrorOwned owned(error);
-        throw failure_of(error, method, timeout_ms_);
-    }
+    GErrorSlot error;
+    GVariantOwned results(g_dbus_connection_call_sync(connection_.get(), kServiceName, kServicePath, kServiceInterface,
+                                                      method, arguments, G_VARIANT_TYPE(reply),
+                                                      G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout_ms_, nullptr, error));
+    if (!results)
+        throw failure_of(error.get(), method, timeout_ms_);
     return results;
 }
 
 Position Service::position()
 {
-    VariantOwned axes = result("GetPosition", nullptr, "(a{sd})");
+    GVariantOwned axes = result("GetPosition", nullptr, "(a{sd})");
     Position position;
     for (gsize i = 0; i < g_variant_n_children(axes.get()); i++) {
         const char *axis = nullptr;
         double value = 0;
-        VariantOwned entry(g_variant_get_child_value(axes.get(), i));
+        GVariantOwned entry(g_variant_get_child_value(axes.get(), i));
         g_variant_get(entry.get(), "{&sd}", &axis, &value);
         position[axis] = value;
     }
@@ -94,7 +90,7 @@ Position Service::position()
 
 std::pair<int, std::string> Service::state()
 {
-    VariantOwned reply = call("GetState", nullptr, "(is)");
+    GVariantOwned reply = call("GetState", nullptr, "(is)");
     int number = 0;
     const char *text = "";
     g_variant_get(reply.get(), "(i&s)", &number, &text);

@@ -4,6 +4,7 @@
 #include "glib_owned.h"
 #include "standstill.h"
 
+#include <gio/gio.h>
 #include <string>
 
 inline constexpr const char *kServiceName = "com.orna.PTZ";
@@ -18,12 +19,12 @@ class Service {
 
     // Calls a method and returns its results, a tuple of the type `reply`. A floating `arguments` is taken over.
     // Throws Failure: what the service says is wrong, no service, no answer in time.
-    VariantOwned call(const char *method, GVariant *arguments, const char *reply);
+    GVariantOwned call(const char *method, GVariant *arguments, const char *reply);
 
     // The same for a method with one result: that.
-    VariantOwned result(const char *method, GVariant *arguments, const char *reply)
+    GVariantOwned result(const char *method, GVariant *arguments, const char *reply)
     {
-        return VariantOwned(g_variant_get_child_value(call(method, arguments, reply).get(), 0));
+        return GVariantOwned(g_variant_get_child_value(call(method, arguments, reply).get(), 0));
     }
 
     // GetPosition, and GetState's number and words.
@@ -34,5 +35,5 @@ class Service {
 
   private:
     int timeout_ms_;
-    ConnectionOwned connection_;
+    GOwned<GDBusConnection, g_object_unref> connection_;
 };

@@ -1,5 +1,6 @@
 #include "ptzorvel/ports/port_presence.h"
 
+#include "glib_owned.h"
 #include "ptzorvel/common/task_queue.h"
 #include "ptzorvel/ports/port_registry.h"
 
@@ -14,7 +15,7 @@ constexpr std::int64_t kLockRetryUs = 10000;
 constexpr char kErrorFailed[] = "com.orna.PTZ.Error.Failed";
 
 using PresencePtr = std::shared_ptr<PortPresence>;
-using NodeInfo = std::unique_ptr<GDBusNodeInfo, decltype(&g_dbus_node_info_unref)>;
+using NodeInfo = GOwned<GDBusNodeInfo, g_dbus_node_info_unref>;
 
 // A write on its way to the port. One that is given up (shutdown) is answered all the same.
 class PendingWrite {
@@ -111,17 +112,16 @@ PortPresence::~PortPresence()
 
 bool PortPresence::put_on_bus(GDBusConnection *connection, const char *introspection_xml)
 {
-    GError *error = nullptr;
-    const NodeInfo info(g_dbus_node_info_new_for_xml(introspection_xml, &error), g_dbus_node_info_unref);
+    GErrorSlot error;
+    const NodeInfo info(g_dbus_node_info_new_for_xml(introspection_xml, error));
     guint id = 0;
     if (info != nullptr && info->interfaces != nullptr && info->interfaces[0] != nullptr) {
         static const GDBusInterfaceVTable vtable = {on_method_call, nullptr, nullptr, {}};
         id = g_dbus_connection_register_object(connection, object_path().c_str(), info->interfaces[0], &vtable,
-                                               new PresencePtr(shared_from_this()), release_presence, &error);
+                                               new PresencePtr(shared_from_this()), release_presence, error);
     }
     if (id == 0) {
-        g_warning("%s is not on the bus: %s", name_.c_str(), error != nullptr ? error->message : "no interface");
-        g_clear_error(&error);
+        g_warning("%s is not on the bus: %s", name_.c_str(), error ? error->message : "no interface");
         return false;
     }
     const std::lock_guard lock(mutex_);

@@ -1,35 +1,30 @@
 // Special commands, capabilities and modes.
+#include "glib_owned.h"
 #include "ptzorvel/common/quote.h"
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ptzd/calls.h"
 
-#include <memory>
 #include <string_view>
 
 namespace {
 
-struct ListRelease {
-    void operator()(char **list) const { g_strfreev(list); }
-};
-using TextList = std::unique_ptr<char *, ListRelease>;
-
-GVariant *text_list_answer(const TextList &list)
+GVariant *text_list_answer(const GTexts &list)
 {
     static const char *const kNothing[] = {nullptr};
     return g_variant_new("(^as)", list != nullptr ? list.get() : const_cast<char **>(kNothing));
 }
 
-TextList special_commands(PTZDriver *driver)
+GTexts special_commands(PTZDriver *driver)
 {
     char **list = nullptr;
     PTZ_DRIVER_GET_CLASS(driver)->get_special_commands(driver, &list);
-    return TextList(list);
+    return GTexts(list);
 }
 
 // Why a special command came back undone: it may not exist, or it may have failed.
 CallError special_command_error(PTZDriver *driver, const std::string &command)
 {
-    const TextList list = special_commands(driver);
+    const GTexts list = special_commands(driver);
     std::string offered;
     for (char **entry = list.get(); entry != nullptr && *entry != nullptr; entry++) {
         if (command == *entry)
@@ -138,7 +133,7 @@ void call_get_capabilities(PtzService &service, const CallPtr &call)
         }
         char **list = nullptr;
         PTZ_DRIVER_GET_CLASS(driver)->get_capabilities(driver, category.c_str(), &list);
-        answered.answer(text_list_answer(TextList(list)));
+        answered.answer(text_list_answer(GTexts(list)));
     });
 }
 

@@ -1,4 +1,5 @@
 // Listing, reading and setting parameters.
+#include "glib_owned.h"
 #include "ptzorvel/common/quote.h"
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ptzd/calls.h"
@@ -156,7 +157,7 @@ void call_set_parameter(PtzService &service, const CallPtr &call)
     const char *name_text = nullptr;
     GVariant *value = nullptr;
     g_variant_get(call->parameters(), "(&s&sv)", &group_text, &name_text, &value);
-    const std::unique_ptr<GVariant, decltype(&g_variant_unref)> kept(value, g_variant_unref);
+    const GVariantOwned kept(value);
     const std::string group = group_text;
     const std::string name = name_text;
     const auto store = service.params();

@@ -1,4 +1,5 @@
 // ptzd: runs one camera driver plug-in as the PTZ service of the system bus.
+#include "glib_owned.h"
 #include "ptzorvel/ptzd/param_file.h"
 #include "ptzorvel/ptzd/plugin.h"
 #include "ptzorvel/ptzd/service.h"
@@ -34,15 +35,10 @@ struct CommandLine {
 
 // Everything that may end the loop; outlives the service.
 struct Run {
-    GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
+    GMainLoopOwned loop{g_main_loop_new(nullptr, FALSE)};
     PtzService *service = nullptr;
     int status = EXIT_OK;
     bool ending = false;
-
-    Run() = default;
-    Run(const Run &) = delete;
-    Run &operator=(const Run &) = delete;
-    ~Run() { g_main_loop_unref(loop); }
 
     // Closes the camera, then ends the loop with that status. Main thread.
     void end(int with_status)
@@ -51,7 +47,7 @@ struct Run {
             return;
         ending = true;
         status = with_status;
-        service->close([this] { g_main_loop_quit(loop); });
+        service->close([this] { g_main_loop_quit(loop.get()); });
     }
 };
 
@@ -68,28 +64,27 @@ bool parse(int *argc, char ***argv, CommandLine &line)
         {"version", 0, 0, G_OPTION_ARG_NONE, &line.version, "Show the version and end", nullptr},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr},
     };
-    GOptionContext *context = g_option_context_new("- the PTZ service");
-    g_option_context_add_main_entries(context, entries, nullptr);
+    const GOptionContextOwned context(g_option_context_new("- the PTZ service"));
+    g_option_context_add_main_entries(context.get(), entries, nullptr);
     g_option_context_set_description(
-        context, "Runs the driver plug-in and serves it as com.orna.PTZ on the system bus until it gets SIGTERM or\n"
-                 "SIGINT. It stays in the foreground.\n\n"
-                 "Parameters that were set keep their values in DIR/parameters.conf.\n\n"
-                 "Environment:\n"
-                 "  STATE_DIRECTORY          folder to keep parameter values in (default: $PTZ_BOARD, else\n"
-                 "                           /var/lib/ptz)\n"
-                 "  DBUS_SYSTEM_BUS_ADDRESS  the system bus\n"
-                 "  PTZ_DATA_DIR             folder of the configuration (default: /usr/share/ptz)\n"
-                 "  PTZ_BOARD                folder of a simulated board\n"
-                 "  PTZ_TIME_SCALE           run this many times faster (PC and tests)\n\n"
-                 "Exit status: 0 ended by a signal, 1 no usable driver, 2 wrong arguments, 3 no bus, or another PTZ\n"
-                 "service on it.\n");
-    GError *error = nullptr;
-    const bool good = g_option_context_parse(context, argc, argv, &error) != FALSE && *argc == 1;
+        context.get(),
+        "Runs the driver plug-in and serves it as com.orna.PTZ on the system bus until it gets SIGTERM or\n"
+        "SIGINT. It stays in the foreground.\n\n"
+        "Parameters that were set keep their values in DIR/parameters.conf.\n\n"
+        "Environment:\n"
+        "  STATE_DIRECTORY          folder to keep parameter values in (default: $PTZ_BOARD, else\n"
+        "                           /var/lib/ptz)\n"
+        "  DBUS_SYSTEM_BUS_ADDRESS  the system bus\n"
+        "  PTZ_DATA_DIR             folder of the configuration (default: /usr/share/ptz)\n"
+        "  PTZ_BOARD                folder of a simulated board\n"
+        "  PTZ_TIME_SCALE           run this many times faster (PC and tests)\n\n"
+        "Exit status: 0 ended by a signal, 1 no usable driver, 2 wrong arguments, 3 no bus, or another PTZ\n"
+        "service on it.\n");
+    GErrorSlot error;
+    const bool good = g_option_context_parse(context.get(), argc, argv, error) != FALSE && *argc == 1;
     if (!good)
         std::fprintf(stderr, "ptzd: %s Try ptzd --help.\n",
-                     error != nullptr ? error->message : "There is nothing to name but options.");
-    g_clear_error(&error);
-    g_option_context_free(context);
+                     error ? error->message : "There is nothing to name but options.");
     return good;
 }
 
@@ -156,7 +151,7 @@ int serve(GDBusConnection *connection, const PtzService::Options &options)
     const guint terminate = g_unix_signal_add(SIGTERM, on_signal, &run);
     const guint interrupt = g_unix_signal_add(SIGINT, on_signal, &run);
     service->start([&run](const std::string &text) { g_idle_add(on_driver_problem, new DriverProblem{&run, text}); });
-    g_main_loop_run(run.loop);
+    g_main_loop_run(run.loop.get());
     g_source_remove(terminate);
     g_source_remove(interrupt);
     g_signal_handler_disconnect(connection, closed);
@@ -189,18 +184,14 @@ int main(int argc, char *argv[])
     options.id = line.id;
     options.state_dir = line.state_dir != nullptr ? line.state_dir : default_state_folder();
 
-    GError *error = nullptr;
-    GDBusConnection *connection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
-    if (connection == nullptr) {
-        const std::string why = error->message;
-        g_error_free(error);
-        return complain(EXIT_NO_BUS, "There is no system bus: " + why +
+    GErrorSlot error;
+    const GOwned<GDBusConnection, g_object_unref> connection(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, error));
+    if (!connection)
+        return complain(EXIT_NO_BUS, std::string("There is no system bus: ") + error->message +
                                          ". Start dbus-daemon, or name a bus with DBUS_SYSTEM_BUS_ADDRESS.");
-    }
-    g_dbus_connection_set_exit_on_close(connection, FALSE);
-    const int status = serve(connection, options);
-    g_dbus_connection_flush_sync(connection, nullptr, nullptr);
-    g_object_unref(connection);
+    g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
+    const int status = serve(connection.get(), options);
+    g_dbus_connection_flush_sync(connection.get(), nullptr, nullptr);
     closelog();
     return status;
 }

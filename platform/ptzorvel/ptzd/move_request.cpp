@@ -1,5 +1,6 @@
 #include "ptzorvel/ptzd/move_request.h"
 
+#include "glib_owned.h"
 #include "ptzorvel/common/quote.h"
 
 #include <cmath>
@@ -75,12 +76,13 @@ std::optional<CallError> parse_options(GVariant *options, MoveRequest &request)
     GVariantIter iter;
     g_variant_iter_init(&iter, options);
     const char *key = nullptr;
-    GVariant *value = nullptr;
-    while (g_variant_iter_next(&iter, "{&sv}", &key, &value)) {
-        const bool known = std::string_view(key) == "preset" && g_variant_is_of_type(value, G_VARIANT_TYPE_BOOLEAN);
+    GVariant *next = nullptr;
+    while (g_variant_iter_next(&iter, "{&sv}", &key, &next)) {
+        const GVariantOwned value(next);
+        const bool known =
+            std::string_view(key) == "preset" && g_variant_is_of_type(value.get(), G_VARIANT_TYPE_BOOLEAN);
         if (known)
-            request.preset = g_variant_get_boolean(value) != FALSE;
-        g_variant_unref(value);
+            request.preset = g_variant_get_boolean(value.get()) != FALSE;
         if (!known)
             return invalid("There is no move option " + quoted(key) +
                            " of that type; there is \"preset\", true or false.");
@@ -135,6 +137,8 @@ std::optional<CallError> parse_move(GVariant *parameters, MoveRequest &request)
     double speed = 0.0;
     GVariant *options = nullptr;
     g_variant_get(parameters, "(a(ssd)d@a{sv})", &axes, &speed, &options);
+    const GOwned<GVariantIter, g_variant_iter_free> axes_owned(axes);
+    const GVariantOwned options_owned(options);
     std::optional<CallError> error;
     const char *axis = nullptr;
     const char *type = nullptr;
@@ -149,7 +153,5 @@ std::optional<CallError> parse_move(GVariant *parameters, MoveRequest &request)
         request.speed = PTZSpeed{to_fixed(speed), {}};
     if (!error)
         error = parse_options(options, request);
-    g_variant_iter_free(axes);
-    g_variant_unref(options);
     return error;
 }

@@ -1,20 +1,10 @@
 #include "ptzorvel/ptzd/param_file.h"
 
-#include <glib.h>
+#include "glib_owned.h"
 
-#include <memory>
 #include <syslog.h>
 
 namespace {
-
-struct Release {
-    void operator()(GKeyFile *file) const { g_key_file_unref(file); }
-    void operator()(char *text) const { g_free(text); }
-    void operator()(GError *error) const { g_error_free(error); }
-};
-using KeyFile = std::unique_ptr<GKeyFile, Release>;
-using Text = std::unique_ptr<char, Release>;
-using Error = std::unique_ptr<GError, Release>;
 
 std::string file_in(const std::string &folder)
 {
@@ -27,7 +17,7 @@ void load_param(GKeyFile *file, PTZDynamicalProperties &group, const ParamInfo &
     const char *name = info.name.c_str();
     if (!info.writable || g_key_file_has_key(file, group_name, name, nullptr) == FALSE)
         return;
-    const Text text(g_key_file_get_string(file, group_name, name, nullptr));
+    const GText text(g_key_file_get_string(file, group_name, name, nullptr));
     const auto value = text != nullptr ? param_value_from_text(info.kind, text.get()) : std::nullopt;
     const std::string refusal = value ? group.set(info.name, *value)
                                       : "it is not a value of kind " + std::string(param_kind_name(info.kind)) + ".";
@@ -56,10 +46,9 @@ void load_params(const std::string &folder, ParamStore &store)
 {
     if (folder.empty())
         return;
-    const KeyFile file(g_key_file_new());
-    GError *problem = nullptr;
-    if (!g_key_file_load_from_file(file.get(), file_in(folder).c_str(), G_KEY_FILE_NONE, &problem)) {
-        const Error error(problem);
+    const GKeyFileOwned file(g_key_file_new());
+    GErrorSlot error;
+    if (!g_key_file_load_from_file(file.get(), file_in(folder).c_str(), G_KEY_FILE_NONE, error)) {
         if (!g_error_matches(error.get(), G_FILE_ERROR, G_FILE_ERROR_NOENT))
             syslog(LOG_WARNING, "Kept parameters are not used: %s: %s", file_in(folder).c_str(), error->message);
         return;
@@ -73,17 +62,16 @@ void save_params(const std::string &folder, const ParamStore &store)
 {
     if (folder.empty())
         return;
-    const KeyFile file(g_key_file_new());
+    const GKeyFileOwned file(g_key_file_new());
     for (const PTZDynamicalProperties *group : store.groups())
         for (const ParamInfo &info : group->list())
             if (info.writable && differs_from_default(info))
                 g_key_file_set_string(file.get(), info.group.c_str(), info.name.c_str(),
                                       param_value_to_text(info.value).c_str());
     g_mkdir_with_parents(folder.c_str(), 0755); // what is wrong with it shows when the file is written
-    GError *problem = nullptr;
+    GErrorSlot error;
     // Written beside the old one, which it then replaces: there is always a whole file.
-    if (!g_key_file_save_to_file(file.get(), file_in(folder).c_str(), &problem)) {
-        const Error error(problem);
+    if (!g_key_file_save_to_file(file.get(), file_in(folder).c_str(), error)) {
         syslog(LOG_WARNING, "Parameters are not kept: %s", error->message);
     }
 }

@@ -1,5 +1,6 @@
 #include "ptzorvel/ptzd/service.h"
 
+#include "glib_owned.h"
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ports/port_registry.h"
 #include "ptzorvel/ptzd/face.h"
@@ -77,31 +78,27 @@ PtzService::~PtzService()
 
 bool PtzService::export_object(std::string &problem)
 {
-    GError *error = nullptr;
-    registration_ = register_face(*this, &error);
-    if (registration_ == 0) {
+    GErrorSlot error;
+    registration_ = register_face(*this, error);
+    if (registration_ == 0)
         problem = std::string("Cannot put the PTZ service on the bus: ") + error->message;
-        g_error_free(error);
-    }
     return registration_ != 0;
 }
 
 bool PtzService::take_name(std::string &problem)
 {
-    GError *error = nullptr;
-    GVariant *reply = g_dbus_connection_call_sync(connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                                  "org.freedesktop.DBus", "RequestName",
-                                                  g_variant_new("(su)", kBusName, kNameFlagDoNotQueue),
-                                                  G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &error);
+    GErrorSlot error;
+    const GVariantOwned reply(g_dbus_connection_call_sync(
+        connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
+        g_variant_new("(su)", kBusName, kNameFlagDoNotQueue), G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1,
+        nullptr, error));
     if (reply == nullptr) {
         problem = std::string("Cannot take the name com.orna.PTZ on the bus: ") + error->message +
                   ". The bus policy must allow it (com.orna.PTZ.conf).";
-        g_error_free(error);
         return false;
     }
     guint32 result = 0;
-    g_variant_get(reply, "(u)", &result);
-    g_variant_unref(reply);
+    g_variant_get(reply.get(), "(u)", &result);
     owns_name_ = result == kNameReplyPrimaryOwner;
     if (!owns_name_)
         problem = "A PTZ service runs on this bus already (com.orna.PTZ is taken). Stop that one first, or give this "
@@ -113,11 +110,9 @@ void PtzService::release_name()
 {
     if (!std::exchange(owns_name_, false) || g_dbus_connection_is_closed(connection_))
         return;
-    GVariant *reply = g_dbus_connection_call_sync(connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                                  "org.freedesktop.DBus", "ReleaseName", g_variant_new("(s)", kBusName),
-                                                  nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
-    if (reply != nullptr)
-        g_variant_unref(reply);
+    const GVariantOwned reply(g_dbus_connection_call_sync(
+        connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "ReleaseName",
+        g_variant_new("(s)", kBusName), nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
 }
 
 void PtzService::start(Failed failed)

@@ -1,7 +1,8 @@
-// Local ownership of GLib things: released by the function that belongs to them.
+/* Local ownership of GLib things, for every room: released by the function that belongs to them. C++ only; the C
+ * headers of the libraries beside it need nothing of it. */
 #pragma once
 
-#include <glib-object.h>
+#include <glib.h>
 #include <memory>
 
 template <auto release>
@@ -17,17 +18,13 @@ template <typename T, auto release>
 using GOwned = std::unique_ptr<T, GRelease<release>>;
 
 using GText = GOwned<char, g_free>;
-using GErrorOwned = GOwned<GError, g_error_free>;
+using GTexts = GOwned<char *, g_strfreev>; // null-terminated
+using GVariantOwned = GOwned<GVariant, g_variant_unref>;
 using GKeyFileOwned = GOwned<GKeyFile, g_key_file_unref>;
+using GMainLoopOwned = GOwned<GMainLoop, g_main_loop_unref>;
+using GOptionContextOwned = GOwned<GOptionContext, g_option_context_free>;
 
-inline void g_value_delete(GValue *value)
-{
-    g_value_unset(value);
-    g_free(value);
-}
-using GValueOwned = GOwned<GValue, g_value_delete>;
-
-// Takes what a GLib call leaves behind its `GError **error` argument.
+// Takes what a GLib call leaves behind its `GError **error` argument; passed again, it is empty first.
 class GErrorSlot {
   public:
     GErrorSlot() = default;
@@ -41,6 +38,9 @@ class GErrorSlot {
     }
     // Not const: the conversion above must not be the better one in `if (error)`.
     explicit operator bool() { return error_ != nullptr; }
+    // The slot's own, null when the call failed without one or did not fail.
+    GError *get() const { return error_; }
+    GError *operator->() const { return error_; }
 
   private:
     GError *error_ = nullptr;
