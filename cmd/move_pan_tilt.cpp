@@ -5,6 +5,7 @@
 #include "core/fixed_point.h"
 #include "core/guard.h"
 #include "core/log.h"
+#include "core/value_map.h"
 #include "utils/publish.h"
 #include "utils/status.h"
 #include "vcc/convert.h"
@@ -102,7 +103,8 @@ float full_speed(const PTZDriverCanon *self, const MinMax &range)
 // The speed that the camera block gets for a continuous move at `percent` of `range`.
 unsigned continuous_speed(const PTZDriverCanon *self, float percent, const MinMax &range)
 {
-    unsigned speed = truncate_to_unsigned(percent * full_speed(self, range) / 100.0f * float{SPEED_PER_DEGREE});
+    unsigned speed = truncate_to_unsigned(linear_map(percent, 0.0f, 100.0f, 0.0f, full_speed(self, range)) *
+                                          float{SPEED_PER_DEGREE});
     const auto lowest = static_cast<unsigned>(range.min);
     const auto highest = static_cast<unsigned>(range.max);
     speed = speed <= highest ? std::max(speed, lowest) : highest;

@@ -117,7 +117,7 @@ struct PTZDriverCanon {
     gboolean pan_move_requested, tilt_move_requested;
     int poll_holdoff; // status-poll ticks to skip after a move
     LifeFlag status_poll_active, status_dump_active;
-    LifeFlag status_job_active; // the publishing job is queued
+    LifeFlag publishing_active; // the publishing job is queued
     GDBusConnection *dbus_connection;
     guint props_subscription;
     int fov_speed_factor; // the framework's speed_factor

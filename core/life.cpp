@@ -10,7 +10,7 @@ LifeFlag &Life::flag(PTZDriverCanon *self, Job job)
     case Job::status_dump:
         return self->status_dump_active;
     default:
-        return self->status_job_active;
+        return self->publishing_active;
     }
 }
 

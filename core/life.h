@@ -1,9 +1,11 @@
 // Whether the driver is in service, and which of its repeating jobs wait in the framework's queue.
 //
-//   closed  driver_initialized  the jobs
-//     0             0           none before the first start; those of an earlier start go on until they find a reason
-//     to end 0             1           status poll and publishing job queued, where the queue took them; the dump as
-//     configured 1             0           those that were queued end at their next tick 1             1 never
+// The legal combinations:
+// - closed 0, driver_initialized 0: not started yet, starting, or stopped. Jobs of an earlier start go on until one of
+//   their own reasons ends them.
+// - closed 0, driver_initialized 1: running. Status poll and publishing job are queued where the queue took them.
+// - closed 1, driver_initialized 0: out of service. Jobs that were queued end at their next tick.
+// Both 1 never.
 //
 // A job's flag is 1 exactly while one such job is queued. Everybody reads the flags; the functions below, on the
 // command thread, are their only writers.

@@ -17,7 +17,8 @@ void ptz_driver_canon_emit_camera_error(PTZDriverCanon *self);
 // Writes "StatusUpdate". TRUE when the framework accepted it.
 gboolean ptz_driver_canon_set_status_update(PTZDriverCanon *self, gboolean value);
 
-// Queues the status poll, every 33 ms, unless it is queued already.
+// Queues the status poll, every 33 ms, unless it is queued already: it reads the status while "StatusUpdate" is on and
+// calls idle_poll while the camera is at rest. The regular publication is a job of its own (utils/publish.h).
 void ptz_driver_canon_start_status_poll(PTZDriverCanon *self);
 
 // Has the status poll call idle_poll no sooner than 165 ms from now: a move has been asked for.

@@ -90,7 +90,7 @@ TEST_F(Host, AJobThatTheQueueRefusesIsNotThoughtToRun)
         ptz_driver_canon_start_status_dump(driver);
         ptz_driver_canon_utils_start_publishing(driver);
         for (const LifeFlag *active :
-             {&driver->status_poll_active, &driver->status_dump_active, &driver->status_job_active})
+             {&driver->status_poll_active, &driver->status_dump_active, &driver->publishing_active})
             EXPECT_EQ(*active, !refuse);
     }
     EXPECT_EQ(framework().queued.size(), 3u);
