@@ -51,7 +51,7 @@ struct SpeedRow {
     int speed; // camera units
 };
 
-// Camera speeds between low and high, both excluded, that the drives cannot run at; ends at low -1.
+// Camera speeds between low and high, both excluded, that movement replaces by the low one; ends at low -1.
 struct SpeedSkipRange {
     int low, high;
 };
