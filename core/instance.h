@@ -61,9 +61,9 @@ struct PTZDriverCanon {
     int cam_model_id; // as the camera block reports it after boot, -1 before
     int fw_version;   // camera-block firmware, -1 not known
     guint32 device_error;
-    const CameraModel *cam_model;
-    int block_model_id;          // from the block defaults, -1 not known
-    LifeFlag driver_initialized; // core/life.h
+    const CameraModel *cam_model; // of the block defaults, from the boot on of the camera block itself
+    int block_model_id;           // from the block defaults, -1 not known
+    LifeFlag driver_initialized;          // core/life.h
     gboolean camera_powered;
     gboolean camera_reset_released;
     gboolean status_update; // the status poll reads the error information
@@ -94,7 +94,7 @@ struct PTZDriverCanon {
     gboolean fpga_is_used;
     gboolean datacache_is_used;
     gboolean keep_stream;
-    float max_digital_zoom;
+    float max_digital_zoom; // how much the driver offers of the model's max_digital_magnification
     float config_min_focus;
     gboolean move_speed;
     char *move_speed_enum;

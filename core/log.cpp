@@ -26,6 +26,7 @@ void log_set_sink(LogSink sink)
     log_sink = sink;
 }
 
+// A macro: the arguments that follow a format can be taken only in the function that has them.
 #define LOG_BODY(priority)                                                                                             \
     va_list args;                                                                                                      \
     va_start(args, format);                                                                                            \

@@ -17,7 +17,7 @@ class Parameter {
 
     // Each only of a parameter that is one.
     int integer() const { return g_value_get_int(value_.get()); }
-    gboolean boolean() const { return g_value_get_boolean(value_.get()); }
+    bool boolean() const { return g_value_get_boolean(value_.get()) != FALSE; }
 
     // Null when it is no text, or a text without a value; valid as long as the parameter.
     const char *text() const { return is_text() ? g_value_get_string(value_.get()) : nullptr; }

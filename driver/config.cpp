@@ -3,7 +3,7 @@
 #include "core/log.h"
 #include "glib_owned.h"
 #include "hw/temperature_controller.h"
-#include "vcc/model.h"
+#include "vcc/models.h"
 #include "vcc/select_model.h"
 
 #include "block_defaults/block_defaults.h"
@@ -206,7 +206,7 @@ gboolean ptz_driver_canon_load_config(PTZDriverCanon *self, const char *path)
 
 void ptz_driver_canon_read_block_defaults(PTZDriverCanon *self)
 {
-    self->cam_model = vccif_model_krx131();
+    self->cam_model = CAMERA_MODELS.front().descriptor();
     BlockDefaults *defaults =
         block_defaults_init(self->parent_instance.block_name, self->parent_instance.block_version);
     if (defaults == nullptr)

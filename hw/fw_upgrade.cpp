@@ -25,7 +25,7 @@ constexpr int FLUSH_READS = 3;
 constexpr std::int64_t SECOND_US = 1000000;
 constexpr int READY_ATTEMPTS = 5;
 
-constexpr gsize CHUNK_SIZE = 1016;
+constexpr std::size_t CHUNK_SIZE = 1016;
 static_assert(FW_IMAGE_MAX / CHUNK_SIZE == 32767); // a chunk's index is a signed 16-bit number
 constexpr int REWIND_CHUNKS = 5;
 constexpr int FAILURES_MAX = 1000; // of the whole image
@@ -136,7 +136,7 @@ bool flush(UpgradePort &port)
 }
 
 // Announces an image of `length` bytes. Whether the camera block has understood shows at the ready query.
-void announce(UpgradePort &port, gsize length)
+void announce(UpgradePort &port, std::size_t length)
 {
     Command start(START);
     start.add_number(static_cast<guint32>(length), 4);
@@ -167,9 +167,9 @@ void report_retries(int failures)
     log_warning("Firmware upload retry count: %d", failures);
 }
 
-bool send_chunk(UpgradePort &port, const guint8 *image, gsize length, int index)
+bool send_chunk(UpgradePort &port, const guint8 *image, std::size_t length, int index)
 {
-    const gsize start = static_cast<gsize>(index) * CHUNK_SIZE;
+    const std::size_t start = static_cast<std::size_t>(index) * CHUNK_SIZE;
     Command chunk(CHUNK);
     chunk.add_number(static_cast<guint32>(index), 2);
     chunk.add(image + start, std::min(CHUNK_SIZE, length - start));
@@ -177,7 +177,7 @@ bool send_chunk(UpgradePort &port, const guint8 *image, gsize length, int index)
 }
 
 // Sends all chunks. A chunk that does not get through may have taken earlier ones with it: some of them go again.
-bool send_image(UpgradePort &port, const guint8 *image, gsize length, int *failures)
+bool send_image(UpgradePort &port, const guint8 *image, std::size_t length, int *failures)
 {
     const int count = static_cast<int>((length + CHUNK_SIZE - 1) / CHUNK_SIZE);
     for (int index = 0; index < count;) {
@@ -194,7 +194,7 @@ bool send_image(UpgradePort &port, const guint8 *image, gsize length, int *failu
     return true;
 }
 
-bool transfer(UpgradePort &port, const guint8 *image, gsize length)
+bool transfer(UpgradePort &port, const guint8 *image, std::size_t length)
 {
     port.set_transfer(port.burst_length(), PORT_TRIGGER_LEVEL_THEN_EDGE);
     port.set_transfer(BURST_LENGTH, PORT_TRIGGER_LEVEL_THEN_EDGE);
@@ -219,7 +219,7 @@ bool transfer(UpgradePort &port, const guint8 *image, gsize length)
 
 } // namespace
 
-bool ptz_driver_canon_fw_upgrade(const guint8 *image, gsize length)
+bool ptz_driver_canon_fw_upgrade(const guint8 *image, std::size_t length)
 {
     GUARD(image != nullptr || length == 0, false);
     if (length > FW_IMAGE_MAX)

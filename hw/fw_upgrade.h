@@ -5,11 +5,12 @@
 // surrounds it - when to upgrade, waiting for completion, booting again - is start-up's.
 #pragma once
 
+#include <cstddef>
 #include <glib.h>
 
 // The longest image, in bytes: 32767 chunks.
-inline constexpr gsize FW_IMAGE_MAX = 33291272;
+inline constexpr std::size_t FW_IMAGE_MAX = 33291272;
 
 // Transfers an image of `length` bytes, which stays the caller's. False after a message that says where it failed; the
 // camera block may then hold part of the image. A longer image than FW_IMAGE_MAX is refused before anything is sent.
-bool ptz_driver_canon_fw_upgrade(const guint8 *image, gsize length);
+bool ptz_driver_canon_fw_upgrade(const guint8 *image, std::size_t length);

@@ -10,6 +10,9 @@
 namespace {
 
 constexpr int POWER_CYCLE_PAUSE_US = 100000;
+// Half a minute, by the millisecond; and two minutes.
+constexpr int POWER_POLLS = 30000, POWER_POLL_INTERVAL_US = 1000;
+constexpr int UPGRADE_POLLS = 600, UPGRADE_POLL_INTERVAL_US = 200000;
 
 const char *text_of(const char *text)
 {
@@ -57,12 +60,14 @@ bool wait_high(const GpioLine &line, int polls, int interval_us, const char *fai
 
 bool wait_power_good(PTZDriverCanon *self)
 {
-    return wait_high(self->power_good_pin, 30000, 1000, "Fatal error, camera block power could not be enabled.\n");
+    return wait_high(self->power_good_pin, POWER_POLLS, POWER_POLL_INTERVAL_US,
+                     "Fatal error, camera block power could not be enabled.\n");
 }
 
 bool wait_init_done(PTZDriverCanon *self)
 {
-    return wait_high(self->init_done_pin, 30000, 1000, "Fatal error, camera block could not be boot up.\n");
+    return wait_high(self->init_done_pin, POWER_POLLS, POWER_POLL_INTERVAL_US,
+                     "Fatal error, camera block could not be boot up.\n");
 }
 
 template <auto set, bool on>
@@ -132,7 +137,7 @@ bool ptz_driver_canon_power_cycle(PTZDriverCanon *self)
 bool ptz_driver_canon_wait_fw_upgrade_complete(PTZDriverCanon *self)
 {
     GUARD(self, false);
-    return wait_high(self->fw_upgrade_complete_pin, 600, 200000,
+    return wait_high(self->fw_upgrade_complete_pin, UPGRADE_POLLS, UPGRADE_POLL_INTERVAL_US,
                      "Fatal error, camera block firmware upgrade could not be completed.\n");
 }
 

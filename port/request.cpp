@@ -18,7 +18,7 @@ constexpr int TIMEOUT_US = REQUEST_TIMEOUT_S * 1000000;
 constexpr int POLL_INTERVAL_US = 1000;
 constexpr int POLLS = TIMEOUT_US / POLL_INTERVAL_US;
 constexpr unsigned RISING_EDGE = 8;
-// After a longer pause the first edge may be an old one.
+// After a longer pause the level at the first edge does not count.
 constexpr std::uint32_t LONG_PAUSE_US = 2800000;
 
 const char *text_of(const char *text)
@@ -46,9 +46,9 @@ void note_request(const Moment &when)
     port_transfer_settings.last_request_time = {when.seconds, when.microseconds};
 }
 
-// True when an edge that comes now may be left over from before, so that only a fresh look at the line counts.
-// The difference is kept in 32 bits: a pause of more than 4294 seconds wraps.
-bool edge_may_be_stale(bool *first_edge)
+// Whether the line has to be read afresh before it counts: at the first edge of the process, and at the first after a
+// long pause. The difference is kept in 32 bits: a pause of more than 4294 seconds wraps.
+bool first_edge_is_passed_over(bool *first_edge)
 {
     const auto &last = port_transfer_settings.last_request_time;
     const Moment current = now();
@@ -105,7 +105,7 @@ bool wait_for_high_level(GpioHandle &line, int fd)
         }
         const int level_at_edge = line.value();
         unreadable_at_edge = level_at_edge < 0;
-        if (first_edge && edge_may_be_stale(&first_edge))
+        if (first_edge && first_edge_is_passed_over(&first_edge))
             continue;
         if (level_at_edge == 1)
             return true;

@@ -9,7 +9,6 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 
 namespace {
 
@@ -85,7 +84,7 @@ struct DriveMotion {
 
 DriveMotion drive_motion(gint32 position, gint32 target, gint32 actual_speed, gint32 target_speed)
 {
-    const int direction = std::int64_t{target} - position >= 0 ? 1 : -1;
+    const int direction = gint64{target} - position >= 0 ? 1 : -1;
     return {direction, direction * (actual_speed / 10), actual_speed > 0 && actual_speed != target_speed};
 }
 

@@ -3,6 +3,7 @@
 #include "core/clock.h"
 #include "core/guard.h"
 #include "core/host.h"
+#include "core/zenta.h"
 #include "glib_owned.h"
 #include "port/spi_port.h"
 #include "utils/publish.h"
@@ -16,7 +17,6 @@ namespace {
 
 constexpr guint RX_BUFFER_MAX = 1024;
 constexpr float ASPECT_RATIO = 1.7777778f;
-constexpr int ZOOM_ZENTA_BEYOND_DIGITAL = 20000;
 
 constexpr int WAIT_POLLS = 300;
 constexpr std::int64_t WAIT_INTERVAL_US = 100000;
@@ -32,7 +32,7 @@ void derive_fields_of_view(CameraState &now, const CameraModel &model)
         now.hfov = vccif_get_hfov();
         now.vfov = vccif_get_vfov();
     }
-    if (now.zoom_zenta < ZOOM_ZENTA_BEYOND_DIGITAL) {
+    if (now.zoom_zenta <= ZENTA_ZOOM_MAX) {
         now.mask_hfov = now.hfov;
         now.mask_vfov = now.vfov;
     } else {
@@ -126,8 +126,8 @@ int vccif_inq_error_info(const PTZDriverCanon *self)
     enum { IO = 2, DSP = 4, ZOOM = 8, FOCUS = 16, IR_CUT = 64, PAN_TILT = 128 };
     if (self == nullptr)
         return -1;
-    int errors = vccif_has_status(0xF8) && vccif_has_status(0x60) ? 0 : IO | DSP;
-    if (!vccif_has_status(0xE0))
+    int errors = vccif_has_status(STATUS_TAG_CAMERA) && vccif_has_status(STATUS_TAG_SYSTEM) ? 0 : IO | DSP;
+    if (!vccif_has_status(STATUS_TAG_PAN_TILT))
         errors |= IO | PAN_TILT;
     if (!self->driver_initialized)
         return errors;

@@ -1,7 +1,8 @@
 // Linear conversions between framework values and camera values.
 //
 // All of them compute in single precision, in the order in which they are written, and cut integers towards zero; what
-// an unsigned result cannot hold below 0 becomes 0. A null descriptor is the caller's mistake.
+// an unsigned result cannot hold below 0 becomes 0. They take the descriptor, which a caller must have; those that go
+// by a table of the model take the driver, as the look-ups of lookup.h and shutter.h do.
 #pragma once
 
 #include "vcc/model.h"

@@ -165,15 +165,15 @@ int vccif_dump_status(char *buffer, int position, guint8 tag)
     return text.written();
 }
 
-int vccif_dump_status_to_file(const char *filename)
+bool vccif_dump_status_to_file(const char *filename)
 {
-    GUARD(filename, 0);
+    GUARD(filename, false);
     char buffer[VCCIF_DUMP_SIZE];
     int length = 0;
     for (const guint8 tag : DUMPED_TAGS) {
         const int count = vccif_dump_status(buffer, length, tag);
         if (count < 0)
-            return 0;
+            return false;
         length += count;
     }
     Writer text(buffer, length);
@@ -181,5 +181,5 @@ int vccif_dump_status_to_file(const char *filename)
     length += text.written();
     const auto size = static_cast<std::size_t>(length);
     const Descriptor file(open_emptied(filename));
-    return file && file.write_all(buffer, size) == size ? 1 : 0;
+    return file && file.write_all(buffer, size) == size;
 }

@@ -11,6 +11,6 @@ inline constexpr int VCCIF_DUMP_SIZE = 8192;
 // tag that the store does not know.
 int vccif_dump_status(char *buffer, int position, guint8 tag);
 
-// Rewrites the file with a dump of the whole store. 1 when it was written, 0 otherwise. Only a regular file of a single
+// Rewrites the file with a dump of the whole store; whether it was written. Only a regular file of a single
 // name is written, a symbolic link is never followed, and nothing waits for whoever has the file open.
-int vccif_dump_status_to_file(const char *filename);
+bool vccif_dump_status_to_file(const char *filename);

@@ -1,6 +1,7 @@
 // The camera-model descriptor: everything in which one camera-block model differs from another.
 //
 // Descriptors and their tables are constant and shared. Any pointer may be null: the model lacks what it stands for.
+// Some fields describe the camera block although no operation reads them; they are marked "not read".
 // "Camera units" and "code" are the camera block's own numbers; levels and percents are the framework's 0..100.
 #pragma once
 
@@ -50,7 +51,7 @@ struct SpeedRow {
     int speed; // camera units
 };
 
-// Camera speeds between low and high, both excluded, that the drives cannot run at; ends at low -1.
+// Camera speeds between low and high, both excluded, that movement replaces by the low one; ends at low -1.
 struct SpeedSkipRange {
     int low, high;
 };
@@ -105,7 +106,8 @@ struct SpotExposureArea {
 struct CameraModel {
     int model_number; // as the camera block reports it
 
-    // From `capabilities` to `aux_limits` the framework reads the record by address: order and widths are fixed.
+    // From `capabilities` to `aux_limits` the framework reads the record by address: order and widths are fixed. The
+    // driver itself reads the capabilities and the field angles.
     guint32 capabilities[2];
     MinMax zoom_limits;        // 1..9999 optical, 10000..19999 digital
     MinMax focus_limits;       // 1..9999
@@ -115,13 +117,15 @@ struct CameraModel {
 
     // Lens
     MinMax optical_zoom_vcc_range;
-    MinMax zoom_vcc_range;
-    MinMax digital_zoom_vcc_range;
+    MinMax zoom_vcc_range;         // not read
+    MinMax digital_zoom_vcc_range; // not read
     float max_optical_magnification;
+    // What the block's digital zoom goes up to: the scale of its commands and of its status. How much of it the driver
+    // offers is `max_digital_zoom` of the driver record, from the configuration's MaxDigitalZoom.
     float max_digital_magnification;
     MinMax zoom_speed_range;
     float wide_hfov; // degrees
-    float tele_hfov; // degrees
+    float tele_hfov; // degrees; not read
     const NearFocusLimit *near_focus_limits;
     int near_focus_limit_default;
     int near_focus_limit_count; // rows of near_focus_limits, its end not counted
@@ -133,21 +137,21 @@ struct CameraModel {
     // Pan and tilt
     MinMax pan_vcc_range; // at -170 and 170 degrees
     MinMax pan_speed_vcc_range;
-    int pan_speed_percent_max;
-    MinMax tilt_vcc_range; // at -20 and 90 degrees
+    int pan_speed_percent_max; // not read
+    MinMax tilt_vcc_range;     // at -20 and 90 degrees
     MinMax tilt_speed_vcc_range;
-    int tilt_speed_percent_max;
+    int tilt_speed_percent_max; // not read
     const SpeedRow *pan_tilt_speed_tbl;
     const float *response_profile_factors; // by response profile: stage, sport
     const SpeedSkipRange *speed_skip_ranges;
 
     // Video and image
-    const CaptureGeometryRow *capture_mode_geometry_tbl;
-    const CaptureModeRow *capture_mode_tbls[2]; // broadcast frame rates, integer frame rates
+    const CaptureGeometryRow *capture_mode_geometry_tbl; // not read
+    const CaptureModeRow *capture_mode_tbls[2];          // broadcast frame rates, integer frame rates
     const ModeRow *video_mode_tbl;
     const Range *brightness_range;
     const Range *sharpness_range;
-    const Range *level_range;
+    const Range *level_range; // not read
     const Range *nr_range;
     const ModeRow *wdr_tbl;
     const ModeRow *gamma_tbl;
@@ -164,7 +168,7 @@ struct CameraModel {
     const GainRow *max_gain_tbl;
     const GainRow *max_gain_high_sensitivity_tbl;
     const IrisRow *iris_tbl;
-    int reserved_levels[3];
+    int reserved_levels[3]; // not read
 
     // Colour, day and night
     const ModeRow *white_balance_tbl;
@@ -183,10 +187,10 @@ struct CameraModel {
     gboolean near_focus_limit_supported;
     gboolean exposure_auto_manual_modes;
     gboolean exposure_priority_supported;
-    gboolean reserved_flag_exposure;
+    gboolean reserved_flag_exposure; // not read
     gboolean wb_onepush_supported;
-    gboolean reserved_flags[6];
-    gboolean camera_mode_check;
+    gboolean reserved_flags[6]; // not read
+    gboolean camera_mode_check; // not read
     gboolean video_mode_supported;
     gboolean capture_modes_broadcast;
     gboolean capture_modes_integer;
@@ -196,7 +200,7 @@ struct CameraModel {
     gboolean zoom_by_magnification;
     gboolean image_freeze_supported;
     gboolean response_profile_supported;
-    gboolean reserved_flag_last;
+    gboolean reserved_flag_last; // not read
 };
 
 static_assert(offsetof(CameraModel, zoom_limits) == offsetof(CameraModel, capabilities) + 8);
@@ -206,5 +210,5 @@ static_assert(offsetof(CameraModel, field_angle_limits) == offsetof(CameraModel,
 static_assert(offsetof(CameraModel, aux_limits) == offsetof(CameraModel, capabilities) + 40);
 static_assert(sizeof(CameraModel::aux_limits) == 24);
 
-// The one model there is: KRX131, model number 1.
+// KRX131, model number 1. The list of all models is in vcc/models.h.
 const CameraModel *vccif_model_krx131();

@@ -1,4 +1,5 @@
-// The rows of rows.def as constants: kFocusMode, kFocusPosition, ...
+// The rows of rows.def as constants: kFocusMode, kFocusPosition, ... They alone are written like this, every other
+// constant of the driver in capitals: in an operation one sees what goes over the wire.
 #pragma once
 
 #include "vcc/row.h"

@@ -3,7 +3,7 @@
 #include "core/guard.h"
 #include "core/instance.h"
 #include "core/log.h"
-#include "vcc/model.h"
+#include "vcc/models.h"
 
 #include <cstring>
 
@@ -25,25 +25,22 @@ const CaptureModeRow *capture_table(const PTZDriverCanon *self)
 
 int ptz_driver_canon_model_from_name(const char *name)
 {
-    static constexpr struct {
-        const char *name;
-        int code;
-    } NAMES[] = {{"KRX131", 1}};
-    for (const auto &row : NAMES)
-        if (name != nullptr && std::strcmp(row.name, name) == 0)
-            return row.code;
+    for (const KnownModel &known : CAMERA_MODELS)
+        if (name != nullptr && std::strcmp(known.name, name) == 0)
+            return known.descriptor()->model_number;
     return -1;
 }
 
 gboolean ptz_driver_canon_select_model(int code, const CameraModel **model)
 {
-    const CameraModel *known = vccif_model_krx131();
-    if (code != known->model_number) {
-        log_error("Fatal error, could not selected camera block model");
-        return FALSE;
+    for (const KnownModel &known : CAMERA_MODELS) {
+        if (known.descriptor()->model_number != code)
+            continue;
+        *model = known.descriptor();
+        return TRUE;
     }
-    *model = known;
-    return TRUE;
+    log_error("Fatal error, could not selected camera block model");
+    return FALSE;
 }
 
 gboolean ptz_driver_canon_utils_parse_capture_modes(const PTZDriverCanon *self, const char *mode,

@@ -17,7 +17,7 @@ guint8 pan_tilt[PAN_TILT_SIZE];
 guint8 system_video[SYSTEM_SIZE];
 guint8 revision[REVISION_SIZE];
 
-constexpr StatusEntry entries[STATUS_CHECK_MAX] = {
+constexpr StatusEntry ENTRIES[STATUS_CHECK_MAX] = {
     {STATUS_TAG_CAMERA, camera, CAMERA_SIZE, CAMERA_SIZE},
     {STATUS_TAG_PAN_TILT, pan_tilt, PAN_TILT_SIZE, PAN_TILT_SIZE},
     {STATUS_TAG_SYSTEM, system_video, SYSTEM_SIZE, SYSTEM_SIZE},
@@ -44,35 +44,35 @@ void store_block(const guint8 *block, unsigned size)
 
 } // namespace
 
-int vccif_append_data(const guint8 *in, unsigned len)
+bool vccif_append_data(const guint8 *in, unsigned len)
 {
-    GUARD(len > 0, 0);
-    GUARD(in, 0);
+    GUARD(len > 0, false);
+    GUARD(in, false);
     for (unsigned position = 0; position < len;) {
         const guint8 *block = in + position;
         const unsigned left = len - position;
         const unsigned length = left >= HEADER_SIZE ? vccif_get_status_length(block) : 0;
-        // The camera block counts a block's size in 16 bits: the four largest lengths wrap round to 0..3.
+        // A block's size is counted in 16 bits: the four largest lengths wrap round to 0..3.
         const unsigned size = (length + HEADER_SIZE) & 0xFFFF;
         if (length == 0 || size > left) {
             log_error("Invalid status length");
-            return 0;
+            return false;
         }
         store_block(block, size);
         if (size == 0) {
             log_error("Invalid status length");
-            return 0;
+            return false;
         }
         position += size;
     }
-    return 1;
+    return true;
 }
 
-int vccif_clear_status()
+bool vccif_clear_status()
 {
-    for (const StatusEntry &entry : entries)
+    for (const StatusEntry &entry : ENTRIES)
         std::memset(entry.buffer, 0, entry.capacity);
-    return 1;
+    return true;
 }
 
 bool vccif_has_status(guint8 tag)
@@ -84,26 +84,26 @@ bool vccif_has_status(guint8 tag)
 bool vccif_is_available_status(unsigned tag)
 {
     GUARD(tag < STATUS_CHECK_MAX, false);
-    return is_available(entries[tag]);
+    return is_available(ENTRIES[tag]);
 }
 
 bool vccif_is_all_status_available()
 {
-    return std::all_of(std::begin(entries), std::end(entries), is_available);
+    return std::all_of(std::begin(ENTRIES), std::end(ENTRIES), is_available);
 }
 
-guint32 vccif_read_status_value(guint8 tag, unsigned offset, unsigned size)
+unsigned vccif_read_status_value(guint8 tag, unsigned offset, unsigned size)
 {
     const StatusEntry *entry = vccif_get_status_entry(tag);
     if (entry == nullptr || size > 4 || offset > entry->capacity || size > entry->capacity - offset)
         return 0;
-    guint32 value = 0;
+    unsigned value = 0;
     for (unsigned i = 0; i < size; i++)
         value = value << 8 | entry->buffer[offset + i];
     return value;
 }
 
-guint32 vccif_get_status_value(guint8 tag, unsigned offset, unsigned size)
+unsigned vccif_get_status_value(guint8 tag, unsigned offset, unsigned size)
 {
     return vccif_has_status(tag) ? vccif_read_status_value(tag, offset, size) : 0;
 }
@@ -111,11 +111,11 @@ guint32 vccif_get_status_value(guint8 tag, unsigned offset, unsigned size)
 const StatusEntry *vccif_get_status_entry(guint8 tag)
 {
     const auto *entry =
-        std::find_if(std::begin(entries), std::end(entries), [tag](const StatusEntry &e) { return e.tag == tag; });
-    return entry != std::end(entries) ? entry : nullptr;
+        std::find_if(std::begin(ENTRIES), std::end(ENTRIES), [tag](const StatusEntry &e) { return e.tag == tag; });
+    return entry != std::end(ENTRIES) ? entry : nullptr;
 }
 
-guint16 vccif_get_status_length(const guint8 *block)
+unsigned vccif_get_status_length(const guint8 *block)
 {
-    return static_cast<guint16>(block[2] << 8 | block[3]);
+    return unsigned{block[2]} << 8 | block[3];
 }

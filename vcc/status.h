@@ -23,12 +23,12 @@ struct StatusEntry {
 };
 
 // Takes a run of `len` bytes of status blocks into the store. Blocks with unknown tags are skipped with a warning.
-// Returns 1, or 0 for an empty or missing run (guards) and, with the error "Invalid status length", at a block whose
-// length is 0 or whose end is not within the run; the blocks before it have been taken.
-int vccif_append_data(const guint8 *in, unsigned len);
+// False for an empty or missing run (guards) and, with the error "Invalid status length", at a block whose length is 0
+// or whose end is not within the run; the blocks before it have been taken.
+bool vccif_append_data(const guint8 *in, unsigned len);
 
-// Empties the store; always 1.
-int vccif_clear_status();
+// Empties the store; always true.
+bool vccif_clear_status();
 
 // Whether a block of this tag is there.
 bool vccif_has_status(guint8 tag);
@@ -38,15 +38,15 @@ bool vccif_is_all_status_available();
 
 // The unsigned number of `size` bytes (1 to 4; 0 gives 0), most significant first, at `offset` of the tag's block,
 // counted from its tag byte. What lies outside the buffer, or belongs to an unknown tag, reads as 0.
-guint32 vccif_read_status_value(guint8 tag, unsigned offset, unsigned size);
+unsigned vccif_read_status_value(guint8 tag, unsigned offset, unsigned size);
 // The same, 0 while no block of this tag is there.
-guint32 vccif_get_status_value(guint8 tag, unsigned offset, unsigned size);
+unsigned vccif_get_status_value(guint8 tag, unsigned offset, unsigned size);
 
 // The store's entry of a tag, null for an unknown one. Constant for the life of the process.
 const StatusEntry *vccif_get_status_entry(guint8 tag);
 
 // The payload length that the header of `block` (at least 4 bytes) states.
-guint16 vccif_get_status_length(const guint8 *block);
+unsigned vccif_get_status_length(const guint8 *block);
 
 // The fields, one accessor each. Offsets count from the tag byte; a field of an absent block is 0.
 
@@ -199,7 +199,7 @@ inline unsigned vccif_get_capture_mode_state()
 
 // Revisions
 
-inline guint32 vccif_get_fw_revision()
+inline unsigned vccif_get_fw_revision()
 {
     return vccif_get_status_value(STATUS_TAG_REVISION, 4, 4);
 }

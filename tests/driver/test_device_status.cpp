@@ -5,7 +5,7 @@
 namespace {
 
 Lines dumped_to;
-int dump_result = 1;
+gboolean dump_result = TRUE;
 
 class DeviceStatus : public DriverBench {
   protected:
@@ -91,8 +91,8 @@ TEST_F(DeviceStatus, DumpRepeatsUntilItFailsOrTheDriverCloses)
 
 } // namespace
 
-int vccif_dump_status_to_file(const char *filename)
+bool vccif_dump_status_to_file(const char *filename)
 {
     dumped_to.emplace_back(filename);
-    return dump_result;
+    return dump_result != FALSE;
 }

@@ -31,7 +31,7 @@ class Dump : public testing::Test {
         vccif_append_data(block.data(), static_cast<unsigned>(block.size()));
     }
 
-    int dump(const char *name) const { return vccif_dump_status_to_file(folder.file(name).c_str()); }
+    bool dump(const char *name) const { return vccif_dump_status_to_file(folder.file(name).c_str()); }
 
     TempFolder folder;
     VirtualClock clock;
@@ -103,7 +103,7 @@ TEST_F(Dump, ShowsEveryBlockAndField)
     receive(0x60, 33);
     receive(0x40, 40);
     folder.write("log", std::string(9000, 'x')); // what was there before does not show through
-    EXPECT_EQ(dump("log"), 1);
+    EXPECT_TRUE(dump("log"));
     EXPECT_EQ(folder.read("log"), whole_dump);
 }
 
@@ -115,7 +115,7 @@ TEST_F(Dump, AnEmptyStoreHasItsTitlesAndZeroes)
                            "\n *************************** 56 byte write\n");
     EXPECT_EQ(vccif_dump_status(text, 0, 0x10), -1);
     EXPECT_EQ(log.take(), Lines{"error: Unknown status tag"});
-    EXPECT_EQ(vccif_dump_status_to_file(nullptr), 0);
+    EXPECT_FALSE(vccif_dump_status_to_file(nullptr));
     EXPECT_EQ(log.take(), Lines{guard_line("vccif_dump_status_to_file", "filename")});
 }
 
@@ -128,7 +128,7 @@ TEST_F(Dump, WritesNothingButAFileOfItsOwn)
     fs::create_directory(folder.file("directory"));
     mkfifo(folder.file("pipe").c_str(), 0600);
     for (const char *name : {"link", "twin", "dangling", "directory", "pipe", "missing/log", ""})
-        EXPECT_EQ(dump(name), 0) << name;
+        EXPECT_FALSE(dump(name)) << name;
     EXPECT_EQ(folder.read("precious"), "precious");
     EXPECT_FALSE(fs::exists(folder.file("new")));
 
@@ -138,10 +138,10 @@ TEST_F(Dump, WritesNothingButAFileOfItsOwn)
     getrlimit(RLIMIT_FSIZE, &limit);
     const rlimit full{100, limit.rlim_max};
     setrlimit(RLIMIT_FSIZE, &full);
-    EXPECT_EQ(dump("log"), 0);
+    EXPECT_FALSE(dump("log"));
     setrlimit(RLIMIT_FSIZE, &limit);
     std::signal(SIGXFSZ, previous);
-    EXPECT_EQ(dump("log"), 1);
+    EXPECT_TRUE(dump("log"));
 }
 
 } // namespace
