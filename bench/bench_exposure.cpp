@@ -19,9 +19,9 @@ void exposure_payload(benchmark::State &state)
     for (auto _ : state) {
         percent = (percent + 7) % 100;
         CommandBuffer commands;
-        commands.add(kShutter, vccif_exposure_time_to_vcc_shutter(driver, 100 * (percent + 1)));
+        commands.add(ROW_SHUTTER, vccif_exposure_time_to_vcc_shutter(driver, 100 * (percent + 1)));
         payload_add_iris(commands, payload_iris_code(driver, percent, percent));
-        commands.add(kGain, payload_gain_code(driver, percent));
+        commands.add(ROW_GAIN, payload_gain_code(driver, percent));
         benchmark::DoNotOptimize(commands.data());
         benchmark::ClobberMemory();
         if (commands.size() != 20)

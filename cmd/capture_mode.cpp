@@ -84,8 +84,8 @@ gboolean ptz_driver_canon_cmd_capture_mode_sensor(PTZDriverCanon *self, const Ca
     *restart_required = FALSE;
     if (static_cast<unsigned>(capture_mode->capture_frequency) == vccif_get_capture_frequency())
         return TRUE;
-    if (!ptz_driver_canon_cmd_send_record(self, "Failed to send capture frequency setup command", kSensorCaptureMode,
-                                          capture_mode->capture_frequency))
+    if (!ptz_driver_canon_cmd_send_record(self, "Failed to send capture frequency setup command",
+                                          ROW_SENSOR_CAPTURE_MODE, capture_mode->capture_frequency))
         return FALSE;
     clock_sleep_us(SENSOR_CHANGE_US);
     // Goes by the status that was received last: none is read while the sensor changes.
@@ -99,8 +99,8 @@ gboolean ptz_driver_canon_cmd_capture_mode_isp(PTZDriverCanon *self, const Captu
 {
     GUARD(self, FALSE);
     GUARD(capture_mode, FALSE);
-    return ptz_driver_canon_cmd_send_record(self, "Failed to send capture frame rate setup command", kCaptureFrameRate,
-                                            capture_mode->frame_rate_code);
+    return ptz_driver_canon_cmd_send_record(self, "Failed to send capture frame rate setup command",
+                                            ROW_CAPTURE_FRAME_RATE, capture_mode->frame_rate_code);
 }
 
 gboolean ptz_driver_canon_cmd_sw_reset(PTZDriverCanon *self)
@@ -110,5 +110,5 @@ gboolean ptz_driver_canon_cmd_sw_reset(PTZDriverCanon *self)
         log_error("Unsupported software reset");
         return FALSE;
     }
-    return ptz_driver_canon_cmd_send_record(self, "Failed to send software reset setup command", kSoftwareReset);
+    return ptz_driver_canon_cmd_send_record(self, "Failed to send software reset setup command", ROW_SOFTWARE_RESET);
 }

@@ -34,9 +34,9 @@ struct ColourSetting {
 };
 
 constexpr ColourSetting LEVEL{
-    kColourLevel, LEVEL_COLOURS, {MODEL_RANGE(color_gain_range)}, "Failed to send color level setup command"};
+    ROW_COLOUR_LEVEL, LEVEL_COLOURS, {MODEL_RANGE(color_gain_range)}, "Failed to send color level setup command"};
 constexpr ColourSetting HUE{
-    kColourHue, HUE_COLOURS, {MODEL_RANGE(hue_range)}, "Failed to send color hue setup command"};
+    ROW_COLOUR_HUE, HUE_COLOURS, {MODEL_RANGE(hue_range)}, "Failed to send color hue setup command"};
 
 gboolean send_colour(PTZDriverCanon *self, const ColourSetting &setting, int colour, unsigned level)
 {
@@ -54,7 +54,7 @@ gboolean send_named_colour(PTZDriverCanon *self, const ColourSetting &setting, c
     return send_colour(self, setting, named->code, level);
 }
 
-constexpr ModeSetting WHITE_BALANCE{kWhiteBalanceMode,
+constexpr ModeSetting WHITE_BALANCE{ROW_WHITE_BALANCE_MODE,
                                     {&CameraModel::white_balance_tbl, "Unavailable white balance mode table.",
                                      ERROR_MESSAGE("Unsupported white balance mode: %s")},
                                     "Failed to send white balance setup command"};
@@ -67,9 +67,9 @@ struct GainSetting {
     const char *failure;
 };
 
-constexpr GainSetting RED_GAIN{kWhiteBalanceRedGain, kWhiteBalanceRedGainSet,
+constexpr GainSetting RED_GAIN{ROW_WHITE_BALANCE_RED_GAIN, ROW_WHITE_BALANCE_RED_GAIN_SET,
                                "Failed to send white balance red gain setup command"};
-constexpr GainSetting BLUE_GAIN{kWhiteBalanceBlueGain, kWhiteBalanceBlueGainSet,
+constexpr GainSetting BLUE_GAIN{ROW_WHITE_BALANCE_BLUE_GAIN, ROW_WHITE_BALANCE_BLUE_GAIN_SET,
                                 "Failed to send white balance blue gain setup command"};
 
 gboolean send_gain(PTZDriverCanon *self, const GainSetting &setting, unsigned gain)
@@ -113,8 +113,8 @@ gboolean ptz_driver_canon_cmd_chroma_suppress(PTZDriverCanon *self, unsigned lev
         log_error("Unsupported chroma suppression level: %d", static_cast<int>(level));
         return FALSE;
     }
-    return ptz_driver_canon_cmd_send_record(self, "Failed to send chroma suppression setup command", kChromaSuppression,
-                                            level);
+    return ptz_driver_canon_cmd_send_record(self, "Failed to send chroma suppression setup command",
+                                            ROW_CHROMA_SUPPRESSION, level);
 }
 
 gboolean ptz_driver_canon_cmd_white_balance(PTZDriverCanon *self, const char *mode)
@@ -141,5 +141,5 @@ gboolean ptz_driver_canon_cmd_white_balance_onepush(PTZDriverCanon *self)
 {
     GUARD(self, FALSE);
     return ptz_driver_canon_cmd_send_record(self, "Failed to send one push white balance setup command",
-                                            kOnePushWhiteBalance);
+                                            ROW_ONE_PUSH_WHITE_BALANCE);
 }

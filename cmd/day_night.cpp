@@ -4,12 +4,13 @@
 
 namespace {
 
-constexpr LevelSetting THRESHOLD{
-    kDayNightThreshold, {MODEL_RANGE(ircf_threshold_range)}, "Failed to send auto day/night threshold setup command"};
-constexpr LevelSetting HYSTERESIS{kDayNightHysteresis,
+constexpr LevelSetting THRESHOLD{ROW_DAY_NIGHT_THRESHOLD,
+                                 {MODEL_RANGE(ircf_threshold_range)},
+                                 "Failed to send auto day/night threshold setup command"};
+constexpr LevelSetting HYSTERESIS{ROW_DAY_NIGHT_HYSTERESIS,
                                   {MODEL_RANGE(ircf_hysteresis_range)},
                                   "Failed to send auto day/night hysteresis setup command"};
-constexpr LevelSetting WAITING_TIME{kDayNightWaitingTime,
+constexpr LevelSetting WAITING_TIME{ROW_DAY_NIGHT_WAITING_TIME,
                                     {MODEL_RANGE(ircf_waittime_range)},
                                     "Failed to send auto day/night wating time setup command"};
 
@@ -20,10 +21,10 @@ gboolean ptz_driver_canon_cmd_ircut(PTZDriverCanon *self, int mode)
     GUARD(self, FALSE);
     CommandBuffer commands;
     if (mode == IR_CUT_AUTOMATIC) {
-        commands.add(kDayNightMode, 1);
+        commands.add(ROW_DAY_NIGHT_MODE, 1);
     } else {
-        commands.add(kDayNightMode, 0);
-        commands.add(kIrCutFilter, mode == IR_CUT_NIGHT ? 1 : 0);
+        commands.add(ROW_DAY_NIGHT_MODE, 0);
+        commands.add(ROW_IR_CUT_FILTER, mode == IR_CUT_NIGHT ? 1 : 0);
     }
     return ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send day/night mode setup command");
 }
@@ -53,6 +54,6 @@ gboolean ptz_driver_canon_cmd_ir_correction(PTZDriverCanon *self, const char *en
 {
     GUARD_TEXT(enabled);
     const bool off = g_ascii_strcasecmp(enabled, "off") == 0;
-    return ptz_driver_canon_cmd_send_record(self, "Failed to send IR correction frequency setup command", kIrCorrection,
-                                            off ? 0 : self->cam_model->ir_correction_frequency);
+    return ptz_driver_canon_cmd_send_record(self, "Failed to send IR correction frequency setup command",
+                                            ROW_IR_CORRECTION, off ? 0 : self->cam_model->ir_correction_frequency);
 }

@@ -19,11 +19,12 @@ constexpr ModeTable PRIORITIES{&CameraModel::exposure_priority_tbl, "Unavailable
 constexpr ModeTable WINDOWS{&CameraModel::exposure_window_tbl, "Unavailable exposure window table.",
                             ERROR_MESSAGE("Unsupported exposure window: %s")};
 
-constexpr ModeSetting WINDOW{kExposureWindow, WINDOWS, "Failed to send exposure window setup command"};
-constexpr ModeSetting SPOT_WINDOW{kExposureWindow, WINDOWS, "Failed to spot exposure window setup send command"};
+constexpr ModeSetting WINDOW{ROW_EXPOSURE_WINDOW, WINDOWS, "Failed to send exposure window setup command"};
+constexpr ModeSetting SPOT_WINDOW{ROW_EXPOSURE_WINDOW, WINDOWS, "Failed to spot exposure window setup send command"};
 
-constexpr LevelSetting RESPONSE{
-    kAutoExposureResponse, {MODEL_RANGE(ae_response_range)}, "Failed to send auto exposure response setup command"};
+constexpr LevelSetting RESPONSE{ROW_AUTO_EXPOSURE_RESPONSE,
+                                {MODEL_RANGE(ae_response_range)},
+                                "Failed to send auto exposure response setup command"};
 
 // As limits of the exposure time: one frame, and the shortest there is.
 constexpr int ONE_FRAME = -1;
@@ -61,8 +62,8 @@ gboolean ptz_driver_canon_cmd_exposure_mode(PTZDriverCanon *self, const char *mo
     GUARD_TEXT(mode);
     const ModeRow *row = priority != nullptr ? ptz_driver_canon_cmd_choose_mode(self, PRIORITIES, priority)
                                              : ptz_driver_canon_cmd_choose_mode(self, MODES, mode);
-    if (row == nullptr ||
-        !ptz_driver_canon_cmd_send_record(self, "Failed to send exposure mode setup command", kExposureMode, row->code))
+    if (row == nullptr || !ptz_driver_canon_cmd_send_record(self, "Failed to send exposure mode setup command",
+                                                            ROW_EXPOSURE_MODE, row->code))
         return FALSE;
     // The table's own text: the caller's may be gone when this is read.
     self->current.exposure_mode = priority != nullptr ? row->name : nullptr;
@@ -102,7 +103,7 @@ gboolean ptz_driver_canon_cmd_spot_exposure_position(PTZDriverCanon *self, unsig
         return FALSE;
     }
     return ptz_driver_canon_cmd_send_record(self, "Failed to send spot exposure position command",
-                                            kSpotExposurePosition, x.begin, y.begin, x.length, y.length);
+                                            ROW_SPOT_EXPOSURE_POSITION, x.begin, y.begin, x.length, y.length);
 }
 
 gboolean ptz_driver_canon_cmd_shutter(PTZDriverCanon *self, int value, gboolean manual)
@@ -114,7 +115,7 @@ gboolean ptz_driver_canon_cmd_shutter(PTZDriverCanon *self, int value, gboolean 
         log_error("Unsupported shutter speed: %d", value);
         return FALSE;
     }
-    return ptz_driver_canon_cmd_send_record(self, "Failed to send shutter speed setup command", kShutter, code);
+    return ptz_driver_canon_cmd_send_record(self, "Failed to send shutter speed setup command", ROW_SHUTTER, code);
 }
 
 gboolean ptz_driver_canon_cmd_max_exposure_time(PTZDriverCanon *self, const char *mode, int limit)
@@ -134,7 +135,7 @@ gboolean ptz_driver_canon_cmd_max_exposure_time(PTZDriverCanon *self, const char
         log_error("Unsupported short shutter limit");
         return FALSE;
     }
-    return ptz_driver_canon_cmd_send_record(self, "Failed to send shutter limits setup command", kShutterLimits,
+    return ptz_driver_canon_cmd_send_record(self, "Failed to send shutter limits setup command", ROW_SHUTTER_LIMITS,
                                             longest, shortest);
 }
 
@@ -142,7 +143,7 @@ gboolean ptz_driver_canon_cmd_gain(PTZDriverCanon *self, int percent)
 {
     GUARD(self, FALSE);
     const int code = payload_gain_code(self, percent);
-    return code >= 0 && ptz_driver_canon_cmd_send_record(self, "Failed to send gain setup command", kGain, code);
+    return code >= 0 && ptz_driver_canon_cmd_send_record(self, "Failed to send gain setup command", ROW_GAIN, code);
 }
 
 gboolean ptz_driver_canon_cmd_max_gain(PTZDriverCanon *self, const char *mode, int percent)
@@ -160,7 +161,7 @@ gboolean ptz_driver_canon_cmd_max_gain(PTZDriverCanon *self, const char *mode, i
         log_error("Unsupported maximum gain: %d", percent);
         return FALSE;
     }
-    return ptz_driver_canon_cmd_send_record(self, "Failed to send gain setup command", kMaximumGain, code);
+    return ptz_driver_canon_cmd_send_record(self, "Failed to send gain setup command", ROW_MAXIMUM_GAIN, code);
 }
 
 gboolean ptz_driver_canon_cmd_iris(PTZDriverCanon *self, int value, gboolean invert)
@@ -188,6 +189,6 @@ gboolean ptz_driver_canon_cmd_manual_bright_level(PTZDriverCanon *self, unsigned
         return FALSE;
     CommandBuffer commands;
     payload_add_iris(commands, iris);
-    commands.add(kGain, gain);
+    commands.add(ROW_GAIN, gain);
     return ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send manual bright level setup command");
 }

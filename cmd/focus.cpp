@@ -13,9 +13,9 @@ constexpr ModeRow AUTO_MODES[] = {{"auto", 0}, {"zoom", 1}, {"interval", 2}, {}}
 constexpr ModeRow MANUAL_MODES[] = {{"manual", 1}, {"inf", 4}, {"push", 5}, {}};
 constexpr ModeRow SENSITIVITIES[] = {{"normal", 127}, {"low", 64}, {}};
 
-constexpr ChoiceSetting AUTO_MODE{kAutoFocusMode, AUTO_MODES, "Unsupported auto focus mode",
+constexpr ChoiceSetting AUTO_MODE{ROW_AUTO_FOCUS_MODE, AUTO_MODES, "Unsupported auto focus mode",
                                   "Failed to send auto focus mode setup command"};
-constexpr ChoiceSetting SENSITIVITY{kAutoFocusSensitivity, SENSITIVITIES, "Unsupported focus sensitivity mode",
+constexpr ChoiceSetting SENSITIVITY{ROW_AUTO_FOCUS_SENSITIVITY, SENSITIVITIES, "Unsupported focus sensitivity mode",
                                     "Failed to send auto focus sensitivity setup command"};
 
 struct TimeSetting {
@@ -25,10 +25,10 @@ struct TimeSetting {
     const char *failure;
 };
 
-constexpr TimeSetting ACTIVE_TIME{kAutoFocusActivityTime, &CameraModel::focus_active_time_range,
+constexpr TimeSetting ACTIVE_TIME{ROW_AUTO_FOCUS_ACTIVITY_TIME, &CameraModel::focus_active_time_range,
                                   "Unsupported auto focus activity time",
                                   "Failed to send auto focus activity time setup command"};
-constexpr TimeSetting INTERVAL_TIME{kAutoFocusIntervalTime, &CameraModel::focus_interval_time_range,
+constexpr TimeSetting INTERVAL_TIME{ROW_AUTO_FOCUS_INTERVAL_TIME, &CameraModel::focus_interval_time_range,
                                     "Unsupported auto focus interval time",
                                     "Failed to send auto focus interval time setup command"};
 
@@ -55,9 +55,9 @@ gboolean ptz_driver_canon_cmd_auto_focus(PTZDriverCanon *self, int mode)
 
     CommandBuffer commands;
     if (mode == PTZ_FOCUS_AUTO) {
-        commands.add(kFocusMode, FOCUS_MODE_AUTO);
+        commands.add(ROW_FOCUS_MODE, FOCUS_MODE_AUTO);
     } else if (mode == PTZ_FOCUS_MANUAL) {
-        commands.add(kFocusMode, self->current.focus_manual_mode);
+        commands.add(ROW_FOCUS_MODE, self->current.focus_manual_mode);
     } else {
         log_error("Unsupported auto focus mode");
         return FALSE;
@@ -85,7 +85,7 @@ gboolean ptz_driver_canon_cmd_auto_focus_limit(PTZDriverCanon *self, int focus_l
         if (limits[i].position <= focus_limit)
             code = limits[i].code;
     return ptz_driver_canon_cmd_send_record(self, "Failed to send auto focus limitation setup command",
-                                            kAutoFocusNearLimit, code);
+                                            ROW_AUTO_FOCUS_NEAR_LIMIT, code);
 }
 
 gboolean ptz_driver_canon_cmd_focus_auto_mode(PTZDriverCanon *self, const char *mode)
@@ -105,7 +105,7 @@ gboolean ptz_driver_canon_cmd_focus_manual_mode(PTZDriverCanon *self, const char
     if (self->current.auto_focus)
         return TRUE;
     const gboolean sent = ptz_driver_canon_cmd_send_record(self, "Failed to send manual focus mode setup command",
-                                                           kFocusMode, choice->code);
+                                                           ROW_FOCUS_MODE, choice->code);
     self->current.focus_manual_mode = static_cast<std::uint8_t>(choice->code);
     return sent;
 }

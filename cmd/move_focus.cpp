@@ -25,22 +25,22 @@ constexpr int STOPPED = 0;
 gboolean move_to(PTZDriverCanon *self, int position)
 {
     CommandBuffer commands;
-    commands.add(kFocusPosition, vccif_zenta_to_vcc_focus(self->cam_model, position));
+    commands.add(ROW_FOCUS_POSITION, vccif_zenta_to_vcc_focus(self->cam_model, position));
     return ptz_driver_canon_cmd_focus_execute(self, commands.data(), commands.size(), position);
 }
 
 gboolean stop(PTZDriverCanon *self, int target)
 {
     CommandBuffer commands;
-    commands.add(kFocusMode, FOCUS_STOP);
+    commands.add(ROW_FOCUS_MODE, FOCUS_STOP);
     return ptz_driver_canon_cmd_focus_execute(self, commands.data(), commands.size(), target);
 }
 
 gboolean drive(PTZDriverCanon *self, int speed_percent)
 {
     CommandBuffer commands;
-    commands.add(kFocusSpeed, vccif_percent_to_vcc_focus_speed(self->cam_model, std::abs(speed_percent)));
-    commands.add(kFocusMode, speed_percent < 0 ? FOCUS_DRIVE_NEAR : FOCUS_DRIVE_FAR);
+    commands.add(ROW_FOCUS_SPEED, vccif_percent_to_vcc_focus_speed(self->cam_model, std::abs(speed_percent)));
+    commands.add(ROW_FOCUS_MODE, speed_percent < 0 ? FOCUS_DRIVE_NEAR : FOCUS_DRIVE_FAR);
     return ptz_driver_canon_cmd_focus_execute(self, commands.data(), commands.size(), NO_TARGET);
 }
 

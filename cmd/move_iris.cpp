@@ -86,9 +86,9 @@ gboolean send_exposure(PTZDriverCanon *self, const Exposure &exposure)
     if (gain < 0)
         return FALSE;
     CommandBuffer commands;
-    commands.add(kShutter, shutter);
+    commands.add(ROW_SHUTTER, shutter);
     payload_add_iris(commands, iris);
-    commands.add(kGain, gain);
+    commands.add(ROW_GAIN, gain);
     return ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send full manual settings setup command");
 }
 

@@ -37,8 +37,8 @@ struct Drive {
 };
 
 constexpr Drive PAN{PAN_TILT_STOP_PAN,
-                    kPanSpeed,
-                    kPanPosition,
+                    ROW_PAN_SPEED,
+                    ROW_PAN_POSITION,
                     -170,
                     170,
                     &PTZDriverCanon::limit_min_pan,
@@ -50,8 +50,8 @@ constexpr Drive PAN{PAN_TILT_STOP_PAN,
                     vccif_percent_to_vcc_pan_speed,
                     vccif_degree_to_vcc_pan};
 constexpr Drive TILT{PAN_TILT_STOP_TILT,
-                     kTiltSpeed,
-                     kTiltPosition,
+                     ROW_TILT_SPEED,
+                     ROW_TILT_POSITION,
                      -20,
                      90,
                      &PTZDriverCanon::limit_min_tilt,
@@ -134,7 +134,7 @@ void add_continuous(PTZDriverCanon *self, CommandBuffer &commands, const DriveMo
     if (!move.requested)
         return;
     if (move.zero) {
-        commands.add(kPanTiltStop, drive.stop_code);
+        commands.add(ROW_PAN_TILT_STOP, drive.stop_code);
         return;
     }
     const float percent = continuous_percent(self, move.value);
@@ -151,7 +151,7 @@ void add_relative(PTZDriverCanon *self, CommandBuffer &commands, const DriveMove
     if (!move.requested)
         return;
     if (move.zero) {
-        commands.add(kPanTiltStop, drive.stop_code);
+        commands.add(ROW_PAN_TILT_STOP, drive.stop_code);
         return;
     }
     commands.add(drive.speed_row, drive.curve_speed(self, speed_percent));
@@ -165,11 +165,11 @@ void add_absolute(PTZDriverCanon *self, CommandBuffer &commands, const PanTiltMo
         if (axis->requested)
             commands.add(axis->drive.speed_row, axis->drive.curve_speed(self, move.speed_percent));
     if (move.pan.requested && move.tilt.requested)
-        commands.add(kPanTiltPosition, target(move.pan), target(move.tilt));
+        commands.add(ROW_PAN_TILT_POSITION, target(move.pan), target(move.tilt));
     else if (move.pan.requested)
-        commands.add(kPanPosition, target(move.pan));
+        commands.add(ROW_PAN_POSITION, target(move.pan));
     else
-        commands.add(kTiltPosition, target(move.tilt));
+        commands.add(ROW_TILT_POSITION, target(move.tilt));
 }
 
 // Fills the buffer; false for a mode that moves nothing.

@@ -21,22 +21,22 @@ constexpr float FULL_SPEED_PERCENT = 100.0f;
 
 void add_zoom_speed(CommandBuffer &commands, const CameraModel *model, float percent)
 {
-    commands.add(kZoomStop);
-    commands.add(kZoomSpeed, vccif_percent_to_vcc_zoom_speed(model, percent));
+    commands.add(ROW_ZOOM_STOP);
+    commands.add(ROW_ZOOM_SPEED, vccif_percent_to_vcc_zoom_speed(model, percent));
 }
 
 void add_digital_position(CommandBuffer &commands, const CameraModel *model, int target)
 {
-    commands.add(kZoomDigitalPosition,
+    commands.add(ROW_ZOOM_DIGITAL_POSITION,
                  static_cast<int>(vccif_zenta_to_vcc_digital_zoom(model, target - ZENTA_DIGITAL_ZOOM_MIN)));
 }
 
 void add_optical_position(CommandBuffer &commands, const CameraModel *model, int target)
 {
     if (model->zoom_by_magnification)
-        commands.add(kZoomMagnification, static_cast<int>(vccif_zenta_to_vcc_optical_magnification(model, target)));
+        commands.add(ROW_ZOOM_MAGNIFICATION, static_cast<int>(vccif_zenta_to_vcc_optical_magnification(model, target)));
     else
-        commands.add(kZoomOpticalPosition, static_cast<int>(vccif_zenta_to_vcc_zoom(model, target)));
+        commands.add(ROW_ZOOM_OPTICAL_POSITION, static_cast<int>(vccif_zenta_to_vcc_zoom(model, target)));
 }
 
 // A digital zoom configured beyond reason puts the present position at an end of what an int holds.
@@ -60,7 +60,7 @@ float continuous_speed_percent(const PTZDriverCanon *self, std::int32_t value)
 void stop_zoom(PTZDriverCanon *self)
 {
     CommandBuffer commands;
-    commands.add(kZoomStop);
+    commands.add(ROW_ZOOM_STOP);
     ptz_driver_canon_cmd_zoom_execute(self, commands.data(), commands.size(), TRUE);
 }
 

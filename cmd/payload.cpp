@@ -10,13 +10,13 @@
 void payload_add_brightness(CommandBuffer &commands, const PTZDriverCanon *self)
 {
     const auto step = static_cast<std::int8_t>(self->current.brightness_level);
-    commands.add(kBrightnessLevel, int{ptz_driver_canon_utils_shift_brightness_if_backlight_on(self, step)});
+    commands.add(ROW_BRIGHTNESS_LEVEL, int{ptz_driver_canon_utils_shift_brightness_if_backlight_on(self, step)});
 }
 
 void payload_add_iris(CommandBuffer &commands, int code)
 {
-    commands.add(kIrisLevelA, code);
-    commands.add(kIrisLevelB, code);
+    commands.add(ROW_IRIS_LEVEL_A, code);
+    commands.add(ROW_IRIS_LEVEL_B, code);
 }
 
 int payload_iris_code(const PTZDriverCanon *self, int percent, int shown)

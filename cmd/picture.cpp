@@ -5,30 +5,31 @@
 
 namespace {
 
-constexpr LevelSetting SHARPNESS{kSharpness, {MODEL_RANGE(sharpness_range)}, "Failed to send sharpness setup command"};
+constexpr LevelSetting SHARPNESS{
+    ROW_SHARPNESS, {MODEL_RANGE(sharpness_range)}, "Failed to send sharpness setup command"};
 constexpr LevelSetting DEFOG_EFFECT{
-    kDefogEffect, {MODEL_RANGE(defog_effect_range)}, "Failed to send defog level setup command"};
+    ROW_DEFOG_EFFECT, {MODEL_RANGE(defog_effect_range)}, "Failed to send defog level setup command"};
 
 constexpr ModelRange NOISE_RANGE{MODEL_RANGE(nr_range)};
 
-constexpr ModeSetting WDR{kWdr,
+constexpr ModeSetting WDR{ROW_WDR,
                           {&CameraModel::wdr_tbl, "Unavailable WDR table.", ERROR_MESSAGE("Unsupported WDR mode %s")},
                           "Failed to send WDR setup command"};
 constexpr ModeSetting GAMMA{
-    kGamma,
+    ROW_GAMMA,
     {&CameraModel::gamma_tbl, "Unavailable gamma cureve table.", ERROR_MESSAGE("Unsupported gamma curve mode %s")},
     "Failed to send gamma curve mode setup command"};
-constexpr ModeSetting STABILIZER{kImageStabilization,
+constexpr ModeSetting STABILIZER{ROW_IMAGE_STABILIZATION,
                                  {&CameraModel::image_stabilizer_tbl, "Unavailable image stabilization table.",
                                   ERROR_MESSAGE("Unsupported image stabilization mode %s")},
                                  "Failed to send image stabilization setup command"};
-constexpr ModeSetting DISTORTION{kDistortionCorrection,
+constexpr ModeSetting DISTORTION{ROW_DISTORTION_CORRECTION,
                                  {&CameraModel::distortion_correction_tbl, "Unavailable distortion correction table.",
                                   ERROR_MESSAGE("Unsupported distortion correction mode %s")},
                                  "Failed to send distortion correction setup command"};
 
 constexpr ModeRow OFF_ON[] = {{"off", 0}, {"on", 1}, {}};
-constexpr ChoiceSetting DEFOG{kDefog, OFF_ON, "Unsupported defog mode", "Failed to send defog setup command"};
+constexpr ChoiceSetting DEFOG{ROW_DEFOG, OFF_ON, "Unsupported defog mode", "Failed to send defog setup command"};
 
 } // namespace
 
@@ -51,7 +52,7 @@ gboolean ptz_driver_canon_cmd_noise_reduction(PTZDriverCanon *self, const char *
     const bool on = row->code != 0;
     const int strength = on ? ptz_driver_canon_cmd_scaled(self, NOISE_RANGE, level) : 0;
     return ptz_driver_canon_cmd_send_record(self, "Failed to send noise reduction intensity setup command",
-                                            kNoiseReduction, strength);
+                                            ROW_NOISE_REDUCTION, strength);
 }
 
 gboolean ptz_driver_canon_cmd_wdr(PTZDriverCanon *self, const char *mode)

@@ -14,7 +14,7 @@ gboolean ptz_driver_canon_cmd_halt_sensor(PTZDriverCanon *self, gboolean halt)
 {
     GUARD(self, FALSE);
     return ptz_driver_canon_cmd_send_record(self, "Failed to send image sensor halt mode setup command",
-                                            kImageSensorHalt, halt ? 0 : 1, halt ? 1 : 0);
+                                            ROW_IMAGE_SENSOR_HALT, halt ? 0 : 1, halt ? 1 : 0);
 }
 
 void ptz_driver_canon_utils_halt_sensor_and_settle(PTZDriverCanon *self)

@@ -10,9 +10,9 @@ namespace {
 constexpr ModeRow OUTPUTS[] = {{"hdmi", 0}, {"sdi", 1}, {}};
 constexpr ModeRow SDI_LEVELS[] = {{"level_a", 0}, {"level_b", 1}, {}};
 
-constexpr ChoiceSetting VIDEO_OUTPUT{kVideoOutput, OUTPUTS, "Unsupported video output type",
+constexpr ChoiceSetting VIDEO_OUTPUT{ROW_VIDEO_OUTPUT, OUTPUTS, "Unsupported video output type",
                                      "Failed to send video output setup command"};
-constexpr ChoiceSetting SDI_MAPPING{kSdiMapping, SDI_LEVELS, "Unsupported SDI mapping mode",
+constexpr ChoiceSetting SDI_MAPPING{ROW_SDI_MAPPING, SDI_LEVELS, "Unsupported SDI mapping mode",
                                     "Failed to send SDI mapping setup command"};
 
 constexpr ModeTable VIDEO_MODES{&CameraModel::video_mode_tbl, "Unavailable video mode table.",
@@ -37,7 +37,7 @@ gboolean ptz_driver_canon_cmd_rotate(PTZDriverCanon *self, int degrees)
         log_error("Unsupported rotation mode");
         return FALSE;
     }
-    return ptz_driver_canon_cmd_send_record(self, "Failed to send rotate setup command", kRotation,
+    return ptz_driver_canon_cmd_send_record(self, "Failed to send rotate setup command", ROW_ROTATION,
                                             degrees == 180 ? 1 : 0);
 }
 
@@ -53,8 +53,8 @@ gboolean ptz_driver_canon_cmd_video_mode(PTZDriverCanon *self, const char *mode,
         return FALSE;
     }
     CommandBuffer commands;
-    commands.add(kVideoMode, row->code);
-    commands.add(kScanMode, code);
+    commands.add(ROW_VIDEO_MODE, row->code);
+    commands.add(ROW_SCAN_MODE, code);
     return ptz_driver_canon_cmd_send_buffer(self, commands, "Failed to send video mode setup command");
 }
 

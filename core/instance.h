@@ -63,7 +63,7 @@ struct PTZDriverCanon {
     guint32 device_error;
     const CameraModel *cam_model; // of the block defaults, from the boot on of the camera block itself
     int block_model_id;           // from the block defaults, -1 not known
-    LifeFlag driver_initialized;          // core/life.h
+    LifeFlag driver_initialized;  // core/life.h
     gboolean camera_powered;
     gboolean camera_reset_released;
     gboolean status_update; // the status poll reads the error information

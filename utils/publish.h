@@ -11,8 +11,8 @@ void ptz_driver_canon_utils_publish_status(PTZDriverCanon *self);
 // nothing from the camera block: that is the status poll (driver/device_status.h), which happens to have the same rate.
 void ptz_driver_canon_utils_start_publishing(PTZDriverCanon *self);
 
-// One run of the publishing job: publishes, and freezes the picture while the camera moves where that is wanted. 1 to go on, 0
-// when the temperature left the operating range or the driver was closed.
+// One run of the publishing job: publishes, and freezes the picture while the camera moves where that is wanted. 1 to
+// go on, 0 when the temperature left the operating range or the driver was closed.
 gboolean ptz_driver_canon_utils_status_job(PTZDriverCanon *self);
 
 // The published records point into one driver; makes them forget `self`, which is about to go.

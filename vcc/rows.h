@@ -1,5 +1,4 @@
-// The rows of rows.def as constants: kFocusMode, kFocusPosition, ... They alone are written like this, every other
-// constant of the driver in capitals: in an operation one sees what goes over the wire.
+// The rows of rows.def as constants: ROW_FOCUS_MODE, ROW_FOCUS_POSITION, ...
 #pragma once
 
 #include "vcc/row.h"

@@ -47,7 +47,7 @@ TEST_F(OnBoard, EveryRowIsSentAndTaken)
     // The simulator knows the reset and the halt of the sensor as one command.
     const auto name_on_board = [](const VccRowInfo &row) {
         const std::string name = row.name;
-        return name == kSoftwareReset.name || name == kImageSensorHalt.name ? "System" : name;
+        return name == ROW_SOFTWARE_RESET.name || name == ROW_IMAGE_SENSOR_HALT.name ? "System" : name;
     };
     for (const VccRowInfo &row : vcc_rows())
         EXPECT_TRUE(seen.contains(name_on_board(row))) << row.name;
