@@ -1,0 +1,1 @@
+#include "tests/scenario/system_fixture.h"
