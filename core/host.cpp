@@ -1,10 +1,9 @@
 #include "core/host.h"
 
 #include "core/clock.h"
+#include "glib_owned.h"
 
 #include <atomic>
-#include <cstring>
-#include <mutex>
 
 namespace {
 
@@ -17,7 +16,7 @@ std::atomic<bool> is_there{false};
 GCancellable *interrupt = nullptr;
 
 std::atomic<std::int64_t> chunk_at{NEVER};
-std::mutex mutex; // of all that follows
+GMutex mutex; // of all that follows
 std::string failure;
 HostUpgrade upgrade;
 std::string transfer_failure;
@@ -77,30 +76,34 @@ unsigned host_sends_failed()
 void host_note_start()
 {
     chunk_at = NEVER;
-    const std::lock_guard lock(mutex);
+    const GMutexHold hold(mutex);
     failure.clear();
     transfer_failure.clear();
     upgrade = {};
 }
 
-void host_note_failed_step(const char *message)
+void host_note_failed_step(std::string_view message)
 {
-    constexpr char FATAL[] = "Fatal error, ";
-    if (std::strncmp(message, FATAL, std::strlen(FATAL)) == 0)
-        message += std::strlen(FATAL);
-    const std::lock_guard lock(mutex);
-    failure += (failure.empty() ? "" : "; ") + std::string(message, std::strcspn(message, "\n"));
+    constexpr std::string_view FATAL = "Fatal error, ";
+    if (message.starts_with(FATAL))
+        message.remove_prefix(FATAL.size());
+    if (message.ends_with('\n'))
+        message.remove_suffix(1);
+    const GMutexHold hold(mutex);
+    if (!failure.empty())
+        failure += "; ";
+    failure += message;
 }
 
 void host_note_upgrade(const std::string &image, const std::string &from, const std::string &to)
 {
-    const std::lock_guard lock(mutex);
+    const GMutexHold hold(mutex);
     upgrade = {image, from, to, 0, 0, ""};
 }
 
 void host_note_chunk(int index, int count)
 {
-    const std::lock_guard lock(mutex);
+    const GMutexHold hold(mutex);
     const auto taken = static_cast<unsigned>(index) + 1;
     upgrade.chunks = static_cast<unsigned>(count);
     if (taken <= upgrade.sent)
@@ -111,19 +114,19 @@ void host_note_chunk(int index, int count)
 
 void host_note_transfer_failure(const std::string &reason)
 {
-    const std::lock_guard lock(mutex);
+    const GMutexHold hold(mutex);
     transfer_failure = reason;
 }
 
 void host_note_upgrade_result(const std::string &result)
 {
-    const std::lock_guard lock(mutex);
+    const GMutexHold hold(mutex);
     upgrade.result = result;
 }
 
 std::string host_failure()
 {
-    const std::lock_guard lock(mutex);
+    const GMutexHold hold(mutex);
     return failure;
 }
 
@@ -134,25 +137,25 @@ std::int64_t host_chunk_age_us()
 
 HostUpgrade host_upgrade()
 {
-    const std::lock_guard lock(mutex);
+    const GMutexHold hold(mutex);
     return upgrade;
 }
 
 std::string host_transfer_failure()
 {
-    const std::lock_guard lock(mutex);
+    const GMutexHold hold(mutex);
     return transfer_failure;
 }
 
 void host_set_held_image(const char *image)
 {
-    const std::lock_guard lock(mutex);
+    const GMutexHold hold(mutex);
     held_image = image != nullptr ? image : "";
 }
 
 std::string host_held_image()
 {
-    const std::lock_guard lock(mutex);
+    const GMutexHold hold(mutex);
     return held_image;
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 // An exchange with the camera block begins; it has answered, or a good status has come.
 void host_note_exchange();
@@ -16,7 +17,7 @@ void host_note_failed_send();
 
 // The camera is being started: what follows is of this start. One of its steps has failed, with that message.
 void host_note_start();
-void host_note_failed_step(const char *message);
+void host_note_failed_step(std::string_view message);
 
 // What became of the firmware image; the property DRIVER_HOST_UPGRADE says what the fields are.
 struct HostUpgrade {
