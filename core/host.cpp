@@ -1,6 +1,7 @@
 #include "core/host.h"
 
 #include "core/clock.h"
+#include "glib_owned.h"
 
 #include <atomic>
 
@@ -13,6 +14,19 @@ std::atomic<std::int64_t> silent_since{NEVER};
 std::atomic<unsigned> sends_failed{0};
 std::atomic<bool> is_there{false};
 GCancellable *interrupt = nullptr;
+
+std::atomic<std::int64_t> chunk_at{NEVER};
+GMutex mutex; // of all that follows
+std::string failure;
+HostUpgrade upgrade;
+std::string transfer_failure;
+std::string held_image;
+
+std::int64_t age_of(const std::atomic<std::int64_t> &moment)
+{
+    const std::int64_t at = moment.load(std::memory_order_relaxed);
+    return at == NEVER ? NEVER : clock_get().monotonic_us() - at;
+}
 
 std::int64_t now_us()
 {
@@ -45,8 +59,7 @@ void host_note_failed_send()
 
 std::int64_t host_status_age_us()
 {
-    const std::int64_t at = status_at.load(std::memory_order_relaxed);
-    return at == NEVER ? NEVER : now_us() - at;
+    return age_of(status_at);
 }
 
 std::int64_t host_silence_us()
@@ -58,6 +71,92 @@ std::int64_t host_silence_us()
 unsigned host_sends_failed()
 {
     return sends_failed.load(std::memory_order_relaxed);
+}
+
+void host_note_start()
+{
+    chunk_at = NEVER;
+    const GMutexHold hold(mutex);
+    failure.clear();
+    transfer_failure.clear();
+    upgrade = {};
+}
+
+void host_note_failed_step(std::string_view message)
+{
+    constexpr std::string_view FATAL = "Fatal error, ";
+    if (message.starts_with(FATAL))
+        message.remove_prefix(FATAL.size());
+    if (message.ends_with('\n'))
+        message.remove_suffix(1);
+    const GMutexHold hold(mutex);
+    if (!failure.empty())
+        failure += "; ";
+    failure += message;
+}
+
+void host_note_upgrade(const std::string &image, const std::string &from, const std::string &to)
+{
+    const GMutexHold hold(mutex);
+    upgrade = {image, from, to, 0, 0, ""};
+}
+
+void host_note_chunk(int index, int count)
+{
+    const GMutexHold hold(mutex);
+    const auto taken = static_cast<unsigned>(index) + 1;
+    upgrade.chunks = static_cast<unsigned>(count);
+    if (taken <= upgrade.sent)
+        return; // again, after a refused one
+    upgrade.sent = taken;
+    chunk_at = now_us();
+}
+
+void host_note_transfer_failure(const std::string &reason)
+{
+    const GMutexHold hold(mutex);
+    transfer_failure = reason;
+}
+
+void host_note_upgrade_result(const std::string &result)
+{
+    const GMutexHold hold(mutex);
+    upgrade.result = result;
+}
+
+std::string host_failure()
+{
+    const GMutexHold hold(mutex);
+    return failure;
+}
+
+std::int64_t host_chunk_age_us()
+{
+    return age_of(chunk_at);
+}
+
+HostUpgrade host_upgrade()
+{
+    const GMutexHold hold(mutex);
+    return upgrade;
+}
+
+std::string host_transfer_failure()
+{
+    const GMutexHold hold(mutex);
+    return transfer_failure;
+}
+
+void host_set_held_image(const char *image)
+{
+    const GMutexHold hold(mutex);
+    held_image = image != nullptr ? image : "";
+}
+
+std::string host_held_image()
+{
+    const GMutexHold hold(mutex);
+    return held_image;
 }
 
 void host_set_cancel(GCancellable *cancel)
@@ -92,4 +191,6 @@ void host_forget()
     host_set_interrupt(nullptr);
     status_at = silent_since = NEVER;
     sends_failed = 0;
+    host_note_start();
+    host_set_held_image(nullptr);
 }

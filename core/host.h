@@ -5,6 +5,8 @@
 #include <gio/gio.h>
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 // An exchange with the camera block begins; it has answered, or a good status has come.
 void host_note_exchange();
@@ -13,10 +15,41 @@ void host_note_status();
 // A command was not taken in any of its attempts.
 void host_note_failed_send();
 
+// The camera is being started: what follows is of this start. One of its steps has failed, with that message.
+void host_note_start();
+void host_note_failed_step(std::string_view message);
+
+// What became of the firmware image; the property DRIVER_HOST_UPGRADE says what the fields are.
+struct HostUpgrade {
+    std::string image; // empty: there is nothing to upgrade to
+    std::string from, to;
+    unsigned sent = 0, chunks = 0;
+    std::string result; // empty: not over yet
+};
+
+// What is said of an upgrade that the host has cancelled.
+inline constexpr char HOST_GIVEN_UP[] = "given up";
+
+// There is an image of another version than the camera block's. The block has taken one more of its chunks, `index`
+// from 0 on, of `count`. The transfer has failed, which does not end the upgrade. It is over.
+void host_note_upgrade(const std::string &image, const std::string &from, const std::string &to);
+void host_note_chunk(int index, int count);
+void host_note_transfer_failure(const std::string &reason);
+void host_note_upgrade_result(const std::string &result);
+
 // As the properties of these names say.
 std::int64_t host_status_age_us();
 std::int64_t host_silence_us();
 unsigned host_sends_failed();
+std::string host_failure();
+std::int64_t host_chunk_age_us();
+HostUpgrade host_upgrade();
+// Why the transfer failed; empty when it did not.
+std::string host_transfer_failure();
+
+// The image that is not to be transferred; null or empty: none.
+void host_set_held_image(const char *image);
+std::string host_held_image();
 
 // Both hold a reference of their own; null takes it away.
 void host_set_cancel(GCancellable *cancel);

@@ -8,7 +8,36 @@
 
 namespace {
 
-enum PropertyId { PROP_TIME_SCALE = 1, PROP_CANCEL, PROP_INTERRUPT, PROP_STATUS_AGE, PROP_SILENCE, PROP_SENDS_FAILED };
+enum PropertyId {
+    PROP_TIME_SCALE = 1,
+    PROP_CANCEL,
+    PROP_INTERRUPT,
+    PROP_STATUS_AGE,
+    PROP_SILENCE,
+    PROP_SENDS_FAILED,
+    PROP_HELD_IMAGE,
+    PROP_FAILURE,
+    PROP_CHUNK_AGE,
+    PROP_UPGRADE
+};
+
+GVariant *upgrade_variant()
+{
+    const HostUpgrade upgrade = host_upgrade();
+    GVariantBuilder fields;
+    g_variant_builder_init(&fields, G_VARIANT_TYPE_VARDICT);
+    const auto add = [&](const char *key, GVariant *value) { g_variant_builder_add(&fields, "{sv}", key, value); };
+    if (!upgrade.image.empty()) {
+        add("image", g_variant_new_string(upgrade.image.c_str()));
+        add("from", g_variant_new_string(upgrade.from.c_str()));
+        add("to", g_variant_new_string(upgrade.to.c_str()));
+        add("sent", g_variant_new_uint32(upgrade.sent));
+        add("chunks", g_variant_new_uint32(upgrade.chunks));
+        if (!upgrade.result.empty())
+            add("result", g_variant_new_string(upgrade.result.c_str()));
+    }
+    return g_variant_builder_end(&fields);
+}
 
 void set_property(GObject *object, guint id, const GValue *value, GParamSpec *spec)
 {
@@ -21,6 +50,9 @@ void set_property(GObject *object, guint id, const GValue *value, GParamSpec *sp
         break;
     case PROP_INTERRUPT:
         host_set_interrupt(static_cast<GCancellable *>(g_value_get_object(value)));
+        break;
+    case PROP_HELD_IMAGE:
+        host_set_held_image(g_value_get_string(value));
         break;
     default:
         G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
@@ -41,6 +73,15 @@ void get_property(GObject *object, guint id, GValue *value, GParamSpec *spec)
         break;
     case PROP_SENDS_FAILED:
         g_value_set_uint(value, host_sends_failed());
+        break;
+    case PROP_FAILURE:
+        g_value_set_string(value, host_failure().c_str());
+        break;
+    case PROP_CHUNK_AGE:
+        g_value_set_int64(value, host_chunk_age_us());
+        break;
+    case PROP_UPGRADE:
+        g_value_set_variant(value, upgrade_variant());
         break;
     default:
         G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
@@ -98,6 +139,17 @@ void ptz_driver_canon_install_host(GObjectClass *klass)
     install(klass, PROP_SENDS_FAILED,
             g_param_spec_uint(DRIVER_HOST_SENDS_FAILED, "Sends failed", "Commands that were not taken", 0, G_MAXUINT, 0,
                               GET));
+    install(klass, PROP_HELD_IMAGE,
+            g_param_spec_string(DRIVER_HOST_HELD_IMAGE, "Held image", "A firmware image that is not to be transferred",
+                                nullptr, SET));
+    install(klass, PROP_FAILURE,
+            g_param_spec_string(DRIVER_HOST_FAILURE, "Failure", "What failed in the last start", "", GET));
+    install(klass, PROP_CHUNK_AGE,
+            g_param_spec_int64(DRIVER_HOST_CHUNK_AGE, "Chunk age", "Microseconds since a chunk of firmware was taken",
+                               -1, G_MAXINT64, -1, GET));
+    install(klass, PROP_UPGRADE,
+            g_param_spec_variant(DRIVER_HOST_UPGRADE, "Upgrade", "What became of the firmware image",
+                                 G_VARIANT_TYPE_VARDICT, nullptr, GET));
     install_action(klass, DRIVER_HOST_APPLY, G_CALLBACK(apply), G_TYPE_BOOLEAN);
     install_action(klass, DRIVER_HOST_SETTLE, G_CALLBACK(settle), G_TYPE_NONE);
 }

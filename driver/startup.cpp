@@ -1,16 +1,16 @@
 #include "driver/startup.h"
 
 #include "cmd/sensor_halt.h"
+#include "core/host.h"
 #include "core/log.h"
-#include "core/paths.h"
 #include "driver/audio.h"
 #include "driver/capture.h"
 #include "driver/device_status.h"
+#include "driver/firmware.h"
 #include "driver/params.h"
 #include "driver/port_hold.h"
 #include "driver/type.h"
 #include "hw/boot.h"
-#include "hw/fw_file.h"
 #include "hw/power.h"
 #include "utils/picture.h"
 #include "utils/publish.h"
@@ -78,28 +78,6 @@ gboolean read_fw_version(PTZDriverCanon *self)
     return TRUE;
 }
 
-// Brings the camera block to the version of the firmware file, if there is one and it is another. Whatever the transfer
-// reports, the block decides: false when it does not come back from it.
-gboolean upgrade_firmware(PTZDriverCanon *self)
-{
-    if (!self->firmware_do_upgrade)
-        return TRUE;
-    const std::string file = data_path("IMC.APP");
-    const guint32 version = ptz_driver_canon_fw_file_version(file.c_str());
-    if (version == 0 || version == static_cast<guint32>(self->fw_version))
-        return TRUE;
-    log_info("Camera block firmware upgrade needed, starting upgrade.");
-    ptz_driver_canon_set_state(self, PTZ_STATE_UPGRADING);
-    ptz_driver_canon_fw_upgrade_file(file.c_str());
-    ptz_driver_canon_wait_fw_upgrade_complete(self);
-    if (!ptz_driver_canon_boot(self))
-        return FALSE;
-    read_fw_version(self);
-    ptz_driver_canon_set_state(self, PTZ_STATE_INITIALISING);
-    log_info("Camera block firmware upgrade is finished");
-    return TRUE;
-}
-
 // The camera block takes the capture mode that the image pipeline is in.
 gboolean initialise_capture_mode(PTZDriverCanon *self)
 {
@@ -154,7 +132,7 @@ constexpr struct {
     {begin_initialising, nullptr, nullptr, false},
     {ptz_driver_canon_boot, log_error, "Fatal error, could not start camera block", false},
     {read_fw_version, nullptr, nullptr, false},
-    {upgrade_firmware, log_error, "Fatal error, could not restart camera block", true},
+    {ptz_driver_canon_upgrade_firmware, log_error, "Fatal error, could not restart camera block", true},
     {ptz_driver_canon_utils_wait_all_status, log_error, "Fatal error, failed to communicate with camera block", true},
     {read_broadcast, nullptr, nullptr, false},
     {initialise_capture_mode, log_error, "Fatal error, failed to initialize capture mode", true},
@@ -200,6 +178,7 @@ void reset_camera_state(PTZDriverCanon *self)
 
 gboolean ptz_driver_canon_startup(PTZDriverCanon *self)
 {
+    host_note_start();
     self->fw_version = -1;
     ptz_driver_canon_update_modver(self);
     ptz_driver_canon_set_video_output(self, FALSE);
@@ -209,6 +188,7 @@ gboolean ptz_driver_canon_startup(PTZDriverCanon *self)
         if (step.run(self))
             continue;
         step.log("%s", step.failure);
+        host_note_failed_step(step.failure);
         if (step.fatal)
             return fail_startup(self);
     }

@@ -1,7 +1,9 @@
 #include "hw/fw_file.h"
 
 #include "core/descriptor.h"
+#include "core/host.h"
 #include "core/log.h"
+#include "glib_owned.h"
 #include "hw/fw_upgrade.h"
 
 #include <algorithm>
@@ -21,6 +23,12 @@ constexpr std::size_t VERSION_OFFSET = 40;
 int open_image(const char *path)
 {
     return open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+}
+
+bool unreadable()
+{
+    host_note_transfer_failure("the file cannot be read");
+    return false;
 }
 
 } // namespace
@@ -48,16 +56,37 @@ guint32 ptz_driver_canon_fw_file_version(const char *path)
     return version;
 }
 
+std::string ptz_driver_canon_fw_file_id(const char *path, guint32 version)
+{
+    const Descriptor file(open_image(path));
+    if (!file)
+        return "";
+    const GOwned<GChecksum, g_checksum_free> checksum(g_checksum_new(G_CHECKSUM_SHA256));
+    guint8 block[65536];
+    std::size_t size = 0;
+    // One byte too many is enough to be refused.
+    while (size <= FW_IMAGE_MAX) {
+        const std::size_t count = file.read_up_to(block, sizeof block);
+        g_checksum_update(checksum.get(), block, static_cast<gssize>(count));
+        size += count;
+        if (count < sizeof block)
+            break;
+    }
+    char id[64];
+    g_snprintf(id, sizeof id, "%08x-%zu-%.16s", version, size, g_checksum_get_string(checksum.get()));
+    return id;
+}
+
 bool ptz_driver_canon_fw_upgrade_file(const char *path)
 {
     const Descriptor file(open_image(path));
     struct stat status {};
     if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return false;
+        return unreadable();
     // One byte too many is enough to be refused.
     const std::size_t size = std::min(static_cast<std::size_t>(status.st_size), FW_IMAGE_MAX + 1);
     const std::unique_ptr<guint8[]> image(new (std::nothrow) guint8[size]);
     if (image == nullptr || file.read_up_to(image.get(), size) != size)
-        return false;
+        return unreadable();
     return ptz_driver_canon_fw_upgrade(image.get(), size);
 }

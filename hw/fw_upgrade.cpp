@@ -2,6 +2,7 @@
 
 #include "core/clock.h"
 #include "core/guard.h"
+#include "core/host.h"
 #include "core/log.h"
 #include "port/config.h"
 #include "port/frame.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <string>
 
 namespace {
 
@@ -36,8 +38,10 @@ constexpr guint8 READY_REPLY[] = {0xFE, 0x00};
 constexpr guint8 CHUNK[] = {0xFF, 0x02};
 constexpr guint8 END[] = {0xFF, 0x03};
 
-bool upgrade_failed()
+// `reason`: for a host.
+bool upgrade_failed(const std::string &reason)
 {
+    host_note_transfer_failure(reason);
     log_error("Fatal error, could not upgrade camera block firmware");
     return false;
 }
@@ -150,7 +154,7 @@ void announce(UpgradePort &port, std::size_t length)
 
 bool wait_ready(UpgradePort &port)
 {
-    for (int attempt = 0; attempt < READY_ATTEMPTS; ++attempt) {
+    for (int attempt = 0; attempt < READY_ATTEMPTS && !clock_cancelled(); ++attempt) {
         clock_sleep_us(SECOND_US);
         port.write(Command(READY_QUERY));
         clock_sleep_us(SECOND_US);
@@ -181,13 +185,14 @@ bool send_image(UpgradePort &port, const guint8 *image, std::size_t length, int 
 {
     const int count = static_cast<int>((length + CHUNK_SIZE - 1) / CHUNK_SIZE);
     for (int index = 0; index < count;) {
-        if (send_chunk(port, image, length, index)) {
-            ++index;
+        if (!clock_cancelled() && send_chunk(port, image, length, index)) {
+            host_note_chunk(index++, count);
             continue;
         }
-        if (++*failures > FAILURES_MAX) {
+        if (++*failures > FAILURES_MAX || clock_cancelled()) {
             log_error("Fatal error, could not transfer camera block firmware: %d/%d", index + 1, count);
-            return false;
+            return upgrade_failed("chunk " + std::to_string(index + 1) + " of " + std::to_string(count) +
+                                  " was refused too often");
         }
         index = std::max(index - REWIND_CHUNKS, 0);
     }
@@ -199,14 +204,13 @@ bool transfer(UpgradePort &port, const guint8 *image, std::size_t length)
     port.set_transfer(port.burst_length(), PORT_TRIGGER_LEVEL_THEN_EDGE);
     port.set_transfer(BURST_LENGTH, PORT_TRIGGER_LEVEL_THEN_EDGE);
     if (!flush(port))
-        return upgrade_failed();
+        return upgrade_failed("the camera block did not answer");
     announce(port, length);
     if (!wait_ready(port))
-        return upgrade_failed();
+        return upgrade_failed("the camera block did not become ready");
     clock_sleep_us(SECOND_US);
     int failures = 0;
     if (!send_image(port, image, length, &failures)) {
-        upgrade_failed();
         report_retries(failures);
         return false;
     }
@@ -223,7 +227,7 @@ bool ptz_driver_canon_fw_upgrade(const guint8 *image, std::size_t length)
 {
     GUARD(image != nullptr || length == 0, false);
     if (length > FW_IMAGE_MAX)
-        return upgrade_failed();
+        return upgrade_failed("the image is too long");
     UpgradePort port;
-    return port.open() ? transfer(port, image, length) : upgrade_failed();
+    return port.open() ? transfer(port, image, length) : upgrade_failed("port 1 cannot be opened");
 }

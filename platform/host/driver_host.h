@@ -22,6 +22,12 @@
  * a capture-mode refresh that was cut short waits for its turn again. From any thread; the host resets it. */
 #define DRIVER_HOST_INTERRUPT "host-interrupt"
 
+/* Set at any time between two starts of the camera. */
+
+/* Text, at first NULL: the id of a firmware image (see below) that is not to be transferred, because it has failed
+ * before. */
+#define DRIVER_HOST_HELD_IMAGE "host-held-image"
+
 /* Read only, at any time. */
 
 /* gint64, microseconds of the driver's time since the last good status came; -1 when none has come yet. */
@@ -33,6 +39,26 @@
 
 /* guint: commands that the block has not taken in all their attempts, since the process began. */
 #define DRIVER_HOST_SENDS_FAILED "host-sends-failed"
+
+/* Text: the messages of the steps that failed in the last start of the camera, without "Fatal error, " and with "; "
+ * between them. Empty while none has failed. A camera may run all the same. */
+#define DRIVER_HOST_FAILURE "host-failure"
+
+/* gint64, microseconds of the driver's time since the camera block has taken a part of a firmware image that it did not
+ * have before; -1 when it has taken none since the camera was last started. */
+#define DRIVER_HOST_CHUNK_AGE "host-chunk-age"
+
+/* GVariant a{sv}: what became of the firmware image in the last start of the camera. Empty when there was none, or one
+ * of the version that the camera block has. Else
+ *   "image"    s  the image's id: its version, its size in bytes and the beginning of its SHA-256, with "-" between
+ *   "from"     s  the version that the camera block had, 8 hexadecimal digits, or "unknown"
+ *   "to"       s  the version of the image, or "unknown"
+ *   "sent"     u  parts that the camera block has taken, of
+ *   "chunks"   u  so many in all; 0 as long as none was sent
+ *   "result"   s  absent while it goes on; one of the two below, or why the version is not in force, in words. */
+#define DRIVER_HOST_UPGRADE "host-upgrade"
+#define DRIVER_HOST_UPGRADE_DONE "done"
+#define DRIVER_HOST_UPGRADE_HELD "held"
 
 /* Action signals, emitted on the command thread. */
 

@@ -167,8 +167,9 @@ TEST_F(ServiceTest, ACameraThatDoesNotRunSaysWhyInWords)
     start();
     EXPECT_THAT(move(client, "('pan','absolute',0.0)"),
                 StartsWith("NotReady: The camera is not ready (failed). See the system log, then run the special "));
-    expect_answers(
-        {{"GetPosition", "()", "NotReady"}, {"Stop", "()", "NotReady"}, {"RunSpecialCommand", "('reset',)", "()"}});
+    expect_answers({{"GetPosition", "()", "NotReady"},
+                    {"Stop", "()", "NotReady"},
+                    {"RunSpecialCommand", "('reset',)", "Failed: The camera did not start: see the system log."}});
     EXPECT_THAT(script.lines(), ElementsAre("special reset"));
     service.reset();
     options.driver_new = [](int, int) -> PTZDriver * { return nullptr; };

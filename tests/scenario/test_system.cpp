@@ -140,9 +140,12 @@ TEST_F(System, HeatStopsTheCameraAndCoolingBringsItBack)
 TEST_F(System, ASecondPtzdRefusesAndSaysWhy)
 {
     start_all();
-    const std::unique_ptr<Process> second = run({PTZD_FILE, "--plugin", PLUGIN_FILE}, "second.log");
-    EXPECT_EQ(second->wait(), 3);
-    EXPECT_NE(second->output().find("com.orna.PTZ"), std::string::npos);
+    // The same camera, and another one on the same bus.
+    for (const auto &[id, reason] : {std::pair("0", "runs this board already"), std::pair("1", "runs on this bus")}) {
+        const std::unique_ptr<Process> second = run({PTZD_FILE, "--plugin", PLUGIN_FILE, "--id", id}, "second.log");
+        EXPECT_EQ(second->wait(), 3);
+        EXPECT_NE(second->output().find(reason), std::string::npos) << second->output();
+    }
     EXPECT_EQ(sim_state(), "running");
 }
 

@@ -146,6 +146,7 @@ TEST_F(Program, PrintsTextForPeopleAndObjectsForMachines)
                    "UserAdv     State                      string   -                          on, off\n"},
         {"status", "state        1 running\ntemperature  40.2 deg C\nerrors       Cam error DSP/Pan-Tilt (0084)\n"
                    "model        model:0001\nOther        a?b\n"},
+        {"upgrade", "none yet\n"},
         {"stop --json", "{\"ok\":true}\n"}};
     for (const auto &[line, output] : outputs)
         EXPECT_EQ(ptzctl(line).output, output);
@@ -155,6 +156,16 @@ TEST_F(Program, PrintsTextForPeopleAndObjectsForMachines)
     EXPECT_EQ(tour.status, EXIT_REFUSED);
     EXPECT_EQ(tour.output, "ok: the camera runs: running\n");
     EXPECT_EQ(tour.errors, "ptzctl: the tour stopped at 'pan 10 absolute': at 10.25\n");
+}
+
+TEST(UpgradeText, SaysWhatCameOfItAndWhetherItIsTriedAgain)
+{
+    const GVariantOwned status(g_variant_ref_sink(g_variant_new_parsed(
+        "{'upgrade': <{'from': <'01000000'>, 'to': <'01020304'>, 'when': <int64 0>, 'result': <'given\nup'>, "
+        "'held': <true>}>}")));
+    EXPECT_THAT(upgrade_text(status.get()),
+                AllOf(StartsWith("01000000 to 01020304, 19"),
+                      EndsWith(": given?up (not tried again; 'ptzctl upgrade --retry' does)")));
 }
 
 TEST_F(Program, PassesOnWhyTheServiceRefused)

@@ -51,6 +51,9 @@ std::string format_text(const char *format, ...) __attribute__((format(printf, 1
 // Throws Failure (EXIT_USAGE), naming them all, when the word is none of the choices. `what`: of what there is none.
 void require_choice(const std::string &word, const char *what, std::initializer_list<const char *> choices);
 
+// What a status says of the last firmware upgrade, in a line for the person; empty when there was none.
+std::string upgrade_text(GVariant *status);
+
 ExitStatus run_state(Context &context, Arguments &arguments);
 ExitStatus run_move(Context &context, Arguments &arguments);
 ExitStatus run_stop(Context &context, Arguments &arguments);
@@ -64,6 +67,7 @@ ExitStatus run_mode(Context &context, Arguments &arguments);
 ExitStatus run_speed_factor(Context &context, Arguments &arguments);
 ExitStatus run_published(Context &context, Arguments &arguments);
 ExitStatus run_status(Context &context, Arguments &arguments);
+ExitStatus run_upgrade(Context &context, Arguments &arguments);
 ExitStatus run_monitor(Context &context, Arguments &arguments);
 ExitStatus run_tour(Context &context, Arguments &arguments);
 ExitStatus run_decode(Context &context, Arguments &arguments);

@@ -90,7 +90,8 @@ constexpr Command kCommands[] = {
     {"special", "list or run special commands",
      "Usage: ptzctl special [list | COMMAND]\n"
      "\n"
-     "Lists the commands that the driver takes at this moment, or runs one and waits for its end.\n"
+     "Lists the commands that the driver takes at this moment, or runs one and waits for its end. reset is done when\n"
+     "the camera runs again, with the firmware of its image if there is one; else it fails and says why.\n"
      "\n"
      "Examples:\n"
      "  ptzctl special list\n"
@@ -148,11 +149,26 @@ constexpr Command kCommands[] = {
      "\n"
      "Prints the state, the temperature, the errors that the camera reported last, and what it says of itself: how "
      "its\n"
-     "parts are, its model and firmware version, when that was looked at. Answered at once, whatever the camera does.\n"
+     "parts are, its model and firmware version, when that was looked at; why it has failed, and what came of the "
+     "last\n"
+     "firmware upgrade. Answered at once, whatever the camera does.\n"
      "\n"
      "Example:\n"
      "  ptzctl status\n",
      run_status},
+    {"upgrade", "the last upgrade of the camera's firmware, or another try",
+     "Usage: ptzctl upgrade [--retry]\n"
+     "\n"
+     "Prints from which version to which the camera's firmware was last to be upgraded, when, and what came of it.\n"
+     "The camera is upgraded when it starts, from the image IMC.APP in the configuration folder. An image that failed\n"
+     "three times in a row is not tried again until it is another one.\n"
+     "\n"
+     "  --retry   try such an image again: restarts the camera and waits for the end; may take minutes\n"
+     "\n"
+     "Examples:\n"
+     "  ptzctl upgrade\n"
+     "  ptzctl upgrade --retry\n",
+     run_upgrade},
     {"monitor", "print state changes, events and new parameter values as they come",
      "Usage: ptzctl monitor\n"
      "\n"

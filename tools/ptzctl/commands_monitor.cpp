@@ -79,6 +79,10 @@ void show_status(Context &context, GVariant *status)
         row("errors", printable(text) + format_text(" (%04x)", bits));
     else
         row("errors", reported ? "none" : "none reported yet");
+    if (g_variant_lookup(status, "failure", "&s", &text) != FALSE)
+        row("failure", printable(text));
+    if (const std::string upgrade = upgrade_text(status); !upgrade.empty())
+        row("upgrade", upgrade);
     GVariantOwned reports(g_variant_lookup_value(status, "reports", G_VARIANT_TYPE("a{ss}")));
     for (gsize i = 0; reports && i < g_variant_n_children(reports.get()); i++) {
         GVariantOwned report(g_variant_get_child_value(reports.get(), i));

@@ -14,6 +14,7 @@ void call_angle_to_zoom(PtzService &service, const CallPtr &call);
 // calls_camera.cpp
 void call_list_special_commands(PtzService &service, const CallPtr &call);
 void call_run_special_command(PtzService &service, const CallPtr &call);
+void call_retry_upgrade(PtzService &service, const CallPtr &call);
 void call_get_capabilities(PtzService &service, const CallPtr &call);
 void call_set_iris_mode(PtzService &service, const CallPtr &call);
 void call_set_focus_mode(PtzService &service, const CallPtr &call);

@@ -1,5 +1,6 @@
 // Special commands, capabilities and modes.
 #include "glib_owned.h"
+#include "host/driver_host.h"
 #include "ptzorvel/common/quote.h"
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ptzd/calls.h"
@@ -7,6 +8,8 @@
 #include <string_view>
 
 namespace {
+
+constexpr char kReset[] = "reset";
 
 GVariant *text_list_answer(const GTexts &list)
 {
@@ -33,6 +36,42 @@ CallError special_command_error(PTZDriver *driver, const std::string &command)
     }
     return {ErrorKind::invalid_argument, "There is no special command " + quoted(command) +
                                              " now; there are: " + (offered.empty() ? "none" : offered) + "."};
+}
+
+// What a restart of the camera has come to: none when it runs, with the firmware that it shall have.
+std::optional<CallError> restart_error(const PtzService &service)
+{
+    if (service.state() == PTZ_STATE_FAILED)
+        return CallError{ErrorKind::failed, "The camera did not start: " + service.failure() + "."};
+    if (service.state() != PTZ_STATE_RUNNING)
+        return CallError{ErrorKind::failed,
+                         std::string("The camera does not run (") + state_text(service.state()) + ")."};
+    const auto image = service.image();
+    if (!image || image->result == DRIVER_HOST_UPGRADE_DONE)
+        return std::nullopt;
+    const bool held = image->result == DRIVER_HOST_UPGRADE_HELD;
+    return CallError{ErrorKind::failed,
+                     "The camera runs, but its firmware was not upgraded: " +
+                         (held ? "this image failed three times in a row and is tried again when it is another one, or "
+                                 "by RetryUpgrade (ptzctl upgrade --retry)"
+                               : image->result) +
+                         "."};
+}
+
+// Runs a special command; command thread.
+void run_special_command(const PtzService &service, PTZDriver *driver, Call &call, const std::string &command)
+{
+    if (!driver_replaces(driver, &PTZDriverClass::run_special_command))
+        return call.refuse(not_supported("run special commands"));
+    if (const char *busy = ptz_driver_busy_text(driver))
+        return call.refuse({ErrorKind::busy, busy});
+    if (!PTZ_DRIVER_GET_CLASS(driver)->run_special_command(driver, command.c_str()))
+        return call.refuse(special_command_error(driver, command));
+    const auto error = command == kReset ? restart_error(service) : std::nullopt;
+    if (error)
+        call.refuse(*error);
+    else
+        call.answer();
 }
 
 // A mode that the framework keeps and the driver applies: one of two, each with its word.
@@ -109,15 +148,16 @@ void call_run_special_command(PtzService &service, const CallPtr &call)
     const char *text = nullptr;
     g_variant_get(call->parameters(), "(&s)", &text);
     const std::string command = text;
-    service.run(call, PtzService::Gate::any_state, [command](PTZDriver *driver, Call &answered) {
-        if (!driver_replaces(driver, &PTZDriverClass::run_special_command))
-            answered.refuse(not_supported("run special commands"));
-        else if (const char *busy = ptz_driver_busy_text(driver))
-            answered.refuse({ErrorKind::busy, busy});
-        else if (PTZ_DRIVER_GET_CLASS(driver)->run_special_command(driver, command.c_str()))
-            answered.answer();
-        else
-            answered.refuse(special_command_error(driver, command));
+    service.run(call, PtzService::Gate::any_state, [&service, command](PTZDriver *driver, Call &answered) {
+        run_special_command(service, driver, answered, command);
+    });
+}
+
+void call_retry_upgrade(PtzService &service, const CallPtr &call)
+{
+    service.run(call, PtzService::Gate::any_state, [&service](PTZDriver *driver, Call &answered) {
+        service.try_image_again();
+        run_special_command(service, driver, answered, kReset);
     });
 }
 

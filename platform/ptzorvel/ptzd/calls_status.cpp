@@ -31,6 +31,10 @@ void call_get_status(PtzService &service, const CallPtr &call)
         g_variant_builder_add(&status, "{sv}", "error-bits", g_variant_new_uint32(event->error_bits));
         g_variant_builder_add(&status, "{sv}", "errors", g_variant_new_string(event->text.c_str()));
     }
+    if (const std::string failure = service.failure(); !failure.empty())
+        g_variant_builder_add(&status, "{sv}", "failure", g_variant_new_string(failure.c_str()));
+    if (GVariant *upgrade = service.upgrades().variant())
+        g_variant_builder_add(&status, "{sv}", "upgrade", upgrade);
     g_variant_builder_add(&status, "{sv}", "reports", reports(service.params()));
     call->answer(g_variant_new("(a{sv})", &status));
 }

@@ -1,5 +1,6 @@
 #include "ptzorvel/ptzd/driver_host.h"
 
+#include "glib_owned.h"
 #include "host/driver_host.h"
 
 #include <utility>
@@ -105,6 +106,52 @@ unsigned DriverHost::sends_failed() const
 {
     GValue count = G_VALUE_INIT;
     return read(DRIVER_HOST_SENDS_FAILED, &count) ? g_value_get_uint(&count) : 0;
+}
+
+std::optional<double> DriverHost::chunk_age() const
+{
+    GValue age = G_VALUE_INIT;
+    return read(DRIVER_HOST_CHUNK_AGE, &age) ? seconds(g_value_get_int64(&age)) : std::nullopt;
+}
+
+std::string DriverHost::failure() const
+{
+    GValue value = G_VALUE_INIT;
+    if (!read(DRIVER_HOST_FAILURE, &value))
+        return "";
+    const GText text(g_value_dup_string(&value));
+    g_value_unset(&value);
+    return text != nullptr ? text.get() : "";
+}
+
+std::optional<ImageReport> DriverHost::upgrade() const
+{
+    GValue value = G_VALUE_INIT;
+    if (!read(DRIVER_HOST_UPGRADE, &value))
+        return std::nullopt;
+    const GVariantOwned fields(g_value_dup_variant(&value));
+    g_value_unset(&value);
+    ImageReport report;
+    const auto text = [&](const char *key, std::string &field) {
+        const char *found = nullptr;
+        if (fields != nullptr && g_variant_lookup(fields.get(), key, "&s", &found) != FALSE)
+            field = found;
+    };
+    text("image", report.image);
+    if (report.image.empty())
+        return std::nullopt;
+    text("from", report.from);
+    text("to", report.to);
+    text("result", report.result);
+    g_variant_lookup(fields.get(), "sent", "u", &report.sent);
+    g_variant_lookup(fields.get(), "chunks", "u", &report.chunks);
+    return report;
+}
+
+void DriverHost::hold_image(const std::string &image)
+{
+    if (driver_ != nullptr && has_property(driver_, DRIVER_HOST_HELD_IMAGE))
+        g_object_set(driver_, DRIVER_HOST_HELD_IMAGE, image.c_str(), nullptr);
 }
 
 bool DriverHost::apply()

@@ -8,6 +8,14 @@
 
 #include <mutex>
 #include <optional>
+#include <string>
+
+// What became of the firmware image in the last start of the camera (DRIVER_HOST_UPGRADE).
+struct ImageReport {
+    std::string image, from, to;
+    guint32 sent = 0, chunks = 0;
+    std::string result; // empty while it goes on
+};
 
 class DriverHost {
   public:
@@ -34,6 +42,14 @@ class DriverHost {
     std::optional<double> silence() const;
     // Any thread: commands that the camera block has not taken; 0 when the driver does not tell.
     unsigned sends_failed() const;
+
+    // Any thread: seconds since the camera block took a new part of a firmware image; none when it has taken none since
+    // the start. What failed in the last start; empty: nothing. None when there was no image to upgrade to.
+    std::optional<double> chunk_age() const;
+    std::string failure() const;
+    std::optional<ImageReport> upgrade() const;
+    // Command thread: the image with this id is not transferred; empty: none is held back.
+    void hold_image(const std::string &image);
 
     // Command thread, while the driver is running. False when a parameter was not applied.
     bool apply();

@@ -20,6 +20,7 @@ constexpr MethodRow kMethods[] = {
     {"AngleToZoom", call_angle_to_zoom},
     {"ListSpecialCommands", call_list_special_commands},
     {"RunSpecialCommand", call_run_special_command},
+    {"RetryUpgrade", call_retry_upgrade},
     {"GetCapabilities", call_get_capabilities},
     {"ListParameters", call_list_parameters},
     {"GetParameter", call_get_parameter},

@@ -1,11 +1,13 @@
 // ptzd: runs one camera driver plug-in as the PTZ service of the system bus.
 #include "glib_owned.h"
+#include "ptzorvel/ptzd/board_lock.h"
 #include "ptzorvel/ptzd/param_file.h"
 #include "ptzorvel/ptzd/plugin.h"
 #include "ptzorvel/ptzd/service.h"
 
 #include <glib-unix.h>
 
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <syslog.h>
@@ -20,6 +22,7 @@ struct CommandLine {
     char *state_dir = nullptr;
     int channel = 1;
     int id = 0;
+    double start_timeout = 180;
     gboolean foreground = FALSE;
     gboolean version = FALSE;
 
@@ -60,6 +63,8 @@ bool parse(int *argc, char ***argv, CommandLine &line)
         {"id", 'i', 0, G_OPTION_ARG_INT, &line.id, "Number of the driver on that channel (default: 0)", "N"},
         {"state-dir", 0, 0, G_OPTION_ARG_FILENAME, &line.state_dir,
          "Keep parameter values in this folder (default: see below)", "DIR"},
+        {"start-timeout", 0, 0, G_OPTION_ARG_DOUBLE, &line.start_timeout,
+         "Give up a start of the camera after so long without an answer (default: 180; 0: never)", "SECONDS"},
         {"foreground", 'f', 0, G_OPTION_ARG_NONE, &line.foreground, "Show log messages on standard error too", nullptr},
         {"version", 0, 0, G_OPTION_ARG_NONE, &line.version, "Show the version and end", nullptr},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr},
@@ -69,8 +74,10 @@ bool parse(int *argc, char ***argv, CommandLine &line)
     g_option_context_set_description(
         context.get(),
         "Runs the driver plug-in and serves it as com.orna.PTZ on the system bus until it gets SIGTERM or\n"
-        "SIGINT. It stays in the foreground.\n\n"
-        "Parameters that were set keep their values in DIR/parameters.conf.\n\n"
+        "SIGINT, which end it within 20 seconds; while a firmware upgrade gets on, it is waited for. A second\n"
+        "signal ends it at once. It stays in the foreground.\n\n"
+        "Parameters that were set keep their values in DIR/parameters.conf; the last\n"
+        "firmware upgrade is in DIR/upgrade.conf.\n\n"
         "Environment:\n"
         "  STATE_DIRECTORY          folder to keep parameter values in (default: $PTZ_BOARD, else\n"
         "                           /var/lib/ptz)\n"
@@ -79,13 +86,16 @@ bool parse(int *argc, char ***argv, CommandLine &line)
         "  PTZ_BOARD                folder of a simulated board\n"
         "  PTZ_TIME_SCALE           run this many times faster (PC and tests)\n\n"
         "Exit status: 0 ended by a signal, 1 no usable driver, 2 wrong arguments, 3 no bus, or another PTZ\n"
-        "service on it.\n");
+        "service on it or for this board.\n");
     GErrorSlot error;
     const bool good = g_option_context_parse(context.get(), argc, argv, error) != FALSE && *argc == 1;
-    if (!good)
+    const bool counts = std::isfinite(line.start_timeout) && line.start_timeout >= 0;
+    if (!good || !counts)
         std::fprintf(stderr, "ptzd: %s Try ptzd --help.\n",
-                     error ? error->message : "There is nothing to name but options.");
-    return good;
+                     error  ? error->message
+                     : good ? "A time-out is a number of seconds, 0 or more."
+                            : "There is nothing to name but options.");
+    return good && counts;
 }
 
 bool log_is_shown = false; // on standard error too
@@ -182,6 +192,7 @@ int main(int argc, char *argv[])
         return complain(EXIT_NO_DRIVER, problem);
     options.video_channel = line.channel;
     options.id = line.id;
+    options.start_timeout_s = line.start_timeout;
     options.state_dir = line.state_dir != nullptr ? line.state_dir : default_state_folder();
 
     GErrorSlot error;
@@ -190,6 +201,10 @@ int main(int argc, char *argv[])
         return complain(EXIT_NO_BUS, std::string("There is no system bus: ") + error->message +
                                          ". Start dbus-daemon, or name a bus with DBUS_SYSTEM_BUS_ADDRESS.");
     g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
+    const GText bus(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+    BoardLock board(line.channel, line.id);
+    if (!board.take(bus != nullptr ? bus.get() : "", problem))
+        return complain(EXIT_NO_BUS, problem);
     const int status = serve(connection.get(), options);
     g_dbus_connection_flush_sync(connection.get(), nullptr, nullptr);
     closelog();

@@ -6,6 +6,7 @@
 #include "ptzorvel/ptzd/face.h"
 #include "ptzorvel/ptzd/param_file.h"
 
+#include <chrono>
 #include <syslog.h>
 #include <utility>
 
@@ -43,7 +44,8 @@ const char *state_text(int state)
 }
 
 PtzService::PtzService(GDBusConnection *connection, const Options &options)
-    : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), options_(options)
+    : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), options_(options),
+      deadlines_(host_, queue_.queue, options.start_timeout_s, options.time_scale), upgrades_(options.state_dir)
 {
     move_owners_ = std::make_unique<MoveOwners>(connection, [this] { stop_abandoned_move(); });
 }
@@ -62,8 +64,9 @@ PtzService::~PtzService()
     if (subscription_ != 0)
         g_dbus_connection_signal_unsubscribe(connection_, subscription_);
     close({});
-    if (started_)
-        released_.get_future().wait();
+    const auto released = released_.get_future();
+    while (started_ && released.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
+        deadlines_.look();
     queue_.queue.shutdown();
     if (ptz_command_queue_current() == &queue_) {
         ptz_command_queue_set_current(nullptr);
@@ -133,8 +136,10 @@ void PtzService::close(Done closed)
 {
     if (closing_.exchange(true))
         return;
+    deadlines_.end();
     queue_.queue.post(
         [this, closed = std::move(closed)] {
+            deadlines_.close_begins();
             queue_.queue.cancel_repeating();
             if (driver_ != nullptr)
                 PTZ_DRIVER_GET_CLASS(driver_)->close(driver_);
@@ -160,6 +165,7 @@ bool PtzService::make_driver(const Failed &failed)
     }
     driver_ = driver;
     host_.attach(driver, options_.time_scale);
+    host_.hold_image(upgrades_.held_image());
     connect_driver(driver, this);
     PTZ_DRIVER_GET_CLASS(driver)->install_params(driver);
     const auto params = driver_private(driver).params;
@@ -252,6 +258,21 @@ std::optional<PtzService::Event> PtzService::last_event()
 {
     const std::lock_guard lock(mutex_);
     return last_event_;
+}
+
+std::string PtzService::failure() const
+{
+    if (state_ != PTZ_STATE_FAILED)
+        return "";
+    const std::string cut = deadlines_.start_cut();
+    const std::string text = cut.empty() ? host_.failure() : cut;
+    return text.empty() ? "see the system log" : text;
+}
+
+void PtzService::try_image_again()
+{
+    upgrades_.forget_failures();
+    host_.hold_image("");
 }
 
 void PtzService::param_was_set(const std::string &group, const std::string &name)

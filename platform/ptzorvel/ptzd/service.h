@@ -8,8 +8,10 @@
 #include "ptzorvel/common/task_queue.h"
 #include "ptzorvel/ptz_driver.h"
 #include "ptzorvel/ptzd/call.h"
+#include "ptzorvel/ptzd/deadlines.h"
 #include "ptzorvel/ptzd/driver_host.h"
 #include "ptzorvel/ptzd/move_owners.h"
+#include "ptzorvel/ptzd/upgrade_log.h"
 
 #include <atomic>
 #include <functional>
@@ -28,8 +30,9 @@ class PtzService {
         PTZDriverNewFunc driver_new = nullptr;
         int video_channel = 1;
         int id = 0;
-        std::string state_dir; // where parameter values are kept; empty: nowhere
-        double time_scale = 1; // how many times as fast the camera's time runs as the wall's
+        std::string state_dir;        // where parameter values are kept; empty: nowhere
+        double time_scale = 1;        // how many times as fast the camera's time runs as the wall's
+        double start_timeout_s = 180; // a start without a good answer of the camera block is given up; 0: never
     };
     // Called on the command thread.
     using Done = std::function<void()>;
@@ -49,8 +52,9 @@ class PtzService {
     // is no driver; a camera that does not start shows in the state.
     void start(Failed failed);
 
-    // Ends the repeating tasks, closes the driver and releases it, before anything that still waits; then calls
-    // `closed`. Calls that wait are refused. Only the first close counts.
+    // Cancels what runs and, before anything that still waits, ends the repeating tasks, closes the driver and releases
+    // it; then calls `closed`. That takes 20 seconds of the camera's time at most, counted from the last chunk when it
+    // takes a firmware image. Calls that wait are refused. Only the first close counts.
     void close(Done closed);
 
     int state() const { return state_; }
@@ -78,6 +82,14 @@ class PtzService {
         std::string text;
     };
     std::optional<Event> last_event();
+    // What became of the camera's firmware, over all starts.
+    UpgradeLog &upgrades() { return upgrades_; }
+    // What the driver says of the image in the last start. Any thread.
+    std::optional<ImageReport> image() const { return host_.upgrade(); }
+    // Why the camera has failed to start, in words; empty when it has not. Any thread.
+    std::string failure() const;
+    // An image that has failed too often is tried again by the next start. Command thread.
+    void try_image_again();
     // A value has changed: tells the bus and keeps it in the state folder. Command thread.
     void param_was_set(const std::string &group, const std::string &name);
 
@@ -96,6 +108,7 @@ class PtzService {
     void release_driver();
     void emit(const char *interface, const char *signal, GVariant *parameters);
     void state_changed(int state);
+    void note_upgrade(int state);
     void speed_changed(double speed);
     void param_changed(const std::string &group, const std::string &name);
     void event_reported(guint32 error_bits, const char *text);
@@ -105,8 +118,11 @@ class PtzService {
     const Options options_;
     PTZCommandQueue queue_;
     DriverHost host_;
+    Deadlines deadlines_;
+    UpgradeLog upgrades_;
     std::unique_ptr<MoveOwners> move_owners_;
     PTZDriver *driver_ = nullptr; // command thread
+    bool upgrade_noted_ = false;  // command thread: that of this start
     std::mutex mutex_;
     std::shared_ptr<ParamStore> params_; // under the mutex
     std::optional<Event> last_event_;    // under the mutex

@@ -12,8 +12,26 @@ void PtzService::emit(const char *interface, const char *signal, GVariant *param
     g_dbus_connection_emit_signal(connection_, nullptr, kObjectPath, interface, signal, parameters, nullptr);
 }
 
+// The result of an upgrade is there with the first state after it.
+void PtzService::note_upgrade(int state)
+{
+    const int before = state_;
+    if (state == PTZ_STATE_INITIALISING && before != PTZ_STATE_UPGRADING) {
+        upgrade_noted_ = false;
+        return;
+    }
+    const auto report = host_.upgrade();
+    if (upgrade_noted_ || !report || report->result.empty())
+        return;
+    upgrade_noted_ = true;
+    upgrades_.ended(*report, !deadlines_.ending());
+    host_.hold_image(upgrades_.held_image());
+}
+
 void PtzService::state_changed(int state)
 {
+    note_upgrade(state);
+    deadlines_.state_changed(state);
     state_ = state;
     GVariantBuilder changed;
     g_variant_builder_init(&changed, G_VARIANT_TYPE("a{sv}"));

@@ -1,0 +1,9 @@
+// Start-up's step that brings the camera block's firmware up to date.
+#pragma once
+
+#include "core/instance.h"
+
+// Brings the camera block to the version of the firmware file, if there is one and it is another. Whatever the transfer
+// reports, the block decides: FALSE when it does not come back from it. A host is told what becomes of the image, and
+// may hold it back.
+gboolean ptz_driver_canon_upgrade_firmware(PTZDriverCanon *self);
