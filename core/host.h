@@ -6,10 +6,11 @@
 
 #include <cstdint>
 
-// An exchange with the camera block begins; it has answered, or a good status has come.
+// An exchange with the camera block begins; it has answered, or a good status has come, which says whether the lens is
+// busy.
 void host_note_exchange();
 void host_note_answer();
-void host_note_status();
+void host_note_status(bool lens_busy);
 // A command was not taken in any of its attempts.
 void host_note_failed_send();
 
@@ -17,6 +18,7 @@ void host_note_failed_send();
 std::int64_t host_status_age_us();
 std::int64_t host_silence_us();
 unsigned host_sends_failed();
+unsigned host_reboots();
 
 // Both hold a reference of their own; null takes it away.
 void host_set_cancel(GCancellable *cancel);

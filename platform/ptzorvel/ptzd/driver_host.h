@@ -34,6 +34,8 @@ class DriverHost {
     std::optional<double> silence() const;
     // Any thread: commands that the camera block has not taken; 0 when the driver does not tell.
     unsigned sends_failed() const;
+    // Any thread: starts of the camera block that its status has shown; 0 when the driver does not tell.
+    unsigned reboots() const;
 
     // Command thread, while the driver is running. False when a parameter was not applied.
     bool apply();
@@ -41,6 +43,7 @@ class DriverHost {
 
   private:
     bool read(const char *property, GValue *value) const;
+    unsigned count_of(const char *property) const;
 
     GCancellable *const cancel_;
     GCancellable *const interrupt_;
