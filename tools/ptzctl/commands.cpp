@@ -57,9 +57,10 @@ constexpr Command kCommands[] = {
     {"position", "where the camera looks",
      "Usage: ptzctl position [--watch [--for SECONDS]]\n"
      "\n"
-     "Prints pan and tilt in degrees, zoom (1..19999), focus, iris and brightness (1..9999).\n"
+     "Prints pan and tilt in degrees, zoom (1..19999), focus, iris and brightness (1..9999), the age of all that in\n"
+     "seconds, and the link to the camera block (up, down, or off while it is not expected to talk).\n"
      "\n"
-     "  --watch         print a line whenever a position changes, until Ctrl-C\n"
+     "  --watch         print a line whenever a position or the link changes, until Ctrl-C\n"
      "  --for SECONDS   watch that long\n"
      "\n"
      "Examples:\n"

@@ -15,11 +15,14 @@ namespace {
 
 enum ExitStatus { EXIT_OK = 0, EXIT_NO_DRIVER = 1, EXIT_USAGE = 2, EXIT_NO_BUS = 3 };
 
+constexpr double kLongestTimeout = 1e6; // seconds
+
 struct CommandLine {
     char *plugin = nullptr;
     char *state_dir = nullptr;
     int channel = 1;
     int id = 0;
+    double link_timeout = 30;
     gboolean foreground = FALSE;
     gboolean version = FALSE;
 
@@ -60,6 +63,8 @@ bool parse(int *argc, char ***argv, CommandLine &line)
         {"id", 'i', 0, G_OPTION_ARG_INT, &line.id, "Number of the driver on that channel (default: 0)", "N"},
         {"state-dir", 0, 0, G_OPTION_ARG_FILENAME, &line.state_dir,
          "Keep parameter values in this folder (default: see below)", "DIR"},
+        {"link-timeout", 0, 0, G_OPTION_ARG_DOUBLE, &line.link_timeout,
+         "Reset a camera block that is silent for so long; 0: never (default: 30)", "SECONDS"},
         {"foreground", 'f', 0, G_OPTION_ARG_NONE, &line.foreground, "Show log messages on standard error too", nullptr},
         {"version", 0, 0, G_OPTION_ARG_NONE, &line.version, "Show the version and end", nullptr},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr},
@@ -177,11 +182,14 @@ int main(int argc, char *argv[])
     PtzService::Options options;
     if (!parse_time_scale(options.time_scale))
         return complain(EXIT_USAGE, "PTZ_TIME_SCALE has to be a number between 0.001 and 1000000.");
+    if (!(line.link_timeout >= 0 && line.link_timeout <= kLongestTimeout))
+        return complain(EXIT_USAGE, "--link-timeout has to be a number of seconds, 0 to 1000000. Try ptzd --help.");
     options.driver_new = load_plugin(line.plugin != nullptr ? line.plugin : PTZD_DEFAULT_PLUGIN, problem);
     if (options.driver_new == nullptr)
         return complain(EXIT_NO_DRIVER, problem);
     options.video_channel = line.channel;
     options.id = line.id;
+    options.link_timeout = line.link_timeout;
     options.state_dir = line.state_dir != nullptr ? line.state_dir : default_state_folder();
 
     GErrorSlot error;

@@ -9,6 +9,8 @@
 #include "ptzorvel/ptz_driver.h"
 #include "ptzorvel/ptzd/call.h"
 #include "ptzorvel/ptzd/driver_host.h"
+#include "ptzorvel/ptzd/known_position.h"
+#include "ptzorvel/ptzd/link_watch.h"
 #include "ptzorvel/ptzd/move_owners.h"
 
 #include <atomic>
@@ -28,8 +30,9 @@ class PtzService {
         PTZDriverNewFunc driver_new = nullptr;
         int video_channel = 1;
         int id = 0;
-        std::string state_dir; // where parameter values are kept; empty: nowhere
-        double time_scale = 1; // how many times as fast the camera's time runs as the wall's
+        std::string state_dir;    // where parameter values are kept; empty: nowhere
+        double time_scale = 1;    // how many times as fast the camera's time runs as the wall's
+        double link_timeout = 30; // seconds of silence before the camera block is reset; 0: it never is
     };
     // Called on the command thread.
     using Done = std::function<void()>;
@@ -63,6 +66,8 @@ class PtzService {
     enum class Gate { any_state, running };
     // Has `work` run on the command thread with the driver, after checking the gate now and again then.
     void run(const CallPtr &call, Gate gate, Work work);
+    // As run(), but only when that is at once: false, and nothing done, when the command thread has something to do.
+    bool run_if_idle(const CallPtr &call, Gate gate, Work work);
     // As run(), ahead of what waits and cancelling every move that waits.
     void run_stop(const CallPtr &call, Work work);
     // Stops on behalf of a client that has gone.
@@ -78,6 +83,14 @@ class PtzService {
         std::string text;
     };
     std::optional<Event> last_event();
+    // Any thread. Has work done on the command thread when its turn comes, if there is a driver then.
+    void perform(std::function<void(PTZDriver *driver)> work);
+    DriverHost &host() { return host_; }
+    const LinkWatch &link_watch() const { return *link_watch_; }
+    const KnownPosition &known_position() const { return known_position_; }
+    // Any thread. Tells the bus; a floating value is taken over.
+    void emit(const char *interface, const char *signal, GVariant *parameters);
+    void property_changed(const char *name, GVariant *value);
     // A value has changed: tells the bus and keeps it in the state folder. Command thread.
     void param_was_set(const std::string &group, const std::string &name);
 
@@ -89,12 +102,12 @@ class PtzService {
     void release_name();
     void subscribe_camera_signals();
     void post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work work);
+    std::function<void()> gated(const CallPtr &call, Gate gate, Work work);
     std::optional<CallError> gate_error(PTZDriver *driver) const;
 
     // Command thread
     bool make_driver(const Failed &failed);
     void release_driver();
-    void emit(const char *interface, const char *signal, GVariant *parameters);
     void state_changed(int state);
     void speed_changed(double speed);
     void param_changed(const std::string &group, const std::string &name);
@@ -105,6 +118,8 @@ class PtzService {
     const Options options_;
     PTZCommandQueue queue_;
     DriverHost host_;
+    KnownPosition known_position_{host_, options_.time_scale};
+    std::unique_ptr<LinkWatch> link_watch_;
     std::unique_ptr<MoveOwners> move_owners_;
     PTZDriver *driver_ = nullptr; // command thread
     std::mutex mutex_;
