@@ -144,12 +144,13 @@ constexpr Command kCommands[] = {
      "Example:\n"
      "  ptzctl --json published\n",
      run_published},
-    {"status", "state, temperature, errors, model and firmware",
+    {"status", "state, link, temperature, errors, model and firmware",
      "Usage: ptzctl status\n"
      "\n"
-     "Prints the state, the temperature, the errors that the camera reported last, and what it says of itself: how "
-     "its\n"
-     "parts are, its model and firmware version, when that was looked at. Answered at once, whatever the camera does.\n"
+     "Prints the state, the link to the camera block (up, down, or off while it is not expected to talk), how often\n"
+     "it was reset since the link went down and has started anew by itself, the temperature, the errors that the\n"
+     "camera reported last, and what it says of itself: how its parts are, its model and firmware version, when that\n"
+     "was looked at. Answered at once, whatever the camera does.\n"
      "\n"
      "Example:\n"
      "  ptzctl status\n",

@@ -148,9 +148,12 @@ double LinkWatch::next_look(double time) const
 {
     if (state_ != PTZ_STATE_RUNNING)
         return ladder_.due();
+    const auto silence = service_.host().silence();
+    if (!silence) // a driver that does not tell
+        return ResetLadder::kNever;
     // A silence that has begun is looked at when it is long enough to count.
-    const double silence = service_.host().silence().value_or(0);
-    const double pause = silence > 0 && silence < kDownAfterS ? kDownAfterS - silence + kJustAfterS : kLookEveryS;
+    const bool begun = *silence > 0 && *silence < kDownAfterS;
+    const double pause = begun ? kDownAfterS - *silence + kJustAfterS : kLookEveryS;
     return std::min(time + pause, ladder_.due());
 }
 
