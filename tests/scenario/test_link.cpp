@@ -98,7 +98,7 @@ TEST_F(Link, ABlockThatLostItsSettingsIsGivenThemAgain)
     EXPECT_EQ(sim_counts("Offences"), Counts{});
 }
 
-TEST_F(Link, ABlockThatStaysAwayIsResetAgainAndAgainAndPolledByNobodyMeanwhile)
+TEST_F(Link, ABlockThatStaysAwayIsResetAgainAndAgain)
 {
     time_scale = "60";
     start_sim();
@@ -108,16 +108,27 @@ TEST_F(Link, ABlockThatStaysAwayIsResetAgainAndAgainAndPolledByNobodyMeanwhile)
     sim->wait();
     run_until([this] { return logged("The camera block is still silent: reset 1") == 1; });
     await_state(7);
-    const std::size_t reads = logged("could not read data");
-    const double age = number_of("GetPosition", "age");
-    run_until([this, age] { return number_of("GetPosition", "age") > age + 10; }); // three hundred ticks
-    EXPECT_EQ(logged("could not read data"), reads);
     EXPECT_THAT(client.call("GetStatus").text, AllOf(HasSubstr("'resets': <uint32 1>"), HasSubstr("'link': <'off'>")));
     start_sim();
     run_until([this] { return logged("reset 2") == 1; });
     await_state(1);
     run_until([this] { return number_of("GetPosition", "age") < 1; });
     EXPECT_THAT(client.call("GetStatus").text, AllOf(HasSubstr("'resets': <uint32 0>"), HasSubstr("'link': <'up'>")));
+}
+
+TEST_F(Link, AFailedRestartLeavesABlockThatIsOffAlone)
+{
+    start_all();
+    sim_command("fault image-control missing");
+    EXPECT_NE(client.call("RunSpecialCommand", "('reset',)").text, "");
+    await_state(7);
+    const double age = number_of("GetPosition", "age");
+    run_until([this, age] { return number_of("GetPosition", "age") > age + 11; }); // by when a read has given up
+    EXPECT_EQ(logged("Timeout (10s) occurred while waiting for request!"), 0u);
+    sim_command("clear faults");
+    EXPECT_EQ(client.call("RunSpecialCommand", "('reset',)").error, "");
+    run_until([this] { return number_of("GetPosition", "age") < 1; });
+    EXPECT_LT(number_of("GetStatus", "status-age"), 1); // it is asked again
 }
 
 TEST_F(Link, APositionIsAnsweredAtOnceFromWhatWasLastKnown)
