@@ -4,14 +4,21 @@
 #include "glib_owned.h"
 
 #include <atomic>
+#include <utility>
 
 namespace {
 
 constexpr std::int64_t NEVER = -1;
+// A camera block that starts says nothing for longer than this, and its lens is busy when it is back.
+constexpr std::int64_t REBOOT_PAUSE_US = 200000;
 
 std::atomic<std::int64_t> status_at{NEVER};
 std::atomic<std::int64_t> silent_since{NEVER};
 std::atomic<unsigned> sends_failed{0};
+std::atomic<unsigned> reboots{0};
+// Of the latest status, and whether the start that it belongs to is still to be counted. Command thread.
+bool lens_was_busy = false;
+bool starting_anew = false;
 std::atomic<bool> is_there{false};
 GCancellable *interrupt = nullptr;
 
@@ -46,10 +53,18 @@ void host_note_answer()
     silent_since.store(NEVER, std::memory_order_relaxed);
 }
 
-void host_note_status()
+void host_note_status(bool lens_busy)
 {
     host_note_answer();
-    status_at.store(now_us(), std::memory_order_relaxed);
+    const std::int64_t now = now_us();
+    const std::int64_t last = status_at.exchange(now, std::memory_order_relaxed);
+    // Either alone may be a bad link or a lens in trouble. Counted once the lens is ready: what is sent to the camera
+    // block before may be lost.
+    if (lens_busy && !lens_was_busy && now - last > REBOOT_PAUSE_US)
+        starting_anew = true;
+    if (!lens_busy && std::exchange(starting_anew, false))
+        reboots.fetch_add(1, std::memory_order_relaxed);
+    lens_was_busy = lens_busy;
 }
 
 void host_note_failed_send()
@@ -159,6 +174,11 @@ std::string host_held_image()
     return held_image;
 }
 
+unsigned host_reboots()
+{
+    return reboots.load(std::memory_order_relaxed);
+}
+
 void host_set_cancel(GCancellable *cancel)
 {
     is_there = cancel != nullptr;
@@ -190,7 +210,8 @@ void host_forget()
     host_set_cancel(nullptr);
     host_set_interrupt(nullptr);
     status_at = silent_since = NEVER;
-    sends_failed = 0;
     host_note_start();
     host_set_held_image(nullptr);
+    sends_failed = reboots = 0;
+    lens_was_busy = starting_anew = false;
 }

@@ -8,10 +8,11 @@
 #include <string>
 #include <string_view>
 
-// An exchange with the camera block begins; it has answered, or a good status has come.
+// An exchange with the camera block begins; it has answered, or a good status has come, which says whether the lens is
+// busy.
 void host_note_exchange();
 void host_note_answer();
-void host_note_status();
+void host_note_status(bool lens_busy);
 // A command was not taken in any of its attempts.
 void host_note_failed_send();
 
@@ -50,6 +51,7 @@ std::string host_transfer_failure();
 // The image that is not to be transferred; null or empty: none.
 void host_set_held_image(const char *image);
 std::string host_held_image();
+unsigned host_reboots();
 
 // Both hold a reference of their own; null takes it away.
 void host_set_cancel(GCancellable *cancel);

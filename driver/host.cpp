@@ -1,9 +1,12 @@
 #include "driver/host.h"
 
+#include "cmd/capture_mode.h"
 #include "core/clock.h"
 #include "core/host.h"
 #include "driver/capture.h"
+#include "driver/operations.h"
 #include "driver/params.h"
+#include "driver/startup.h"
 #include "host/driver_host.h"
 
 namespace {
@@ -18,7 +21,8 @@ enum PropertyId {
     PROP_HELD_IMAGE,
     PROP_FAILURE,
     PROP_CHUNK_AGE,
-    PROP_UPGRADE
+    PROP_UPGRADE,
+    PROP_REBOOTS
 };
 
 GVariant *upgrade_variant()
@@ -83,14 +87,36 @@ void get_property(GObject *object, guint id, GValue *value, GParamSpec *spec)
     case PROP_UPGRADE:
         g_value_set_variant(value, upgrade_variant());
         break;
+    case PROP_REBOOTS:
+        g_value_set_uint(value, host_reboots());
+        break;
     default:
         G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
     }
 }
 
+// As a start-up does, for which a parameter without a value is no fault; and the focus mode, which a start-up leaves as
+// the camera block has it.
+gboolean apply_params(PTZDriverCanon *self)
+{
+    Life::stop(self);
+    const gboolean applied = ptz_driver_canon_apply_params(self);
+    Life::run(self);
+    return ptz_driver_canon_op_focus_mode_changed(ptz_driver_of(self)) && applied;
+}
+
 gboolean apply(PTZDriverCanon *self)
 {
-    return !self->driver_initialized || ptz_driver_canon_apply_params(self);
+    if (!self->driver_initialized)
+        return TRUE;
+    gboolean restart_required = FALSE;
+    const gboolean mode_applied =
+        ptz_driver_canon_cmd_capture_mode(self, self->current.capture_mode, FALSE, FALSE, &restart_required);
+    if (restart_required) { // which brings everything with it
+        ptz_driver_canon_reset(self);
+        return self->driver_initialized ? TRUE : FALSE;
+    }
+    return apply_params(self) && mode_applied;
 }
 
 void settle(PTZDriverCanon *self)
@@ -150,6 +176,9 @@ void ptz_driver_canon_install_host(GObjectClass *klass)
     install(klass, PROP_UPGRADE,
             g_param_spec_variant(DRIVER_HOST_UPGRADE, "Upgrade", "What became of the firmware image",
                                  G_VARIANT_TYPE_VARDICT, nullptr, GET));
+    install(klass, PROP_REBOOTS,
+            g_param_spec_uint(DRIVER_HOST_REBOOTS, "Reboots", "Starts of the camera block that the status has shown", 0,
+                              G_MAXUINT, 0, GET));
     install_action(klass, DRIVER_HOST_APPLY, G_CALLBACK(apply), G_TYPE_BOOLEAN);
     install_action(klass, DRIVER_HOST_SETTLE, G_CALLBACK(settle), G_TYPE_NONE);
 }

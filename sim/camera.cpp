@@ -247,6 +247,11 @@ void Camera::burst(unsigned port, std::span<const std::uint8_t> host, std::span<
         receive(host, port, carries_payload(answer, options_.big_endian), now);
     }
     journal_.burst(now, port, false, answer);
+    if (state_ == BlockState::running && faults_.strike(Fault::reboot)) {
+        halt(now);
+        begin_boot(now);
+        return;
+    }
 
     std::int64_t pause = options_.request_us;
     if (faults_.strike(Fault::delay_edge))

@@ -16,6 +16,7 @@ constexpr std::array<FaultRow, static_cast<std::size_t>(Fault::count)> kRows{{
     {"garbage-blocks", FaultArgument::times, "the answer is a good frame around random bytes"},
     {"zero-length-block", FaultArgument::times, "the second block of the answer has length 0"},
     {"silence", FaultArgument::period, "the block neither raises its line nor answers"},
+    {"reboot", FaultArgument::times, "the block starts anew by itself after its next burst"},
     {"power-good", FaultArgument::never, "the power-good line stays low"},
     {"init-done", FaultArgument::never, "the block does not get up from its reset"},
     {"slow-boot", FaultArgument::duration, "booting takes that long"},

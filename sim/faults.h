@@ -24,6 +24,7 @@ enum class Fault : std::uint8_t {
     garbage_blocks,
     zero_length_block,
     silence,
+    reboot,
     power_good_never,
     init_done_never,
     slow_boot,

@@ -71,7 +71,7 @@ void ptz_driver_canon_cmd_receive_status(PTZDriverCanon *self)
     g_byte_array_append(self->rx_buffer, received, static_cast<guint>(count));
     gboolean publish = FALSE;
     if (ptz_driver_canon_cmd_async_data(self, &publish))
-        host_note_status();
+        host_note_status(vccif_is_lens_busy());
     if (publish)
         ptz_driver_canon_utils_publish_status(self);
 }

@@ -59,11 +59,14 @@
 #define DRIVER_HOST_UPGRADE "host-upgrade"
 #define DRIVER_HOST_UPGRADE_DONE "done"
 #define DRIVER_HOST_UPGRADE_HELD "held"
+/* guint: how often the status has shown that the camera block has started, whoever started it, since the process began:
+ * no status for a fifth of a second, then one with a busy lens. Counted when the lens is ready. */
+#define DRIVER_HOST_REBOOTS "host-reboots"
 
 /* Action signals, emitted on the command thread. */
 
-/* gboolean (void): applies every parameter again, as a start-up does. TRUE when all were applied. Does nothing, with
- * TRUE, while the driver is not running. */
+/* gboolean (void): sends the video mode and applies every parameter again, as a start-up does. TRUE when all were
+ * applied. Does nothing, with TRUE, while the driver is not running. */
 #define DRIVER_HOST_APPLY "host-apply"
 
 /* void (void): puts in force what a start-up leaves to later changes: the parameters that it does not apply, and a

@@ -23,12 +23,13 @@ class Host : public DriverBench {
         g_object_get(driver, property, &us, nullptr);
         return us;
     }
-    unsigned sends_failed()
+    unsigned count_of(const char *property)
     {
         guint count = 0;
-        g_object_get(driver, DRIVER_HOST_SENDS_FAILED, &count, nullptr);
+        g_object_get(driver, property, &count, nullptr);
         return count;
     }
+    unsigned sends_failed() { return count_of(DRIVER_HOST_SENDS_FAILED); }
 
     FakeHardware hardware;
 };
@@ -63,6 +64,27 @@ TEST_F(Host, SilenceBeginsWithTheFirstExchangeThatBringsNothingGood)
     EXPECT_EQ(sends_failed(), 1u);
     EXPECT_EQ(time_of(DRIVER_HOST_SILENCE), 0);
     log.take();
+}
+
+TEST_F(Host, ABusyLensAfterAPauseIsAStartOnceItIsReady)
+{
+    const struct {
+        std::int64_t pause_us;
+        unsigned lens; // bits 1, 5 and 7 are those of a busy one
+        unsigned starts;
+    } statuses[] = {
+        {0, 0x02, 0},       {300'000, 0x02, 0}, {33'000, 0x00, 1},  // the first status of all
+        {33'000, 0x20, 1},  {33'000, 0x00, 1},                      // a lens in trouble, the link well
+        {900'000, 0x10, 1}, {33'000, 0x00, 1},                      // the link away, zoom moving
+        {33'000, 0x82, 1},  {900'000, 0x82, 1}, {33'000, 0x00, 1},  // in trouble before the link went
+        {200'001, 0xA2, 1}, {33'000, 0x02, 1},  {400'000, 0x00, 2}, // anew
+    };
+    for (const auto &[pause_us, lens, starts] : statuses) {
+        clock.advance(pause_us);
+        port.status = StatusRun().set(0xF8, 29, 1, lens).bytes();
+        ptz_driver_canon_cmd_update_status(driver);
+        EXPECT_EQ(count_of(DRIVER_HOST_REBOOTS), starts);
+    }
 }
 
 TEST_F(Host, ACancelledDriverWaitsForNothing)

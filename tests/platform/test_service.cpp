@@ -235,10 +235,11 @@ TEST_F(ServiceTest, StatesEventsAndParametersAreAnnounced)
     start();
     client.call("SetParameter", "('UserAdv','Update',<false>)");
     service.reset();
-    run_until([&] { return lines.size() == 5; });
+    run_until([&] { return lines.size() == 7; });
     EXPECT_THAT(lines,
                 ElementsAre("StateChanged(4, 'starting')", "Event(4, 'Cam error DSP')", "StateChanged(1, 'running')",
-                            "ParameterChanged('UserAdv', 'Update', <false>)", "StateChanged(6, 'closed')"));
+                            "LinkChanged('up', -1.0)", "ParameterChanged('UserAdv', 'Update', <false>)",
+                            "StateChanged(6, 'closed')", "LinkChanged('off', -1.0)"));
     expect_answers({{"GetState", "()", "ServiceUnknown"}});
 }
 

@@ -25,7 +25,7 @@ class TaskQueueTest : public testing::Test {
 
     // Queues one at that interval; it goes on for as long as its body says.
     bool add(const std::string &name, std::int64_t interval_us, std::function<bool()> body = go_on,
-             TaskQueue::Lane lane = TaskQueue::Lane::normal)
+             TaskQueue::Lane lane = TaskQueue::Lane::normal, bool rests = false)
     {
         const auto run = [](PTZTask *task) -> gboolean {
             auto *named = static_cast<NamedTask *>(task);
@@ -36,7 +36,8 @@ class TaskQueueTest : public testing::Test {
             const std::unique_ptr<NamedTask> named(static_cast<NamedTask *>(static_cast<PTZTask *>(task)));
             named->test.done += "~" + named->name + " ";
         };
-        return queue.add(new NamedTask{{run, nullptr, destroy, {}}, *this, name, std::move(body)}, interval_us, lane);
+        return queue.add(new NamedTask{{run, nullptr, destroy, {}}, *this, name, std::move(body)}, interval_us, lane,
+                         rests);
     }
 
     // Lets that time pass, runs what is due then and gives what was written down.
@@ -86,6 +87,38 @@ TEST_F(TaskQueueTest, RepeatingTasksKeepTheirGridAndSkipMissedTicks)
     for (const std::int64_t at : {32999, 33000, 40000, 66500, 164999, 165000})
         pass(5000 + at - clock.now);
     EXPECT_EQ(ticks, "33000 66500 165000 ");
+}
+
+TEST_F(TaskQueueTest, TasksThatRestStayQueuedAndGoOnOnTheirGrid)
+{
+    add("watch", 40);
+    add("poll", 30, go_on, TaskQueue::Lane::normal, true);
+    add("pause", 0, [this] {
+        clock.now += 30;
+        queue.run_next(); // by which the poll's turn has come
+        queue.rest(true);
+        return false;
+    });
+    add("last", 0);
+    EXPECT_EQ(pass(0), "pause last ~last ~pause ");
+    EXPECT_EQ(pass(60), "watch ");
+    EXPECT_EQ(queue.repeating(), 2u);
+    queue.rest(false);
+    EXPECT_EQ(pass(0), "poll "); // once for the ticks of 30, 60 and 90
+    EXPECT_EQ(pass(29), "");
+    EXPECT_EQ(pass(1), "watch poll ");
+}
+
+TEST_F(TaskQueueTest, AnIdleQueueTakesWhatOthersWouldDelay)
+{
+    const auto ask = [this] { return queue.post_if_idle([this] { done += "asked "; }); };
+    add("tick", 10, [ask] { return !ask(); });
+    EXPECT_EQ(pass(10), "tick "); // at work
+    EXPECT_TRUE(ask());
+    EXPECT_FALSE(ask()); // work waits
+    EXPECT_EQ(pass(10), "asked tick ");
+    queue.close();
+    EXPECT_FALSE(ask());
 }
 
 TEST_F(TaskQueueTest, TasksAreDestroyedOnceWhicheverWayTheyEnd)

@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr const char *TIME_SCALE = "20";
 constexpr const char *SIM = "com.orna.KrxSim";
 constexpr const char *SIM_PATH = "/com/orna/KrxSim";
 
@@ -18,22 +17,24 @@ std::unique_ptr<Process> SystemTest::run(const std::vector<std::string> &command
     const Process::Variables environment = {{"DBUS_SYSTEM_BUS_ADDRESS", address()},
                                             {"PTZ_DATA_DIR", folder.path()},
                                             {"PTZ_BOARD", folder.path()},
-                                            {"PTZ_TIME_SCALE", TIME_SCALE}};
+                                            {"PTZ_TIME_SCALE", time_scale}};
     return std::make_unique<Process>(command, environment, folder.file(log_name));
 }
 
 void SystemTest::start_sim(const std::vector<std::string> &options)
 {
-    std::vector<std::string> command{KRX_SIM_FILE, "--board", folder.path(), "--time-scale", TIME_SCALE};
+    std::vector<std::string> command{KRX_SIM_FILE, "--board", folder.path(), "--time-scale", time_scale};
     command.insert(command.end(), options.begin(), options.end());
     sim = run(command, "sim.log");
     run_until([this] { return sim->output().find("ready") != std::string::npos || sim->ended(); });
     ASSERT_FALSE(sim->ended()) << sim->output();
 }
 
-void SystemTest::start_ptzd()
+void SystemTest::start_ptzd(const std::vector<std::string> &options)
 {
-    ptzd = run({PTZD_FILE, "--plugin", PLUGIN_FILE, "--foreground"}, "ptzd.log");
+    std::vector<std::string> command{PTZD_FILE, "--plugin", PLUGIN_FILE, "--foreground"};
+    command.insert(command.end(), options.begin(), options.end());
+    ptzd = run(command, "ptzd.log");
 }
 
 void SystemTest::await_state(int state)

@@ -15,7 +15,7 @@ class SystemTest : public BusTest {
   protected:
     void start_sim(const std::vector<std::string> &options = {});
     // Starts ptzd; does not wait for the camera.
-    void start_ptzd();
+    void start_ptzd(const std::vector<std::string> &options = {});
     // Waits until ptzd reports this state.
     void await_state(int state);
     void start_all();
@@ -36,6 +36,7 @@ class SystemTest : public BusTest {
     std::size_t logged(const std::string &text) const { return count_of(text, ptzd->output()); }
     std::size_t logged_in_sim(const std::string &text) const { return count_of(text, sim->output()); }
 
+    const char *time_scale = "20";
     TempFolder folder;
     Client client{address()};
     std::unique_ptr<Process> sim;

@@ -1,3 +1,4 @@
+#include "host/driver_host.h"
 #include "tests/scenario/board_fixture.h"
 
 #include <algorithm>
@@ -63,6 +64,39 @@ TEST_F(OnBoard, EveryDamagedAnswerFailsOneExchangeOnly)
                         return line.find(text) != std::string::npos;
                     }));
     }
+    EXPECT_EQ(board.offences(), sim::Counts{});
+}
+
+TEST_F(OnBoard, ABlockThatStartsAnewIsNoticedAndGetsEverythingBack)
+{
+    bus().replies["VideoCaptureMode"] = "(<'1080p50'>,)";
+    open();
+    const auto settings = [this] {
+        std::vector<sim::Values> all;
+        for (std::size_t id = 0; id < sim::kRecCount; ++id)
+            all.push_back(board.setting(static_cast<sim::Rec>(id)));
+        return all;
+    };
+    const auto reboots = [this] {
+        guint count = 0;
+        g_object_get(driver, DRIVER_HOST_REBOOTS, &count, nullptr);
+        return count;
+    };
+    pass(0.1);
+    const auto before = settings();
+    const guint starts = reboots();
+    ASSERT_TRUE(board.command("fault reboot").ok);
+    for (int polls = 0; polls < 2; ++polls)
+        pass(0.033);
+    EXPECT_NE(settings(), before);
+    EXPECT_EQ(reboots(), starts);
+    pass(1);
+    EXPECT_EQ(reboots(), starts + 1);
+    gboolean applied = FALSE;
+    g_signal_emit_by_name(driver, DRIVER_HOST_APPLY, &applied);
+    EXPECT_TRUE(applied);
+    EXPECT_EQ(settings(), before);
+    EXPECT_EQ(log.take(), Lines{"warning: Can't open firmware file"}); // of the first start
     EXPECT_EQ(board.offences(), sim::Counts{});
 }
 

@@ -44,6 +44,11 @@ TEST_F(Boot, ARestartLosesSettingsButKeepsTheCaptureFrequency)
     walk({{"050008000000", 0, {{"cam_init_done", 0}, {"imc_req", 0}}}, // software reset
           {"", 800'000, {{"imc_req", 1}, {"60 30:1", 2}}}});
     EXPECT_EQ(board.setting(Rec::sharpness)[0], 0);
+    walk({{"040007000D", 0, {}}, // and once by itself, with the host's next burst
+          {"fault reboot", 0, {{"F8 29:1", 0x00}, {"cam_init_done", 0}, {"imc_req", 0}}},
+          {"", 300'000, {{"imc_req", 1}, {"F8 29:1", 0x02}}},
+          {"", 500'000, {{"F8 29:1", 0x00}}}});
+    EXPECT_EQ(board.setting(Rec::sharpness)[0], 0);
 }
 
 // Of each axis: position, target, speed (a magnitude), what moves.

@@ -42,13 +42,15 @@ class Program : public BusTest {
 };
 
 const std::map<std::string, const char *> kAnswers{
-    {"GetPosition", "({'pan': 10.25, 'tilt': -5.0, 'zoom': 2000.0, 'iris': -1.0, 'focus': 1.0, 'brightness': 1.0},)"},
+    {"GetPosition", "({'pan': 10.25, 'tilt': -5.0, 'zoom': 2000.0, 'iris': -1.0, 'focus': 1.0, 'brightness': 1.0, "
+                    "'age': 0.25},)"},
     {"GetState", "(1, 'running')"},
     {"GetParameter", "(<'a \"b\"'>,)"},
     {"ListParameters", "([{'group': <'Limit'>, 'name': <'MinPan'>, 'kind': <'integer'>, 'minimum': <-170>, 'maximum': "
                        "<170>, 'writable': <true>, 'value': <-90>}, {'group': <'UserAdv'>, 'name': <'State'>, 'kind': "
                        "<'string'>, 'choices': <[('on', 'On'), ('off', 'Off')]>, 'writable': <true>}],)"},
-    {"GetStatus", "({'state': <1>, 'text': <'running'>, 'temperature': <40.25>, 'error-bits': <uint32 0x84>, 'errors': "
+    {"GetStatus", "({'state': <1>, 'text': <'running'>, 'link': <'down'>, 'status-age': <1.25>, 'resets': <uint32 2>, "
+                  "'reboots': <uint32 0>, 'temperature': <40.25>, 'error-bits': <uint32 0x84>, 'errors': "
                   "<'Cam error DSP/Pan-Tilt'>, 'reports': <{'DeviceModVer': 'model:0001', 'Other': 'a\\nb'}>},)"}};
 
 void Program::on_call(GDBusConnection *, const char *, const char *, const char *, const char *method,
@@ -139,19 +141,22 @@ TEST_F(Program, PrintsTextForPeopleAndObjectsForMachines)
     serve();
     const std::pair<const char *, const char *> outputs[] = {
         {"--json state", "{\"state\":1,\"text\":\"running\"}\n"},
-        {"position --json", "{\"brightness\":1,\"focus\":1,\"iris\":-1,\"pan\":10.25,\"tilt\":-5,\"zoom\":2000}\n"},
+        {"position --json", "{\"brightness\":1,\"focus\":1,\"iris\":-1,\"pan\":10.25,\"tilt\":-5,\"zoom\":2000,"
+                            "\"age\":0.25,\"link\":\"down\"}\n"},
         {"params get UserAdv.Name --json", "{\"group\":\"UserAdv\",\"name\":\"Name\",\"value\":\"a \\\"b\\\"\"}\n"},
         {"params", "GROUP       NAME                       KIND     VALUE                      RANGE\n"
                    "Limit       MinPan                     integer  -90                        -170..170\n"
                    "UserAdv     State                      string   -                          on, off\n"},
-        {"status", "state        1 running\ntemperature  40.2 deg C\nerrors       Cam error DSP/Pan-Tilt (0084)\n"
+        {"status", "state        1 running\nlink         down, last heard of 1.250 s ago\nresets       2\ntemperature  "
+                   "40.2 deg C\nerrors       Cam error DSP/Pan-Tilt (0084)\n"
                    "model        model:0001\nOther        a?b\n"},
         {"upgrade", "none yet\n"},
         {"stop --json", "{\"ok\":true}\n"}};
     for (const auto &[line, output] : outputs)
         EXPECT_EQ(ptzctl(line).output, output);
     EXPECT_THAT(ptzctl("position").output,
-                AllOf(HasSubstr("pan           10.250 deg\n"), HasSubstr("iris              -1 (not known)\n")));
+                AllOf(HasSubstr("pan           10.250 deg\n"), HasSubstr("iris              -1 (not known)\n"),
+                      HasSubstr("age            0.250 s\nlink            down\n")));
     const RunResult tour = ptzctl("tour"); // the camera stays where it is
     EXPECT_EQ(tour.status, EXIT_REFUSED);
     EXPECT_EQ(tour.output, "ok: the camera runs: running\n");

@@ -57,9 +57,10 @@ constexpr Command kCommands[] = {
     {"position", "where the camera looks",
      "Usage: ptzctl position [--watch [--for SECONDS]]\n"
      "\n"
-     "Prints pan and tilt in degrees, zoom (1..19999), focus, iris and brightness (1..9999).\n"
+     "Prints pan and tilt in degrees, zoom (1..19999), focus, iris and brightness (1..9999), the age of all that in\n"
+     "seconds, and the link to the camera block (up, down, or off while it is not expected to talk).\n"
      "\n"
-     "  --watch         print a line whenever a position changes, until Ctrl-C\n"
+     "  --watch         print a line whenever a position or the link changes, until Ctrl-C\n"
      "  --for SECONDS   watch that long\n"
      "\n"
      "Examples:\n"
@@ -144,14 +145,14 @@ constexpr Command kCommands[] = {
      "Example:\n"
      "  ptzctl --json published\n",
      run_published},
-    {"status", "state, temperature, errors, model and firmware",
+    {"status", "state, link, temperature, errors, model and firmware",
      "Usage: ptzctl status\n"
      "\n"
-     "Prints the state, the temperature, the errors that the camera reported last, and what it says of itself: how "
-     "its\n"
-     "parts are, its model and firmware version, when that was looked at; why it has failed, and what came of the "
-     "last\n"
-     "firmware upgrade. Answered at once, whatever the camera does.\n"
+     "Prints the state, the link to the camera block (up, down, or off while it is not expected to talk), how often\n"
+     "it was reset since the link went down and has started anew by itself, the temperature, the errors that the\n"
+     "camera reported last, and what it says of itself: how its parts are, its model and firmware version, when that\n"
+     "was looked at; why it has failed, and what came of the last firmware upgrade. Answered at once, whatever the\n"
+     "camera does.\n"
      "\n"
      "Example:\n"
      "  ptzctl status\n",

@@ -13,8 +13,27 @@ constexpr unsigned kPositionEveryMs = 200;
 constexpr const char *kAngles[] = {"pan", "tilt"};
 constexpr const char *kPositions[] = {"zoom", "focus", "iris", "brightness"};
 
-std::vector<std::string> position_lines(const Position &position)
+// Where the camera looks, and what that is worth.
+struct View {
+    Position position;
+    std::optional<double> age; // seconds
+    std::string link;          // empty: a service that does not tell
+};
+
+View view_of(Service &service)
 {
+    View view;
+    view.position = service.position(&view.age);
+    const GVariantOwned status = service.result("GetStatus", nullptr, "(a{sv})");
+    const char *link = "";
+    g_variant_lookup(status.get(), "link", "&s", &link);
+    view.link = link;
+    return view;
+}
+
+std::vector<std::string> view_lines(const View &view)
+{
+    const Position &position = view.position;
     std::vector<std::string> lines;
     for (const char *axis : kAngles) {
         if (const auto found = position.find(axis); found != position.end())
@@ -24,15 +43,23 @@ std::vector<std::string> position_lines(const Position &position)
         if (const auto found = position.find(axis); found != position.end())
             lines.push_back(format_text("%-10s %9.0f%s", axis, found->second, found->second < 0 ? " (not known)" : ""));
     }
+    if (view.age)
+        lines.push_back(format_text("%-10s %9.3f s", "age", *view.age));
+    if (!view.link.empty())
+        lines.push_back(format_text("%-10s %9s", "link", printable(view.link).c_str()));
     return lines;
 }
 
-GVariant *position_object(const Position &position)
+GVariant *view_object(const View &view)
 {
     GVariantBuilder object;
-    g_variant_builder_init(&object, G_VARIANT_TYPE("a{sd}"));
-    for (const auto &[axis, value] : position)
-        g_variant_builder_add(&object, "{sd}", axis.c_str(), value);
+    g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);
+    for (const auto &[axis, value] : view.position)
+        g_variant_builder_add(&object, "{sv}", axis.c_str(), g_variant_new_double(value));
+    if (view.age)
+        g_variant_builder_add(&object, "{sv}", "age", g_variant_new_double(*view.age));
+    if (!view.link.empty())
+        g_variant_builder_add(&object, "{sv}", "link", g_variant_new_string(view.link.c_str()));
     return g_variant_builder_end(&object);
 }
 
@@ -103,27 +130,28 @@ ExitStatus run_position(Context &context, Arguments &arguments)
 
     Service &service = context.service();
     if (!watch) {
-        const Position position = service.position();
+        const View view = view_of(service);
         if (context.json())
-            context.object(position_object(position));
+            context.object(view_object(view));
         else
-            for (const std::string &line : position_lines(position))
+            for (const std::string &line : view_lines(view))
                 context.line(line);
         return EXIT_DONE;
     }
     const gint64 start = steady_now();
-    Position last;
+    View last;
     run_loop(kPositionEveryMs, [&] {
-        const Position position = service.position();
-        if (position != last && context.json()) {
-            context.object(position_object(position));
-        } else if (position != last) {
+        const View view = view_of(service);
+        const bool changed = view.position != last.position || view.link != last.link;
+        if (changed && context.json()) {
+            context.object(view_object(view));
+        } else if (changed) {
             std::string text;
-            for (const std::string &line : position_lines(position))
+            for (const std::string &line : view_lines(view))
                 text += (text.empty() ? "" : " | ") + line;
             context.line(text);
         }
-        last = position;
+        last = view;
         return static_cast<double>(steady_now() - start) < seconds * 1e6;
     });
     return EXIT_DONE;

@@ -70,6 +70,15 @@ void show_status(Context &context, GVariant *status)
     g_variant_lookup(status, "state", "i", &state);
     g_variant_lookup(status, "text", "&s", &text);
     row("state", std::to_string(state) + " " + printable(text));
+    double age = 0;
+    guint32 count = 0;
+    if (g_variant_lookup(status, "link", "&s", &text) != FALSE) {
+        const bool heard = g_variant_lookup(status, "status-age", "d", &age) != FALSE;
+        row("link", printable(text) + (heard ? format_text(", last heard of %.3f s ago", age) : ""));
+    }
+    for (const char *key : {"resets", "reboots"})
+        if (g_variant_lookup(status, key, "u", &count) != FALSE && count != 0)
+            row(key, std::to_string(count));
     double degrees = 0;
     const bool known = g_variant_lookup(status, "temperature", "d", &degrees) != FALSE;
     row("temperature", known ? format_text("%.1f deg C", degrees) : "not known");

@@ -74,7 +74,7 @@ GVariantOwned Service::call(const char *method, GVariant *arguments, const char 
     return results;
 }
 
-Position Service::position()
+Position Service::position(std::optional<double> *age)
 {
     GVariantOwned axes = result("GetPosition", nullptr, "(a{sd})");
     Position position;
@@ -85,6 +85,9 @@ Position Service::position()
         g_variant_get(entry.get(), "{&sd}", &axis, &value);
         position[axis] = value;
     }
+    // It is no axis, and grows where nothing moves.
+    if (const auto entry = position.extract("age"); age != nullptr && entry)
+        *age = entry.mapped();
     return position;
 }
 

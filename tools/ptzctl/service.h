@@ -5,6 +5,7 @@
 #include "standstill.h"
 
 #include <gio/gio.h>
+#include <optional>
 #include <string>
 
 inline constexpr const char *kServiceName = "com.orna.PTZ";
@@ -27,8 +28,8 @@ class Service {
         return GVariantOwned(g_variant_get_child_value(call(method, arguments, reply).get(), 0));
     }
 
-    // GetPosition, and GetState's number and words.
-    Position position();
+    // GetPosition, its age in seconds apart (where the service gives it), and GetState's number and words.
+    Position position(std::optional<double> *age = nullptr);
     std::pair<int, std::string> state();
 
     GDBusConnection *connection() { return connection_.get(); }

@@ -11,8 +11,12 @@ struct TaskQueue::Job {
     std::int64_t due_us = 0;
     bool queued = false; // waits in a lane at this moment
     bool cancelled = false;
+    const bool rests;
 
-    Job(PTZTask *queued_task, std::int64_t interval) : task(queued_task), interval_us(interval) {}
+    Job(PTZTask *queued_task, std::int64_t interval, bool may_rest)
+        : task(queued_task), interval_us(interval), rests(may_rest)
+    {
+    }
     Job(const Job &) = delete;
     Job &operator=(const Job &) = delete;
     ~Job()
@@ -38,6 +42,13 @@ gboolean run_function(PTZTask *task)
 void destroy_function(gpointer task)
 {
     delete static_cast<FunctionTask *>(static_cast<PTZTask *>(task)->data);
+}
+
+PTZTask *function_task(std::function<void()> work)
+{
+    auto *function = new FunctionTask{{run_function, nullptr, destroy_function, {}}, std::move(work)};
+    function->task.data = function;
+    return &function->task;
 }
 
 class MachineClock final : public QueueClock {
@@ -97,13 +108,20 @@ TaskQueue::~TaskQueue()
     shutdown();
 }
 
-bool TaskQueue::add(PTZTask *task, std::int64_t interval_us, Lane lane)
+bool TaskQueue::add(PTZTask *task, std::int64_t interval_us, Lane lane, bool rests)
 {
     // The job is made first: whatever happens below, the record is handed back exactly once, and outside the lock.
-    const auto job = std::make_shared<Job>(task, std::max<std::int64_t>(interval_us, 0));
+    const auto job = std::make_shared<Job>(task, std::max<std::int64_t>(interval_us, 0), rests);
     const std::lock_guard lock(mutex_);
     if (closed_)
         return false;
+    add_job(job, lane);
+    return true;
+}
+
+// Under the lock.
+void TaskQueue::add_job(const JobPtr &job, Lane lane)
+{
     if (job->interval_us > 0) {
         job->due_us = clock_.now_us() + job->interval_us;
         repeating_.push_back(job);
@@ -112,14 +130,34 @@ bool TaskQueue::add(PTZTask *task, std::int64_t interval_us, Lane lane)
         (lane == Lane::urgent ? urgent_ : ready_).push_back(job);
     }
     changed_.notify_all();
-    return true;
 }
 
 bool TaskQueue::post(std::function<void()> work, Lane lane)
 {
-    auto *function = new FunctionTask{{run_function, nullptr, destroy_function, {}}, std::move(work)};
-    function->task.data = function;
-    return add(&function->task, 0, lane);
+    return add(function_task(std::move(work)), 0, lane);
+}
+
+bool TaskQueue::post_if_idle(std::function<void()> work)
+{
+    const auto job = std::make_shared<Job>(function_task(std::move(work)), 0, false);
+    const std::lock_guard lock(mutex_);
+    if (closed_ || at_work_ || !urgent_.empty() || !ready_.empty())
+        return false;
+    add_job(job, Lane::normal);
+    return true;
+}
+
+void TaskQueue::rest(bool resting)
+{
+    const std::lock_guard lock(mutex_);
+    resting_ = resting;
+    if (resting_)
+        std::erase_if(ready_, [](const JobPtr &job) {
+            if (job->rests)
+                job->queued = false;
+            return job->rests;
+        });
+    changed_.notify_all();
 }
 
 void TaskQueue::cancel_repeating()
@@ -172,6 +210,7 @@ bool TaskQueue::run_next()
     {
         const std::lock_guard lock(mutex_);
         job = take_next();
+        at_work_ = job != nullptr;
     }
     if (job == nullptr)
         return false;
@@ -225,7 +264,8 @@ void TaskQueue::collect_due()
     for (;;) {
         JobPtr earliest;
         for (const JobPtr &job : repeating_)
-            if (!job->queued && job->due_us <= now && (earliest == nullptr || job->due_us < earliest->due_us))
+            if (!job->queued && !(resting_ && job->rests) && job->due_us <= now &&
+                (earliest == nullptr || job->due_us < earliest->due_us))
                 earliest = job;
         if (earliest == nullptr)
             return;
@@ -238,7 +278,7 @@ std::int64_t TaskQueue::next_due() const
 {
     std::int64_t next = INT64_MAX;
     for (const JobPtr &job : repeating_)
-        if (!job->queued)
+        if (!job->queued && !(resting_ && job->rests))
             next = std::min(next, job->due_us);
     return next;
 }
@@ -257,7 +297,7 @@ TaskQueue::JobPtr TaskQueue::take_next()
 void TaskQueue::finish(const JobPtr &job, bool again)
 {
     const std::lock_guard lock(mutex_);
-    job->queued = false;
+    at_work_ = job->queued = false;
     if (job->interval_us == 0)
         return;
     if (!again || job->cancelled) {

@@ -46,11 +46,18 @@ class TaskQueue {
 
     // Queues a task: once when `interval_us` is 0 or less, else every `interval_us` from now on until its function
     // returns FALSE. A tick that finds the thread busy comes late; ticks that pass meanwhile are skipped, and the grid
-    // stays where it was. False after close(): the task has been destroyed.
-    bool add(PTZTask *task, std::int64_t interval_us, Lane lane = Lane::normal);
+    // stays where it was. `rests`: it is one of those that rest() is about. False after close(): the task has been
+    // destroyed.
+    bool add(PTZTask *task, std::int64_t interval_us, Lane lane = Lane::normal, bool rests = false);
 
     // Queues a function, once. False after close(): the function has been destroyed.
     bool post(std::function<void()> work, Lane lane = Lane::normal);
+
+    // The same, but false as well when the thread is at work or work waits: the function would not run at once.
+    bool post_if_idle(std::function<void()> work);
+
+    // From true to false, repeating tasks that rest stay queued and are not run; then they go on on their grid.
+    void rest(bool resting);
 
     // Ends every repeating task; one that is just running ends when it returns.
     void cancel_repeating();
@@ -85,6 +92,7 @@ class TaskQueue {
     std::int64_t next_due() const;
     JobPtr take_next();
     void finish(const JobPtr &job, bool again);
+    void add_job(const JobPtr &job, Lane lane);
 
     QueueClock &clock_;
     mutable std::mutex mutex_;
@@ -93,6 +101,8 @@ class TaskQueue {
     std::deque<JobPtr> ready_;
     std::list<JobPtr> repeating_;
     bool closed_ = false;
+    bool resting_ = false;
+    bool at_work_ = false;
     std::atomic<std::thread::id> runner_{};
     std::thread thread_;
 };

@@ -93,12 +93,15 @@ static gboolean add_params(PTZDriver *driver, const char *group, const PTZParamD
     return group != nullptr && driver_private(driver).params->group(group, true)->add_table(table);
 }
 
+// What repeats faster than once a second follows the camera, and rests when the queue's owner says that there is none.
+// What repeats slowly watches over other things, the temperature.
 static gboolean queue_task(PTZDriver *driver, PTZTask *task, gint64 interval)
 {
+    constexpr gint64 kFollowsBelowUs = 1000000;
     if (task == nullptr)
         return FALSE;
     if (driver->command_queue != nullptr)
-        return driver->command_queue->queue.add(task, interval);
+        return driver->command_queue->queue.add(task, interval, TaskQueue::Lane::normal, interval < kFollowsBelowUs);
     if (task->destroy != nullptr)
         task->destroy(task);
     return FALSE;

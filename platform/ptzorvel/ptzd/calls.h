@@ -7,9 +7,11 @@
 // calls_motion.cpp
 void call_move(PtzService &service, const CallPtr &call);
 void call_stop(PtzService &service, const CallPtr &call);
+void call_angle_to_zoom(PtzService &service, const CallPtr &call);
+
+// calls_position.cpp
 void call_get_position(PtzService &service, const CallPtr &call);
 void call_get_field_of_view(PtzService &service, const CallPtr &call);
-void call_angle_to_zoom(PtzService &service, const CallPtr &call);
 
 // calls_camera.cpp
 void call_list_special_commands(PtzService &service, const CallPtr &call);

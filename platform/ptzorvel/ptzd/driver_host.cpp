@@ -102,10 +102,20 @@ std::optional<double> DriverHost::silence() const
     return read(DRIVER_HOST_SILENCE, &silence) ? seconds(g_value_get_int64(&silence)) : std::nullopt;
 }
 
-unsigned DriverHost::sends_failed() const
+unsigned DriverHost::count_of(const char *property) const
 {
     GValue count = G_VALUE_INIT;
-    return read(DRIVER_HOST_SENDS_FAILED, &count) ? g_value_get_uint(&count) : 0;
+    return read(property, &count) ? g_value_get_uint(&count) : 0;
+}
+
+unsigned DriverHost::sends_failed() const
+{
+    return count_of(DRIVER_HOST_SENDS_FAILED);
+}
+
+unsigned DriverHost::reboots() const
+{
+    return count_of(DRIVER_HOST_REBOOTS);
 }
 
 std::optional<double> DriverHost::chunk_age() const

@@ -42,6 +42,8 @@ class DriverHost {
     std::optional<double> silence() const;
     // Any thread: commands that the camera block has not taken; 0 when the driver does not tell.
     unsigned sends_failed() const;
+    // Any thread: starts of the camera block that its status has shown; 0 when the driver does not tell.
+    unsigned reboots() const;
 
     // Any thread: seconds since the camera block took a new part of a firmware image; none when it has taken none since
     // the start. What failed in the last start; empty: nothing. None when there was no image to upgrade to.
@@ -57,6 +59,7 @@ class DriverHost {
 
   private:
     bool read(const char *property, GValue *value) const;
+    unsigned count_of(const char *property) const;
 
     GCancellable *const cancel_;
     GCancellable *const interrupt_;

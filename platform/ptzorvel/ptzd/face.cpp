@@ -57,6 +57,8 @@ GVariant *on_get_property(GDBusConnection *, const char *, const char *, const c
         return g_variant_new_string(state_text(service.state()));
     if (name == "Speed")
         return g_variant_new_double(service.speed());
+    if (name == "Link")
+        return g_variant_new_string(service.link_watch().link());
     if (name == "VideoChannel")
         return g_variant_new_int32(service.options().video_channel);
     if (name == "Id")

@@ -17,12 +17,15 @@ namespace {
 
 enum ExitStatus { EXIT_OK = 0, EXIT_NO_DRIVER = 1, EXIT_USAGE = 2, EXIT_NO_BUS = 3 };
 
+constexpr double kLongestTimeout = 1e6; // seconds
+
 struct CommandLine {
     char *plugin = nullptr;
     char *state_dir = nullptr;
     int channel = 1;
     int id = 0;
     double start_timeout = 180;
+    double link_timeout = 30;
     gboolean foreground = FALSE;
     gboolean version = FALSE;
 
@@ -54,6 +57,11 @@ struct Run {
     }
 };
 
+bool is_timeout(double seconds)
+{
+    return seconds >= 0 && seconds <= kLongestTimeout; // which is not said of a NaN
+}
+
 bool parse(int *argc, char ***argv, CommandLine &line)
 {
     const GOptionEntry entries[] = {
@@ -65,6 +73,8 @@ bool parse(int *argc, char ***argv, CommandLine &line)
          "Keep parameter values in this folder (default: see below)", "DIR"},
         {"start-timeout", 0, 0, G_OPTION_ARG_DOUBLE, &line.start_timeout,
          "Give up a start of the camera after so long without an answer (default: 180; 0: never)", "SECONDS"},
+        {"link-timeout", 0, 0, G_OPTION_ARG_DOUBLE, &line.link_timeout,
+         "Reset a camera block that is silent for so long; 0: never (default: 30)", "SECONDS"},
         {"foreground", 'f', 0, G_OPTION_ARG_NONE, &line.foreground, "Show log messages on standard error too", nullptr},
         {"version", 0, 0, G_OPTION_ARG_NONE, &line.version, "Show the version and end", nullptr},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr},
@@ -89,13 +99,13 @@ bool parse(int *argc, char ***argv, CommandLine &line)
         "service on it or for this board.\n");
     GErrorSlot error;
     const bool good = g_option_context_parse(context.get(), argc, argv, error) != FALSE && *argc == 1;
-    const bool counts = std::isfinite(line.start_timeout) && line.start_timeout >= 0;
-    if (!good || !counts)
+    const bool timed = is_timeout(line.start_timeout) && is_timeout(line.link_timeout);
+    if (!good || !timed)
         std::fprintf(stderr, "ptzd: %s Try ptzd --help.\n",
                      error  ? error->message
-                     : good ? "A time-out is a number of seconds, 0 or more."
+                     : good ? "A time-out has to be a number of seconds, 0 to 1000000."
                             : "There is nothing to name but options.");
-    return good && counts;
+    return good && timed;
 }
 
 bool log_is_shown = false; // on standard error too
@@ -193,6 +203,7 @@ int main(int argc, char *argv[])
     options.video_channel = line.channel;
     options.id = line.id;
     options.start_timeout_s = line.start_timeout;
+    options.link_timeout_s = line.link_timeout;
     options.state_dir = line.state_dir != nullptr ? line.state_dir : default_state_folder();
 
     GErrorSlot error;

@@ -47,6 +47,7 @@ PtzService::PtzService(GDBusConnection *connection, const Options &options)
     : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), options_(options),
       deadlines_(host_, queue_.queue, options.start_timeout_s, options.time_scale), upgrades_(options.state_dir)
 {
+    link_watch_ = std::make_unique<LinkWatch>(*this, options.time_scale, options.link_timeout_s);
     move_owners_ = std::make_unique<MoveOwners>(connection, [this] { stop_abandoned_move(); });
 }
 
@@ -203,6 +204,19 @@ void PtzService::run(const CallPtr &call, Gate gate, Work work)
     post(call, TaskQueue::Lane::normal, gate, std::move(work));
 }
 
+bool PtzService::run_if_idle(const CallPtr &call, Gate gate, Work work)
+{
+    return queue_.queue.post_if_idle(gated(call, gate, std::move(work)));
+}
+
+void PtzService::perform(std::function<void(PTZDriver *driver)> work)
+{
+    queue_.queue.post([this, work = std::move(work)] {
+        if (driver_ != nullptr)
+            work(driver_);
+    });
+}
+
 void PtzService::run_stop(const CallPtr &call, Work work)
 {
     stops_++;
@@ -219,19 +233,22 @@ void PtzService::post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work
         call->refuse({ErrorKind::not_ready, not_ready_text(state)});
         return;
     }
-    queue_.queue.post(
-        [this, call, gate, work = std::move(work)] {
-            if (driver_ == nullptr) {
-                call->refuse({ErrorKind::not_ready, not_ready_text(state_)});
-                return;
-            }
-            const auto error = gate == Gate::running ? gate_error(driver_) : std::nullopt;
-            if (error)
-                call->refuse(*error);
-            else
-                work(driver_, *call);
-        },
-        lane);
+    queue_.queue.post(gated(call, gate, std::move(work)), lane);
+}
+
+std::function<void()> PtzService::gated(const CallPtr &call, Gate gate, Work work)
+{
+    return [this, call, gate, work = std::move(work)] {
+        if (driver_ == nullptr) {
+            call->refuse({ErrorKind::not_ready, not_ready_text(state_)});
+            return;
+        }
+        const auto error = gate == Gate::running ? gate_error(driver_) : std::nullopt;
+        if (error)
+            call->refuse(*error);
+        else
+            work(driver_, *call);
+    };
 }
 
 void PtzService::stop_abandoned_move()

@@ -10,6 +10,8 @@
 #include "ptzorvel/ptzd/call.h"
 #include "ptzorvel/ptzd/deadlines.h"
 #include "ptzorvel/ptzd/driver_host.h"
+#include "ptzorvel/ptzd/known_position.h"
+#include "ptzorvel/ptzd/link_watch.h"
 #include "ptzorvel/ptzd/move_owners.h"
 #include "ptzorvel/ptzd/upgrade_log.h"
 
@@ -33,6 +35,7 @@ class PtzService {
         std::string state_dir;        // where parameter values are kept; empty: nowhere
         double time_scale = 1;        // how many times as fast the camera's time runs as the wall's
         double start_timeout_s = 180; // a start without a good answer of the camera block is given up; 0: never
+        double link_timeout_s = 30;   // seconds of silence before the camera block is reset; 0: it never is
     };
     // Called on the command thread.
     using Done = std::function<void()>;
@@ -67,6 +70,8 @@ class PtzService {
     enum class Gate { any_state, running };
     // Has `work` run on the command thread with the driver, after checking the gate now and again then.
     void run(const CallPtr &call, Gate gate, Work work);
+    // As run(), but only when that is at once: false, and nothing done, when the command thread has something to do.
+    bool run_if_idle(const CallPtr &call, Gate gate, Work work);
     // As run(), ahead of what waits and cancelling every move that waits.
     void run_stop(const CallPtr &call, Work work);
     // Stops on behalf of a client that has gone.
@@ -90,6 +95,14 @@ class PtzService {
     std::string failure() const;
     // An image that has failed too often is tried again by the next start. Command thread.
     void try_image_again();
+    // Any thread. Has work done on the command thread when its turn comes, if there is a driver then.
+    void perform(std::function<void(PTZDriver *driver)> work);
+    DriverHost &host() { return host_; }
+    const LinkWatch &link_watch() const { return *link_watch_; }
+    const KnownPosition &known_position() const { return known_position_; }
+    // Any thread. Tells the bus; a floating value is taken over.
+    void emit(const char *interface, const char *signal, GVariant *parameters);
+    void property_changed(const char *name, GVariant *value);
     // A value has changed: tells the bus and keeps it in the state folder. Command thread.
     void param_was_set(const std::string &group, const std::string &name);
 
@@ -101,12 +114,12 @@ class PtzService {
     void release_name();
     void subscribe_camera_signals();
     void post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work work);
+    std::function<void()> gated(const CallPtr &call, Gate gate, Work work);
     std::optional<CallError> gate_error(PTZDriver *driver) const;
 
     // Command thread
     bool make_driver(const Failed &failed);
     void release_driver();
-    void emit(const char *interface, const char *signal, GVariant *parameters);
     void state_changed(int state);
     void note_upgrade(int state);
     void speed_changed(double speed);
@@ -120,6 +133,8 @@ class PtzService {
     DriverHost host_;
     Deadlines deadlines_;
     UpgradeLog upgrades_;
+    KnownPosition known_position_{host_, options_.time_scale};
+    std::unique_ptr<LinkWatch> link_watch_;
     std::unique_ptr<MoveOwners> move_owners_;
     PTZDriver *driver_ = nullptr; // command thread
     bool upgrade_noted_ = false;  // command thread: that of this start

@@ -28,11 +28,23 @@ void PtzService::note_upgrade(int state)
     host_.hold_image(upgrades_.held_image());
 }
 
+void PtzService::property_changed(const char *name, GVariant *value)
+{
+    GVariantBuilder changed;
+    g_variant_builder_init(&changed, G_VARIANT_TYPE("a{sv}"));
+    g_variant_builder_add(&changed, "{sv}", name, value);
+    emit("org.freedesktop.DBus.Properties", "PropertiesChanged",
+         g_variant_new("(sa{sv}as)", kInterfaceName, &changed, nullptr));
+}
+
 void PtzService::state_changed(int state)
 {
     note_upgrade(state);
     deadlines_.state_changed(state);
+    if (state != PTZ_STATE_RUNNING)
+        known_position_.keep();
     state_ = state;
+    queue_.queue.rest(state == PTZ_STATE_FAILED);
     GVariantBuilder changed;
     g_variant_builder_init(&changed, G_VARIANT_TYPE("a{sv}"));
     g_variant_builder_add(&changed, "{sv}", "State", g_variant_new_int32(state));
@@ -40,16 +52,13 @@ void PtzService::state_changed(int state)
     emit("org.freedesktop.DBus.Properties", "PropertiesChanged",
          g_variant_new("(sa{sv}as)", kInterfaceName, &changed, nullptr));
     emit(kInterfaceName, "StateChanged", g_variant_new("(is)", state, state_text(state)));
+    link_watch_->state_changed(state);
 }
 
 void PtzService::speed_changed(double speed)
 {
     speed_ = speed;
-    GVariantBuilder changed;
-    g_variant_builder_init(&changed, G_VARIANT_TYPE("a{sv}"));
-    g_variant_builder_add(&changed, "{sv}", "Speed", g_variant_new_double(speed));
-    emit("org.freedesktop.DBus.Properties", "PropertiesChanged",
-         g_variant_new("(sa{sv}as)", kInterfaceName, &changed, nullptr));
+    property_changed("Speed", g_variant_new_double(speed));
 }
 
 void PtzService::param_changed(const std::string &group, const std::string &name)
