@@ -179,8 +179,8 @@ struct Board::Impl final : Requests {
         if (faults.strike(Fault::spi_error))
             return {-spi_error(), 0};
         std::size_t clocked = host.size();
-        if (clocked > 4 && faults.strike(Fault::spi_short))
-            clocked = 4 + faults.random(static_cast<std::uint32_t>(clocked - 4));
+        if (clocked > 8 && faults.strike(Fault::spi_short)) // too short for any status run
+            clocked = 4 + faults.random(static_cast<std::uint32_t>(clocked / 2 - 4));
         camera.burst(port, host.first(clocked), answer, now);
         std::fill(answer.begin() + static_cast<std::ptrdiff_t>(clocked), answer.end(), std::uint8_t{0});
         show();
