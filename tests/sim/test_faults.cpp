@@ -284,6 +284,17 @@ TEST_F(Faults, CallsFailWithTheErrorThatWasAskedFor)
     ugpio_free(line);
 }
 
+TEST_F(Faults, ASlowCallTakesItsTime)
+{
+    board.stop();
+    Board fast({.folder = folder.path(), .time_scale = 10'000});
+    ASSERT_EQ(fast.start(), std::nullopt);
+    EXPECT_TRUE(fast.command("fault spi-slow 9s").ok);
+    const std::int64_t before = fast.now();
+    EXPECT_EQ(burst(Bytes(1024)), Bytes(1024));
+    EXPECT_GE(fast.now() - before, 9'000'000);
+}
+
 TEST_F(Faults, TheSensorsFileIsWhatItShouldNotBe)
 {
     struct stat info {};
