@@ -19,6 +19,7 @@ using namespace sim;
 // What each kind of argument is in these tests.
 constexpr const char *kArguments[] = {"",   " 1ms",       "",     " low",  " never",  " 40",    " 0",    " end",
                                       " 2", " cam_reset", " pan", " lies", " ENODEV", " empty", " error"};
+static_assert(std::size(kArguments) == static_cast<std::size_t>(FaultArgument::service) + 1);
 
 class Faults : public BoardTest {
   protected:
