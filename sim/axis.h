@@ -14,7 +14,7 @@ class Axis {
 
     double at(std::int64_t now) const
     {
-        const double travelled = speed_ * static_cast<double>(now - since_) / 1e6;
+        const double travelled = stalled_ ? 0 : speed_ * static_cast<double>(now - since_) / 1e6;
         const double distance = target_ - from_;
         if (!moving_ || travelled >= std::fabs(distance))
             return moving_ ? target_ : from_;
@@ -40,6 +40,15 @@ class Axis {
             move(target_, speed, now);
     }
     void stop(std::int64_t now) { place(at(now), now); }
+    // Holds it where it is, though it goes on trying; or lets it go on.
+    void stall(bool stalled, std::int64_t now)
+    {
+        if (stalled == stalled_)
+            return;
+        from_ = at(now);
+        since_ = now;
+        stalled_ = stalled;
+    }
     // Puts it somewhere at once.
     void place(double position, std::int64_t now)
     {
@@ -56,6 +65,7 @@ class Axis {
     double speed_ = 0;
     std::int64_t since_ = 0;
     bool moving_ = false;
+    bool stalled_ = false;
 };
 
 } // namespace sim

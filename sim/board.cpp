@@ -3,14 +3,18 @@
 #include "sim/board_folder.h"
 #include "sim/clock.h"
 #include "sim/command.h"
+#include "sim/sensor.h"
 #include "sim/server.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <set>
 #include <thread>
+#include <utility>
 
 namespace sim {
 
@@ -33,7 +37,10 @@ struct Board::Impl final : Requests {
     Camera camera;
     BoardFolder folder;
     Kept kept; // as it is in the folder
+    Sensor sensor;
     Services services;
+    std::array<std::int64_t, 2> told_ownership{-1, -1}; // of their names
+    std::multiset<std::int64_t> reminders;              // of the services
     std::multimap<std::int64_t, std::string> script;
     std::unique_ptr<Server> server;
     std::thread thread;
@@ -45,32 +52,46 @@ struct Board::Impl final : Requests {
             const std::int64_t due = next_event(now);
             if (due > now)
                 break;
+            clock.set(due); // whoever is told of something must find that it is time for it
+            camera.run(due);
             if (!script.empty() && script.begin()->first <= due) {
                 const std::string line = std::move(script.begin()->second);
                 script.erase(script.begin());
-                camera.run(due);
                 const CommandResult result = carry_out(line, due);
                 journal.note(due, result.ok ? Detail::records : Detail::offences, line + ": " + result.text);
-            } else {
-                camera.run(due);
             }
+            if (reminders.erase(due) != 0)
+                services.tell(ServiceChange::reminder);
+            show();
         }
         camera.run(now);
-        keep();
+        show();
     }
 
-    // What the block keeps without power is in the folder as soon as it is in the block.
-    void keep()
+    // What is seen of the block and of its faults outside of it.
+    void show()
     {
-        if (camera.kept() == kept || !folder.write_kept(camera.kept()))
+        for (std::size_t i = 0; i < kLines.size(); ++i)
+            lines.make_asked(static_cast<Line>(i),
+                             faults.armed(Fault::gpio_refuse, i) || faults.armed(Fault::gpio_read, i));
+        if (folder.path().empty())
             return;
-        kept = camera.kept();
+        sensor.update(folder, faults, camera.temperature);
+        // What the block keeps without power is in the folder as soon as it is in the block.
+        if (!(camera.kept() == kept) && folder.write_kept(camera.kept()))
+            kept = camera.kept();
+        const std::array ownership{faults.active(Fault::image_control) ? faults.value(Fault::image_control) : -1,
+                                   faults.active(Fault::streamer) ? faults.value(Fault::streamer) : -1};
+        if (std::exchange(told_ownership, ownership) != ownership)
+            services.tell(ServiceChange::faults);
     }
 
     std::int64_t next_event(std::int64_t now) const
     {
-        const std::int64_t next = camera.next_event(now);
-        return script.empty() ? next : std::min(next, script.begin()->first);
+        std::int64_t next = camera.next_event(now);
+        if (!script.empty())
+            next = std::min(next, script.begin()->first);
+        return reminders.empty() ? next : std::min(next, *reminders.begin());
     }
 
     // Up to date, for a request that arrives now.
@@ -83,7 +104,7 @@ struct Board::Impl final : Requests {
 
     CommandResult carry_out(std::string_view line, std::int64_t now)
     {
-        return run_command(line, {camera, lines, faults, journal, folder, services}, now);
+        return run_command(line, {camera, faults, journal, services}, now);
     }
 
     int drive(std::uint32_t line, bool high) override
@@ -95,14 +116,36 @@ struct Board::Impl final : Requests {
             journal.offence(clock.now(), "drove-an-input", std::string("the host drove ") + kLines[line].name);
             return -EPERM;
         }
-        camera.drive(static_cast<Line>(line), high, catch_up());
+        const std::int64_t now = catch_up();
+        if (faults.strike(Fault::gpio_drive, line))
+            return -EIO;
+        camera.drive(static_cast<Line>(line), high, now);
         return 0;
+    }
+
+    int claim(std::uint32_t line) override
+    {
+        const std::lock_guard lock(mutex);
+        catch_up();
+        return line < kLines.size() && faults.strike(Fault::gpio_refuse, line) ? -EBUSY : 0;
+    }
+
+    int read(std::uint32_t line) override
+    {
+        const std::lock_guard lock(mutex);
+        if (line >= kLines.size())
+            return -ENOENT;
+        catch_up();
+        return faults.strike(Fault::gpio_read, line) ? -EIO : lines.shown(static_cast<Line>(line)) ? 1 : 0;
     }
 
     Fd open_edge(std::uint32_t line, int &slave) override
     {
         const std::lock_guard lock(mutex);
-        return line < kLines.size() ? lines.open_edge(static_cast<Line>(line), slave) : Fd();
+        catch_up();
+        if (line >= kLines.size() || faults.strike(Fault::gpio_edge, line))
+            return {};
+        return lines.open_edge(static_cast<Line>(line), slave);
     }
 
     void close_edge(int slave) override
@@ -126,14 +169,35 @@ struct Board::Impl final : Requests {
             journal.offence(now, "spi-transfer", "unexpected speed, bits, delay, chip select or bus width");
     }
 
-    std::int64_t transfer(unsigned port, const spidev_wire::Request &request, std::uint32_t mode,
-                          std::span<const std::uint8_t> host, std::span<std::uint8_t> answer) override
+    Transferred transfer(unsigned port, const spidev_wire::Request &request, std::uint32_t mode,
+                         std::span<const std::uint8_t> host, std::span<std::uint8_t> answer) override
     {
+        constexpr std::int64_t kMostUs = 10'000'000; // so long a controller waits for the end of a transfer
         const std::lock_guard lock(mutex);
         check_transfer(request, mode);
-        camera.burst(port, host, answer, catch_up());
-        keep();
-        return options.real_wire_time ? clock.wall_ns(spidev_wire::wire_ns(request)) : 0;
+        const std::int64_t now = catch_up();
+        if (faults.strike(Fault::spi_error))
+            return {-spi_error(), 0};
+        std::size_t clocked = host.size();
+        if (clocked > 8 && faults.strike(Fault::spi_short)) // too short for any status run
+            clocked = 4 + faults.random(static_cast<std::uint32_t>(clocked / 2 - 4));
+        camera.burst(port, host.first(clocked), answer, now);
+        std::fill(answer.begin() + static_cast<std::ptrdiff_t>(clocked), answer.end(), std::uint8_t{0});
+        show();
+        const std::int64_t slow_us = faults.strike(Fault::spi_slow) ? faults.value(Fault::spi_slow) : 0;
+        const std::int64_t wire_ns = options.real_wire_time ? spidev_wire::wire_ns(request) : 0;
+        const std::int64_t busy_ns = std::max(std::min(slow_us, kMostUs) * 1000, wire_ns);
+        return {slow_us > kMostUs ? -ETIMEDOUT : static_cast<std::int32_t>(clocked), clock.wall_ns(busy_ns)};
+    }
+
+    int spi_error() const { return kSpiErrors.at(static_cast<std::size_t>(faults.value(Fault::spi_error))); }
+
+    int set_up() override
+    {
+        const std::lock_guard lock(mutex);
+        catch_up();
+        const bool gone = faults.armed(Fault::spi_error) && spi_error() == ENODEV && faults.strike(Fault::spi_error);
+        return gone ? -ENODEV : 0;
     }
 
     std::optional<std::int64_t> idle() override
@@ -175,7 +239,7 @@ std::optional<std::string> Board::start()
         self.camera.set_kept(*kept);
         self.kept = *kept;
     }
-    if (!self.folder.write_temperature(self.camera.temperature))
+    if (!self.sensor.update(self.folder, self.faults, self.camera.temperature))
         return "Cannot write the thermal zone: " + std::string(std::strerror(errno));
     if (!self.options.trace_path.empty() && !self.journal.open_trace(self.options.trace_path))
         return "Cannot write the trace " + self.options.trace_path + ": " + std::strerror(errno);
@@ -225,7 +289,7 @@ CommandResult Board::command(std::string_view line)
     {
         const std::lock_guard lock(self.mutex);
         result = self.carry_out(line, self.catch_up());
-        self.keep();
+        self.show();
     }
     self.wake();
     return result;
@@ -267,7 +331,7 @@ bool Board::level(Line line) const
 {
     const std::lock_guard lock(impl_->mutex);
     impl_->catch_up();
-    return impl_->lines.level(line);
+    return impl_->lines.shown(line);
 }
 
 std::uint32_t Board::capture_frequency() const
@@ -297,10 +361,25 @@ void Board::watch_services(std::function<void(ServiceChange)> changed)
 ServiceFault Board::service_fault(Fault fault, bool strike)
 {
     const std::lock_guard lock(impl_->mutex);
+    impl_->catch_up();
     Faults &faults = impl_->faults;
-    if (fault == Fault::count || !faults.armed(fault) || (strike && !faults.strike(fault)))
+    if (fault == Fault::count || !faults.armed(fault))
         return ServiceFault::none;
-    return static_cast<ServiceFault>(faults.value(fault));
+    const auto how = static_cast<ServiceFault>(faults.value(fault));
+    const bool in_force = is_ownership(how) ? faults.active(fault) : !strike || faults.strike(fault);
+    return in_force ? how : ServiceFault::none;
+}
+
+std::int64_t Board::remind(std::int64_t wall_us)
+{
+    std::int64_t due = 0;
+    {
+        const std::lock_guard lock(impl_->mutex);
+        due = impl_->clock.now() + impl_->clock.from_wall(wall_us);
+        impl_->reminders.insert(due);
+    }
+    impl_->wake();
+    return due;
 }
 
 Counts Board::offences() const

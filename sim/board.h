@@ -92,8 +92,10 @@ class Board {
     // locked: it must not call back.
     Services services() const;
     void watch_services(std::function<void(ServiceChange)> changed);
-    // How a service fails now (none for any other fault); `strike` counts it.
+    // How a service fails now (none for any other fault); `strike` counts it, where it is not a state.
     ServiceFault service_fault(Fault fault, bool strike);
+    // Has the services' watcher called when `wall_us` have passed on the wall; gives that time as now() will have it.
+    std::int64_t remind(std::int64_t wall_us);
 
     // Offences against the protocol, faults that struck and records received, by name.
     Counts offences() const;

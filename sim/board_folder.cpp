@@ -3,14 +3,15 @@
 #include <array>
 #include <cerrno>
 #include <cinttypes>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 namespace sim {
 namespace {
@@ -144,9 +145,19 @@ void BoardFolder::close()
     lock_.reset();
 }
 
-bool BoardFolder::write_temperature(double celsius) const
+bool BoardFolder::write_sensor(const std::string &text) const
 {
-    return !write_file(path_ + "/thermal_zone0/temp", std::to_string(std::lround(celsius * 1000)) + "\n", true);
+    return !write_file(sensor_file(), text, true);
+}
+
+bool BoardFolder::remove_sensor() const
+{
+    return unlink(sensor_file().c_str()) == 0 || errno == ENOENT;
+}
+
+bool BoardFolder::make_sensor_fifo() const
+{
+    return remove_sensor() && mkfifo(sensor_file().c_str(), 0644) == 0;
 }
 
 std::optional<Kept> BoardFolder::read_kept() const

@@ -23,8 +23,11 @@ class BoardFolder {
     const std::string &path() const { return path_; }
     std::string gpio_socket() const { return path_ + "/gpio"; }
     std::string spi_socket(unsigned port) const { return path_ + "/spi" + std::to_string(port); }
-    // Writes the thermal zone's file; false and errno on failure.
-    bool write_temperature(double celsius) const;
+    // The thermal zone's file, with `text`; false and errno on failure.
+    bool write_sensor(const std::string &text) const;
+    // None there; or one that nobody writes to.
+    bool remove_sensor() const;
+    bool make_sensor_fifo() const;
     // What the block keeps without power, from its file; none without one, or when it makes no sense.
     std::optional<Kept> read_kept() const;
     bool write_kept(const Kept &kept) const;
@@ -32,6 +35,7 @@ class BoardFolder {
   private:
     std::optional<std::string> take_lock();
     void remove_sockets() const;
+    std::string sensor_file() const { return path_ + "/thermal_zone0/temp"; }
 
     std::string path_;
     Fd lock_;

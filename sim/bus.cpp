@@ -8,6 +8,7 @@
 #include <future>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace sim {
 namespace {
@@ -18,6 +19,9 @@ constexpr unsigned kRetryMs = 200;
 constexpr guint32 kDoNotQueue = 4;
 constexpr guint32 kPrimaryOwner = 1;
 constexpr guint32 kAlreadyOwner = 4;
+constexpr std::int64_t kLateUs = 1'000'000;
+// After the host has given the answer up. Its patience is that of REPLY_TIMEOUT_MS in utils/services.cpp.
+constexpr std::int64_t kTooLateUs = 11'000'000;
 
 // An answer that GDBus would not let through, because its type is not the property's.
 void answer_raw(GDBusMethodInvocation *invocation, GVariant *body)
@@ -41,6 +45,18 @@ GVariant *other_type(GVariant *value)
 GVariant *garbage()
 {
     return g_variant_new("(s)", "%s%n garbage\n");
+}
+
+// Asks the bus about a name; 0 when it does not answer.
+guint32 ask_for_name(GDBusConnection *connection, const char *method, GVariant *arguments)
+{
+    guint32 answer = 0;
+    const GVariantOwned reply(g_dbus_connection_call_sync(connection, kDBus, "/org/freedesktop/DBus", kDBus, method,
+                                                          arguments, G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1,
+                                                          nullptr, nullptr));
+    if (reply)
+        g_variant_get(reply.get(), "(u)", &answer);
+    return answer;
 }
 
 } // namespace
@@ -82,8 +98,14 @@ struct Bus::Impl {
     std::mutex mutex; // guards `changes`
     std::deque<ServiceChange> changes;
     // Of the thread alone:
-    GDBusConnection *connection = nullptr;
-    std::array<bool, kFaces.size()> owned{};
+    std::array<GDBusConnection *, 2> connections{}; // the second one owns names while a fault wants it
+    std::array<GDBusConnection *, kFaces.size()> owners{};
+    struct Late {
+        std::int64_t due;
+        GDBusMethodInvocation *invocation;
+        GVariant *value;
+    };
+    std::vector<Late> late;
     bool complained = false;
 
     void serve(std::promise<void> &ready)
@@ -92,25 +114,28 @@ struct Bus::Impl {
         connect();
         ready.set_value();
         g_main_loop_run(loop);
-        if (connection) {
-            g_signal_handlers_disconnect_by_data(connection, this);
-            g_dbus_connection_close_sync(connection, nullptr, nullptr);
-            g_object_unref(connection);
+        disconnect();
+        for (const Late &answer : late) {
+            g_object_unref(answer.invocation);
+            g_variant_unref(answer.value);
         }
         g_main_context_pop_thread_default(context);
     }
 
     void connect();
+    void disconnect();
     void retry_later();
     void register_faces();
     void update_name(std::size_t index);
-    bool ask_for_name(const char *method, GVariant *arguments, guint32 &answer);
+    GDBusConnection *wanted_owner(const Face &face);
     void queue(ServiceChange what);
     void tell_changes();
     void emit_properties_changed(std::size_t index, const char *property);
     void emit(std::size_t index, const char *interface, const char *signal, GVariant *body);
     void answer_command(GDBusMethodInvocation *invocation, GVariant *parameters);
     void answer_get(const Face &face, GDBusMethodInvocation *invocation, GVariant *parameters);
+    void answer_later(GDBusMethodInvocation *invocation, GVariant *value, std::int64_t wall_us);
+    void send_late_answers();
     void answer_get_all(std::size_t index, GDBusMethodInvocation *invocation);
 
     static void call(GDBusConnection *, const char *, const char *, const char *interface, const char *method,
@@ -122,30 +147,44 @@ void Bus::Impl::connect()
 {
     GErrorSlot error;
     const GText address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, error));
-    if (address)
-        connection = g_dbus_connection_new_for_address_sync(
-            address.get(),
-            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-            nullptr, nullptr, error);
-    if (!connection) {
+    for (GDBusConnection *&connection : connections) {
+        if (address && !error)
+            connection = g_dbus_connection_new_for_address_sync(
+                address.get(),
+                static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                  G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+                nullptr, nullptr, error);
+    }
+    if (error) {
         if (!complained)
             g_printerr("krx-sim: running without D-Bus: %s\n", error->message);
         complained = true;
+        disconnect();
         retry_later();
         return;
     }
     complained = false;
-    g_signal_connect(connection, "closed", G_CALLBACK(closed), this);
+    for (GDBusConnection *connection : connections)
+        g_signal_connect(connection, "closed", G_CALLBACK(closed), this);
     register_faces();
+}
+
+void Bus::Impl::disconnect()
+{
+    owners = {};
+    for (GDBusConnection *&connection : connections) {
+        if (!connection)
+            continue;
+        g_signal_handlers_disconnect_by_data(connection, this);
+        g_dbus_connection_close_sync(connection, nullptr, nullptr);
+        g_clear_object(&connection);
+    }
 }
 
 void Bus::Impl::closed(GDBusConnection *, gboolean, GError *, gpointer data)
 {
     Impl &self = *static_cast<Impl *>(data);
-    g_signal_handlers_disconnect_by_data(self.connection, data);
-    g_clear_object(&self.connection);
-    self.owned = {};
+    self.disconnect();
     self.retry_later();
 }
 
@@ -168,44 +207,44 @@ void Bus::Impl::register_faces()
     // Properties are answered like methods: some of them wrongly, late or never.
     static const GDBusInterfaceVTable kTable{call, nullptr, nullptr, {}};
     for (std::size_t i = 0; i < kFaces.size(); ++i) {
-        GErrorSlot error;
-        if (g_dbus_connection_register_object(connection, kFaces[i].path, nodes[i]->interfaces[0], &kTable, this,
-                                              nullptr, error) == 0) {
-            g_printerr("krx-sim: cannot serve on D-Bus: %s\n", error->message);
-            continue;
+        for (GDBusConnection *connection : connections) {
+            GErrorSlot error;
+            if (g_dbus_connection_register_object(connection, kFaces[i].path, nodes[i]->interfaces[0], &kTable, this,
+                                                  nullptr, error) == 0)
+                g_printerr("krx-sim: cannot serve on D-Bus: %s\n", error->message);
         }
         update_name(i);
     }
 }
 
-bool Bus::Impl::ask_for_name(const char *method, GVariant *arguments, guint32 &answer)
+GDBusConnection *Bus::Impl::wanted_owner(const Face &face)
 {
-    const GVariantOwned reply(g_dbus_connection_call_sync(connection, kDBus, "/org/freedesktop/DBus", kDBus, method,
-                                                          arguments, G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1,
-                                                          nullptr, nullptr));
-    if (!reply)
-        return false;
-    g_variant_get(reply.get(), "(u)", &answer);
-    return true;
+    switch (board.service_fault(face.fault, false)) {
+    case ServiceFault::missing:
+        return nullptr;
+    case ServiceFault::new_owner:
+        return connections[1];
+    default:
+        return connections[0];
+    }
 }
 
-// Takes the name of a service that is to be there, gives back that of one that is to be missing.
+// Has the right connection own the name of a service, or none when that is to be missing.
 void Bus::Impl::update_name(std::size_t index)
 {
     const Face &face = kFaces[index];
-    const bool wanted = board.service_fault(face.fault, false) != ServiceFault::missing;
-    guint32 answer = 0;
-    if (!connection || wanted == owned[index])
+    GDBusConnection *const wanted = wanted_owner(face);
+    if (wanted == owners[index])
         return;
-    if (!wanted) {
-        ask_for_name("ReleaseName", g_variant_new("(s)", face.name), answer);
-        owned[index] = false;
+    if (owners[index])
+        ask_for_name(owners[index], "ReleaseName", g_variant_new("(s)", face.name));
+    owners[index] = nullptr;
+    if (!wanted)
         return;
-    }
-    if (!ask_for_name("RequestName", g_variant_new("(su)", face.name, kDoNotQueue), answer))
-        return;
-    owned[index] = answer == kPrimaryOwner || answer == kAlreadyOwner;
-    if (!owned[index])
+    const guint32 answer = ask_for_name(wanted, "RequestName", g_variant_new("(su)", face.name, kDoNotQueue));
+    if (answer == kPrimaryOwner || answer == kAlreadyOwner)
+        owners[index] = wanted;
+    else if (answer != 0)
         g_printerr("krx-sim: the bus name %s belongs to somebody else; running without it\n", face.name);
 }
 
@@ -257,6 +296,9 @@ void Bus::Impl::tell_changes()
             update_name(kImageControl);
             update_name(kStreamer);
             break;
+        case ServiceChange::reminder:
+            send_late_answers();
+            break;
         }
     }
 }
@@ -264,7 +306,9 @@ void Bus::Impl::tell_changes()
 void Bus::Impl::emit_properties_changed(std::size_t index, const char *property)
 {
     const Face &face = kFaces[index];
-    const ServiceFault fault = board.service_fault(face.fault, false);
+    ServiceFault fault = board.service_fault(face.fault, false);
+    if (fault == ServiceFault::wrong_type || fault == ServiceFault::garbage) // the others show in answers alone
+        fault = board.service_fault(face.fault, true);
     GVariant *value = face.get(board, property);
     if (fault == ServiceFault::wrong_type)
         value = other_type(value);
@@ -281,8 +325,8 @@ void Bus::Impl::emit_properties_changed(std::size_t index, const char *property)
 
 void Bus::Impl::emit(std::size_t index, const char *interface, const char *signal, GVariant *body)
 {
-    if (connection && owned[index])
-        g_dbus_connection_emit_signal(connection, nullptr, kFaces[index].path, interface, signal, body, nullptr);
+    if (owners[index])
+        g_dbus_connection_emit_signal(owners[index], nullptr, kFaces[index].path, interface, signal, body, nullptr);
     else
         g_variant_unref(g_variant_ref_sink(body));
 }
@@ -322,12 +366,18 @@ void Bus::Impl::answer_get(const Face &face, GDBusMethodInvocation *invocation, 
     const char *property = nullptr;
     g_variant_get(parameters, "(s&s)", nullptr, &property);
     GVariant *value = face.get(board, property);
-    switch (board.service_fault(face.fault, true)) {
+    const ServiceFault fault = board.service_fault(face.fault, true);
+    switch (fault) {
     case ServiceFault::none:
+    case ServiceFault::new_owner:
         g_dbus_method_invocation_return_value(invocation, g_variant_new("(v)", value));
         return;
     case ServiceFault::wrong_type:
         answer_raw(invocation, g_variant_new("(v)", other_type(value)));
+        return;
+    case ServiceFault::late:
+    case ServiceFault::too_late:
+        answer_later(invocation, value, fault == ServiceFault::late ? kLateUs : kTooLateUs);
         return;
     case ServiceFault::garbage:
         answer_raw(invocation, garbage());
@@ -345,6 +395,22 @@ void Bus::Impl::answer_get(const Face &face, GDBusMethodInvocation *invocation, 
         break;
     }
     g_variant_unref(g_variant_ref_sink(value));
+}
+
+void Bus::Impl::answer_later(GDBusMethodInvocation *invocation, GVariant *value, std::int64_t wall_us)
+{
+    late.push_back({board.remind(wall_us), invocation, g_variant_ref_sink(value)});
+}
+
+void Bus::Impl::send_late_answers()
+{
+    std::erase_if(late, [now = board.now()](const Late &answer) {
+        if (answer.due > now)
+            return false;
+        g_dbus_method_invocation_return_value(answer.invocation, g_variant_new("(v)", answer.value));
+        g_variant_unref(answer.value);
+        return true;
+    });
 }
 
 // For people who look around: never spoiled.

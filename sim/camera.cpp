@@ -26,7 +26,7 @@ const char *text(BlockState state)
 }
 
 Camera::Camera(const CameraOptions &options, Lines &lines, Faults &faults, Journal &journal)
-    : options_(options), lines_(lines), faults_(faults), journal_(journal), upgrade_(faults, journal)
+    : options_(options), lines_(lines), faults_(faults), journal_(journal), wires_(faults), upgrade_(faults, journal)
 {
     lines_.set(Line::power, options.power_active_low);
     lines_.set(Line::reset, !options.resets_active_low);
@@ -90,7 +90,9 @@ void Camera::drive(Line line, bool high, std::int64_t now)
     const bool up = lines_.level(Line::init_done);
     switch (line) {
     case Line::power:
-        set_power(asserted(line), now);
+        if (!asserted(line) && !asserted(Line::reset))
+            journal_.offence(now, "power-off-out-of-reset", "cam_power off, the block is not held in reset");
+        apply_faults(now);
         break;
     case Line::reset:
         set_reset(asserted(line), now);
@@ -114,15 +116,16 @@ void Camera::drive(Line line, bool high, std::int64_t now)
     }
 }
 
-void Camera::set_power(bool on, std::int64_t now)
+void Camera::set_supply(bool on, std::int64_t now)
 {
+    if (on == supplied_)
+        return;
+    supplied_ = on;
     if (on) {
         set_state(BlockState::powering, now);
         schedule_power_good(now);
         return;
     }
-    if (!asserted(Line::reset))
-        journal_.offence(now, "power-off-out-of-reset", "cam_power off, the block is not held in reset");
     halt(now);
     lines_.set(Line::power_good, false);
     set_state(BlockState::off, now);
@@ -130,7 +133,8 @@ void Camera::set_power(bool on, std::int64_t now)
 
 void Camera::schedule_power_good(std::int64_t now)
 {
-    event_at_ = faults_.strike(Fault::power_good_never) ? kNever : now + options_.power_good_us;
+    event_at_ =
+        faults_.strike(Fault::power_good_never) ? faults_.until(Fault::power_good_never) : now + options_.power_good_us;
 }
 
 void Camera::set_reset(bool held, std::int64_t now)
@@ -154,13 +158,13 @@ void Camera::begin_boot(std::int64_t now)
     std::int64_t boot = options_.boot_us;
     if (faults_.strike(Fault::slow_boot))
         boot = faults_.value(Fault::slow_boot);
-    event_at_ = faults_.strike(Fault::init_done_never) ? kNever : now + boot;
+    event_at_ = faults_.strike(Fault::init_done_never) ? faults_.until(Fault::init_done_never) : now + boot;
 }
 
 // The block stops talking and everything stands still where it is.
 void Camera::halt(std::int64_t now)
 {
-    event_at_ = request_at_ = kNever;
+    event_at_ = request_at_ = second_edge_at_ = kNever;
     for (Axis *axis : {&pan, &tilt, &zoom, &focus})
         axis->stop(now);
     upgrade_.reset();
@@ -170,8 +174,25 @@ void Camera::halt(std::int64_t now)
     update_request(now);
 }
 
+// What faults keep up from outside the block's own course.
+void Camera::apply_faults(std::int64_t now)
+{
+    set_supply(asserted(Line::power) && !faults_.active(Fault::power_loss), now);
+    Axis *const axes[] = {&pan, &tilt, &zoom, &focus};
+    for (std::size_t i = 0; i < std::size(axes); ++i)
+        axes[i]->stall(faults_.active(Fault::stall, i), now);
+    for (std::size_t i = 0; i < kLines.size(); ++i)
+        lines_.glitch(static_cast<Line>(i), faults_.active(Fault::glitch, i));
+    if (second_edge_at_ <= now) {
+        second_edge_at_ = kNever;
+        lines_.announce(Line::request);
+    }
+}
+
 void Camera::run(std::int64_t now)
 {
+    faults_.run(now);
+    apply_faults(now);
     if (upgrade_.written_at() <= now)
         finish_upgrade(upgrade_.written_at());
     while (event_at_ <= now) {
@@ -187,6 +208,10 @@ void Camera::run(std::int64_t now)
             set_kept(kept());
             capture_set_at_ = kNever;
             sensor_halted_ = false;
+            status_.reset();
+            other_model_.reset();
+            if (faults_.strike(Fault::other_model))
+                other_model_ = static_cast<std::uint32_t>(faults_.value(Fault::other_model));
             lens_ready_at_ = due + options_.lens_us;
             request_at_ = due;
             next_block_ = 0;
@@ -199,52 +224,51 @@ void Camera::run(std::int64_t now)
 
 std::int64_t Camera::next_event(std::int64_t now) const
 {
-    std::int64_t next = std::min(event_at_, upgrade_.written_at());
-    if (state_ == BlockState::running && !broken_down_ && !lines_.level(Line::request)) {
-        std::int64_t request = request_at_;
-        if (faults_.armed(Fault::silence))
-            request = std::max(request, faults_.value(Fault::silence));
-        if (request > now)
-            next = std::min(next, request);
-    }
+    std::int64_t next = std::min({event_at_, second_edge_at_, upgrade_.written_at(), faults_.next_event()});
+    if (talks() && !lines_.level(Line::request) && request_at_ > now)
+        next = std::min(next, request_at_);
     return next;
 }
 
-void Camera::faults_changed(std::int64_t now)
+void Camera::faults_cleared(std::int64_t now)
 {
     if (event_at_ == kNever && state_ == BlockState::powering)
         schedule_power_good(now);
     if (event_at_ == kNever && state_ == BlockState::booting)
         begin_boot(now);
-    update_request(now);
+    run(now);
 }
 
-bool Camera::talks(std::int64_t now) const
+bool Camera::talks() const
 {
-    const bool silent = faults_.armed(Fault::silence) && now < faults_.value(Fault::silence);
-    return state_ == BlockState::running && !silent && !broken_down_;
+    return state_ == BlockState::running && !faults_.active(Fault::silence) && !broken_down_;
 }
 
 void Camera::update_request(std::int64_t now)
 {
-    bool high = talks(now) && now >= request_at_;
-    if (faults_.armed(Fault::hold_request))
+    constexpr std::int64_t kSecondEdgeUs = 1'000;
+    bool high = talks() && now >= request_at_;
+    if (faults_.active(Fault::hold_request))
         high = faults_.value(Fault::hold_request) != 0;
     if (high == lines_.level(Line::request))
         return;
     lines_.set(Line::request, high, !high || !faults_.strike(Fault::drop_edge));
+    if (high && faults_.strike(Fault::double_edge))
+        second_edge_at_ = now + kSecondEdgeUs;
 }
 
 void Camera::burst(unsigned port, std::span<const std::uint8_t> host, std::span<std::uint8_t> answer, std::int64_t now)
 {
-    journal_.burst(now, port, true, host);
+    const std::span<const std::uint8_t> received = wires_.to_block(host);
+    journal_.burst(now, port, true, received);
     std::fill(answer.begin(), answer.end(), std::uint8_t{0});
     if (!lines_.level(Line::request))
         journal_.offence(now, "burst-without-request", "a burst was clocked while imc_req was low");
-    if (talks(now)) {
+    if (talks()) {
         // The block lays its answer ready before the host's bytes come in.
-        write_to(answer, port, host, now);
-        receive(host, port, carries_payload(answer, options_.big_endian), now);
+        write_to(answer, port, received, now);
+        wires_.to_host(answer, options_.big_endian);
+        receive(received, port, carries_payload(answer, options_.big_endian), now);
     }
     journal_.burst(now, port, false, answer);
     if (state_ == BlockState::running && faults_.strike(Fault::reboot)) {
@@ -258,7 +282,7 @@ void Camera::burst(unsigned port, std::span<const std::uint8_t> host, std::span<
         pause = faults_.value(Fault::delay_edge);
     if (state_ == BlockState::running)
         request_at_ = now + pause;
-    if (!faults_.armed(Fault::hold_request))
+    if (!faults_.active(Fault::hold_request))
         lines_.set(Line::request, false);
     update_request(now);
 }
@@ -267,7 +291,7 @@ void Camera::write_to(std::span<std::uint8_t> answer, unsigned port, std::span<c
                       std::int64_t now)
 {
     if (port != 1 || !upgrade_.loading()) {
-        next_block_ = write_answer(*this, faults_, answer, next_block_, now);
+        next_block_ = write_answer(*this, status_, faults_, answer, next_block_, now);
         return;
     }
     std::vector<std::uint8_t> payload = upgrade_.answer(now);
@@ -322,7 +346,9 @@ void Camera::receive(std::span<const std::uint8_t> host, unsigned port, bool ans
         journal_.record(now, record);
         if (record.problem)
             journal_.offence(now, record.problem, describe(record));
-        if (record.usable)
+        if (record.usable && faults_.strike(Fault::ignore_record))
+            journal_.note(now, Detail::records, "which was not taken");
+        else if (record.usable)
             carry_out(record, now);
     }
 }

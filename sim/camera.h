@@ -8,10 +8,10 @@
 #include "sim/journal.h"
 #include "sim/lines.h"
 #include "sim/records.h"
+#include "sim/spoil.h"
 #include "sim/upgrade.h"
 
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <span>
 #include <string>
@@ -44,6 +44,9 @@ struct Kept {
     bool operator==(const Kept &) const = default;
 };
 
+// The four status blocks, one behind the other.
+using StatusBlocks = std::array<std::uint8_t, 752>;
+
 // Bits of status bytes that are forced from outside.
 struct ForcedBits {
     std::uint8_t tag;
@@ -54,24 +57,26 @@ struct ForcedBits {
 
 class Camera {
   public:
-    static constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+    static constexpr std::int64_t kNever = Schedule::kNever;
 
     Camera(const CameraOptions &options, Lines &lines, Faults &faults, Journal &journal);
 
     // The host drives one of its lines.
     void drive(Line line, bool high, std::int64_t now);
-    // One full-duplex burst: what the host clocked out, and room of the same size for what it clocks in.
+    // One full-duplex burst: what the host clocked out, and room for what it clocks in.
     void burst(unsigned port, std::span<const std::uint8_t> host, std::span<std::uint8_t> answer, std::int64_t now);
     // Does what is due by `now`; call it before anything else, and at next_event() at the latest.
     void run(std::int64_t now);
     std::int64_t next_event(std::int64_t now) const;
-    // Call after arming or clearing faults.
-    void faults_changed(std::int64_t now);
+    // Call after clearing faults: what they kept from happening happens now.
+    void faults_cleared(std::int64_t now);
 
     BlockState state() const { return state_; }
     const CameraOptions &options() const { return options_; }
     CameraOptions &options() { return options_; }
-    bool talks(std::int64_t now) const;
+    // The model that it says it is.
+    std::uint32_t model() const { return other_model_.value_or(options_.model); }
+    bool talks() const;
     Kept kept() const { return {next_firmware_.value_or(options_.fw_revision), wanted_capture_frequency_}; }
     // Takes over at once what was kept, or is told from outside.
     void set_kept(const Kept &kept);
@@ -101,7 +106,8 @@ class Camera {
 
   private:
     void set_state(BlockState state, std::int64_t now);
-    void set_power(bool on, std::int64_t now);
+    void apply_faults(std::int64_t now);
+    void set_supply(bool on, std::int64_t now);
     void set_reset(bool asserted, std::int64_t now);
     void begin_boot(std::int64_t now);
     void halt(std::int64_t now);
@@ -122,12 +128,17 @@ class Camera {
     Lines &lines_;
     Faults &faults_;
     Journal &journal_;
+    Wires wires_;
     Upgrade upgrade_;
     std::optional<std::uint32_t> next_firmware_; // written, runs from the next boot on
     bool broken_down_ = false;                   // silent until the next reset
     BlockState state_ = BlockState::off;
-    std::int64_t event_at_ = kNever;   // end of powering or booting
-    std::int64_t request_at_ = kNever; // when the request line rises
+    bool supplied_ = false; // with power
+    std::optional<std::uint32_t> other_model_;
+    std::optional<StatusBlocks> status_; // as last sent since the boot
+    std::int64_t event_at_ = kNever;     // end of powering or booting
+    std::int64_t request_at_ = kNever;   // when the request line rises
+    std::int64_t second_edge_at_ = kNever;
     std::int64_t lens_ready_at_ = kNever;
     std::int64_t capture_set_at_ = kNever;
     std::uint32_t wanted_capture_frequency_ = 0; // in force from the next boot on

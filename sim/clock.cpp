@@ -37,6 +37,11 @@ std::int64_t Clock::real_ns_until(std::int64_t us) const
     return left <= 0 ? 0 : static_cast<std::int64_t>(static_cast<double>(left) * 1000.0 / scale_) + 1;
 }
 
+std::int64_t Clock::from_wall(std::int64_t us) const
+{
+    return manual_ ? us : static_cast<std::int64_t>(static_cast<double>(us) * scale_);
+}
+
 std::int64_t Clock::wall_ns(std::int64_t ns) const
 {
     return manual_ ? 0 : static_cast<std::int64_t>(static_cast<double>(ns) / scale_);

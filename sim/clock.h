@@ -18,6 +18,8 @@ class Clock {
     void set(std::int64_t us);
     // How long to wait in real nanoseconds until `us`; 0 when that has passed.
     std::int64_t real_ns_until(std::int64_t us) const;
+    // How long `us` microseconds on the wall are in the board's time.
+    std::int64_t from_wall(std::int64_t us) const;
     // How long `ns` nanoseconds of the board's time take on the wall; 0 on manual time.
     std::int64_t wall_ns(std::int64_t ns) const;
 

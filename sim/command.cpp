@@ -29,10 +29,7 @@ CommandResult clear(const Call &call)
         return usage("clear [faults|status|offences]");
     if (what == "all" || what == "faults") {
         call.target.faults.clear();
-        for (std::size_t i = 0; i < kLines.size(); ++i)
-            call.target.lines.refuse(static_cast<Line>(i), false);
-        call.target.camera.faults_changed(call.now);
-        call.target.services.tell(ServiceChange::faults);
+        call.target.camera.faults_cleared(call.now);
     }
     if (what == "all" || what == "status")
         call.target.camera.forced.clear();

@@ -5,14 +5,13 @@
 //   set status-bit lens 1 on|off|auto | set status-bit pan-tilt 0 on | set byte f8 34 12|auto
 //   set video-capture-mode 1080p50 | set capture-frequency 50 | set rotation 180
 //   set sensor-frequency 1 | set model 1 | set firmware 01020003 | set boot 5s | set request-delay 200us | seed 42
-//   fault drop-edge [3|forever] | fault silence 5s | fault reboot | fault hold-request low | ...
-//   fault missing-block 40 [3|forever] | fault refuse-chunk 12 | fault upgrade-cut start|ready|12|end
-//   fault image-control missing|error|wrong-type|silent|garbage | fault streamer ...
-//   fault refuse cam_power | clear [faults|status|offences]
+//   clear [faults|status|offences]
+//   fault NAME [ARGUMENT] [once|COUNT|forever|for DURATION], or with 1/N before that: at one of N occasions, at random
+//   fault drop-edge 3 | fault silence 5s | fault reboot | fault flip-bit 1/100 for 10s | fault hold-request low once
+//   fault missing-block 40 forever | fault refuse cam_power | fault spi-error EIO | fault image-control missing | ...
 #pragma once
 
 #include "sim/board.h"
-#include "sim/board_folder.h"
 #include "sim/services.h"
 
 #include <cstdint>
@@ -23,10 +22,8 @@ namespace sim {
 
 struct CommandTarget {
     Camera &camera;
-    Lines &lines;
     Faults &faults;
     Journal &journal;
-    BoardFolder &folder;
     Services &services;
 };
 

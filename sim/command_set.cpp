@@ -34,10 +34,7 @@ constexpr Quantity kQuantities[] = {
     {"focus", 1144, 2048, "steps",
      [](const Call &call, double value) { call.target.camera.focus.place(value, call.now); }},
     {"temperature", -60, 150, "degrees Celsius",
-     [](const Call &call, double value) {
-         call.target.camera.temperature = value;
-         call.target.folder.write_temperature(value);
-     }},
+     [](const Call &call, double value) { call.target.camera.temperature = value; }},
     {"scene-light", -7, 22, "stops",
      [](const Call &call, double value) { call.target.camera.set_scene_light(value, call.now); }},
     {"capture-frequency", 0, 1000, "Hz",

@@ -1,82 +1,115 @@
 #include "sim/faults.h"
 
+#include "sim/services.h"
+
+#include <algorithm>
+
 namespace sim {
 namespace {
 
-constexpr std::array<FaultRow, static_cast<std::size_t>(Fault::count)> kRows{{
-    {"drop-edge", FaultArgument::times, "the request line rises without an edge being announced"},
-    {"delay-edge", FaultArgument::duration, "the request line rises that much later after every burst"},
-    {"hold-request", FaultArgument::level, "the request line stays at that level"},
-    {"flip-bit", FaultArgument::times, "one bit of the answer is wrong"},
-    {"cut-frame", FaultArgument::times, "the answer's status run ends too early, checksum right"},
-    {"stretch-frame", FaultArgument::times, "the answer claims to be longer than its burst"},
-    {"bad-checksum", FaultArgument::times, "the answer's checksum is wrong"},
-    {"empty-frame", FaultArgument::times, "the answer has no payload"},
-    {"garbage", FaultArgument::times, "the answer is random bytes"},
-    {"garbage-blocks", FaultArgument::times, "the answer is a good frame around random bytes"},
-    {"zero-length-block", FaultArgument::times, "the second block of the answer has length 0"},
-    {"silence", FaultArgument::period, "the block neither raises its line nor answers"},
-    {"reboot", FaultArgument::times, "the block starts anew by itself after its next burst"},
-    {"power-good", FaultArgument::never, "the power-good line stays low"},
-    {"init-done", FaultArgument::never, "the block does not get up from its reset"},
-    {"slow-boot", FaultArgument::duration, "booting takes that long"},
-    {"missing-block", FaultArgument::tag, "the answer comes without that status block"},
-    {"refuse-chunk", FaultArgument::index, "that firmware chunk is not taken and not answered"},
-    {"refuse-chunks", FaultArgument::times, "no firmware chunk is taken or answered"},
-    {"upgrade-ready", FaultArgument::never, "the firmware loader never gets ready"},
-    {"upgrade-cut", FaultArgument::step, "the block breaks down over that step of an upgrade"},
-    {"fw-complete", FaultArgument::never, "the upgrade-complete line stays low"},
-    {"new-firmware", FaultArgument::never, "after an upgrade the old firmware runs"},
-    {"image-control", FaultArgument::service, "how com.orna.ImageControl fails"},
-    {"streamer", FaultArgument::service, "how com.orna.Streamer fails"},
-}};
+// Who owns a name on the bus is a state; how a service answers is decided at every call.
+bool is_state(Fault fault, std::int64_t value)
+{
+    if (row(fault).argument == FaultArgument::service)
+        return is_ownership(static_cast<ServiceFault>(value));
+    return row(fault).kind != FaultKind::event;
+}
+
+bool is_set(FaultArgument argument)
+{
+    return argument == FaultArgument::line || argument == FaultArgument::axis;
+}
 
 } // namespace
 
-const FaultRow &row(Fault fault)
+void Faults::arm(Fault fault, const Schedule &schedule, std::int64_t value)
 {
-    return kRows[static_cast<std::size_t>(fault)];
+    Armed &armed = armed_[static_cast<std::size_t>(fault)];
+    const std::int64_t before = is_set(row(fault).argument) && this->armed(fault) ? armed.value : 0;
+    armed = {schedule, value | before};
+    if (is_state(fault, value))
+        armed.next_slot = now_;
+    run(now_);
 }
 
-std::optional<Fault> find_fault(std::string_view name)
+bool Faults::takes(std::size_t index, std::int64_t now)
 {
-    for (std::size_t i = 0; i < kRows.size(); ++i) {
-        if (name == kRows[i].name)
-            return static_cast<Fault>(i);
-    }
-    return std::nullopt;
-}
-
-void Faults::arm(Fault fault, std::int64_t times, std::int64_t value)
-{
-    armed_[static_cast<std::size_t>(fault)] = {times, value};
+    Schedule &schedule = armed_[index].schedule;
+    if (!schedule.open(now) || (schedule.one_in > 1 && draw(chances_[index], schedule.one_in) != 0))
+        return false;
+    schedule.use_up();
+    return true;
 }
 
 bool Faults::strike(Fault fault)
 {
-    Armed &armed = armed_[static_cast<std::size_t>(fault)];
-    if (armed.times == 0)
+    const auto index = static_cast<std::size_t>(fault);
+    if (!takes(index, now_))
         return false;
-    if (armed.times > 0)
-        --armed.times;
-    ++struck_[static_cast<std::size_t>(fault)];
+    ++struck_[index];
     return true;
+}
+
+// A state that goes on is one strike, however long it lasts.
+void Faults::run_slot(std::size_t index)
+{
+    Armed &armed = armed_[index];
+    const bool pulse = row(static_cast<Fault>(index)).kind == FaultKind::pulse;
+    const bool goes_on = armed.active && armed.schedule.steady();
+    const bool open = armed.schedule.open(armed.next_slot);
+    armed.active = takes(index, armed.next_slot);
+    if (armed.active) {
+        ++armed.slots;
+        struck_[index] += pulse || !goes_on ? 1 : 0;
+    }
+    armed.pulse_end = pulse && armed.active ? armed.next_slot + kPulseUs : Schedule::kNever;
+    armed.next_slot = open ? armed.next_slot + kSlotUs : Schedule::kNever;
+}
+
+void Faults::run(std::int64_t now)
+{
+    now_ = now;
+    for (std::size_t i = 0; i < kFaultCount; ++i) {
+        Armed &armed = armed_[i];
+        while (armed.next_slot <= now)
+            run_slot(i);
+        if (armed.schedule.until <= now || armed.pulse_end <= now)
+            armed.active = false;
+    }
+}
+
+std::int64_t Faults::next_event() const
+{
+    std::int64_t next = Schedule::kNever;
+    for (const Armed &armed : armed_) {
+        next = std::min(next, armed.next_slot);
+        if (armed.active)
+            next = std::min({next, armed.schedule.until, armed.pulse_end});
+    }
+    return next;
 }
 
 Counts Faults::counts() const
 {
     Counts counts;
-    for (std::size_t i = 0; i < kCount; ++i) {
+    for (std::size_t i = 0; i < kFaultCount; ++i) {
         if (struck_[i] != 0)
-            counts.emplace(kRows[i].name, struck_[i]);
+            counts.emplace(row(static_cast<Fault>(i)).name, struck_[i]);
     }
     return counts;
 }
 
-std::uint32_t Faults::random(std::uint32_t limit)
+void Faults::seed(std::uint64_t seed)
+{
+    state_ = seed;
+    for (std::size_t i = 0; i < kFaultCount; ++i)
+        chances_[i] = seed + (i + 1) * 0xD1B54A32D192ED03u;
+}
+
+std::uint32_t Faults::draw(std::uint64_t &state, std::uint32_t limit)
 {
     // splitmix64: small, and the same everywhere.
-    std::uint64_t z = state_ += 0x9E3779B97F4A7C15u;
+    std::uint64_t z = state += 0x9E3779B97F4A7C15u;
     z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
     z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
     z ^= z >> 31;

@@ -47,26 +47,44 @@ Lines::~Lines()
     munmap(page_, sizeof *page_);
 }
 
-bool Lines::level(Line line) const
+bool Lines::shown(Line line) const
 {
     return page_->level[static_cast<std::size_t>(line)].load(std::memory_order_relaxed) != 0;
 }
 
-void Lines::set(Line line, bool high, bool announce)
+void Lines::show(Line line, bool announced)
 {
-    const bool rises = high && !level(line);
-    page_->level[static_cast<std::size_t>(line)].store(high ? 1 : 0, std::memory_order_release);
-    if (!rises || !announce)
-        return;
+    const auto index = static_cast<std::size_t>(line);
+    const bool high = level_[index] != inverted_[index];
+    const bool rises = high && !shown(line);
+    page_->level[index].store(high ? 1 : 0, std::memory_order_release);
+    if (rises && announced)
+        announce(line);
+}
+
+void Lines::set(Line line, bool high, bool announced)
+{
+    level_[static_cast<std::size_t>(line)] = high;
+    show(line, announced);
+}
+
+void Lines::glitch(Line line, bool inverted)
+{
+    inverted_[static_cast<std::size_t>(line)] = inverted;
+    show(line, true);
+}
+
+void Lines::announce(Line line) const
+{
     for (const Edge &edge : edges_) {
         if (edge.line == line)
             raise_edge(edge.slave);
     }
 }
 
-void Lines::refuse(Line line, bool refused)
+void Lines::make_asked(Line line, bool asked)
 {
-    page_->refused[static_cast<std::size_t>(line)].store(refused ? 1 : 0, std::memory_order_release);
+    page_->asked[static_cast<std::size_t>(line)].store(asked ? 1 : 0, std::memory_order_release);
 }
 
 Fd Lines::open_edge(Line line, int &slave)

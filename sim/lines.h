@@ -58,11 +58,16 @@ class Lines {
     Lines(const Lines &) = delete;
     Lines &operator=(const Lines &) = delete;
 
-    bool level(Line line) const;
-    // Sets a level; a rising one is announced unless `announce` is false.
-    void set(Line line, bool high, bool announce = true);
-    // While set, hosts that ask for the line are told that it is busy.
-    void refuse(Line line, bool refused);
+    // The level that the board makes, and the one that hosts see: while a line glitches, its opposite.
+    bool level(Line line) const { return level_[static_cast<std::size_t>(line)]; }
+    bool shown(Line line) const;
+    // Sets a level; a rising one is announced unless `announced` is false.
+    void set(Line line, bool high, bool announced = true);
+    void glitch(Line line, bool inverted);
+    // Announces a rising edge, whether there is one or not.
+    void announce(Line line) const;
+    // While set, hosts ask the board for the line and its level.
+    void make_asked(Line line, bool asked);
 
     // A new edge descriptor for a host, already raised once; empty when the system has no pty left. The board's side of
     // it is kept and given out in `slave` (still owned here) so that its hang-up can be watched.
@@ -81,6 +86,10 @@ class Lines {
         Fd slave;
     };
 
+    void show(Line line, bool announced);
+
+    std::array<bool, kLines.size()> level_{};
+    std::array<bool, kLines.size()> inverted_{};
     Fd page_fd_;
     ugpio_wire::LevelPage *page_ = nullptr;
     std::vector<Edge> edges_;

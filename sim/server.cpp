@@ -176,18 +176,28 @@ bool Server::serve_gpio(int fd)
     if (got != sizeof request)
         return got < 0 && errno == EAGAIN;
     ugpio_wire::Reply reply{request.sequence, 0};
-    if (request.op == ugpio_wire::Op::drive) {
-        reply.status = requests_.drive(request.line, request.level != 0);
-        return send_message(fd, &reply, sizeof reply, -1);
-    }
-    if (request.op != ugpio_wire::Op::edge)
-        return false;
+    Fd edge;
     int slave = -1;
-    const Fd edge = requests_.open_edge(request.line, slave);
-    if (edge)
-        watch(slave, {Kind::edge, 0, Fd()});
-    else
-        reply.status = -EIO;
+    switch (request.op) {
+    case ugpio_wire::Op::drive:
+        reply.status = requests_.drive(request.line, request.level != 0);
+        break;
+    case ugpio_wire::Op::claim:
+        reply.status = requests_.claim(request.line);
+        break;
+    case ugpio_wire::Op::read:
+        reply.status = requests_.read(request.line);
+        break;
+    case ugpio_wire::Op::edge:
+        edge = requests_.open_edge(request.line, slave);
+        if (edge)
+            watch(slave, {Kind::edge, 0, Fd()});
+        else
+            reply.status = -EIO;
+        break;
+    default:
+        return false;
+    }
     return send_message(fd, &reply, sizeof reply, edge.get());
 }
 
@@ -205,13 +215,13 @@ bool Server::serve_spi(int fd, unsigned port)
     if (data > host_bytes_.size() || static_cast<std::size_t>(got) != sizeof request + data)
         return false;
 
-    spidev_wire::Reply reply{request.sequence, 0, 0, static_cast<std::uint32_t>(data)};
+    spidev_wire::Reply reply{request.sequence, 0, 0, static_cast<std::uint32_t>(data), 0};
     if (request.op == spidev_wire::Op::transfer) {
-        const std::int64_t busy_ns =
+        const Requests::Transferred done =
             requests_.transfer(port, request, devices_[port].mode, std::span(host_bytes_).first(data),
                                std::span(answer_bytes_).first(data));
-        reply.value = static_cast<std::uint32_t>(std::min<std::int64_t>(busy_ns, UINT32_MAX)); // at most 4.3 s
-        reply.status = static_cast<std::int32_t>(data);
+        reply.status = done.status;
+        reply.busy_ns = done.busy_ns;
     } else {
         answer_spi(port, request, reply);
     }
@@ -223,6 +233,9 @@ void Server::answer_spi(unsigned port, const spidev_wire::Request &request, spid
 {
     using spidev_wire::Op;
     SpiDevice &device = devices_[port];
+    reply.status = requests_.set_up();
+    if (reply.status < 0)
+        return;
     switch (request.op) {
     case Op::set_mode:
         device.mode = request.value;

@@ -20,14 +20,23 @@ class Requests {
     virtual ~Requests() = default;
     // Drives a host output: 0, or minus errno.
     virtual int drive(std::uint32_t line, bool high) = 0;
+    // Claims a line, and reads one's level (0 or 1); minus errno when that is not to be.
+    virtual int claim(std::uint32_t line) = 0;
+    virtual int read(std::uint32_t line) = 0;
     // A new edge descriptor and the board's side of it; empty on failure.
     virtual Fd open_edge(std::uint32_t line, int &slave) = 0;
     virtual void close_edge(int slave) = 0;
     virtual int lines_page() = 0;
-    // One burst; `request` holds its settings, `mode` what was set on the device. Gives how long it keeps the wire
-    // busy, in nanoseconds.
-    virtual std::int64_t transfer(unsigned port, const spidev_wire::Request &request, std::uint32_t mode,
-                                  std::span<const std::uint8_t> host, std::span<std::uint8_t> answer) = 0;
+    // One burst; `request` holds its settings, `mode` what was set on the device. Gives the bytes clocked, or minus
+    // errno, and how long the call lasts at least.
+    struct Transferred {
+        std::int32_t status;
+        std::int64_t busy_ns;
+    };
+    virtual Transferred transfer(unsigned port, const spidev_wire::Request &request, std::uint32_t mode,
+                                 std::span<const std::uint8_t> host, std::span<std::uint8_t> answer) = 0;
+    // Any other request to an SPI device: 0, or minus errno when it fails.
+    virtual int set_up() = 0;
     // The timer is due, or the server was woken: gives the nanoseconds until the next one, none to wait for ever.
     virtual std::optional<std::int64_t> idle() = 0;
 };

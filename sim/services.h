@@ -9,9 +9,14 @@
 namespace sim {
 
 // In what way a service misbehaves; `fault image-control` and `fault streamer` take them by name, in this order.
-enum class ServiceFault : std::uint8_t { missing, error, wrong_type, silent, garbage, none };
+enum class ServiceFault : std::uint8_t { missing, error, wrong_type, silent, garbage, late, too_late, new_owner, none };
 
-enum class ServiceChange : std::uint8_t { video_capture_mode, capture_frequency, rotation, faults };
+constexpr bool is_ownership(ServiceFault fault)
+{
+    return fault == ServiceFault::missing || fault == ServiceFault::new_owner;
+}
+
+enum class ServiceChange : std::uint8_t { video_capture_mode, capture_frequency, rotation, faults, reminder };
 
 struct Services {
     std::string video_capture_mode = "1080p60";

@@ -1,6 +1,7 @@
 #include "sim/status.h"
 
 #include "sim/frame.h"
+#include "sim/spoil.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,9 +11,11 @@ namespace {
 
 struct BlockRow {
     std::uint8_t tag;
+    std::size_t at;   // in StatusBlocks
     std::size_t size; // header included
 };
-constexpr std::array<BlockRow, 4> kBlocks{{{0xF8, 528}, {0xE0, 128}, {0x60, 64}, {0x40, 32}}};
+constexpr std::array<BlockRow, 4> kBlocks{{{0xF8, 0, 528}, {0xE0, 528, 128}, {0x60, 656, 64}, {0x40, 720, 32}}};
+static_assert(kBlocks[3].at + kBlocks[3].size == std::tuple_size_v<StatusBlocks>);
 
 constexpr double kWideHfov = 62.80078125; // degrees
 constexpr double kAspect = 16.0 / 9.0;
@@ -41,21 +44,28 @@ void put_views(Block block, double magnification)
     put(block, 94, 2, scaled(2 * std::atan(half_width / kAspect) / degree, kFovExponent));
 }
 
-// Lens status: bit 1 while the lens finds its zero, bit 4 zoom moving, bit 6 focus moving.
-std::int64_t lens_status(const Camera &camera, std::int64_t now)
+// What the status says of an axis.
+bool says_moving(const Axis &axis, MovingFlag fault, std::int64_t now)
 {
-    return (camera.lens_ready(now) ? 0 : 0x02) | (camera.zoom.moving(now) ? 0x10 : 0) |
-           (camera.focus.moving(now) ? 0x40 : 0);
+    const bool moving = axis.moving(now);
+    return fault == MovingFlag::none ? moving : fault == MovingFlag::stuck || !moving;
 }
 
-void fill_camera(Block block, const Camera &camera, std::int64_t now)
+// Lens status: bit 1 while the lens finds its zero, bit 4 zoom moving, bit 6 focus moving.
+std::int64_t lens_status(const Camera &camera, MovingFlag fault, std::int64_t now)
+{
+    return (camera.lens_ready(now) ? 0 : 0x02) | (says_moving(camera.zoom, fault, now) ? 0x10 : 0) |
+           (says_moving(camera.focus, fault, now) ? 0x40 : 0);
+}
+
+void fill_camera(Block block, const Camera &camera, MovingFlag fault, std::int64_t now)
 {
     const double zoom = camera.zoom.at(now);
     const double optical = std::min(zoom, Camera::kZoomOptical);
     const std::int64_t tenths = std::llround(camera.temperature * 10);
     for (const std::size_t offset : {16u, 18u, 20u, 22u})
         put(block, offset, 2, tenths);
-    put(block, 29, 1, lens_status(camera, now));
+    put(block, 29, 1, lens_status(camera, fault, now));
     put(block, 34, 2, std::llround(camera.focus.at(now)));
     put(block, 43, 1, camera.setting(Rec::focus_speed)[0]);
     put(block, 64, 2, std::llround(optical * 2440 / Camera::kZoomOptical));
@@ -92,16 +102,17 @@ void put_drive(Block block, std::size_t offset, const Axis &axis, std::int64_t n
     put(block, offset + 36, 4, speed);
 }
 
-void fill_pan_tilt(Block block, const Camera &camera, std::int64_t now)
+void fill_pan_tilt(Block block, const Camera &camera, MovingFlag fault, std::int64_t now)
 {
-    put(block, 4, 1, (camera.pan.moving(now) ? 0x01 : 0) | (camera.tilt.moving(now) ? 0x10 : 0));
+    put(block, 4, 1,
+        (says_moving(camera.pan, fault, now) ? 0x01 : 0) | (says_moving(camera.tilt, fault, now) ? 0x10 : 0));
     put_drive(block, 16, camera.pan, now);
     put_drive(block, 32, camera.tilt, now);
 }
 
 void fill_system(Block block, const Camera &camera, std::int64_t now)
 {
-    put(block, 28, 1, camera.options().model);
+    put(block, 28, 1, camera.model());
     put(block, 30, 1, camera.capture_frequency);
     put(block, 31, 1, camera.capture_mode_state(now));
     put(block, 33, 1, camera.setting(Rec::video_mode)[0]);
@@ -109,16 +120,15 @@ void fill_system(Block block, const Camera &camera, std::int64_t now)
     put(block, 35, 1, camera.setting(Rec::scan_mode)[0]);
 }
 
-void fill_block(Block block, std::size_t index, const Camera &camera, std::int64_t now)
+void fill_block(Block block, std::size_t index, const Camera &camera, MovingFlag fault, std::int64_t now)
 {
     block[0] = kBlocks[index].tag;
-    put(block, 2, 2, static_cast<std::int64_t>(block.size() - 4));
     switch (index) {
     case 0:
-        fill_camera(block, camera, now);
+        fill_camera(block, camera, fault, now);
         break;
     case 1:
-        fill_pan_tilt(block, camera, now);
+        fill_pan_tilt(block, camera, fault, now);
         break;
     case 2:
         fill_system(block, camera, now);
@@ -133,89 +143,50 @@ void fill_block(Block block, std::size_t index, const Camera &camera, std::int64
     }
 }
 
-// Fills `room` with blocks from `first` on and gives the bytes used. A block larger than the whole room is shortened.
-std::size_t fill_run(const Camera &camera, Faults &faults, std::span<std::uint8_t> room, std::size_t &first,
-                     std::int64_t now)
+StatusBlocks status_of(const Camera &camera, Faults &faults, std::int64_t now)
 {
-    const std::int64_t missing = faults.strike(Fault::missing_block) ? faults.value(Fault::missing_block) : -1;
-    std::array<std::uint8_t, 528> scratch{};
+    const auto fault = faults.strike(Fault::moving_flag) ? static_cast<MovingFlag>(faults.value(Fault::moving_flag))
+                                                         : MovingFlag::none;
+    StatusBlocks status{};
+    for (std::size_t i = 0; i < kBlocks.size(); ++i)
+        fill_block(Block(status).subspan(kBlocks[i].at, kBlocks[i].size), i, camera, fault, now);
+    return status;
+}
+
+// Fills `room` with blocks from `first` on and gives the bytes used. A block larger than the whole room is shortened.
+std::size_t fill_run(const StatusBlocks &status, std::int64_t missing, std::span<std::uint8_t> room, std::size_t &first)
+{
     std::size_t used = 0;
     for (std::size_t i = 0; i < kBlocks.size(); ++i) {
-        std::size_t size = kBlocks[first].size;
-        if (kBlocks[first].tag == missing) {
-            first = (first + 1) % kBlocks.size();
-            continue;
+        const BlockRow &next = kBlocks[first];
+        if (next.tag != missing) {
+            if (used + next.size > room.size() && used > 0)
+                return used;
+            const std::size_t size = std::min(next.size, room.size());
+            if (size < 5)
+                return 0;
+            const Block block = room.subspan(used, size);
+            std::copy_n(status.begin() + static_cast<std::ptrdiff_t>(next.at), size, block.begin());
+            put(block, 2, 2, static_cast<std::int64_t>(size - 4));
+            used += size;
         }
-        if (used + size > room.size() && used > 0)
-            return used;
-        const Block block = Block(scratch).first(size);
-        std::fill(block.begin(), block.end(), std::uint8_t{0});
-        fill_block(block, first, camera, now);
-        size = std::min(size, room.size());
-        if (size < 5)
-            return 0;
-        put(block, 2, 2, static_cast<std::int64_t>(size - 4));
-        std::copy_n(block.begin(), size, room.begin() + static_cast<std::ptrdiff_t>(used));
-        used += size;
         first = (first + 1) % kBlocks.size();
     }
     return used;
 }
 
-void randomise(std::span<std::uint8_t> bytes, Faults &faults)
-{
-    for (std::uint8_t &value : bytes)
-        value = static_cast<std::uint8_t>(faults.random(256));
-}
-
-// Faults in what the frame carries; the header is made for the result. Gives the payload's length.
-std::size_t spoil_payload(std::span<std::uint8_t> payload, Faults &faults)
-{
-    if (faults.strike(Fault::empty_frame))
-        return 0;
-    if (faults.strike(Fault::cut_frame))
-        return 1 + faults.random(static_cast<std::uint32_t>(payload.size()));
-    if (faults.strike(Fault::garbage_blocks))
-        randomise(payload, faults);
-    if (payload.size() > 532 && faults.strike(Fault::zero_length_block))
-        put(payload, 530, 2, 0);
-    return payload.size();
-}
-
-// Faults in the frame itself.
-void spoil_frame(std::span<std::uint8_t> burst, std::size_t length, bool big_endian, Faults &faults)
-{
-    if (faults.strike(Fault::stretch_frame))
-        write_header(burst, burst.size() - 3 + faults.random(1000), 0, big_endian);
-    if (faults.strike(Fault::bad_checksum))
-        burst[2] = static_cast<std::uint8_t>(burst[2] + 1 + faults.random(255));
-    if (faults.strike(Fault::flip_bit)) {
-        const std::uint32_t bit = faults.random(static_cast<std::uint32_t>(8 * (length + kFrameHeader)));
-        burst[bit / 8] = static_cast<std::uint8_t>(burst[bit / 8] ^ 1u << bit % 8);
-    }
-    if (faults.strike(Fault::garbage))
-        randomise(burst, faults);
-}
-
-// Spoils the payload that stands in the burst, and puts its header before it.
-void finish_frame(std::span<std::uint8_t> burst, std::size_t length, Faults &faults, bool big_endian)
-{
-    const auto room = burst.subspan(kFrameHeader);
-    if (length != 0)
-        length = spoil_payload(room.first(length), faults);
-    write_header(burst, length, frame_checksum(room.first(length)), big_endian);
-    spoil_frame(burst, length, big_endian, faults);
-}
-
 } // namespace
 
-std::size_t write_answer(const Camera &camera, Faults &faults, std::span<std::uint8_t> burst, std::size_t first,
-                         std::int64_t now)
+std::size_t write_answer(const Camera &camera, std::optional<StatusBlocks> &status, Faults &faults,
+                         std::span<std::uint8_t> burst, std::size_t first, std::int64_t now)
 {
     std::fill(burst.begin(), burst.end(), std::uint8_t{0});
     if (burst.size() <= kFrameHeader)
         return first;
-    const std::size_t length = fill_run(camera, faults, burst.subspan(kFrameHeader), first, now);
+    if (!status || !faults.strike(Fault::freeze_status))
+        status = status_of(camera, faults, now);
+    const std::int64_t missing = faults.strike(Fault::missing_block) ? faults.value(Fault::missing_block) : -1;
+    const std::size_t length = fill_run(*status, missing, burst.subspan(kFrameHeader), first);
     finish_frame(burst, length, faults, camera.options().big_endian);
     return first;
 }

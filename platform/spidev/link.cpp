@@ -153,10 +153,10 @@ int exchange(int fd, Request request, const void *tx, void *rx, std::uint32_t *v
         return -1;
     if (receive_reply(fd, request, reply, rx) != 0)
         return -1;
+    if (reply.busy_ns > 0)
+        wait_until(request.sent_ns + reply.busy_ns); // a board whose wire takes its time
     if (reply.status < 0)
         return fail(-reply.status);
-    if (request.op == Op::transfer)
-        wait_until(request.sent_ns + reply.value); // a board whose wire takes its time
     if (value)
         *value = reply.value;
     return reply.status;

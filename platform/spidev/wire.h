@@ -37,9 +37,10 @@ inline std::int64_t wire_ns(const Request &request)
 
 struct Reply {
     std::uint32_t sequence; // of the request that is answered
-    std::int32_t status;    // 0 or more, or minus errno
-    std::uint32_t value;    // of the get_ requests; of a transfer: nanoseconds for which the wire is busy
+    std::int32_t status;    // 0 or more (bytes clocked by a transfer), or minus errno
+    std::uint32_t value;    // of the get_ requests
     std::uint32_t length;   // bytes that follow
+    std::int64_t busy_ns;   // so long the call lasts at least
 };
 
 } // namespace spidev_wire

@@ -71,9 +71,9 @@ class Connection {
 
     const Hello &hello() const { return hello_; }
     int level(unsigned line) const { return page_->level[line].load(std::memory_order_acquire) ? 1 : 0; }
-    bool refused(unsigned line) const { return page_->refused[line].load(std::memory_order_acquire) != 0; }
+    bool asked(unsigned line) const { return page_->asked[line].load(std::memory_order_acquire) != 0; }
 
-    // 0 (and a descriptor when one came along), or -1 with errno.
+    // The board's answer, 0 or more (and a descriptor when one came along), or -1 with errno.
     int call(Op op, unsigned line, unsigned level, int *passed)
     {
         const Request request{++sequence_, op, line, level};
@@ -91,7 +91,7 @@ class Connection {
                 continue;
             if (passed)
                 *passed = fd;
-            return reply.status < 0 ? fail(-reply.status) : 0;
+            return reply.status < 0 ? fail(-reply.status) : reply.status;
         }
     }
 
@@ -173,8 +173,10 @@ int find_line(Match match)
     if (board.ensure() != 0)
         return -1;
     for (unsigned i = 0; i < board.hello().count; ++i) {
-        if (match(board.hello().lines[i]))
-            return board.refused(i) ? fail(EBUSY) : static_cast<int>(i);
+        if (!match(board.hello().lines[i]))
+            continue;
+        const bool refused = board.asked(i) && board.call(Op::claim, i, 0, nullptr) < 0;
+        return refused ? -1 : static_cast<int>(i);
     }
     return fail(ENOENT);
 }
@@ -217,7 +219,9 @@ int read_level(ugpio &handle) noexcept
     if (board.ensure() != 0)
         return -1;
     const auto line = static_cast<unsigned>(handle.line);
-    return line < board.hello().count ? board.level(line) : fail(ENOENT);
+    if (line >= board.hello().count)
+        return fail(ENOENT);
+    return board.asked(line) ? board.call(Op::read, line, 0, nullptr) : board.level(line);
 }
 
 int set_edge(ugpio &, unsigned) noexcept

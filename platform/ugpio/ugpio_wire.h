@@ -1,6 +1,6 @@
 // What travels between libugpio.so and a simulated board over $PTZ_BOARD/gpio (SOCK_SEQPACKET). On connection the board
 // sends a Hello with its lines and, as an SCM_RIGHTS descriptor, a page of memory that holds the levels: reading a
-// level costs no message. Driving an output and asking for an edge descriptor are one request and one reply each.
+// level costs no message, unless the board wants to be asked. Everything else is one request and one reply.
 #ifndef UGPIO_UGPIO_WIRE_H
 #define UGPIO_UGPIO_WIRE_H
 
@@ -26,14 +26,14 @@ struct Hello {
     std::array<LineInfo, kMaxLines> lines;
 };
 
-// The shared page. A line is refused while the board pretends that somebody else holds it.
+// The shared page. A line that is marked as asked is claimed and read by requests, so that the board may refuse.
 struct LevelPage {
     std::array<std::atomic<std::uint8_t>, kMaxLines> level;
-    std::array<std::atomic<std::uint8_t>, kMaxLines> refused;
+    std::array<std::atomic<std::uint8_t>, kMaxLines> asked;
 };
 static_assert(std::atomic<std::uint8_t>::is_always_lock_free);
 
-enum class Op : std::uint32_t { drive, edge };
+enum class Op : std::uint32_t { drive, edge, claim, read };
 
 struct Request {
     std::uint32_t sequence;
@@ -45,7 +45,7 @@ struct Request {
 // The reply to an edge request carries the descriptor: the master of a pty in packet mode.
 struct Reply {
     std::uint32_t sequence;
-    std::int32_t status; // 0 or minus errno
+    std::int32_t status; // 0, of read the level, or minus errno
 };
 
 } // namespace ugpio_wire

@@ -1,4 +1,4 @@
-// What is asked of the board: the command language, the faults it arms, scripts.
+// What is asked of the board: the command language and scripts.
 #include "sim_fixture.h"
 
 #include "sim/script.h"
@@ -9,7 +9,6 @@ namespace {
 
 using namespace sim;
 using Commands = BoardTest;
-using Faults = BoardTest;
 
 TEST_F(Commands, WhatIsSetShowsInTheStatus)
 {
@@ -26,12 +25,14 @@ TEST_F(Commands, WhatIsSetShowsInTheStatus)
 
 TEST_F(Commands, NonsenseIsAnsweredWithWhatWouldBeRight)
 {
-    std::istringstream lines("\ndance\nset\nset pan\nset pan nan\nset pan 1 2\nset volume 3\nset boot -1s\n"
-                             "set boot 1e30s\nset status-bit lens 8 on\nset status-bit lens 1 maybe\n"
-                             "set byte f8 3 00\nset byte f8 528 00\nset byte f8 29 100\nset firmware xyz\nseed -1\n"
-                             "fault\nfault boredom\nfault flip-bit -1\nfault flip-bit 1 2\nfault hold-request\n"
-                             "fault silence 5s 2\nfault silence 5m\nfault power-good soon\nfault refuse cam_sofa\n"
-                             "fault delay-edge 1ms x\nfault streamer absent\nclear everything\nclear faults now");
+    std::istringstream lines(
+        "\ndance\nset\nset pan\nset pan nan\nset pan 1 2\nset volume 3\nset boot -1s\n"
+        "set boot 1e30s\nset status-bit lens 8 on\nset status-bit lens 1 maybe\n"
+        "set byte f8 3 00\nset byte f8 528 00\nset byte f8 29 100\nset firmware xyz\nseed -1\n"
+        "fault\nfault boredom\nfault flip-bit -1\nfault flip-bit 1 2\nfault hold-request\n"
+        "fault silence 5s 2\nfault silence 5m\nfault power-good soon\nfault refuse cam_sofa\n"
+        "fault delay-edge 1ms x\nfault flip-bit 1/0\nfault flip-bit for\nfault flip-bit 1/2 1/2\nfault stall roll\n"
+        "fault other-model 256\nfault missing-block f9\nfault streamer absent\nclear everything\nclear faults now");
     for (std::string line; std::getline(lines, line);) {
         const CommandResult result = board.command(line);
         EXPECT_FALSE(result.ok) << line;
@@ -50,50 +51,6 @@ TEST_F(Commands, AScriptHappensInTimeOrderOrNotAtAll)
     walk({{"", 3'999'999 - board.now(), {{"E0 16:4", 1'000}, {"E0 32:4", 0}}},
           {"", 1, {{"E0 32:4", 10'000}}},
           {"", 1'000'000, {{"E0 32:4", 20'000}}}});
-}
-
-TEST_F(Faults, AnswersAreSpoiledAsOftenAsAsked)
-{
-    // The bytes of the run, when length and checksum are right all the same.
-    const std::pair<std::string, std::optional<std::size_t>> cases[] = {
-        {"bad-checksum", {}},    {"stretch-frame", {}},      {"flip-bit", {}},
-        {"garbage", {}},         {"empty-frame", 0},         {"missing-block 40", 720},
-        {"garbage-blocks", 752}, {"zero-length-block", 752}, {"cut-frame", 502}};
-    const Bytes clean = status();
-    for (const auto &[fault, size] : cases) {
-        SCOPED_TRACE(fault);
-        Bytes answers[2];
-        for (Bytes &answer : answers) {
-            walk({{"seed 42", 0, {}}, {"fault " + fault, 0, {}}});
-            answer = burst(Bytes(1024));
-        }
-        EXPECT_EQ(answers[0], answers[1]); // the same chance
-        const std::optional<Bytes> run = answered(answers[0]);
-        EXPECT_EQ(run ? std::optional(run->size()) : std::nullopt, size);
-        EXPECT_NE(run, clean);
-        EXPECT_EQ(status(), clean);
-        EXPECT_EQ(board.faults()[fault.substr(0, fault.find(' '))], 2u);
-    }
-}
-
-TEST_F(Faults, LinesAreHeldDelayedSilentAndRefused)
-{
-    walk({{"fault silence 5s", 4'999'999, {{"imc_req", 0}}},
-          {"", 1, {{"imc_req", 1}}},
-          {"fault hold-request low", 0, {{"imc_req", 0}}},
-          {"clear", 0, {{"imc_req", 1}}},
-          {"fault delay-edge 2ms 1", 0, {{"imc_req", 1}, {"E0 4:1", 0}}}, // a burst
-          {"", 1'999, {{"imc_req", 0}}},
-          {"", 1, {{"imc_req", 1}}},
-          {"fault slow-boot 5s 1", 0, {}},
-          {"cam_reset=0", 0, {}},
-          {"cam_reset=1", 4'999'999, {{"cam_init_done", 0}}},
-          {"", 1, {{"cam_init_done", 1}}},
-          {"fault refuse cam_reset", 0, {}}});
-    EXPECT_EQ(drive_line("cam_reset", false), -1);
-    EXPECT_EQ(errno, EBUSY);
-    walk({{"clear", 0, {}}, {"cam_reset=0", 0, {}}});
-    EXPECT_EQ(board.faults(), (Counts{{"delay-edge", 1}, {"hold-request", 1}, {"silence", 1}, {"slow-boot", 1}}));
 }
 
 } // namespace
