@@ -4,11 +4,12 @@
 namespace {
 
 constexpr Command kCommands[] = {
-    {"state", "what the camera is doing: running, initialising, failed, ...",
+    {"state", "what the camera is doing: running, starting, failed, ...",
      "Usage: ptzctl state [--wait N [--within SECONDS]]\n"
      "\n"
      "Prints the state's number and words:\n"
-     "  0 not opened  1 running  2 too cold  3 too hot  4 initialising  5 upgrading  6 closed  7 failed\n"
+     "  0 not opened  1 running   2 stopped, too cold        3 stopped, too hot\n"
+     "  4 starting    6 closed    5 upgrading its firmware   7 failed\n"
      "\n"
      "  --wait N           wait until the state is N, also for a ptzd that is not there yet\n"
      "  --within SECONDS   how long to wait (60)\n"
