@@ -3,6 +3,7 @@
 #include "glib_owned.h"
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ports/port_registry.h"
+#include "ptzorvel/ptzd/calls.h"
 #include "ptzorvel/ptzd/face.h"
 #include "ptzorvel/ptzd/param_file.h"
 
@@ -46,6 +47,9 @@ PtzService::PtzService(GDBusConnection *connection, const Options &options)
     : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), options_(options)
 {
     move_owners_ = std::make_unique<MoveOwners>(connection, [this] { stop_abandoned_move(); });
+    guard_ = std::make_unique<BusGuard>(
+        connection, BusGuard::Handlers{&stops_, [this](const CallPtr &call) { call_stop(*this, call); },
+                                       [this](const std::string &client) { works_.left(client); }});
 }
 
 std::unique_ptr<PtzService> PtzService::create(GDBusConnection *connection, const Options &options,
@@ -69,6 +73,7 @@ PtzService::~PtzService()
         ptz_command_queue_set_current(nullptr);
         ptz_ports_set_connection(nullptr);
     }
+    guard_.reset();
     move_owners_.reset();
     if (registration_ != 0)
         g_dbus_connection_unregister_object(connection_, registration_);
@@ -140,6 +145,7 @@ void PtzService::close(Done closed)
                 PTZ_DRIVER_GET_CLASS(driver_)->close(driver_);
             // Nothing runs after the close: what waits may carry a driver that is about to go.
             queue_.queue.close();
+            works_.close();
             release_driver();
             if (closed)
                 closed();
@@ -199,7 +205,6 @@ void PtzService::run(const CallPtr &call, Gate gate, Work work)
 
 void PtzService::run_stop(const CallPtr &call, Work work)
 {
-    stops_++;
     post(call, TaskQueue::Lane::urgent, Gate::running, std::move(work));
 }
 
@@ -213,19 +218,21 @@ void PtzService::post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work
         call->refuse({ErrorKind::not_ready, not_ready_text(state)});
         return;
     }
-    queue_.queue.post(
-        [this, call, gate, work = std::move(work)] {
-            if (driver_ == nullptr) {
-                call->refuse({ErrorKind::not_ready, not_ready_text(state_)});
-                return;
-            }
-            const auto error = gate == Gate::running ? gate_error(driver_) : std::nullopt;
-            if (error)
-                call->refuse(*error);
-            else
-                work(driver_, *call);
-        },
-        lane);
+    auto gated = [this, call, gate, work = std::move(work)] {
+        if (driver_ == nullptr) {
+            call->refuse({ErrorKind::not_ready, not_ready_text(state_)});
+            return;
+        }
+        const auto error = gate == Gate::running ? gate_error(driver_) : std::nullopt;
+        if (error)
+            call->refuse(*error);
+        else
+            work(driver_, *call);
+    };
+    if (lane == TaskQueue::Lane::urgent)
+        queue_.queue.post(std::move(gated), lane);
+    else
+        works_.post(call->sender(), std::move(gated));
 }
 
 void PtzService::stop_abandoned_move()

@@ -7,8 +7,10 @@
 #include "ptzorvel/common/param_store.h"
 #include "ptzorvel/common/task_queue.h"
 #include "ptzorvel/ptz_driver.h"
+#include "ptzorvel/ptzd/bus_guard.h"
 #include "ptzorvel/ptzd/call.h"
 #include "ptzorvel/ptzd/driver_host.h"
+#include "ptzorvel/ptzd/fair_queue.h"
 #include "ptzorvel/ptzd/move_owners.h"
 
 #include <atomic>
@@ -61,15 +63,17 @@ class PtzService {
     // For the handlers of calls
 
     enum class Gate { any_state, running };
-    // Has `work` run on the command thread with the driver, after checking the gate now and again then.
+    // Has `work` run on the command thread with the driver, in the client's turn, after checking the gate now and again
+    // then.
     void run(const CallPtr &call, Gate gate, Work work);
-    // As run(), ahead of what waits and cancelling every move that waits.
+    // As run(), ahead of what waits. The moves that wait were cancelled when the call came.
     void run_stop(const CallPtr &call, Work work);
     // Stops on behalf of a client that has gone.
     void stop_abandoned_move();
     // Changes with every stop; a move that was asked for before the latest is not to be carried out.
     unsigned stops() const { return stops_; }
     MoveOwners &move_owners() { return *move_owners_; }
+    BusGuard &guard() { return *guard_; }
     // The driver's parameters; null before there is a driver. Any thread.
     std::shared_ptr<ParamStore> params();
     // What the driver reported last; none before the first report. Any thread.
@@ -88,6 +92,7 @@ class PtzService {
     bool take_name(std::string &problem);
     void release_name();
     void subscribe_camera_signals();
+    void camera_signal(const char *name, GVariant *parameters);
     void post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work work);
     std::optional<CallError> gate_error(PTZDriver *driver) const;
 
@@ -104,12 +109,15 @@ class PtzService {
     GDBusConnection *connection_;
     const Options options_;
     PTZCommandQueue queue_;
+    FairQueue works_{queue_.queue}; // of the clients
     DriverHost host_;
     std::unique_ptr<MoveOwners> move_owners_;
+    std::unique_ptr<BusGuard> guard_;
     PTZDriver *driver_ = nullptr; // command thread
     std::mutex mutex_;
-    std::shared_ptr<ParamStore> params_; // under the mutex
-    std::optional<Event> last_event_;    // under the mutex
+    std::shared_ptr<ParamStore> params_;      // under the mutex
+    std::optional<Event> last_event_;         // under the mutex
+    std::shared_ptr<GVariant> camera_signal_; // under the mutex: the latest that waits
     std::atomic<int> state_{PTZ_STATE_NOT_OPENED};
     std::atomic<double> speed_{100.0};
     std::atomic<unsigned> stops_{0};
