@@ -68,12 +68,16 @@ bool RawClient::call(const char *method, GVariant *arguments, int descriptors)
 bool RawClient::send(GDBusMessage *message, int descriptors)
 {
     g_dbus_message_set_serial(message, ++serial_);
-    g_dbus_message_set_num_unix_fds(message, static_cast<guint32>(descriptors));
+    GUnixFDList *list = g_unix_fd_list_new(); // the message is written only when it has what it says it has
+    for (int i = 0; i < descriptors; ++i)
+        g_unix_fd_list_append(list, STDIN_FILENO, nullptr);
+    g_dbus_message_set_unix_fd_list(message, descriptors > 0 ? list : nullptr);
     gsize size = 0;
     guchar *blob = g_dbus_message_to_blob(message, &size, G_DBUS_CAPABILITY_FLAGS_UNIX_FD_PASSING, nullptr);
-    g_object_unref(message);
     const std::vector<char> bytes(blob, blob + size);
     g_free(blob);
+    g_object_unref(message);
+    g_object_unref(list);
     return write(bytes, descriptors);
 }
 

@@ -4,8 +4,6 @@
 #include "ptzorvel/ptzd/clients.h"
 #include "ptzorvel/ptzd/face.h"
 
-#include <gio/gunixfdlist.h>
-
 #include <cstring>
 #include <mutex>
 #include <optional>
@@ -19,12 +17,6 @@ constexpr std::size_t kLongestMessage = 64 * 1024; // what a message says, with 
 constexpr std::size_t kHeaderSize = 128;           // about
 
 using Message = GOwned<GDBusMessage, g_object_unref>;
-
-bool carries_descriptors(GDBusMessage *message)
-{
-    GUnixFDList *list = g_dbus_message_get_unix_fd_list(message);
-    return list != nullptr && g_unix_fd_list_get_length(list) > 0;
-}
 
 std::size_t size_of(GDBusMessage *message)
 {
@@ -45,8 +37,6 @@ bool is_stop(GDBusMessage *message)
 // What is wrong with the call as such.
 std::optional<CallError> call_fault(GDBusMessage *message)
 {
-    if (carries_descriptors(message))
-        return CallError{ErrorKind::invalid_argument, "The PTZ service takes no calls that carry file descriptors."};
     if (size_of(message) > kLongestMessage)
         return CallError{ErrorKind::invalid_argument, "The call is too long; none needs more than 64 kB."};
     return std::nullopt;
@@ -57,7 +47,7 @@ bool well_formed_signal(GDBusMessage *message)
 {
     const bool to_all = g_dbus_message_get_destination(message) == nullptr;
     const bool properties = g_strcmp0(g_dbus_message_get_member(message), "PropertiesChanged") == 0;
-    return to_all && !carries_descriptors(message) && size_of(message) <= kLongestMessage &&
+    return to_all && size_of(message) <= kLongestMessage &&
            (!properties || g_strcmp0(g_dbus_message_get_signature(message), "sa{sv}as") == 0);
 }
 
@@ -166,8 +156,6 @@ GDBusMessage *BusGuard::Post::signal_came(Message message)
 
 GDBusMessage *BusGuard::Post::reply_came(Message message)
 {
-    if (carries_descriptors(message.get()))
-        return nullptr; // nobody here asks for them
     std::optional<std::size_t> left;
     guint32 bytes = 0;
     GVariant *body = g_dbus_message_get_body(message.get());

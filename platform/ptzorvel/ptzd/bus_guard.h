@@ -1,7 +1,7 @@
 // What stands between the bus and the service: every message is looked at as it comes and goes, on GDBus's own thread,
 // before anything of it waits.
 //
-// - Calls and signals that carry descriptors, or are longer than any that means something, are refused or dropped.
+// - Calls and signals longer than any that means something are refused or dropped.
 // - A client that has as much in work as it may gets LimitsExceeded; one that does not read what it gets, nothing more.
 // - Signals sent to the service alone are dropped, and floods of others; they come from strangers.
 // - Stop overtakes whatever waits in the main loop, and counts from here on: a move that came before it and is handled

@@ -1,5 +1,6 @@
 // ptzd: runs one camera driver plug-in as the PTZ service of the system bus.
 #include "glib_owned.h"
+#include "ptzorvel/ptzd/bus_relay.h"
 #include "ptzorvel/ptzd/param_file.h"
 #include "ptzorvel/ptzd/plugin.h"
 #include "ptzorvel/ptzd/service.h"
@@ -184,10 +185,15 @@ int main(int argc, char *argv[])
     options.id = line.id;
     options.state_dir = line.state_dir != nullptr ? line.state_dir : default_state_folder();
 
+    const auto relay = BusRelay::create(problem);
+    // Everything in the process reaches the bus through it, the driver too.
+    if (relay != nullptr)
+        g_setenv("DBUS_SYSTEM_BUS_ADDRESS", relay->address().c_str(), TRUE);
     GErrorSlot error;
-    const GOwned<GDBusConnection, g_object_unref> connection(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, error));
+    const GOwned<GDBusConnection, g_object_unref> connection(
+        relay != nullptr ? g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, error) : nullptr);
     if (!connection)
-        return complain(EXIT_NO_BUS, std::string("There is no system bus: ") + error->message +
+        return complain(EXIT_NO_BUS, "There is no system bus: " + (error ? error->message : problem) +
                                          ". Start dbus-daemon, or name a bus with DBUS_SYSTEM_BUS_ADDRESS.");
     g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
     const int status = serve(connection.get(), options);
