@@ -42,10 +42,10 @@ RawClient::~RawClient()
     g_object_unref(stream_);
 }
 
-bool RawClient::readable() const
+bool RawClient::readable(int wait_ms) const
 {
     pollfd ready{fd_, POLLIN, 0};
-    return poll(&ready, 1, 5000) > 0;
+    return poll(&ready, 1, wait_ms) > 0;
 }
 
 std::string RawClient::read_line()
@@ -112,10 +112,10 @@ bool RawClient::write(const std::vector<char> &bytes, int descriptors)
     return true;
 }
 
-std::size_t RawClient::read()
+std::size_t RawClient::read(int wait_ms)
 {
     guchar part[65536];
-    readable();
+    readable(wait_ms);
     for (ssize_t got = 0; (got = ::recv(fd_, part, sizeof part, MSG_DONTWAIT)) > 0;)
         unread_.insert(unread_.end(), part, part + got);
     std::size_t replies = 0;

@@ -17,14 +17,14 @@ class RawClient {
     bool send(GDBusMessage *message, int descriptors = 0);
     // A call of com.orna.PTZ; `arguments` floating, null for none.
     bool call(const char *method, GVariant *arguments = nullptr, int descriptors = 0);
-    // Reads what has come, waiting for the first of it, and answers nothing: how many replies and errors it was.
-    std::size_t read();
+    // Reads what has come, waiting that long for the first of it, and answers nothing: how many replies it was.
+    std::size_t read(int wait_ms = 5000);
     const std::string &name() const { return name_; } // on the bus
 
   private:
     bool write(const std::vector<char> &bytes, int descriptors);
     std::string read_line();
-    bool readable() const;
+    bool readable(int wait_ms = 5000) const;
 
     GSocketConnection *stream_;
     int fd_;

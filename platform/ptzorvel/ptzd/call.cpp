@@ -1,8 +1,20 @@
 #include "ptzorvel/ptzd/call.h"
 
+#include "clean_text.h"
 #include "glib_owned.h"
+#include "ptzorvel/common/quote.h"
 
 #include <utility>
+
+std::optional<CallError> check_text(const std::string &what, const std::string &text)
+{
+    constexpr std::size_t kLongest = 256;
+    if (text.size() > kLongest)
+        return CallError{ErrorKind::invalid_argument, what + ": a text of more than 256 bytes means nothing here."};
+    if (printable(text) != text)
+        return CallError{ErrorKind::invalid_argument, what + ": there are control characters in " + quoted(text) + "."};
+    return std::nullopt;
+}
 
 const char *error_name(ErrorKind kind)
 {

@@ -4,6 +4,7 @@
 #include <gio/gio.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 enum class ErrorKind {
@@ -23,6 +24,10 @@ struct CallError {
     ErrorKind kind;
     std::string text;
 };
+
+// Whether a text from a client can name something or be a value: at most 256 bytes without control characters. If not,
+// what is wrong with it. `what` names it: "command".
+std::optional<CallError> check_text(const std::string &what, const std::string &text);
 
 // "com.orna.PTZ.Error.NotReady" and so on.
 const char *error_name(ErrorKind kind);
