@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <malloc.h>
 #include <optional>
 #include <poll.h>
 #include <sys/socket.h>
@@ -15,7 +16,9 @@
 
 namespace {
 
-constexpr std::size_t kHeaderBytes = 16; // tell how long a message is
+constexpr std::size_t kHeaderBytes = 16;  // tell how long a message is
+constexpr std::size_t kRush = 256 * 1024; // many calls
+constexpr int kRestMs = 1000;
 constexpr std::size_t kPart = 64 * 1024; // taken at a time
 
 template <typename Bytes>
@@ -144,8 +147,14 @@ bool BusRelay::carry()
     const auto events = [](bool in, bool out) { return static_cast<short>((in ? POLLIN : 0) | (out ? POLLOUT : 0)); };
     pollfd sides[] = {{gdbus_.get(), events(to_bus_.empty(), !to_gdbus_.empty()), 0},
                       {bus_.get(), events(to_gdbus_.empty(), !to_bus_.empty()), 0}};
-    if (::poll(sides, 2, -1) < 0)
+    const int ready = ::poll(sides, 2, carried_ > kRush ? kRestMs : -1);
+    if (ready < 0)
         return errno == EINTR;
+    if (ready == 0) {
+        carried_ = 0;
+        ::malloc_trim(0); // what a rush of calls has left behind
+        return true;
+    }
     if ((sides[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0 && to_bus_.empty()) {
         const auto part = take(gdbus_.get());
         if (!part)
@@ -159,6 +168,7 @@ bool BusRelay::carry()
         const auto part = take(bus_.get());
         if (!part)
             return false;
+        carried_ += part->size();
         if (begun_)
             let_through(*part);
         else

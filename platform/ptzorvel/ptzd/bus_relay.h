@@ -58,9 +58,10 @@ class BusRelay {
     Descriptor gdbus_;   // the thread's
     bool begun_ = false; // the greeting is over, messages follow
     std::string greeting_;
-    Bytes message_;        // the beginning of one from the daemon
-    std::size_t skip_ = 0; // bytes of a message that is too long
-    Bytes to_bus_;         // accepted, not written yet
+    Bytes message_;           // the beginning of one from the daemon
+    std::size_t carried_ = 0; // bytes from the daemon since the last rest
+    std::size_t skip_ = 0;    // bytes of a message that is too long
+    Bytes to_bus_;            // accepted, not written yet
     Bytes to_gdbus_;
     std::thread thread_;
 };

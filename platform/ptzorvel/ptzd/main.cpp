@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <malloc.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -163,6 +164,7 @@ int serve(GDBusConnection *connection, const PtzService::Options &options)
 
 int main(int argc, char *argv[])
 {
+    mallopt(M_ARENA_MAX, 1); // the threads allocate little at a time; a heap for each would only lie there
     CommandLine line;
     if (!parse(&argc, &argv, line))
         return EXIT_USAGE;
