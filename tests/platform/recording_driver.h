@@ -1,6 +1,7 @@
 // A driver without a camera: writes down what it is called with, and does what the test says.
 #pragma once
 
+#include "glib_owned.h"
 #include "ptzorvel/ptz_driver.h"
 
 #include <atomic>
@@ -117,6 +118,10 @@ inline void set_up_class(gpointer klass, gpointer)
     driver->get_special_commands = [](PTZDriver *, char ***list) -> gboolean {
         *list = g_strsplit("wbonep|reset", "|", 0);
         return TRUE;
+    };
+    driver->signal_received = [](PTZDriver *, const char *name, GVariant *parameters) {
+        const GText text(g_variant_print(parameters, FALSE));
+        note(name + (" " + std::string(text.get())));
     };
     driver->limit_changed = note_param<'L'>;
     driver->useradv_changed = note_param<'U'>;

@@ -1,59 +1,14 @@
 // A PTZ service with a recording driver on a bus of its own: what clients ask for and get, and its life from start to
 // end.
 #include "ptzorvel/ports/port_registry.h"
-#include "ptzorvel/ptzd/service.h"
-#include "tests/platform/bus_fixture.h"
-#include "tests/platform/recording_driver.h"
+#include "tests/platform/service_fixture.h"
 #include "tests/support/temp_folder.h"
-
-#include <gmock/gmock.h>
 
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
-
-class ServiceTest : public BusTest {
-  protected:
-    // Starts the service and waits until the driver's start-up is over.
-    void start()
-    {
-        service = PtzService::create(owner.connection(), options, problem);
-        ASSERT_NE(service, nullptr) << problem;
-        service->start(recording::note);
-        run_until([&] { return service->state() == script.state_after_open; });
-    }
-
-    static std::string move(Client &by, const std::string &axes, const char *rest = "0.0, @a{sv} {}")
-    {
-        return by.call("Move", ("([" + axes + "], " + rest + ")").c_str()).said();
-    }
-
-    // Methods, their arguments and the beginnings of what is said to them.
-    void expect_answers(std::initializer_list<std::array<const char *, 3>> calls)
-    {
-        for (const auto &[method, arguments, answer] : calls)
-            EXPECT_THAT(client.call(method, arguments).said(), StartsWith(answer)) << method << arguments;
-    }
-
-    // Has the command thread wait inside a position query until the gate is unlocked.
-    ReplyPtr occupy_command_thread()
-    {
-        gate.lock();
-        ReplyPtr reply = client.send("GetPosition");
-        run_until([this] { return !script.lines().empty(); });
-        return reply;
-    }
-
-    DriverScript script;
-    Client owner{address()};
-    Client client{address()};
-    PtzService::Options options{recording_driver_new, 2, 7, ""};
-    std::string problem;
-    std::unique_ptr<PtzService> service;
-    std::unique_lock<std::mutex> gate{script.gate, std::defer_lock}; // open before the service is closed
-};
 
 TEST_F(ServiceTest, MovesReachTheDriverInItsNumbersUpToTheBoundsAndBadOnesNever)
 {

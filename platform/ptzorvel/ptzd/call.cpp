@@ -1,6 +1,20 @@
 #include "ptzorvel/ptzd/call.h"
 
+#include "clean_text.h"
+#include "glib_owned.h"
+#include "ptzorvel/common/quote.h"
+
 #include <utility>
+
+std::optional<CallError> check_text(const std::string &what, const std::string &text)
+{
+    constexpr std::size_t kLongest = 256;
+    if (text.size() > kLongest)
+        return CallError{ErrorKind::invalid_argument, what + ": a text of more than 256 bytes means nothing here."};
+    if (printable(text) != text)
+        return CallError{ErrorKind::invalid_argument, what + ": there are control characters in " + quoted(text) + "."};
+    return std::nullopt;
+}
 
 const char *error_name(ErrorKind kind)
 {
@@ -19,28 +33,49 @@ const char *error_name(ErrorKind kind)
         return "com.orna.PTZ.Error.NotSupported";
     case ErrorKind::cancelled:
         return "com.orna.PTZ.Error.Cancelled";
+    case ErrorKind::limits_exceeded:
+        return "com.orna.PTZ.Error.LimitsExceeded";
     case ErrorKind::failed:
         break;
     }
     return "com.orna.PTZ.Error.Failed";
 }
 
+Call::Call(GDBusConnection *connection, GDBusMessage *message, unsigned stops_before)
+    : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), message_(G_DBUS_MESSAGE(g_object_ref(message))),
+      stops_before_(stops_before)
+{
+    GVariant *body = g_dbus_message_get_body(message);
+    parameters_ = g_variant_ref_sink(body != nullptr ? body : g_variant_new_tuple(nullptr, 0));
+}
+
 Call::~Call()
 {
     refuse({ErrorKind::failed, "The PTZ service is shutting down."});
+    g_variant_unref(parameters_);
+    g_object_unref(message_);
+    g_object_unref(connection_);
 }
 
 void Call::answer(GVariant *result)
 {
-    if (invocation_ != nullptr)
-        g_dbus_method_invocation_return_value(std::exchange(invocation_, nullptr), result);
-    else if (result != nullptr)
-        g_variant_unref(g_variant_ref_sink(result));
+    const GVariantOwned body(g_variant_ref_sink(result != nullptr ? result : g_variant_new_tuple(nullptr, 0)));
+    if (std::exchange(answered_, true))
+        return;
+    GDBusMessage *reply = g_dbus_message_new_method_reply(message_);
+    g_dbus_message_set_body(reply, body.get());
+    send(reply);
 }
 
 void Call::refuse(const CallError &error)
 {
-    if (invocation_ != nullptr)
-        g_dbus_method_invocation_return_dbus_error(std::exchange(invocation_, nullptr), error_name(error.kind),
-                                                   error.text.c_str());
+    if (!std::exchange(answered_, true))
+        send(g_dbus_message_new_method_error_literal(message_, error_name(error.kind), error.text.c_str()));
+}
+
+void Call::send(GDBusMessage *reply)
+{
+    // Fails only without a bus, and then nobody waits for it.
+    g_dbus_connection_send_message(connection_, reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
+    g_object_unref(reply);
 }

@@ -4,6 +4,7 @@
 #include <gio/gio.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 enum class ErrorKind {
@@ -14,6 +15,7 @@ enum class ErrorKind {
     busy,
     not_supported,
     cancelled,
+    limits_exceeded,
     failed,
 };
 
@@ -23,28 +25,40 @@ struct CallError {
     std::string text;
 };
 
+// Whether a text from a client can name something or be a value: at most 256 bytes without control characters. If not,
+// what is wrong with it. `what` names it: "command".
+std::optional<CallError> check_text(const std::string &what, const std::string &text);
+
 // "com.orna.PTZ.Error.NotReady" and so on.
 const char *error_name(ErrorKind kind);
 
 // Answered exactly once: one that is dropped unanswered (the service shuts down) is refused. Any thread may answer.
 class Call {
   public:
-    // Takes over the invocation's reference, as GDBus hands it to a method handler.
-    explicit Call(GDBusMethodInvocation *invocation) : invocation_(invocation) {}
+    // Keeps references of its own on both. `stops_before`: how many stops had come when it came.
+    Call(GDBusConnection *connection, GDBusMessage *message, unsigned stops_before);
     ~Call();
     Call(const Call &) = delete;
     Call &operator=(const Call &) = delete;
 
-    // Valid until the call is answered.
-    GVariant *parameters() const { return g_dbus_method_invocation_get_parameters(invocation_); }
-    const char *sender() const { return g_dbus_method_invocation_get_sender(invocation_); }
+    // A tuple. Both live as long as the call.
+    GVariant *parameters() const { return parameters_; }
+    const char *sender() const { return g_dbus_message_get_sender(message_); }
+    // A move that is to begin when there were more stops is not to be carried out.
+    unsigned stops_before() const { return stops_before_; }
 
     // `result`: the tuple of the out arguments, floating or not; null when there are none.
     void answer(GVariant *result = nullptr);
     void refuse(const CallError &error);
 
   private:
-    GDBusMethodInvocation *invocation_;
+    void send(GDBusMessage *reply);
+
+    GDBusConnection *connection_;
+    GDBusMessage *message_;
+    GVariant *parameters_;
+    const unsigned stops_before_;
+    bool answered_ = false;
 };
 
 using CallPtr = std::shared_ptr<Call>;

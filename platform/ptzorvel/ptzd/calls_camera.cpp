@@ -148,6 +148,10 @@ void call_run_special_command(PtzService &service, const CallPtr &call)
     const char *text = nullptr;
     g_variant_get(call->parameters(), "(&s)", &text);
     const std::string command = text;
+    if (const auto error = check_text("command", command)) {
+        call->refuse(*error);
+        return;
+    }
     service.run(call, PtzService::Gate::any_state, [&service, command](PTZDriver *driver, Call &answered) {
         run_special_command(service, driver, answered, command);
     });
@@ -166,6 +170,10 @@ void call_get_capabilities(PtzService &service, const CallPtr &call)
     const char *text = nullptr;
     g_variant_get(call->parameters(), "(&s)", &text);
     const std::string category = text;
+    if (const auto error = check_text("category", category)) {
+        call->refuse(*error);
+        return;
+    }
     service.run(call, PtzService::Gate::any_state, [category](PTZDriver *driver, Call &answered) {
         if (!driver_replaces(driver, &PTZDriverClass::get_capabilities)) {
             answered.refuse(not_supported("list its capabilities"));

@@ -36,7 +36,7 @@ void call_move(PtzService &service, const CallPtr &call)
         call->refuse(*error);
         return;
     }
-    const unsigned stops = service.stops();
+    const unsigned stops = call->stops_before();
     // Goes with the work: a move that is refused on the way is given up.
     const auto claim = std::make_shared<MoveClaim>(service.move_owners(), call->sender(), move);
     service.run(call, PtzService::Gate::running, [&service, move, stops, claim](PTZDriver *driver, Call &answered) {

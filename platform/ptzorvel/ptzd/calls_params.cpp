@@ -97,6 +97,8 @@ std::optional<CallError> check_set(const std::optional<ParamInfo> &info, const s
     const std::string refusal = param_fit(*info, wanted);
     if (!refusal.empty())
         return CallError{ErrorKind::out_of_range, refusal};
+    if (const auto *text = std::get_if<std::string>(&wanted))
+        return check_text(group + "." + name, *text);
     return std::nullopt;
 }
 

@@ -39,10 +39,11 @@ constexpr MethodRow kMethods[] = {
 void on_method_call(GDBusConnection *, const char *, const char *, const char *, const char *method, GVariant *,
                     GDBusMethodInvocation *invocation, gpointer user_data)
 {
-    const auto call = std::make_shared<Call>(invocation);
+    auto &service = *static_cast<PtzService *>(user_data);
+    const CallPtr call = service.guard().take(invocation);
     for (const MethodRow &row : kMethods)
         if (row.name == method)
-            return row.handler(*static_cast<PtzService *>(user_data), call);
+            return row.handler(service, call);
     call->refuse(not_supported(method));
 }
 

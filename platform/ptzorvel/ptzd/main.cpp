@@ -1,6 +1,7 @@
 // ptzd: runs one camera driver plug-in as the PTZ service of the system bus.
 #include "glib_owned.h"
 #include "ptzorvel/ptzd/board_lock.h"
+#include "ptzorvel/ptzd/bus_relay.h"
 #include "ptzorvel/ptzd/param_file.h"
 #include "ptzorvel/ptzd/plugin.h"
 #include "ptzorvel/ptzd/service.h"
@@ -10,6 +11,7 @@
 #include <cmath>
 #include <csignal>
 #include <cstdio>
+#include <malloc.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -182,6 +184,7 @@ int serve(GDBusConnection *connection, const PtzService::Options &options)
 
 int main(int argc, char *argv[])
 {
+    mallopt(M_ARENA_MAX, 1); // the threads allocate little at a time; a heap for each would only lie there
     CommandLine line;
     if (!parse(&argc, &argv, line))
         return EXIT_USAGE;
@@ -206,13 +209,18 @@ int main(int argc, char *argv[])
     options.link_timeout_s = line.link_timeout;
     options.state_dir = line.state_dir != nullptr ? line.state_dir : default_state_folder();
 
+    const GText bus(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+    const auto relay = BusRelay::create(problem);
+    // Everything in the process reaches the bus through it, the driver too.
+    if (relay != nullptr)
+        g_setenv("DBUS_SYSTEM_BUS_ADDRESS", relay->address().c_str(), TRUE);
     GErrorSlot error;
-    const GOwned<GDBusConnection, g_object_unref> connection(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, error));
+    const GOwned<GDBusConnection, g_object_unref> connection(
+        relay != nullptr ? g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, error) : nullptr);
     if (!connection)
-        return complain(EXIT_NO_BUS, std::string("There is no system bus: ") + error->message +
+        return complain(EXIT_NO_BUS, "There is no system bus: " + (error ? error->message : problem) +
                                          ". Start dbus-daemon, or name a bus with DBUS_SYSTEM_BUS_ADDRESS.");
     g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
-    const GText bus(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
     BoardLock board(line.channel, line.id);
     if (!board.take(bus != nullptr ? bus.get() : "", problem))
         return complain(EXIT_NO_BUS, problem);

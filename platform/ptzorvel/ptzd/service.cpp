@@ -3,6 +3,7 @@
 #include "glib_owned.h"
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ports/port_registry.h"
+#include "ptzorvel/ptzd/calls.h"
 #include "ptzorvel/ptzd/face.h"
 #include "ptzorvel/ptzd/param_file.h"
 
@@ -49,6 +50,9 @@ PtzService::PtzService(GDBusConnection *connection, const Options &options)
 {
     link_watch_ = std::make_unique<LinkWatch>(*this, options.time_scale, options.link_timeout_s);
     move_owners_ = std::make_unique<MoveOwners>(connection, [this] { stop_abandoned_move(); });
+    guard_ = std::make_unique<BusGuard>(
+        connection, BusGuard::Handlers{&stops_, [this](const CallPtr &call) { call_stop(*this, call); },
+                                       [this](const std::string &client) { works_.left(client); }});
 }
 
 std::unique_ptr<PtzService> PtzService::create(GDBusConnection *connection, const Options &options,
@@ -73,6 +77,7 @@ PtzService::~PtzService()
         ptz_command_queue_set_current(nullptr);
         ptz_ports_set_connection(nullptr);
     }
+    guard_.reset();
     move_owners_.reset();
     if (registration_ != 0)
         g_dbus_connection_unregister_object(connection_, registration_);
@@ -146,6 +151,7 @@ void PtzService::close(Done closed)
                 PTZ_DRIVER_GET_CLASS(driver_)->close(driver_);
             // Nothing runs after the close: what waits may carry a driver that is about to go.
             queue_.queue.close();
+            works_.close();
             release_driver();
             if (closed)
                 closed();
@@ -219,7 +225,6 @@ void PtzService::perform(std::function<void(PTZDriver *driver)> work)
 
 void PtzService::run_stop(const CallPtr &call, Work work)
 {
-    stops_++;
     post(call, TaskQueue::Lane::urgent, Gate::running, std::move(work));
 }
 
@@ -233,7 +238,11 @@ void PtzService::post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work
         call->refuse({ErrorKind::not_ready, not_ready_text(state)});
         return;
     }
-    queue_.queue.post(gated(call, gate, std::move(work)), lane);
+    auto work_of_call = gated(call, gate, std::move(work));
+    if (lane == TaskQueue::Lane::urgent)
+        queue_.queue.post(std::move(work_of_call), lane);
+    else
+        works_.post(call->sender(), std::move(work_of_call));
 }
 
 std::function<void()> PtzService::gated(const CallPtr &call, Gate gate, Work work)

@@ -7,9 +7,11 @@
 #include "ptzorvel/common/param_store.h"
 #include "ptzorvel/common/task_queue.h"
 #include "ptzorvel/ptz_driver.h"
+#include "ptzorvel/ptzd/bus_guard.h"
 #include "ptzorvel/ptzd/call.h"
 #include "ptzorvel/ptzd/deadlines.h"
 #include "ptzorvel/ptzd/driver_host.h"
+#include "ptzorvel/ptzd/fair_queue.h"
 #include "ptzorvel/ptzd/known_position.h"
 #include "ptzorvel/ptzd/link_watch.h"
 #include "ptzorvel/ptzd/move_owners.h"
@@ -68,17 +70,19 @@ class PtzService {
     // For the handlers of calls
 
     enum class Gate { any_state, running };
-    // Has `work` run on the command thread with the driver, after checking the gate now and again then.
+    // Has `work` run on the command thread with the driver, in the client's turn, after checking the gate now and again
+    // then.
     void run(const CallPtr &call, Gate gate, Work work);
     // As run(), but only when that is at once: false, and nothing done, when the command thread has something to do.
     bool run_if_idle(const CallPtr &call, Gate gate, Work work);
-    // As run(), ahead of what waits and cancelling every move that waits.
+    // As run(), ahead of what waits. The moves that wait were cancelled when the call came.
     void run_stop(const CallPtr &call, Work work);
     // Stops on behalf of a client that has gone.
     void stop_abandoned_move();
     // Changes with every stop; a move that was asked for before the latest is not to be carried out.
     unsigned stops() const { return stops_; }
     MoveOwners &move_owners() { return *move_owners_; }
+    BusGuard &guard() { return *guard_; }
     // The driver's parameters; null before there is a driver. Any thread.
     std::shared_ptr<ParamStore> params();
     // What the driver reported last; none before the first report. Any thread.
@@ -113,6 +117,7 @@ class PtzService {
     bool take_name(std::string &problem);
     void release_name();
     void subscribe_camera_signals();
+    void camera_signal(const char *name, GVariant *parameters);
     void post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work work);
     std::function<void()> gated(const CallPtr &call, Gate gate, Work work);
     std::optional<CallError> gate_error(PTZDriver *driver) const;
@@ -130,17 +135,20 @@ class PtzService {
     GDBusConnection *connection_;
     const Options options_;
     PTZCommandQueue queue_;
+    FairQueue works_{queue_.queue}; // of the clients
     DriverHost host_;
     Deadlines deadlines_;
     UpgradeLog upgrades_;
     KnownPosition known_position_{host_, options_.time_scale};
     std::unique_ptr<LinkWatch> link_watch_;
     std::unique_ptr<MoveOwners> move_owners_;
+    std::unique_ptr<BusGuard> guard_;
     PTZDriver *driver_ = nullptr; // command thread
     bool upgrade_noted_ = false;  // command thread: that of this start
     std::mutex mutex_;
-    std::shared_ptr<ParamStore> params_; // under the mutex
-    std::optional<Event> last_event_;    // under the mutex
+    std::shared_ptr<ParamStore> params_;      // under the mutex
+    std::optional<Event> last_event_;         // under the mutex
+    std::shared_ptr<GVariant> camera_signal_; // under the mutex: the latest that waits
     std::atomic<int> state_{PTZ_STATE_NOT_OPENED};
     std::atomic<double> speed_{100.0};
     std::atomic<unsigned> stops_{0};

@@ -5,6 +5,7 @@
 #include "ptzorvel/ptzd/service.h"
 
 #include <memory>
+#include <utility>
 
 void PtzService::emit(const char *interface, const char *signal, GVariant *parameters)
 {
@@ -98,16 +99,30 @@ void PtzService::connect_driver(PTZDriver *driver, PtzService *service)
 
 void PtzService::subscribe_camera_signals()
 {
-    // The streaming services announce a turned picture; which of them does is for the driver to know.
-    const auto on_signal = +[](GDBusConnection *, const char *, const char *, const char *, const char *member,
-                               GVariant *parameters, gpointer data) {
-        auto *self = static_cast<PtzService *>(data);
-        const std::shared_ptr<GVariant> kept(g_variant_ref(parameters), g_variant_unref);
-        self->queue_.queue.post([self, kept, name = std::string(member)] {
-            if (self->driver_ != nullptr)
-                PTZ_DRIVER_GET_CLASS(self->driver_)->signal_received(self->driver_, name.c_str(), kept.get());
-        });
-    };
-    subscription_ = g_dbus_connection_signal_subscribe(connection_, nullptr, nullptr, "CurrentRotationChanged", nullptr,
-                                                       nullptr, G_DBUS_SIGNAL_FLAGS_NONE, on_signal, this, nullptr);
+    // The streaming service announces a turned picture. What others say in its place never gets here.
+    const auto on_signal =
+        +[](GDBusConnection *, const char *, const char *, const char *, const char *member, GVariant *parameters,
+            gpointer data) { static_cast<PtzService *>(data)->camera_signal(member, parameters); };
+    subscription_ =
+        g_dbus_connection_signal_subscribe(connection_, "com.orna.Streamer", nullptr, "CurrentRotationChanged", nullptr,
+                                           nullptr, G_DBUS_SIGNAL_FLAGS_NONE, on_signal, this, nullptr);
+}
+
+void PtzService::camera_signal(const char *name, GVariant *parameters)
+{
+    const std::shared_ptr<GVariant> latest(g_variant_ref(parameters), g_variant_unref);
+    {
+        const std::lock_guard lock(mutex_);
+        if (std::exchange(camera_signal_, latest) != nullptr)
+            return; // one waits, and takes this one's parameters
+    }
+    queue_.queue.post([this, name = std::string(name)] {
+        std::shared_ptr<GVariant> taken;
+        {
+            const std::lock_guard lock(mutex_);
+            taken.swap(camera_signal_);
+        }
+        if (driver_ != nullptr)
+            PTZ_DRIVER_GET_CLASS(driver_)->signal_received(driver_, name.c_str(), taken.get());
+    });
 }

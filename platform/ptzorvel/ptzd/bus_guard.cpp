@@ -1,0 +1,283 @@
+#include "ptzorvel/ptzd/bus_guard.h"
+
+#include "glib_owned.h"
+#include "ptzorvel/ptzd/clients.h"
+#include "ptzorvel/ptzd/face.h"
+
+#include <cstring>
+#include <mutex>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+constexpr char kDaemon[] = "org.freedesktop.DBus";
+constexpr std::size_t kLongestMessage = 64 * 1024; // what a message says, with the path that it goes to
+constexpr std::size_t kHeaderSize = 128;           // about
+
+using Message = GOwned<GDBusMessage, g_object_unref>;
+
+std::size_t size_of(GDBusMessage *message)
+{
+    GVariant *body = g_dbus_message_get_body(message);
+    const char *path = g_dbus_message_get_path(message);
+    return (body != nullptr ? g_variant_get_size(body) : 0) + (path != nullptr ? std::strlen(path) : 0);
+}
+
+bool is_stop(GDBusMessage *message)
+{
+    const char *interface = g_dbus_message_get_interface(message);
+    return g_strcmp0(g_dbus_message_get_member(message), "Stop") == 0 &&
+           g_strcmp0(g_dbus_message_get_path(message), kObjectPath) == 0 &&
+           (interface == nullptr || std::strcmp(interface, kInterfaceName) == 0) &&
+           *g_dbus_message_get_signature(message) == '\0';
+}
+
+// What is wrong with the call as such.
+std::optional<CallError> call_fault(GDBusMessage *message)
+{
+    if (size_of(message) > kLongestMessage)
+        return CallError{ErrorKind::invalid_argument, "The call is too long; none needs more than 64 kB."};
+    return std::nullopt;
+}
+
+// Whether a signal can be one that somebody here waits for.
+bool well_formed_signal(GDBusMessage *message)
+{
+    const bool to_all = g_dbus_message_get_destination(message) == nullptr;
+    const bool properties = g_strcmp0(g_dbus_message_get_member(message), "PropertiesChanged") == 0;
+    return to_all && size_of(message) <= kLongestMessage &&
+           (!properties || g_strcmp0(g_dbus_message_get_signature(message), "sa{sv}as") == 0);
+}
+
+} // namespace
+
+class BusGuard::Post : public std::enable_shared_from_this<BusGuard::Post> {
+  public:
+    explicit Post(Handlers handlers) : handlers_(std::move(handlers)) {}
+
+    // GDBus's thread: the message, changed or not, or null when it goes no further.
+    GDBusMessage *came(GDBusConnection *connection, GDBusMessage *message);
+    GDBusMessage *goes(GDBusConnection *connection, GDBusMessage *message);
+
+    // Main thread
+    void client_left(const std::string &client);
+    void retire();
+    CallPtr take(GDBusMethodInvocation *invocation);
+
+  private:
+    using PostPtr = std::shared_ptr<Post>;
+    struct StopOnItsWay {
+        PostPtr post;
+        CallPtr call;
+    };
+
+    GDBusMessage *call_came(GDBusConnection *connection, Message message);
+    GDBusMessage *signal_came(Message message);
+    GDBusMessage *reply_came(Message message);
+    void ask(GDBusConnection *connection, const std::string &client, Clients::Witness witness);
+    void hand_over_stop(const CallPtr &call);
+    unsigned count_stops(bool one_more);
+
+    std::mutex mutex_;
+    Handlers handlers_; // main thread; `stops` under the mutex
+    Clients clients_;
+    std::atomic<bool> counting_signals_{false};
+};
+
+GDBusMessage *BusGuard::Post::came(GDBusConnection *connection, GDBusMessage *message)
+{
+    Message owned(message);
+    if (g_dbus_message_get_sender(message) == nullptr)
+        return owned.release(); // the daemon's greeting
+    switch (g_dbus_message_get_message_type(message)) {
+    case G_DBUS_MESSAGE_TYPE_METHOD_CALL:
+        return call_came(connection, std::move(owned));
+    case G_DBUS_MESSAGE_TYPE_SIGNAL:
+        return signal_came(std::move(owned));
+    default:
+        return reply_came(std::move(owned));
+    }
+}
+
+GDBusMessage *BusGuard::Post::call_came(GDBusConnection *connection, Message message)
+{
+    const std::string client = g_dbus_message_get_sender(message.get());
+    const auto flags = g_dbus_message_get_flags(message.get());
+    const bool wants_reply = (flags & G_DBUS_MESSAGE_FLAGS_NO_REPLY_EXPECTED) == 0;
+    const auto fault = call_fault(message.get());
+    const bool stop = !fault && is_stop(message.get());
+    const Clients::Kind wanted = fault ? Clients::Kind::refusal : stop ? Clients::Kind::stop : Clients::Kind::work;
+    const auto kind =
+        clients_.call_came(client, g_dbus_message_get_serial(message.get()), wanted, wants_reply, count_stops(stop));
+    if (!kind) {
+        ask(connection, client, Clients::Witness::daemon); // it may have read by now
+        return nullptr;
+    }
+    if (*kind == Clients::Kind::refusal) {
+        Call(connection, message.get(), 0)
+            .refuse(fault.value_or(CallError{ErrorKind::limits_exceeded,
+                                             "You have 32 calls in work; wait for answers before you send more."}));
+        return nullptr;
+    }
+    // Every call is answered, so that its end is seen; an answer that nobody waits for is dropped on its way out.
+    if (!wants_reply) {
+        message.reset(g_dbus_message_copy(message.get(), nullptr));
+        g_dbus_message_set_flags(message.get(),
+                                 static_cast<GDBusMessageFlags>(flags & ~G_DBUS_MESSAGE_FLAGS_NO_REPLY_EXPECTED));
+    }
+    if (!stop)
+        return message.release();
+    hand_over_stop(std::make_shared<Call>(connection, message.get(), 0u));
+    return nullptr;
+}
+
+GDBusMessage *BusGuard::Post::signal_came(Message message)
+{
+    const char *sender = g_dbus_message_get_sender(message.get());
+    if (std::string_view(sender) == kDaemon)
+        return message.release();
+    if (!well_formed_signal(message.get()) || !clients_.signal_came(sender))
+        return nullptr;
+    // Behind this one in the main loop: when that runs, what came before it has been handled.
+    if (!counting_signals_.exchange(true))
+        g_idle_add_full(
+            G_PRIORITY_DEFAULT,
+            [](gpointer data) -> gboolean {
+                Post &post = **static_cast<PostPtr *>(data);
+                post.counting_signals_ = false;
+                post.clients_.signals_handled();
+                return G_SOURCE_REMOVE;
+            },
+            new PostPtr(shared_from_this()), [](gpointer data) { delete static_cast<PostPtr *>(data); });
+    return message.release();
+}
+
+GDBusMessage *BusGuard::Post::reply_came(Message message)
+{
+    std::optional<std::size_t> left;
+    guint32 bytes = 0;
+    GVariant *body = g_dbus_message_get_body(message.get());
+    if (body != nullptr && g_variant_is_of_type(body, G_VARIANT_TYPE("(a{sv})"))) {
+        const GVariantOwned numbers(g_variant_get_child_value(body, 0));
+        if (g_variant_lookup(numbers.get(), "OutgoingBytes", "u", &bytes))
+            left = bytes;
+    }
+    const bool ours = clients_.answered(g_dbus_message_get_sender(message.get()),
+                                        g_dbus_message_get_reply_serial(message.get()), left);
+    return ours ? nullptr : message.release();
+}
+
+GDBusMessage *BusGuard::Post::goes(GDBusConnection *connection, GDBusMessage *message)
+{
+    Message owned(message);
+    const char *destination = g_dbus_message_get_destination(message);
+    const GDBusMessageType type = g_dbus_message_get_message_type(message);
+    if (destination == nullptr || (type != G_DBUS_MESSAGE_TYPE_METHOD_RETURN && type != G_DBUS_MESSAGE_TYPE_ERROR))
+        return owned.release();
+    if (!clients_.reply_goes(destination, g_dbus_message_get_reply_serial(message), size_of(message) + kHeaderSize))
+        return nullptr;
+    for (const Clients::Witness witness : {Clients::Witness::client, Clients::Witness::daemon})
+        ask(connection, destination, witness);
+    return owned.release();
+}
+
+void BusGuard::Post::ask(GDBusConnection *connection, const std::string &client, Clients::Witness witness)
+{
+    if (!clients_.worth_asking(client, witness))
+        return;
+    const bool to_client = witness == Clients::Witness::client;
+    const Message question(
+        to_client ? g_dbus_message_new_method_call(client.c_str(), "/", "org.freedesktop.DBus.Peer", "Ping")
+                  : g_dbus_message_new_method_call(kDaemon, "/org/freedesktop/DBus", "org.freedesktop.DBus.Debug.Stats",
+                                                   "GetConnectionStats"));
+    if (!to_client)
+        g_dbus_message_set_body(question.get(), g_variant_new("(s)", client.c_str()));
+    // Its answer is read by this same thread, so not before the question is noted.
+    volatile guint32 serial = 0;
+    if (g_dbus_connection_send_message(connection, question.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, &serial, nullptr))
+        clients_.asked(client, witness, serial);
+}
+
+void BusGuard::Post::hand_over_stop(const CallPtr &call)
+{
+    g_idle_add_full(
+        G_PRIORITY_HIGH,
+        [](gpointer data) -> gboolean {
+            const auto &[post, stop] = *static_cast<StopOnItsWay *>(data);
+            if (post->handlers_.stop)
+                post->handlers_.stop(stop);
+            return G_SOURCE_REMOVE;
+        },
+        new StopOnItsWay{shared_from_this(), call}, [](gpointer data) { delete static_cast<StopOnItsWay *>(data); });
+}
+
+unsigned BusGuard::Post::count_stops(bool one_more)
+{
+    const std::lock_guard lock(mutex_);
+    if (handlers_.stops == nullptr)
+        return 0;
+    return one_more ? ++*handlers_.stops : handlers_.stops->load();
+}
+
+void BusGuard::Post::retire()
+{
+    const std::lock_guard lock(mutex_);
+    handlers_ = {};
+}
+
+CallPtr BusGuard::Post::take(GDBusMethodInvocation *invocation)
+{
+    GDBusMessage *message = g_dbus_method_invocation_get_message(invocation);
+    const auto stops = clients_.stops_before(g_dbus_message_get_sender(message), g_dbus_message_get_serial(message));
+    auto call = std::make_shared<Call>(g_dbus_method_invocation_get_connection(invocation), message,
+                                       stops ? *stops : count_stops(false));
+    g_object_unref(invocation);
+    return call;
+}
+
+void BusGuard::Post::client_left(const std::string &client)
+{
+    clients_.left(client);
+    if (handlers_.left)
+        handlers_.left(client);
+}
+
+BusGuard::BusGuard(GDBusConnection *connection, Handlers handlers)
+    : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), post_(std::make_shared<Post>(std::move(handlers)))
+{
+    using PostPtr = std::shared_ptr<Post>;
+    const GDestroyNotify release = [](gpointer data) { delete static_cast<PostPtr *>(data); };
+    const auto on_owner_changed = +[](GDBusConnection *, const char *, const char *, const char *, const char *,
+                                      GVariant *parameters, gpointer data) {
+        const char *name = nullptr;
+        const char *new_owner = nullptr;
+        g_variant_get(parameters, "(&s&s&s)", &name, nullptr, &new_owner);
+        if (*name == ':' && *new_owner == '\0')
+            (*static_cast<PostPtr *>(data))->client_left(name);
+    };
+    subscription_ = g_dbus_connection_signal_subscribe(connection_, kDaemon, kDaemon, "NameOwnerChanged",
+                                                       "/org/freedesktop/DBus", nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+                                                       on_owner_changed, new PostPtr(post_), release);
+    filter_ = g_dbus_connection_add_filter(
+        connection_,
+        [](GDBusConnection *source, GDBusMessage *message, gboolean incoming, gpointer data) {
+            Post &post = **static_cast<PostPtr *>(data);
+            return incoming ? post.came(source, message) : post.goes(source, message);
+        },
+        new PostPtr(post_), release);
+}
+
+BusGuard::~BusGuard()
+{
+    post_->retire();
+    g_dbus_connection_signal_unsubscribe(connection_, subscription_);
+    g_dbus_connection_remove_filter(connection_, filter_);
+    g_object_unref(connection_);
+}
+
+CallPtr BusGuard::take(GDBusMethodInvocation *invocation)
+{
+    return post_->take(invocation);
+}

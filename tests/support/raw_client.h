@@ -1,0 +1,34 @@
+// A client of the bus that speaks to it by hand: it sends what no library would, and reads only when it is told to.
+#pragma once
+
+#include <gio/gio.h>
+
+#include <string>
+#include <vector>
+
+class RawClient {
+  public:
+    explicit RawClient(const std::string &address);
+    RawClient(const RawClient &) = delete;
+    ~RawClient();
+
+    // Takes over the message; `descriptors` go along. False when the bus has closed the connection, or does not take
+    // it for five seconds.
+    bool send(GDBusMessage *message, int descriptors = 0);
+    // A call of com.orna.PTZ; `arguments` floating, null for none.
+    bool call(const char *method, GVariant *arguments = nullptr, int descriptors = 0);
+    // Reads what has come, waiting that long for the first of it, and answers nothing: how many replies it was.
+    std::size_t read(int wait_ms = 5000);
+    const std::string &name() const { return name_; } // on the bus
+
+  private:
+    bool write(const std::vector<char> &bytes, int descriptors);
+    std::string read_line();
+    bool readable(int wait_ms = 5000) const;
+
+    GSocketConnection *stream_;
+    int fd_;
+    guint32 serial_ = 0;
+    std::string name_;
+    std::vector<guchar> unread_; // the beginning of a message
+};
