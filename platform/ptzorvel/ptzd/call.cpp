@@ -19,6 +19,8 @@ const char *error_name(ErrorKind kind)
         return "com.orna.PTZ.Error.NotSupported";
     case ErrorKind::cancelled:
         return "com.orna.PTZ.Error.Cancelled";
+    case ErrorKind::not_kept:
+        return "com.orna.PTZ.Error.NotKept";
     case ErrorKind::failed:
         break;
     }

@@ -14,6 +14,7 @@ enum class ErrorKind {
     busy,
     not_supported,
     cancelled,
+    not_kept,
     failed,
 };
 

@@ -15,24 +15,40 @@ struct ModeRow {
     } modes[2];
     gint32 PTZDriver::*field;
     gboolean (*PTZDriverClass::*changed)(PTZDriver *);
-    bool stays; // when the camera does not take it: the driver goes on in the new mode
+    bool sent_when_new; // the driver sends nothing when it takes the mode for the one in force
 };
 
 constexpr ModeRow kIris{"iris",
                         {{"auto", PTZ_IRIS_AUTO}, {"manual", PTZ_IRIS_MANUAL}},
                         &PTZDriver::iris_mode,
                         &PTZDriverClass::iris_mode_changed,
-                        true};
+                        false};
 constexpr ModeRow kFocus{"focus",
                          {{"auto", PTZ_FOCUS_AUTO}, {"manual", PTZ_FOCUS_MANUAL}},
                          &PTZDriver::focus_mode,
                          &PTZDriverClass::focus_mode_changed,
-                         false};
+                         true};
 constexpr ModeRow kBacklight{"backlight",
                              {{"on", PTZ_BACKLIGHT_ON}, {"off", PTZ_BACKLIGHT_OFF}},
                              &PTZDriver::backlight_mode,
                              &PTZDriverClass::backlight_changed,
-                             false};
+                             true};
+
+bool apply_mode(PTZDriver *driver, const ModeRow &row, gint32 mode)
+{
+    driver->*row.field = mode;
+    return (PTZ_DRIVER_GET_CLASS(driver)->*row.changed)(driver) != FALSE;
+}
+
+// Makes sure of the mode that is noted, whatever the camera is in.
+bool apply_mode_again(PTZDriver *driver, const ModeRow &row)
+{
+    const gint32 mode = driver->*row.field;
+    const gint32 other = row.modes[row.modes[0].mode == mode ? 1 : 0].mode;
+    if (row.sent_when_new)
+        apply_mode(driver, row, other);
+    return apply_mode(driver, row, mode);
+}
 
 void set_mode(PtzService &service, const CallPtr &call, const ModeRow &row)
 {
@@ -48,22 +64,21 @@ void set_mode(PtzService &service, const CallPtr &call, const ModeRow &row)
                                                        row.modes[1].word + "."});
         return;
     }
-    service.run(call, PtzService::Gate::running, [&row, mode](PTZDriver *driver, Call &answered) {
-        const auto changed = PTZ_DRIVER_GET_CLASS(driver)->*row.changed;
+    service.run(call, PtzService::Gate::running, [&service, &row, mode](PTZDriver *driver, Call &answered) {
         if (!driver_replaces(driver, row.changed)) {
             answered.refuse(not_supported((std::string("set the ") + row.what + " mode").c_str()));
             return;
         }
         const gint32 former = driver->*row.field;
-        driver->*row.field = mode;
-        if (changed(driver)) {
+        const auto error =
+            service.changes().carry_out(driver, {std::string("the ") + row.what + " mode",
+                                                 [&row, mode](PTZDriver *with) { return apply_mode(with, row, mode); },
+                                                 [&row, former](PTZDriver *with) { with->*row.field = former; },
+                                                 [&row](PTZDriver *with) { return apply_mode_again(with, row); }});
+        if (error)
+            answered.refuse(*error);
+        else
             answered.answer();
-            return;
-        }
-        if (!row.stays)
-            driver->*row.field = former;
-        answered.refuse(
-            {ErrorKind::failed, std::string("The camera did not take the ") + row.what + " mode; see the system log."});
     });
 }
 

@@ -4,7 +4,6 @@
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ports/port_registry.h"
 #include "ptzorvel/ptzd/face.h"
-#include "ptzorvel/ptzd/param_file.h"
 
 #include <syslog.h>
 #include <utility>
@@ -43,7 +42,9 @@ const char *state_text(int state)
 }
 
 PtzService::PtzService(GDBusConnection *connection, const Options &options)
-    : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), options_(options)
+    : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), options_(options),
+      changes_(queue_.queue, host_, [this] { return state_ == PTZ_STATE_RUNNING ? driver_ : nullptr; }),
+      keeper_(std::make_unique<ParamKeeper>(options.state_dir))
 {
     move_owners_ = std::make_unique<MoveOwners>(connection, [this] { stop_abandoned_move(); });
 }
@@ -65,6 +66,7 @@ PtzService::~PtzService()
     if (started_)
         released_.get_future().wait();
     queue_.queue.shutdown();
+    keeper_.reset();
     if (ptz_command_queue_current() == &queue_) {
         ptz_command_queue_set_current(nullptr);
         ptz_ports_set_connection(nullptr);
@@ -163,7 +165,7 @@ bool PtzService::make_driver(const Failed &failed)
     connect_driver(driver, this);
     PTZ_DRIVER_GET_CLASS(driver)->install_params(driver);
     const auto params = driver_private(driver).params;
-    load_params(options_.state_dir, *params);
+    keeper_->load(*params);
     const std::lock_guard lock(mutex_);
     params_ = params;
     return true;
@@ -254,9 +256,8 @@ std::optional<PtzService::Event> PtzService::last_event()
     return last_event_;
 }
 
-void PtzService::param_was_set(const std::string &group, const std::string &name)
+void PtzService::param_was_set(const std::string &group, const std::string &name, ParamKeeper::Done kept)
 {
     param_changed(group, name);
-    if (const auto store = params())
-        save_params(options_.state_dir, *store);
+    keeper_->save(*driver_private(driver_).params, std::move(kept));
 }

@@ -8,8 +8,10 @@
 #include "ptzorvel/common/task_queue.h"
 #include "ptzorvel/ptz_driver.h"
 #include "ptzorvel/ptzd/call.h"
+#include "ptzorvel/ptzd/changes.h"
 #include "ptzorvel/ptzd/driver_host.h"
 #include "ptzorvel/ptzd/move_owners.h"
+#include "ptzorvel/ptzd/param_keeper.h"
 
 #include <atomic>
 #include <functional>
@@ -78,8 +80,11 @@ class PtzService {
         std::string text;
     };
     std::optional<Event> last_event();
-    // A value has changed: tells the bus and keeps it in the state folder. Command thread.
-    void param_was_set(const std::string &group, const std::string &name);
+    // A value has changed: tells the bus and keeps it in the state folder; `kept` then says how that went. Command
+    // thread.
+    void param_was_set(const std::string &group, const std::string &name, ParamKeeper::Done kept);
+    // Command thread.
+    Changes &changes() { return changes_; }
 
   private:
     PtzService(GDBusConnection *connection, const Options &options);
@@ -98,6 +103,7 @@ class PtzService {
     void state_changed(int state);
     void speed_changed(double speed);
     void param_changed(const std::string &group, const std::string &name);
+    void driver_set_param(const std::string &group, const std::string &name);
     void event_reported(guint32 error_bits, const char *text);
     static void connect_driver(PTZDriver *driver, PtzService *service);
 
@@ -106,6 +112,8 @@ class PtzService {
     PTZCommandQueue queue_;
     DriverHost host_;
     std::unique_ptr<MoveOwners> move_owners_;
+    Changes changes_;
+    std::unique_ptr<ParamKeeper> keeper_;
     PTZDriver *driver_ = nullptr; // command thread
     std::mutex mutex_;
     std::shared_ptr<ParamStore> params_; // under the mutex
