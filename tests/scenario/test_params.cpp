@@ -141,6 +141,9 @@ TEST_F(SystemParams, WhatTheBlockTookWithoutItsAnswerIsTakenBackOrSaidToBeUnknow
         run_until([&] { return last_record(record) == before; });
     }
     EXPECT_EQ(get("ImageSource", "Sharpness") + get("Limit", "MinFocus"), "(<20>,)(<1>,)");
+    sim_command("fault bad-checksum forever");
+    EXPECT_EQ(set("ImageSource", "Gain", "30").error, "Failed");
+    EXPECT_EQ(client.call("GetParameter", "('ImageSource','Gain')").error, "UnknownParameter"); // no value, as before
     EXPECT_EQ(sim_counts("Offences"), Counts{});
 }
 
@@ -169,10 +172,11 @@ TEST_F(SystemParams, AFormatChangeDuringAStartAndTwentyAtATimeAreFollowedOnce)
 
 TEST_F(SystemParams, ASensorThatCannotBeReadIsToldAndNeverWaitedFor)
 {
-    folder.write("krx_driver.conf",
-                 "[KRX_DRIVER]\nPowerPin=cam_power\nPowerGoodPin=cam_power_good\nResetPin=cam_reset\n"
-                 "ResetPCIePin=cam_reset_pcie\nResetPinsActiveLow=true\nInitDonePin=cam_init_done\n"
-                 "EnablePCIeClkPin=cam_pcie_clk\nTemperatureLowerLimit=-10\nTemperatureUpperLimit=60\n");
+    folder.write(
+        "krx_driver.conf",
+        "[KRX_DRIVER]\nPowerPin=cam_power\nPowerGoodPin=cam_power_good\nResetPin=cam_reset\n"
+        "ResetPCIePin=cam_reset_pcie\nResetPinsActiveLow=true\nInitDonePin=cam_init_done\n"
+        "EnablePCIeClkPin=cam_pcie_clk\nTemperatureLowerLimit=-10\nTemperatureUpperLimit=60\nMaxDigitalZoom=12\n");
     start_all();
     const std::string sensor = folder.file("thermal_zone0/temp");
     const auto problem = [this] {

@@ -48,7 +48,8 @@ const std::map<std::string, const char *> kAnswers{
     {"ListParameters", "([{'group': <'Limit'>, 'name': <'MinPan'>, 'kind': <'integer'>, 'minimum': <-170>, 'maximum': "
                        "<170>, 'writable': <true>, 'value': <-90>}, {'group': <'UserAdv'>, 'name': <'State'>, 'kind': "
                        "<'string'>, 'choices': <[('on', 'On'), ('off', 'Off')]>, 'writable': <true>}],)"},
-    {"GetStatus", "({'state': <1>, 'text': <'running'>, 'temperature': <40.25>, 'error-bits': <uint32 0x84>, 'errors': "
+    {"GetStatus", "({'state': <1>, 'text': <'running'>, 'temperature': <40.25>, 'temperature-problem': "
+                  "<'No\\nprotection.'>, 'error-bits': <uint32 0x84>, 'errors': "
                   "<'Cam error DSP/Pan-Tilt'>, 'reports': <{'DeviceModVer': 'model:0001', 'Other': 'a\\nb'}>},)"}};
 
 void Program::on_call(GDBusConnection *, const char *, const char *, const char *, const char *method,
@@ -144,7 +145,8 @@ TEST_F(Program, PrintsTextForPeopleAndObjectsForMachines)
         {"params", "GROUP       NAME                       KIND     VALUE                      RANGE\n"
                    "Limit       MinPan                     integer  -90                        -170..170\n"
                    "UserAdv     State                      string   -                          on, off\n"},
-        {"status", "state        1 running\ntemperature  40.2 deg C\nerrors       Cam error DSP/Pan-Tilt (0084)\n"
+        {"status", "state        1 running\ntemperature  40.2 deg C\n             No?protection.\nerrors       Cam "
+                   "error DSP/Pan-Tilt (0084)\n"
                    "model        model:0001\nOther        a?b\n"},
         {"stop --json", "{\"ok\":true}\n"}};
     for (const auto &[line, output] : outputs)

@@ -119,14 +119,17 @@ void set_parameter(PtzService &service, const CallPtr &call, const std::shared_p
 {
     const std::string what = group + "." + name;
     PTZDynamicalProperties *properties = store->group(group);
+    const auto former = properties->find(name);
+    const bool had_value = former && !std::holds_alternative<std::monostate>(former->value);
+    // Keeps the store: it may be done much later.
+    const Changes::Apply apply = [store, group, name](PTZDriver *with) {
+        return ptz_driver_param_changed(with, group, name) != FALSE;
+    };
     const Changes::Change change{
         what,
-        [=](PTZDriver *with) {
-            return properties->begin_trial(name, wanted).empty() && ptz_driver_param_changed(with, group, name);
-        },
+        [=](PTZDriver *with) { return properties->begin_trial(name, wanted).empty() && apply(with); },
         [=](PTZDriver *) { properties->end_trial(name, false); },
-        // Keeps the store: it may be done much later.
-        [=](PTZDriver *with) { return store != nullptr && ptz_driver_param_changed(with, group, name); },
+        had_value ? apply : nullptr,
     };
     if (const auto error = service.changes().carry_out(driver, change)) {
         call->refuse(*error);

@@ -30,7 +30,8 @@ std::optional<CallError> Changes::carry_out(PTZDriver *driver, const Change &cha
     change.revert(driver);
     const std::string problem = "The camera did not take " + change.what;
     const bool silent = host_.silence().value_or(0.0) > kSilenceSeconds;
-    switch (silent ? Outcome::lost : attempt(driver, change.apply)) {
+    const Outcome back = !change.apply ? Outcome::refused : silent ? Outcome::lost : attempt(driver, change.apply);
+    switch (back) {
     case Outcome::done:
         unsettled_.erase(change.what);
         return CallError{ErrorKind::failed, problem + "; it has its former value again. See the system log."};

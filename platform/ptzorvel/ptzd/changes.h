@@ -26,7 +26,7 @@ class Changes {
         std::string what;                              // "ImageSource.WDR", "the iris mode"; a name of its own
         Apply make;                                    // shows the driver the new value and has it applied
         std::function<void(PTZDriver *driver)> revert; // shows it the former value again
-        Apply apply;                                   // has it apply the value that it is shown then
+        Apply apply; // has it apply what it is shown then; empty: there is nothing to apply
     };
 
     Changes(TaskQueue &queue, DriverHost &host, Running running)
