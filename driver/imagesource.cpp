@@ -272,8 +272,13 @@ gboolean ptz_driver_canon_imagesource_set(PTZDriverCanon *self, const char *name
 gboolean ptz_driver_canon_apply_imagesource(PTZDriverCanon *self)
 {
     gboolean applied = TRUE;
-    for (const char *const *name = CONNECTED; *name != nullptr; ++name)
+    PTZDynamicalProperties *group = self->parent_instance.imagesource_params;
+    for (const char *const *name = CONNECTED; *name != nullptr; ++name) {
+        // A start passes over what has no value without a word; so does whoever applies everything again later.
+        if (self->driver_initialized && Parameter(group, *name).value() == nullptr)
+            continue;
         if (!ptz_driver_canon_imagesource_set(self, *name))
             applied = FALSE;
+    }
     return applied;
 }
