@@ -119,7 +119,8 @@ TEST_F(SystemParams, WhatTheBlockTookWithoutItsAnswerIsTakenBackOrSaidToBeUnknow
         {"SetFocusMode", "('auto',)", "('manual',)", "Focus mode"},
         {"SetBacklightMode", "('off',)", "('on',)", "Brightness level"},
     };
-    for (const auto &[method, former, wanted, record] : rows) {
+    for (const auto &[method, former, wanted, name] : rows) {
+        const char *record = name; // as lambdas take it
         SCOPED_TRACE(wanted);
         EXPECT_EQ(client.call(method, former).said(), "()");
         const std::string before = last_record(record);

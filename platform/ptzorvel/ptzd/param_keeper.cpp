@@ -60,7 +60,7 @@ std::string ParamKeeper::write(const std::string &text)
 {
     if (safe_ == text)
         return "";
-    const std::string problem = write_params(folder_, text);
+    std::string problem = write_params(folder_, text);
     safe_ = problem.empty() ? std::optional(text) : std::nullopt;
     if (!problem.empty() && problem != told_)
         syslog(LOG_WARNING, "Parameters are not kept: %s", problem.c_str());
