@@ -68,8 +68,11 @@ gboolean ptz_driver_canon_refresh_capture_mode(PTZDriverCanon *self)
 void ptz_driver_canon_catch_up_capture_mode(PTZDriverCanon *self)
 {
     char *text = nullptr;
-    if (!ptz_driver_canon_utils_get_video_capture_mode(self, &text))
+    if (!ptz_driver_canon_utils_get_video_capture_mode(self, &text)) {
+        if (host_interrupted())
+            queue_refresh(self);
         return;
+    }
     const GText mode(text);
     if (g_strcmp0(mode.get(), self->current.capture_mode) != 0)
         ptz_driver_canon_refresh_capture_mode(self);

@@ -95,12 +95,13 @@ void get_property(GObject *object, guint id, GValue *value, GParamSpec *spec)
     }
 }
 
-// As a start-up does, for which a parameter without a value is no fault; and the focus mode, which a start-up leaves as
-// the camera block has it.
+// As a start-up does, limits included, for which a parameter without a value is no fault; and the focus mode, which a
+// start-up leaves as the camera block has it.
 gboolean apply_params(PTZDriverCanon *self)
 {
     Life::stop(self);
     const gboolean applied = ptz_driver_canon_apply_params(self);
+    ptz_driver_canon_read_limits(self);
     Life::run(self);
     return ptz_driver_canon_op_focus_mode_changed(ptz_driver_of(self)) && applied;
 }

@@ -31,6 +31,15 @@ TEST(Clients, HaveSoManyCallsInWork)
     EXPECT_EQ(call(36, Kind::work), Kind::refusal);
     EXPECT_FALSE(clients.reply_goes(":1.1", 32, KB)); // it wanted none
     EXPECT_EQ(call(37, Kind::work), Kind::work);
+    EXPECT_FALSE(clients.drop_abandoned(":1.1"));
+    clients.left(":1.1");
+    EXPECT_FALSE(clients.drop_abandoned(":1.1")); // 34 calls of those that have left
+    for (guint32 serial = 2; serial <= 32; ++serial)
+        EXPECT_EQ(clients.call_came(":1.2", serial, Kind::work, true), Kind::work);
+    clients.left(":1.2"); // 66
+    EXPECT_TRUE(clients.drop_abandoned(":1.2"));
+    EXPECT_FALSE(clients.reply_goes(":1.2", 1, KB));
+    EXPECT_FALSE(clients.drop_abandoned(":1.2"));
 }
 
 TEST(Clients, GetAnswersAsLongAsTheyRead)

@@ -78,8 +78,16 @@ TEST_F(ServiceTest, ParametersAreReadSetAndKept)
         {"GetParameter", "('ImageSource','Defog')", "(<'off'>,)"},
         {"SetParameter", "('ImageSource','Defog',<'ON'>)", "()"},
         {"SetParameter", "('ImageSource','Defog',<'%n\\n12345678901234567890123456789012345678901234567890123456789'>)",
-         "OutOfRange: ImageSource.Defog takes one of off, on, not "
+         "InvalidArgument: ImageSource.Defog takes a text of at most 255 bytes without control characters, not "
          "\"%n?123456789012345678901234567890123456789012345678901234567...\"."},
+        {"SetParameter", "('ImageSource','Defog',<'On '>)",
+         "OutOfRange: ImageSource.Defog takes one of off, on, not \"On \"."},
+        {"SetParameter", "('ImageSource','Defog',<true>)",
+         "InvalidArgument: ImageSource.Defog takes a value of kind string."},
+        {"SetParameter", "('Limit','MinPan',<nan>)", "InvalidArgument: Limit.MinPan takes a value of kind integer."},
+        {"SetParameter", "('Limit','MinPan',<'-80\\n'>)", "InvalidArgument"},
+        {"SetParameter", "('Lim\\nit','MinPan',<1>)",
+         "UnknownParameter: There is no parameter group \"Lim?it\"; there are "},
         {"SetParameter", "('ImageSource','Sepia',<'on'>)", "UnknownParameter"}, // not one of the framework's
         {"ListParameters", "('Limits',)", "UnknownParameter"},
         {"SetParameter", "('Limit','MinPan',<-90>)", "()"},
@@ -88,6 +96,8 @@ TEST_F(ServiceTest, ParametersAreReadSetAndKept)
         {"SetParameter", "('Limit','MinPan',<1.5>)", "InvalidArgument"},
         {"SetParameter", "('UserAdv','Status',<'fine'>)", "InvalidArgument"},
     });
+    const std::string long_text = "('ImageSource','Defog',<'" + std::string(256, 'x') + "'>)";
+    EXPECT_EQ(client.call("SetParameter", long_text.c_str()).error, "InvalidArgument");
     EXPECT_THAT(script.lines(), ElementsAre("I Defog", "L MinPan", "L MinPan"));
     service.reset();
     start();
@@ -108,12 +118,12 @@ TEST_F(ServiceTest, WhatTheDriverRefusesFailsAndIsTakenBack)
     expect_answers({
         {"Stop", "()", "Failed"},
         {"SetFocusMode", "('manual',)", "Failed"},
-        {"SetIrisMode", "('manual',)", "Failed"}, // the driver has gone over to it all the same
+        {"SetIrisMode", "('manual',)", "Failed"},
         {"SetBacklightMode", "('on',)", "Failed"},
         {"SetParameter", "('UserAdv','Update',<false>)", "Failed"},
         {"GetParameter", "('UserAdv','Update')", "(<true>,)"},
     });
-    EXPECT_THAT(script.lines(), testing::Contains("B211")); // the focus mode is what it was
+    EXPECT_THAT(script.lines(), testing::Contains("B111")); // iris and focus mode are what they were
 }
 
 TEST_F(ServiceTest, ACameraThatDoesNotRunSaysWhyInWords)

@@ -50,7 +50,8 @@ const std::map<std::string, const char *> kAnswers{
                        "<170>, 'writable': <true>, 'value': <-90>}, {'group': <'UserAdv'>, 'name': <'State'>, 'kind': "
                        "<'string'>, 'choices': <[('on', 'On'), ('off', 'Off')]>, 'writable': <true>}],)"},
     {"GetStatus", "({'state': <1>, 'text': <'running'>, 'link': <'down'>, 'status-age': <1.25>, 'resets': <uint32 2>, "
-                  "'reboots': <uint32 0>, 'temperature': <40.25>, 'error-bits': <uint32 0x84>, 'errors': "
+                  "'reboots': <uint32 0>, 'temperature': <40.25>, 'temperature-problem': <'No\\nprotection.'>, "
+                  "'error-bits': <uint32 0x84>, 'errors': "
                   "<'Cam error DSP/Pan-Tilt'>, 'reports': <{'DeviceModVer': 'model:0001', 'Other': 'a\\nb'}>},)"}};
 
 void Program::on_call(GDBusConnection *, const char *, const char *, const char *, const char *method,
@@ -148,7 +149,7 @@ TEST_F(Program, PrintsTextForPeopleAndObjectsForMachines)
                    "Limit       MinPan                     integer  -90                        -170..170\n"
                    "UserAdv     State                      string   -                          on, off\n"},
         {"status", "state        1 running\nlink         down, last heard of 1.250 s ago\nresets       2\ntemperature  "
-                   "40.2 deg C\nerrors       Cam error DSP/Pan-Tilt (0084)\n"
+                   "40.2 deg C\n             No?protection.\nerrors       Cam error DSP/Pan-Tilt (0084)\n"
                    "model        model:0001\nOther        a?b\n"},
         {"upgrade", "none yet\n"},
         {"stop --json", "{\"ok\":true}\n"}};

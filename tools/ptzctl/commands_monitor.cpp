@@ -82,6 +82,8 @@ void show_status(Context &context, GVariant *status)
     double degrees = 0;
     const bool known = g_variant_lookup(status, "temperature", "d", &degrees) != FALSE;
     row("temperature", known ? format_text("%.1f deg C", degrees) : "not known");
+    if (g_variant_lookup(status, "temperature-problem", "&s", &text) != FALSE)
+        row("", printable(text));
     guint32 bits = 0;
     const bool reported = g_variant_lookup(status, "error-bits", "u", &bits) != FALSE;
     if (bits != 0 && g_variant_lookup(status, "errors", "&s", &text) != FALSE)

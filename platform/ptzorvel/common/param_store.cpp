@@ -198,18 +198,46 @@ std::optional<ParamInfo> PTZDynamicalProperties::find(std::string_view name) con
     return std::nullopt;
 }
 
-std::string PTZDynamicalProperties::set(std::string_view name, ParamValue value)
+ParamInfo *PTZDynamicalProperties::find_for(std::string_view name, ParamValue &value, std::string &refusal)
 {
-    const std::lock_guard lock(mutex_);
     for (ParamInfo &info : params_) {
         if (info.name != name)
             continue;
-        std::string refusal = param_fit(info, value);
-        if (refusal.empty())
-            info.value = std::move(value);
-        return refusal;
+        refusal = param_fit(info, value);
+        return refusal.empty() ? &info : nullptr;
     }
-    return name_ + " has no parameter " + quoted(name) + ".";
+    refusal = name_ + " has no parameter " + quoted(name) + ".";
+    return nullptr;
+}
+
+std::string PTZDynamicalProperties::set(std::string_view name, ParamValue value)
+{
+    const std::lock_guard lock(mutex_);
+    std::string refusal;
+    if (ParamInfo *info = find_for(name, value, refusal))
+        info->value = std::move(value);
+    return refusal;
+}
+
+std::string PTZDynamicalProperties::begin_trial(std::string_view name, ParamValue value)
+{
+    const std::lock_guard lock(mutex_);
+    std::string refusal;
+    if (ParamInfo *info = find_for(name, value, refusal))
+        info->trial = std::move(value);
+    return refusal;
+}
+
+void PTZDynamicalProperties::end_trial(std::string_view name, bool taken)
+{
+    const std::lock_guard lock(mutex_);
+    for (ParamInfo &info : params_) {
+        if (info.name != name || !info.trial)
+            continue;
+        if (taken)
+            info.value = std::move(*info.trial);
+        info.trial.reset();
+    }
 }
 
 PTZDynamicalProperties *ParamStore::group(std::string_view name, bool create)
@@ -235,14 +263,15 @@ GValue *ptz_dynamical_properties_get(PTZDynamicalProperties *properties, const c
     if (properties == nullptr || name == nullptr)
         return nullptr;
     const auto info = properties->find(name);
-    if (!info || std::holds_alternative<std::monostate>(info->value))
+    const ParamValue shown = info ? info->trial.value_or(info->value) : ParamValue();
+    if (std::holds_alternative<std::monostate>(shown))
         return nullptr;
     auto *value = g_new0(GValue, 1);
-    if (const auto *number = std::get_if<int>(&info->value))
+    if (const auto *number = std::get_if<int>(&shown))
         g_value_set_int(g_value_init(value, G_TYPE_INT), *number);
-    else if (const auto *on = std::get_if<bool>(&info->value))
+    else if (const auto *on = std::get_if<bool>(&shown))
         g_value_set_boolean(g_value_init(value, G_TYPE_BOOLEAN), *on);
     else
-        g_value_set_string(g_value_init(value, G_TYPE_STRING), std::get<std::string>(info->value).c_str());
+        g_value_set_string(g_value_init(value, G_TYPE_STRING), std::get<std::string>(shown).c_str());
     return value;
 }

@@ -28,6 +28,7 @@ struct ParamInfo {
     bool any_case = false;                                    // of the choices
     bool writable = true;                                     // by the user; the driver may always write
     ParamValue value;
+    std::optional<ParamValue> trial; // what the driver reads instead while it is being asked to take it
 };
 
 // A flag of rows that are the framework's own: texts name a choice in any letter case. Drivers take theirs to the
@@ -64,7 +65,15 @@ struct _PTZDynamicalProperties {
     // Sets a value. A sentence when there is no such parameter or the value does not fit; empty when it is set.
     std::string set(std::string_view name, ParamValue value);
 
+    // Shows the driver a value, and nobody else; a sentence, and nothing is shown, as for set().
+    std::string begin_trial(std::string_view name, ParamValue value);
+    // The driver has taken it, which makes it the parameter's value, or has not.
+    void end_trial(std::string_view name, bool taken);
+
   private:
+    // The parameter and its value made fit, or null and why not; under the mutex.
+    ParamInfo *find_for(std::string_view name, ParamValue &value, std::string &refusal);
+
     const std::string name_;
     mutable std::mutex mutex_;
     std::vector<ParamInfo> params_;

@@ -34,6 +34,9 @@ const char *ptz_driver_busy_text(PTZDriver *driver);
 // What the camera's sensor says now, in degrees Celsius; none when there is no sensor. Any thread.
 std::optional<double> ptz_camera_temperature();
 
+// What is wrong with the sensor that protects the camera, and what that means; empty when nothing is. Any thread.
+std::string ptz_temperature_problem();
+
 // What a driver's operations are called with: the request being served, until the next one. Null: none any more.
 void ptz_driver_set_request(PTZDriver *driver, const PTZRequest *request);
 

@@ -2,12 +2,10 @@
 
 #include "ptzorvel/common/task_queue.h"
 #include "ptzorvel/driver/driver_private.h"
+#include "ptzorvel/driver/temperature_sensor.h"
 #include "ptzorvel/driver/temperature_watch.h"
 
 #include <atomic>
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
 #include <mutex>
 #include <string>
 
@@ -24,6 +22,7 @@ struct ControllerPrivate {
     TemperatureWatch watch;
     bool started = false;
     bool polling = false;
+    bool ever_measured = false;              // a good value
     int reported = PTZ_TEMPERATURE_IN_RANGE; // what the operations were last told
 };
 
@@ -32,20 +31,25 @@ ControllerPrivate &private_of(PTZTemperatureController *controller)
     return *static_cast<ControllerPrivate *>(controller->priv);
 }
 
-std::optional<double> read_thermal_zone(int zone)
+std::optional<double> read_degrees(int zone)
 {
-    const char *board = std::getenv("PTZ_BOARD");
-    const std::string folder = board != nullptr && *board != '\0' ? board : "/sys/class/thermal";
-    const std::string path = folder + "/thermal_zone" + std::to_string(zone) + "/temp";
-    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "re"), std::fclose);
-    char text[32];
-    if (file == nullptr || std::fgets(text, sizeof text, file.get()) == nullptr)
-        return std::nullopt;
-    char *end = nullptr;
-    const long millidegrees = std::strtol(text, &end, 10);
-    if (end == text || (*end != '\n' && *end != '\0'))
-        return std::nullopt;
-    return static_cast<double>(millidegrees) / 1000.0;
+    return read_temperature_sensor(zone).degrees;
+}
+
+// All triggers watch the same sensor, or the last problem counts.
+int measure_and_note(ControllerPrivate &priv)
+{
+    std::string problem;
+    const int state = priv.watch.measure([&](int zone) {
+        const TemperatureReading reading = read_temperature_sensor(zone);
+        if (reading.degrees)
+            priv.ever_measured = true;
+        else
+            problem = reading.problem;
+        return reading.degrees;
+    });
+    note_temperature_problem(problem, priv.ever_measured);
+    return state;
 }
 
 // Measures, and tells the class when that changes the picture. No lock is held during the operations: they may run a
@@ -56,7 +60,7 @@ void poll(PTZTemperatureController *controller)
     int state = PTZ_TEMPERATURE_IN_RANGE;
     {
         const std::lock_guard lock(priv.mutex);
-        state = priv.watch.measure(read_thermal_zone);
+        state = measure_and_note(priv);
         if (state == priv.reported)
             return;
         priv.reported = state;
@@ -156,6 +160,7 @@ static void ptz_temperature_controller_init(PTZTemperatureController *self)
 
 static void ptz_temperature_controller_finalize(GObject *object)
 {
+    forget_temperature_problem();
     delete &private_of(reinterpret_cast<PTZTemperatureController *>(object));
     G_OBJECT_CLASS(ptz_temperature_controller_parent_class)->finalize(object);
 }
@@ -185,7 +190,7 @@ int ptz_temperature_controller_get_state(PTZTemperatureController *controller)
     g_return_val_if_fail(controller != nullptr, PTZ_TEMPERATURE_IN_RANGE);
     ControllerPrivate &priv = private_of(controller);
     const std::lock_guard lock(priv.mutex);
-    return priv.polling ? priv.reported : priv.watch.measure(read_thermal_zone);
+    return priv.polling ? priv.reported : priv.watch.measure(read_degrees);
 }
 
 int ptz_temperature_controller_register_trigger(PTZTemperatureController *controller, int sensor_id, int direction,
@@ -206,5 +211,5 @@ int ptz_temperature_controller_register_trigger(PTZTemperatureController *contro
 
 std::optional<double> ptz_camera_temperature()
 {
-    return read_thermal_zone(latest_sensor);
+    return read_degrees(latest_sensor);
 }

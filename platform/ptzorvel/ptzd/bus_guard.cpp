@@ -42,6 +42,15 @@ std::optional<CallError> call_fault(GDBusMessage *message)
     return std::nullopt;
 }
 
+// Which client has left, by the arguments of NameOwnerChanged.
+std::optional<std::string> client_that_left(GVariant *arguments)
+{
+    const char *name = nullptr;
+    const char *new_owner = nullptr;
+    g_variant_get(arguments, "(&s&s&s)", &name, nullptr, &new_owner);
+    return *name == ':' && *new_owner == '\0' ? std::optional<std::string>(name) : std::nullopt;
+}
+
 // Whether a signal can be one that somebody here waits for.
 bool well_formed_signal(GDBusMessage *message)
 {
@@ -136,8 +145,13 @@ GDBusMessage *BusGuard::Post::call_came(GDBusConnection *connection, Message mes
 GDBusMessage *BusGuard::Post::signal_came(Message message)
 {
     const char *sender = g_dbus_message_get_sender(message.get());
-    if (std::string_view(sender) == kDaemon)
+    if (std::string_view(sender) == kDaemon) {
+        // The handlers hear of it behind all that the client has sent.
+        if (g_strcmp0(g_dbus_message_get_member(message.get()), "NameOwnerChanged") == 0)
+            if (const auto client = client_that_left(g_dbus_message_get_body(message.get())))
+                clients_.left(*client);
         return message.release();
+    }
     if (!well_formed_signal(message.get()) || !clients_.signal_came(sender))
         return nullptr;
     // Behind this one in the main loop: when that runs, what came before it has been handled.
@@ -230,6 +244,10 @@ void BusGuard::Post::retire()
 CallPtr BusGuard::Post::take(GDBusMethodInvocation *invocation)
 {
     GDBusMessage *message = g_dbus_method_invocation_get_message(invocation);
+    if (clients_.drop_abandoned(g_dbus_message_get_sender(message))) {
+        g_object_unref(invocation);
+        return nullptr;
+    }
     const auto stops = clients_.stops_before(g_dbus_message_get_sender(message), g_dbus_message_get_serial(message));
     auto call = std::make_shared<Call>(g_dbus_method_invocation_get_connection(invocation), message,
                                        stops ? *stops : count_stops(false));
@@ -239,7 +257,6 @@ CallPtr BusGuard::Post::take(GDBusMethodInvocation *invocation)
 
 void BusGuard::Post::client_left(const std::string &client)
 {
-    clients_.left(client);
     if (handlers_.left)
         handlers_.left(client);
 }
@@ -251,11 +268,8 @@ BusGuard::BusGuard(GDBusConnection *connection, Handlers handlers)
     const GDestroyNotify release = [](gpointer data) { delete static_cast<PostPtr *>(data); };
     const auto on_owner_changed = +[](GDBusConnection *, const char *, const char *, const char *, const char *,
                                       GVariant *parameters, gpointer data) {
-        const char *name = nullptr;
-        const char *new_owner = nullptr;
-        g_variant_get(parameters, "(&s&s&s)", &name, nullptr, &new_owner);
-        if (*name == ':' && *new_owner == '\0')
-            (*static_cast<PostPtr *>(data))->client_left(name);
+        if (const auto client = client_that_left(parameters))
+            (*static_cast<PostPtr *>(data))->client_left(*client);
     };
     subscription_ = g_dbus_connection_signal_subscribe(connection_, kDaemon, kDaemon, "NameOwnerChanged",
                                                        "/org/freedesktop/DBus", nullptr, G_DBUS_SIGNAL_FLAGS_NONE,

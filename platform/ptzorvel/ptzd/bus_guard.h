@@ -28,7 +28,7 @@ class BusGuard {
     BusGuard(const BusGuard &) = delete;
     BusGuard &operator=(const BusGuard &) = delete;
 
-    // A call that GDBus hands to a handler.
+    // A call that GDBus hands to a handler; null when it is not to be handled: many whose clients have left wait.
     CallPtr take(GDBusMethodInvocation *invocation);
 
   private:

@@ -35,6 +35,8 @@ const char *error_name(ErrorKind kind)
         return "com.orna.PTZ.Error.Cancelled";
     case ErrorKind::limits_exceeded:
         return "com.orna.PTZ.Error.LimitsExceeded";
+    case ErrorKind::not_kept:
+        return "com.orna.PTZ.Error.NotKept";
     case ErrorKind::failed:
         break;
     }

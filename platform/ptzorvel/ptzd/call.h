@@ -16,6 +16,7 @@ enum class ErrorKind {
     not_supported,
     cancelled,
     limits_exceeded,
+    not_kept,
     failed,
 };
 

@@ -18,10 +18,12 @@ void call_list_special_commands(PtzService &service, const CallPtr &call);
 void call_run_special_command(PtzService &service, const CallPtr &call);
 void call_retry_upgrade(PtzService &service, const CallPtr &call);
 void call_get_capabilities(PtzService &service, const CallPtr &call);
+void call_set_speed_factor(PtzService &service, const CallPtr &call);
+
+// calls_modes.cpp
 void call_set_iris_mode(PtzService &service, const CallPtr &call);
 void call_set_focus_mode(PtzService &service, const CallPtr &call);
 void call_set_backlight_mode(PtzService &service, const CallPtr &call);
-void call_set_speed_factor(PtzService &service, const CallPtr &call);
 
 // calls_params.cpp
 void call_list_parameters(PtzService &service, const CallPtr &call);

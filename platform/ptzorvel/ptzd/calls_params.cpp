@@ -1,10 +1,19 @@
 // Listing, reading and setting parameters.
+#include "clean_text.h"
 #include "glib_owned.h"
 #include "ptzorvel/common/quote.h"
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ptzd/calls.h"
 
 namespace {
+
+constexpr std::size_t kLongestText = 255;
+
+// Whether it is a text of one line that a person can have meant.
+bool is_sensible(std::string_view text)
+{
+    return text.size() <= kLongestText && printable(text) == text;
+}
 
 // The value as the parameter's kind; texts are read as such. None when it is of another kind.
 std::optional<ParamValue> value_from_variant(guint32 kind, GVariant *value)
@@ -89,6 +98,10 @@ std::optional<CallError> check_set(const std::optional<ParamInfo> &info, const s
         return CallError{ErrorKind::invalid_argument, group + "." + name +
                                                           " is reported by the camera and not to be "
                                                           "set."};
+    if (g_variant_is_of_type(value, G_VARIANT_TYPE_STRING) && !is_sensible(g_variant_get_string(value, nullptr)))
+        return CallError{ErrorKind::invalid_argument,
+                         group + "." + name + " takes a text of at most 255 bytes without control characters, not " +
+                             quoted(g_variant_get_string(value, nullptr)) + "."};
     const auto converted = value_from_variant(info->kind, value);
     if (!converted)
         return CallError{ErrorKind::invalid_argument,
@@ -100,6 +113,38 @@ std::optional<CallError> check_set(const std::optional<ParamInfo> &info, const s
     if (const auto *text = std::get_if<std::string>(&wanted))
         return check_text(group + "." + name, *text);
     return std::nullopt;
+}
+
+// Answered when the value is in force and safe.
+void set_parameter(PtzService &service, const CallPtr &call, const std::shared_ptr<ParamStore> &store,
+                   const std::string &group, const std::string &name, const ParamValue &wanted, PTZDriver *driver)
+{
+    const std::string what = group + "." + name;
+    PTZDynamicalProperties *properties = store->group(group);
+    const auto former = properties->find(name);
+    const bool had_value = former && !std::holds_alternative<std::monostate>(former->value);
+    // Keeps the store: it may be done much later.
+    const Changes::Apply apply = [store, group, name](PTZDriver *with) {
+        return ptz_driver_param_changed(with, group, name) != FALSE;
+    };
+    const Changes::Change change{
+        what,
+        [=](PTZDriver *with) { return properties->begin_trial(name, wanted).empty() && apply(with); },
+        [=](PTZDriver *) { properties->end_trial(name, false); },
+        had_value ? apply : nullptr,
+    };
+    if (const auto error = service.changes().carry_out(driver, change)) {
+        call->refuse(*error);
+        return;
+    }
+    properties->end_trial(name, true);
+    service.param_was_set(group, name, [call, what](const std::string &problem) {
+        if (problem.empty())
+            call->answer();
+        else
+            call->refuse({ErrorKind::not_kept, what + " has its new value, which is lost when the service ends: " +
+                                                   "it could not be kept. " + problem});
+    });
 }
 
 } // namespace
@@ -172,17 +217,7 @@ void call_set_parameter(PtzService &service, const CallPtr &call)
         return;
     }
     service.run(call, PtzService::Gate::any_state,
-                [&service, store, properties, group, name, wanted](PTZDriver *driver, Call &answered) {
-                    const auto former = properties->find(name);
-                    properties->set(name, wanted);
-                    if (!ptz_driver_param_changed(driver, group, name)) {
-                        properties->set(name, former->value);
-                        answered.refuse({ErrorKind::failed, "The camera did not take " + group + "." + name +
-                                                                "; it has its former value again. See the system "
-                                                                "log."});
-                        return;
-                    }
-                    service.param_was_set(group, name);
-                    answered.answer();
+                [&service, call, store, group, name, wanted](PTZDriver *driver, Call &) {
+                    set_parameter(service, call, store, group, name, wanted, driver);
                 });
 }

@@ -27,6 +27,8 @@ void call_get_status(PtzService &service, const CallPtr &call)
     g_variant_builder_add(&status, "{sv}", "text", g_variant_new_string(state_text(state)));
     if (const auto degrees = ptz_camera_temperature())
         g_variant_builder_add(&status, "{sv}", "temperature", g_variant_new_double(*degrees));
+    if (const std::string problem = ptz_temperature_problem(); !problem.empty())
+        g_variant_builder_add(&status, "{sv}", "temperature-problem", g_variant_new_string(problem.c_str()));
     if (const auto event = service.last_event()) {
         g_variant_builder_add(&status, "{sv}", "error-bits", g_variant_new_uint32(event->error_bits));
         g_variant_builder_add(&status, "{sv}", "errors", g_variant_new_string(event->text.c_str()));

@@ -33,8 +33,10 @@ bool Clients::reply_goes(const std::string &client, guint32 serial, std::size_t 
 {
     const std::lock_guard lock(mutex_);
     const auto found = accounts_.find(client);
-    if (found == accounts_.end())
-        return true; // it has left: nobody holds what is sent to it
+    if (found == accounts_.end()) {
+        abandoned_ -= abandoned_ > 0 ? 1 : 0;
+        return false; // it has left
+    }
     Account &account = found->second;
     const auto waiting = account.waiting.find(serial);
     if (waiting != account.waiting.end()) {
@@ -120,8 +122,18 @@ void Clients::left(const std::string &client)
     if (found == accounts_.end())
         return;
     unread_ -= found->second.sent - found->second.read;
+    abandoned_ += found->second.waiting.size();
     accounts_.erase(found);
     std::erase_if(questions_, [&](const auto &asked) { return asked.second.client == client; });
+}
+
+bool Clients::drop_abandoned(const std::string &client)
+{
+    const std::lock_guard lock(mutex_);
+    if (abandoned_ <= kMostOfGone || accounts_.count(client) != 0)
+        return false;
+    abandoned_--;
+    return true;
 }
 
 std::size_t Clients::unread() const

@@ -15,6 +15,7 @@ class Clients {
   public:
     static constexpr unsigned kMostInWork = 32;               // calls of one client; as many stops besides
     static constexpr unsigned kMostUnanswered = 1024;         // with the refusals that are on their way
+    static constexpr unsigned kMostOfGone = 64;               // calls of clients that have left
     static constexpr unsigned kMostSignals = 64;              // of one client that are not handled yet
     static constexpr std::size_t kAskAfter = 16 * 1024;       // bytes that may be unread
     static constexpr std::size_t kMostUnread = 1024 * 1024;   // of one client
@@ -47,8 +48,10 @@ class Clients {
     bool signal_came(const std::string &client);
     void signals_handled();
 
-    // It is not on the bus any more.
+    // It is not on the bus any more. What it has called for is carried out all the same, unless more than kMostOfGone
+    // such calls wait: drop_abandoned() then forgets this one, whose client has left, and says so.
     void left(const std::string &client);
+    bool drop_abandoned(const std::string &client);
 
     std::size_t unread() const; // by all together
 
@@ -79,5 +82,6 @@ class Clients {
     std::unordered_map<std::string, Account> accounts_;
     std::map<guint32, Question> questions_; // by the serial of the message that asks
     std::size_t unread_ = 0;
+    std::size_t abandoned_ = 0; // calls of clients that have left
     bool daemon_tells_ = true;
 };

@@ -41,6 +41,8 @@ void on_method_call(GDBusConnection *, const char *, const char *, const char *,
 {
     auto &service = *static_cast<PtzService *>(user_data);
     const CallPtr call = service.guard().take(invocation);
+    if (call == nullptr)
+        return;
     for (const MethodRow &row : kMethods)
         if (row.name == method)
             return row.handler(service, call);

@@ -195,6 +195,7 @@ int main(int argc, char *argv[])
     log_is_shown = line.foreground != FALSE || isatty(STDERR_FILENO) != 0;
     openlog("ptzd", log_is_shown ? LOG_PID | LOG_PERROR : LOG_PID, LOG_DAEMON);
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is a failure like any other
 
     std::string problem;
     PtzService::Options options;

@@ -13,5 +13,12 @@ std::string default_state_folder();
 // empty folder name, and a folder without values, give nothing.
 void load_params(const std::string &folder, ParamStore &store);
 
-// Keeps the values that users may set and that are not the defaults. A failure is reported, and changes nothing.
-void save_params(const std::string &folder, const ParamStore &store);
+// What is to be kept: the values that users may set and that are not the defaults.
+std::string params_text(const ParamStore &store);
+
+// Keeps that text in the place of the former one; back when it would outlive a loss of power. Waits for the disk. A
+// sentence when it could not be done: the former one is then still there. An empty folder name keeps nothing.
+std::string write_params(const std::string &folder, const std::string &text);
+
+// Removes what writers that were killed have left in the folder.
+void remove_stray_params(const std::string &folder);

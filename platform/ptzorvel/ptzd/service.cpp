@@ -5,7 +5,6 @@
 #include "ptzorvel/ports/port_registry.h"
 #include "ptzorvel/ptzd/calls.h"
 #include "ptzorvel/ptzd/face.h"
-#include "ptzorvel/ptzd/param_file.h"
 
 #include <chrono>
 #include <syslog.h>
@@ -46,7 +45,9 @@ const char *state_text(int state)
 
 PtzService::PtzService(GDBusConnection *connection, const Options &options)
     : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), options_(options),
-      deadlines_(host_, queue_.queue, options.start_timeout_s, options.time_scale), upgrades_(options.state_dir)
+      deadlines_(host_, queue_.queue, options.start_timeout_s, options.time_scale), upgrades_(options.state_dir),
+      changes_(queue_.queue, host_, [this] { return state_ == PTZ_STATE_RUNNING ? driver_ : nullptr; }),
+      keeper_(std::make_unique<ParamKeeper>(options.state_dir))
 {
     link_watch_ = std::make_unique<LinkWatch>(*this, options.time_scale, options.link_timeout_s);
     move_owners_ = std::make_unique<MoveOwners>(connection, [this] { stop_abandoned_move(); });
@@ -73,6 +74,7 @@ PtzService::~PtzService()
     while (started_ && released.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
         deadlines_.look();
     queue_.queue.shutdown();
+    keeper_.reset();
     if (ptz_command_queue_current() == &queue_) {
         ptz_command_queue_set_current(nullptr);
         ptz_ports_set_connection(nullptr);
@@ -176,7 +178,7 @@ bool PtzService::make_driver(const Failed &failed)
     connect_driver(driver, this);
     PTZ_DRIVER_GET_CLASS(driver)->install_params(driver);
     const auto params = driver_private(driver).params;
-    load_params(options_.state_dir, *params);
+    keeper_->load(*params);
     const std::lock_guard lock(mutex_);
     params_ = params;
     return true;
@@ -301,9 +303,8 @@ void PtzService::try_image_again()
     host_.hold_image("");
 }
 
-void PtzService::param_was_set(const std::string &group, const std::string &name)
+void PtzService::param_was_set(const std::string &group, const std::string &name, ParamKeeper::Done kept)
 {
     param_changed(group, name);
-    if (const auto store = params())
-        save_params(options_.state_dir, *store);
+    keeper_->save(*driver_private(driver_).params, std::move(kept));
 }

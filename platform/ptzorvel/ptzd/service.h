@@ -9,12 +9,14 @@
 #include "ptzorvel/ptz_driver.h"
 #include "ptzorvel/ptzd/bus_guard.h"
 #include "ptzorvel/ptzd/call.h"
+#include "ptzorvel/ptzd/changes.h"
 #include "ptzorvel/ptzd/deadlines.h"
 #include "ptzorvel/ptzd/driver_host.h"
 #include "ptzorvel/ptzd/fair_queue.h"
 #include "ptzorvel/ptzd/known_position.h"
 #include "ptzorvel/ptzd/link_watch.h"
 #include "ptzorvel/ptzd/move_owners.h"
+#include "ptzorvel/ptzd/param_keeper.h"
 #include "ptzorvel/ptzd/upgrade_log.h"
 
 #include <atomic>
@@ -107,8 +109,11 @@ class PtzService {
     // Any thread. Tells the bus; a floating value is taken over.
     void emit(const char *interface, const char *signal, GVariant *parameters);
     void property_changed(const char *name, GVariant *value);
-    // A value has changed: tells the bus and keeps it in the state folder. Command thread.
-    void param_was_set(const std::string &group, const std::string &name);
+    // A value has changed: tells the bus and keeps it in the state folder; `kept` then says how that went. Command
+    // thread.
+    void param_was_set(const std::string &group, const std::string &name, ParamKeeper::Done kept);
+    // Command thread.
+    Changes &changes() { return changes_; }
 
   private:
     PtzService(GDBusConnection *connection, const Options &options);
@@ -129,6 +134,7 @@ class PtzService {
     void note_upgrade(int state);
     void speed_changed(double speed);
     void param_changed(const std::string &group, const std::string &name);
+    void driver_set_param(const std::string &group, const std::string &name);
     void event_reported(guint32 error_bits, const char *text);
     static void connect_driver(PTZDriver *driver, PtzService *service);
 
@@ -143,6 +149,8 @@ class PtzService {
     std::unique_ptr<LinkWatch> link_watch_;
     std::unique_ptr<MoveOwners> move_owners_;
     std::unique_ptr<BusGuard> guard_;
+    Changes changes_;
+    std::unique_ptr<ParamKeeper> keeper_;
     PTZDriver *driver_ = nullptr; // command thread
     bool upgrade_noted_ = false;  // command thread: that of this start
     std::mutex mutex_;

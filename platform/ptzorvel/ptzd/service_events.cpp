@@ -46,6 +46,7 @@ void PtzService::state_changed(int state)
         known_position_.keep();
     state_ = state;
     queue_.queue.rest(state == PTZ_STATE_FAILED);
+    changes_.state_changed(state);
     GVariantBuilder changed;
     g_variant_builder_init(&changed, G_VARIANT_TYPE("a{sv}"));
     g_variant_builder_add(&changed, "{sv}", "State", g_variant_new_int32(state));
@@ -71,6 +72,17 @@ void PtzService::param_changed(const std::string &group, const std::string &name
              g_variant_new("(ssv)", group.c_str(), name.c_str(), param_variant(info->value)));
 }
 
+// What a driver sets that users may set too is kept as theirs is.
+void PtzService::driver_set_param(const std::string &group, const std::string &name)
+{
+    const PTZDynamicalProperties *properties = driver_private(driver_).params->group(group);
+    const auto info = properties != nullptr ? properties->find(name) : std::nullopt;
+    if (info && info->writable)
+        param_was_set(group, name, {});
+    else
+        param_changed(group, name);
+}
+
 void PtzService::event_reported(guint32 error_bits, const char *text)
 {
     {
@@ -89,8 +101,9 @@ void PtzService::connect_driver(PTZDriver *driver, PtzService *service)
         +[](PTZDriver *source, GParamSpec *, PtzService *self) { self->speed_changed(source->speed); };
     const auto on_event =
         +[](PTZDriver *, guint bits, const char *text, PtzService *self) { self->event_reported(bits, text); };
-    const auto on_param =
-        +[](PTZDriver *, const char *group, const char *name, PtzService *self) { self->param_changed(group, name); };
+    const auto on_param = +[](PTZDriver *, const char *group, const char *name, PtzService *self) {
+        self->driver_set_param(group, name);
+    };
     g_signal_connect(driver, "notify::state", G_CALLBACK(on_state), service);
     g_signal_connect(driver, "notify::speed", G_CALLBACK(on_speed), service);
     g_signal_connect(driver, "camera-event", G_CALLBACK(on_event), service);
