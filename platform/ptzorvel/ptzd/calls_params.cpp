@@ -79,9 +79,10 @@ PTZDynamicalProperties *group_of_call(const std::shared_ptr<ParamStore> &store, 
     return properties;
 }
 
-// What stands against setting the parameter to that value; the value goes to `wanted`.
-std::optional<CallError> check_set(const std::optional<ParamInfo> &info, const std::string &group,
-                                   const std::string &name, GVariant *value, ParamValue &wanted)
+} // namespace
+
+std::optional<CallError> check_parameter(const std::optional<ParamInfo> &info, const std::string &group,
+                                         const std::string &name, GVariant *value, ParamValue &wanted)
 {
     if (!info)
         return unknown_in(group, name);
@@ -99,8 +100,6 @@ std::optional<CallError> check_set(const std::optional<ParamInfo> &info, const s
         return CallError{ErrorKind::out_of_range, refusal};
     return std::nullopt;
 }
-
-} // namespace
 
 GVariant *param_variant(const ParamValue &value)
 {
@@ -165,7 +164,7 @@ void call_set_parameter(PtzService &service, const CallPtr &call)
     if (properties == nullptr)
         return;
     ParamValue wanted;
-    if (const auto error = check_set(properties->find(name), group, name, value, wanted)) {
+    if (const auto error = check_parameter(properties->find(name), group, name, value, wanted)) {
         call->refuse(*error);
         return;
     }
