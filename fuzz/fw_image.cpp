@@ -35,7 +35,7 @@ struct Bench : FuzzBench {
 
     FakeHardware hardware;
     fuzz::Input answers;
-    std::size_t asked = 0;
+    std::size_t asked = 8; // behind what makes it an image
     Bytes received;
 };
 
@@ -52,6 +52,8 @@ FUZZ_TARGET(fw_image)
     HOLDS(!done || std::equal(input.begin(), input.end(), bench.received.begin(), bench.received.end()));
     HOLDS(bench.hardware.live_handles == 0);
 
-    HOLDS(ptz_driver_canon_fw_file_version(bench.folder().c_str()) == 0); // no file at all
-    HOLDS(!ptz_driver_canon_fw_upgrade_file(bench.folder().c_str()));
+    for (const std::string &none : {bench.folder(), bench.folder() + "/none"}) {
+        HOLDS(ptz_driver_canon_fw_file_version(none.c_str()) == 0);
+        HOLDS(!ptz_driver_canon_fw_upgrade_file(none.c_str()));
+    }
 }

@@ -43,7 +43,11 @@ FUZZ_TARGET(properties_changed)
     answer("Rotation", lines[2]);
 
     const GVariantOwned change = fuzz::variant(nullptr, lines[0]);
-    ptz_driver_canon_utils_on_properties_changed(bench.driver, change.get());
+    HOLDS(ptz_driver_canon_utils_subscribe_capture_changes(bench.driver, ptz_driver_canon_utils_on_properties_changed));
+    if (change)
+        bus().emit(lines[0]);
+    else
+        ptz_driver_canon_utils_on_properties_changed(bench.driver, nullptr);
     HOLDS(framework().queued.size() == wanted_refreshes(change.get()));
 
     bench.driver->camera_powered = TRUE;

@@ -59,18 +59,23 @@ FUZZ_TARGET(reply_frame)
         mend_checksum(frame);
     const int good = good_length(frame, port_transfer_settings.big_endian);
     hardware.replies = {frame, frame};
+    const bool failing = (flags & 12) != 0;
+    if (failing)
+        hardware.failing[(flags & 4) != 0 ? "message" : "value"] = EIO;
 
     Bytes read(static_cast<std::size_t>(capacity), 0);
-    HOLDS(ptz_port_canon_read_data(port.get(), read.data(), capacity, 0, 0) == std::min(good, capacity));
-    HOLDS(good <= 0 || std::equal(read.begin(), read.begin() + std::min(good, capacity), frame.begin() + 4));
+    const int count = failing ? -1 : std::min(good, capacity);
+    HOLDS(ptz_port_canon_read_data(port.get(), read.data(), capacity, 0, 0) == count);
+    HOLDS(count <= 0 || std::equal(read.begin(), read.begin() + count, frame.begin() + 4));
 
     // What was received goes out again, and the block would take it.
-    const int sent = ptz_port_canon_write_data(port.get(), frame.data(), burst, 0, 0);
-    HOLDS(sent == (good > 0 ? std::min(burst, PORT_PAYLOAD_MAX) : -1));
+    const int size = std::min(burst, PORT_PAYLOAD_MAX);
+    HOLDS(ptz_port_canon_write_data(port.get(), frame.data(), burst, 0, 0) == (failing || good <= 0 ? -1 : size));
     PortFrame out;
-    ptz_port_canon_encode_frame(out, frame.data(), std::min(burst, PORT_PAYLOAD_MAX));
+    ptz_port_canon_encode_frame(out, frame.data(), size);
     const sim::HostFrame taken = sim::check_host_frame(out.bytes);
     HOLDS(taken.problem == nullptr && std::equal(taken.payload.begin(), taken.payload.end(), frame.begin()));
-    HOLDS(std::equal(hardware.sent[1].begin(), hardware.sent[1].end(), out.bytes));
+    HOLDS(failing || std::equal(hardware.sent[1].begin(), hardware.sent[1].end(), out.bytes));
     PTZ_PORT_GET_CLASS(port.get())->port_close(port.get());
+    HOLDS(hardware.live_handles == 0);
 }

@@ -63,7 +63,11 @@ FUZZ_TARGET(status_dump)
               buffer.data() + position + written);
         HOLDS(position == 0 || std::all_of(buffer.begin(), buffer.begin() + position, [](char c) { return c == '#'; }));
     }
+    const auto any = static_cast<std::uint8_t>(position);
+    std::vector<char> buffer = filled;
+    HOLDS((vccif_dump_status(buffer.data(), 0, any) >= 0) == (vccif_get_status_entry(any) != nullptr));
     static const TempFolder folder;
+    HOLDS(!vccif_dump_status_to_file(folder.path().c_str()));
     HOLDS(vccif_dump_status_to_file(folder.file("dump").c_str()));
     const std::string file = folder.read("dump");
     HOLDS(file.size() < VCCIF_DUMP_SIZE && file.starts_with(whole + "\n\nLens Temp.(014):"));

@@ -39,7 +39,7 @@ tried=$(sed -n 's/^stat::number_of_executed_units: *//p' "$logs"/* | awk '{ sum 
 failed=$(find "$logs" -name '*.failed' | wc -l)
 if [[ $failed -gt 0 ]]; then
     echo "fuzz: ${#targets[@]} targets for $seconds s each, $tried inputs, FOUND SOMETHING in $failed:" \
-        "mend it and keep the file of $found as fuzz/findings/TARGET/WHAT_IT_IS"
+        "$found has the inputs, but of a leak, which $logs tells of"
     exit 1
 fi
 echo "fuzz: ${#targets[@]} targets for $seconds s each, $tried inputs, nothing found"
