@@ -28,7 +28,7 @@ struct Bench : FuzzBench {
             return {2, 0, 0x02, 0xFF, 0xFE, 0x00};
         if (!answers.empty() && answers[++asked % answers.size()] % 8 == 7)
             return {0, 0, 0, 0};
-        received.resize((frame[6] * 256u + frame[7]) * 1016u);
+        received.resize((frame[6] * std::size_t{256} + frame[7]) * 1016);
         received.insert(received.end(), frame.begin() + 8, frame.begin() + 4 + static_cast<long>(size));
         return {1, 0, 0xFF, 0xFF, 0x01};
     }

@@ -39,7 +39,7 @@ FUZZ_TARGET(sim_frame)
     const sim::HostFrame frame = sim::check_host_frame(burst);
     HOLDS(frame.payload.size() + 4 <= burst.size() || frame.problem != nullptr);
     const sim::Packet packet = sim::check_packet(frame.payload);
-    HOLDS((packet.problem == nullptr) == (packet.records.size() > 0));
+    HOLDS((packet.problem == nullptr) == !packet.records.empty());
     check_records(packet.records);
     check_records(burst); // past the checks, which the search seldom meets
     (void)sim::decode_packet(burst);

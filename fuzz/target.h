@@ -76,7 +76,9 @@ inline std::vector<std::string> lines(Input input)
 // The value that GVariant's text form stands for; of any type when `type` is null. Null when it stands for none.
 inline GVariantOwned variant(const char *type, std::string_view text)
 {
-    if (!g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr)) // nor is it on a bus
+    // No bus carries anything but UTF-8, of which some of these escapes make something else.
+    if (!g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) || text.find("\\u") != text.npos ||
+        text.find("\\U") != text.npos)
         return nullptr;
     const GVariantType *wanted = type != nullptr ? G_VARIANT_TYPE(type) : nullptr;
     GVariant *value = g_variant_parse(wanted, text.data(), text.data() + text.size(), nullptr, nullptr);

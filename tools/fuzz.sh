@@ -34,6 +34,7 @@ run_one() {
 export -f run_one
 export build seconds found logs
 
+# shellcheck disable=SC2016 # the inner shell has the argument
 printf '%s\0' "${targets[@]}" | xargs -0 -n 1 -P "$(nproc)" bash -c 'run_one "$1"' run_one
 tried=$(sed -n 's/^stat::number_of_executed_units: *//p' "$logs"/* | awk '{ sum += $1 } END { print sum + 0 }')
 failed=$(find "$logs" -name '*.failed' | wc -l)
