@@ -78,7 +78,7 @@ TEST_F(ServiceTest, ParametersAreReadSetAndKept)
         {"GetParameter", "('ImageSource','Defog')", "(<'off'>,)"},
         {"SetParameter", "('ImageSource','Defog',<'ON'>)", "()"},
         {"SetParameter", "('ImageSource','Defog',<'%n\\n12345678901234567890123456789012345678901234567890123456789'>)",
-         "InvalidArgument: ImageSource.Defog takes a text of at most 255 bytes without control characters, not "
+         "InvalidArgument: ImageSource.Defog: there are control characters in "
          "\"%n?123456789012345678901234567890123456789012345678901234567...\"."},
         {"SetParameter", "('ImageSource','Defog',<'On '>)",
          "OutOfRange: ImageSource.Defog takes one of off, on, not \"On \"."},

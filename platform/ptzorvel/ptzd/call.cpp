@@ -8,9 +8,9 @@
 
 std::optional<CallError> check_text(const std::string &what, const std::string &text)
 {
-    constexpr std::size_t kLongest = 256;
+    constexpr std::size_t kLongest = 255;
     if (text.size() > kLongest)
-        return CallError{ErrorKind::invalid_argument, what + ": a text of more than 256 bytes means nothing here."};
+        return CallError{ErrorKind::invalid_argument, what + ": a text of more than 255 bytes means nothing here."};
     if (printable(text) != text)
         return CallError{ErrorKind::invalid_argument, what + ": there are control characters in " + quoted(text) + "."};
     return std::nullopt;
