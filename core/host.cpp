@@ -11,6 +11,7 @@ constexpr std::int64_t NEVER = -1;
 std::atomic<std::int64_t> status_at{NEVER};
 std::atomic<std::int64_t> silent_since{NEVER};
 std::atomic<unsigned> sends_failed{0};
+std::atomic<unsigned> statuses{0};
 std::atomic<bool> is_there{false};
 GCancellable *interrupt = nullptr;
 
@@ -36,6 +37,7 @@ void host_note_status()
 {
     host_note_answer();
     status_at.store(now_us(), std::memory_order_relaxed);
+    statuses.fetch_add(1, std::memory_order_release);
 }
 
 void host_note_failed_send()
@@ -58,6 +60,11 @@ std::int64_t host_silence_us()
 unsigned host_sends_failed()
 {
     return sends_failed.load(std::memory_order_relaxed);
+}
+
+unsigned host_statuses()
+{
+    return statuses.load(std::memory_order_acquire);
 }
 
 void host_set_cancel(GCancellable *cancel)
@@ -91,5 +98,5 @@ void host_forget()
     host_set_cancel(nullptr);
     host_set_interrupt(nullptr);
     status_at = silent_since = NEVER;
-    sends_failed = 0;
+    sends_failed = statuses = 0;
 }

@@ -17,6 +17,7 @@ void host_note_failed_send();
 std::int64_t host_status_age_us();
 std::int64_t host_silence_us();
 unsigned host_sends_failed();
+unsigned host_statuses();
 
 // Both hold a reference of their own; null takes it away.
 void host_set_cancel(GCancellable *cancel);

@@ -5,10 +5,19 @@
 #include "driver/capture.h"
 #include "driver/params.h"
 #include "host/driver_host.h"
+#include "utils/status.h"
 
 namespace {
 
-enum PropertyId { PROP_TIME_SCALE = 1, PROP_CANCEL, PROP_INTERRUPT, PROP_STATUS_AGE, PROP_SILENCE, PROP_SENDS_FAILED };
+enum PropertyId {
+    PROP_TIME_SCALE = 1,
+    PROP_CANCEL,
+    PROP_INTERRUPT,
+    PROP_STATUS_AGE,
+    PROP_SILENCE,
+    PROP_SENDS_FAILED,
+    PROP_STATUSES
+};
 
 void set_property(GObject *object, guint id, const GValue *value, GParamSpec *spec)
 {
@@ -42,6 +51,9 @@ void get_property(GObject *object, guint id, GValue *value, GParamSpec *spec)
     case PROP_SENDS_FAILED:
         g_value_set_uint(value, host_sends_failed());
         break;
+    case PROP_STATUSES:
+        g_value_set_uint(value, host_statuses());
+        break;
     default:
         G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
     }
@@ -58,6 +70,12 @@ void settle(PTZDriverCanon *self)
         return;
     ptz_driver_canon_settle_useradv(self);
     ptz_driver_canon_catch_up_capture_mode(self);
+}
+
+void refresh(PTZDriverCanon *self)
+{
+    if (self->driver_initialized)
+        ptz_driver_canon_cmd_update_status(self);
 }
 
 void install(GObjectClass *klass, guint id, GParamSpec *spec)
@@ -98,6 +116,9 @@ void ptz_driver_canon_install_host(GObjectClass *klass)
     install(klass, PROP_SENDS_FAILED,
             g_param_spec_uint(DRIVER_HOST_SENDS_FAILED, "Sends failed", "Commands that were not taken", 0, G_MAXUINT, 0,
                               GET));
+    install(klass, PROP_STATUSES,
+            g_param_spec_uint(DRIVER_HOST_STATUSES, "Statuses", "Good statuses that have come", 0, G_MAXUINT, 0, GET));
+    install_action(klass, DRIVER_HOST_REFRESH, G_CALLBACK(refresh), G_TYPE_NONE);
     install_action(klass, DRIVER_HOST_APPLY, G_CALLBACK(apply), G_TYPE_BOOLEAN);
     install_action(klass, DRIVER_HOST_SETTLE, G_CALLBACK(settle), G_TYPE_NONE);
 }

@@ -34,7 +34,14 @@
 /* guint: commands that the block has not taken in all their attempts, since the process began. */
 #define DRIVER_HOST_SENDS_FAILED "host-sends-failed"
 
+/* guint: good statuses that have come since the process began, each counted when what it brought is published. */
+#define DRIVER_HOST_STATUSES "host-statuses"
+
 /* Action signals, emitted on the command thread. */
+
+/* void (void): reads the status once. Does nothing while the driver is not running. */
+#define DRIVER_HOST_REFRESH "host-refresh"
+
 
 /* gboolean (void): applies every parameter again, as a start-up does. TRUE when all were applied. Does nothing, with
  * TRUE, while the driver is not running. */

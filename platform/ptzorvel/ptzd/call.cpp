@@ -19,6 +19,8 @@ const char *error_name(ErrorKind kind)
         return "com.orna.PTZ.Error.NotSupported";
     case ErrorKind::cancelled:
         return "com.orna.PTZ.Error.Cancelled";
+    case ErrorKind::still_moving:
+        return "com.orna.PTZ.Error.StillMoving";
     case ErrorKind::failed:
         break;
     }

@@ -14,6 +14,7 @@ enum class ErrorKind {
     busy,
     not_supported,
     cancelled,
+    still_moving,
     failed,
 };
 

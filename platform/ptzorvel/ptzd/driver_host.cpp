@@ -107,6 +107,12 @@ unsigned DriverHost::sends_failed() const
     return read(DRIVER_HOST_SENDS_FAILED, &count) ? g_value_get_uint(&count) : 0;
 }
 
+std::optional<unsigned> DriverHost::statuses() const
+{
+    GValue count = G_VALUE_INIT;
+    return read(DRIVER_HOST_STATUSES, &count) ? std::optional(g_value_get_uint(&count)) : std::nullopt;
+}
+
 bool DriverHost::apply()
 {
     gboolean applied = TRUE;
@@ -119,4 +125,10 @@ void DriverHost::settle()
 {
     if (has_action(driver_, DRIVER_HOST_SETTLE))
         g_signal_emit_by_name(driver_, DRIVER_HOST_SETTLE);
+}
+
+void DriverHost::refresh()
+{
+    if (has_action(driver_, DRIVER_HOST_REFRESH))
+        g_signal_emit_by_name(driver_, DRIVER_HOST_REFRESH);
 }

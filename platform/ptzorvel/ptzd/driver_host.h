@@ -34,10 +34,14 @@ class DriverHost {
     std::optional<double> silence() const;
     // Any thread: commands that the camera block has not taken; 0 when the driver does not tell.
     unsigned sends_failed() const;
+    // Any thread: good statuses so far; none when the driver does not tell.
+    std::optional<unsigned> statuses() const;
 
     // Command thread, while the driver is running. False when a parameter was not applied.
     bool apply();
     void settle();
+    // Command thread: reads the status once.
+    void refresh();
 
   private:
     bool read(const char *property, GValue *value) const;

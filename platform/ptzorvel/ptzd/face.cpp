@@ -48,7 +48,7 @@ void on_method_call(GDBusConnection *, const char *, const char *, const char *,
 GVariant *on_get_property(GDBusConnection *, const char *, const char *, const char *, const char *property, GError **,
                           gpointer user_data)
 {
-    const auto &service = *static_cast<PtzService *>(user_data);
+    auto &service = *static_cast<PtzService *>(user_data);
     const std::string_view name = property;
     if (name == "State")
         return g_variant_new_int32(service.state());
@@ -56,6 +56,8 @@ GVariant *on_get_property(GDBusConnection *, const char *, const char *, const c
         return g_variant_new_string(state_text(service.state()));
     if (name == "Speed")
         return g_variant_new_double(service.speed());
+    if (name == "Moving")
+        return service.motion().moving();
     if (name == "VideoChannel")
         return g_variant_new_int32(service.options().video_channel);
     if (name == "Id")

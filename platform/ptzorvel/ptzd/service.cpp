@@ -46,6 +46,7 @@ PtzService::PtzService(GDBusConnection *connection, const Options &options)
     : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), options_(options)
 {
     move_owners_ = std::make_unique<MoveOwners>(connection, [this] { stop_abandoned_move(); });
+    make_motion();
 }
 
 std::unique_ptr<PtzService> PtzService::create(GDBusConnection *connection, const Options &options,
@@ -136,6 +137,7 @@ void PtzService::close(Done closed)
     queue_.queue.post(
         [this, closed = std::move(closed)] {
             queue_.queue.cancel_repeating();
+            stopper_->stop_at_end(driver_);
             if (driver_ != nullptr)
                 PTZ_DRIVER_GET_CLASS(driver_)->close(driver_);
             // Nothing runs after the close: what waits may carry a driver that is about to go.
@@ -185,9 +187,9 @@ std::optional<CallError> PtzService::gate_error(PTZDriver *driver) const
 {
     const int state = state_;
     const bool temperature = state == PTZ_STATE_RUNNING || state == PTZ_STATE_TOO_COLD || state == PTZ_STATE_TOO_HOT;
-    if (const char *busy = temperature ? ptz_driver_busy_text(driver) : nullptr)
+    if (const char *busy = driver != nullptr && temperature ? ptz_driver_busy_text(driver) : nullptr)
         return CallError{ErrorKind::busy, busy};
-    if (state == PTZ_STATE_RUNNING)
+    if (driver != nullptr && state == PTZ_STATE_RUNNING)
         return std::nullopt;
     return CallError{ErrorKind::not_ready, not_ready_text(state)};
 }
@@ -197,22 +199,21 @@ void PtzService::run(const CallPtr &call, Gate gate, Work work)
     post(call, TaskQueue::Lane::normal, gate, std::move(work));
 }
 
-void PtzService::run_stop(const CallPtr &call, Work work)
+bool PtzService::refuse_hopeless(const CallPtr &call) const
 {
-    stops_++;
-    post(call, TaskQueue::Lane::urgent, Gate::running, std::move(work));
+    const int state = state_;
+    const bool hopeless = state != PTZ_STATE_RUNNING && state != PTZ_STATE_TOO_COLD && state != PTZ_STATE_TOO_HOT;
+    if (hopeless && call != nullptr)
+        call->refuse({ErrorKind::not_ready, not_ready_text(state)});
+    return hopeless;
 }
 
 void PtzService::post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work work)
 {
     // A camera that starts or is gone answers at once, instead of after all that waits; whether it is too warm or too
     // cold only the command thread knows.
-    const int state = state_;
-    const bool hopeless = state != PTZ_STATE_RUNNING && state != PTZ_STATE_TOO_COLD && state != PTZ_STATE_TOO_HOT;
-    if (gate == Gate::running && hopeless) {
-        call->refuse({ErrorKind::not_ready, not_ready_text(state)});
+    if (gate == Gate::running && refuse_hopeless(call))
         return;
-    }
     queue_.queue.post(
         [this, call, gate, work = std::move(work)] {
             if (driver_ == nullptr) {
@@ -226,20 +227,6 @@ void PtzService::post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work
                 work(driver_, *call);
         },
         lane);
-}
-
-void PtzService::stop_abandoned_move()
-{
-    stops_++;
-    queue_.queue.post(
-        [this] {
-            if (driver_ == nullptr || state_ != PTZ_STATE_RUNNING)
-                return;
-            syslog(LOG_INFO, "A client left while its move was running: stopping");
-            ptz_driver_set_request(driver_, nullptr);
-            PTZ_DRIVER_GET_CLASS(driver_)->stop(driver_);
-        },
-        TaskQueue::Lane::urgent);
 }
 
 std::shared_ptr<ParamStore> PtzService::params()

@@ -9,7 +9,9 @@
 #include "ptzorvel/ptz_driver.h"
 #include "ptzorvel/ptzd/call.h"
 #include "ptzorvel/ptzd/driver_host.h"
+#include "ptzorvel/ptzd/motion.h"
 #include "ptzorvel/ptzd/move_owners.h"
+#include "ptzorvel/ptzd/stopper.h"
 
 #include <atomic>
 #include <functional>
@@ -63,13 +65,15 @@ class PtzService {
     enum class Gate { any_state, running };
     // Has `work` run on the command thread with the driver, after checking the gate now and again then.
     void run(const CallPtr &call, Gate gate, Work work);
-    // As run(), ahead of what waits and cancelling every move that waits.
-    void run_stop(const CallPtr &call, Work work);
-    // Stops on behalf of a client that has gone.
-    void stop_abandoned_move();
+    // Stops every axis ahead of what waits, cancelling every move that waits (stopper.h). Null: nobody is to be
+    // answered.
+    void stop(const CallPtr &call);
     // Changes with every stop; a move that was asked for before the latest is not to be carried out.
     unsigned stops() const { return stops_; }
     MoveOwners &move_owners() { return *move_owners_; }
+    Motion &motion() { return *motion_; }
+    Stopper &stopper() { return *stopper_; }
+    const DriverHost &host() const { return host_; }
     // The driver's parameters; null before there is a driver. Any thread.
     std::shared_ptr<ParamStore> params();
     // What the driver reported last; none before the first report. Any thread.
@@ -89,7 +93,12 @@ class PtzService {
     void release_name();
     void subscribe_camera_signals();
     void post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work work);
-    std::optional<CallError> gate_error(PTZDriver *driver) const;
+    void make_motion();
+    // Stops on behalf of a client that has gone.
+    void stop_abandoned_move();
+    // Whether this state alone says that nothing can be done; `call`, unless null, is then refused.
+    bool refuse_hopeless(const CallPtr &call) const;
+    std::optional<CallError> gate_error(PTZDriver *driver) const; // null: there is no driver
 
     // Command thread
     bool make_driver(const Failed &failed);
@@ -106,6 +115,8 @@ class PtzService {
     PTZCommandQueue queue_;
     DriverHost host_;
     std::unique_ptr<MoveOwners> move_owners_;
+    std::unique_ptr<Motion> motion_;
+    std::unique_ptr<Stopper> stopper_;
     PTZDriver *driver_ = nullptr; // command thread
     std::mutex mutex_;
     std::shared_ptr<ParamStore> params_; // under the mutex
@@ -113,6 +124,7 @@ class PtzService {
     std::atomic<int> state_{PTZ_STATE_NOT_OPENED};
     std::atomic<double> speed_{100.0};
     std::atomic<unsigned> stops_{0};
+    std::atomic<unsigned> stopped_moves_{0}; // the latest move that the latest stop is for
     std::atomic<bool> closing_{false};
     std::promise<void> released_; // kept when close has done its work
     bool started_ = false;

@@ -1,0 +1,73 @@
+// A stop that goes on until the camera stands.
+//
+// Whoever asks for it, it is repeated every 100 ms until two fresh statuses show its axes standing, however long the
+// camera block is silent. It gives way only to newer moves, axis by axis, and ends when the camera runs no more.
+#pragma once
+
+#include "ptzorvel/ptz_driver.h"
+#include "ptzorvel/ptzd/axes.h"
+#include "ptzorvel/ptzd/call.h"
+#include "ptzorvel/ptzd/main_timer.h"
+
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+class DriverHost;
+
+class Stopper {
+  public:
+    // What the service does for it. Any thread, but for the last two, which are for the command thread.
+    struct Service {
+        // Has the work run on the command thread ahead of what waits; false when nothing is taken any more.
+        std::function<bool(std::function<void(PTZDriver *driver)> work)> run;
+        std::function<AxisMask()> moving; // as the driver reported last
+        // Why the driver cannot be asked; none when it can. `driver` may be null.
+        std::function<std::optional<CallError>(PTZDriver *driver)> refusal;
+        std::function<void()> stopped; // pan, tilt and zoom stand
+    };
+    // `host` outlives it. Main thread, as the destructor.
+    Stopper(Service service, DriverHost &host, double time_scale);
+    Stopper(const Stopper &) = delete;
+    Stopper &operator=(const Stopper &) = delete;
+
+    // Any thread. `call`, unless null, is answered when the axes stand; after a second of camera time with StillMoving,
+    // and the stop goes on.
+    void stop(AxisMask axes, const CallPtr &call = nullptr);
+
+    // Command thread: the block has taken a newer move of these axes.
+    void give_way(AxisMask axes);
+
+    // Command thread, at the end of the service: one try, where something moves and the block answers.
+    void stop_at_end(PTZDriver *driver);
+
+  private:
+    struct Waiting {
+        CallPtr call;
+        std::int64_t deadline_us; // real time
+    };
+
+    bool tick();
+    void post(); // under the mutex
+    void work(PTZDriver *driver);
+    void send(PTZDriver *driver, AxisMask axes);
+    bool stands(AxisMask axes);
+    void finish(AxisMask axes, const std::optional<CallError> &error);
+    AxisMask with_focus(PTZDriver *driver, AxisMask axes) const;
+
+    const Service service_;
+    DriverHost &host_;
+    const double time_scale_;
+    std::mutex mutex_;
+    AxisMask axes_ = 0; // still to stop; under the mutex, like the next three
+    std::vector<Waiting> waiting_;
+    bool posted_ = false;
+    bool again_ = false; // asked for anew: to be sent at once
+    // Command thread
+    bool taken_ = false;
+    std::int64_t sent_us_ = 0;
+    unsigned standing_ = 0; // statuses in a row that show the axes standing
+    MainTimer timer_;
+};
