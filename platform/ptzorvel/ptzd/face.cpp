@@ -57,7 +57,7 @@ GVariant *on_get_property(GDBusConnection *, const char *, const char *, const c
     if (name == "Speed")
         return g_variant_new_double(service.speed());
     if (name == "Moving")
-        return service.motion().moving();
+        return axis_names_variant(service.motion().under_way());
     if (name == "VideoChannel")
         return g_variant_new_int32(service.options().video_channel);
     if (name == "Id")

@@ -61,9 +61,9 @@ class Motion {
 
     // Any thread. A stop was asked for: all moves that are under way.
     void stop();
-    // Axes that the driver reports as moving; those that count as moving; as `as`, floating.
+    // Axes that the driver reports as moving; and those that count as moving, as the property Moving has it.
     AxisMask reported() const { return reported_; }
-    GVariant *moving() const { return axis_names_variant(announced_); }
+    AxisMask under_way() const { return announced_; }
 
   private:
     struct Ended {

@@ -22,6 +22,7 @@ void PtzService::make_motion()
                                                  [this](AxisMask axes) { stopper_->stop(axes); }, refresh},
                                  host_, options_.time_scale);
     stopper_ = std::make_unique<Stopper>(Stopper::Service{run_urgent, [this] { return motion_->reported(); },
+                                                          [this] { return motion_->under_way(); },
                                                           [this](PTZDriver *driver) { return gate_error(driver); },
                                                           [this] { move_owners_->stopped(stopped_moves_); }},
                                          host_, options_.time_scale);

@@ -12,6 +12,7 @@ namespace {
 constexpr double kLookEveryUs = 33000;
 constexpr std::int64_t kRepeatUs = 100000;
 constexpr unsigned kStandingStatuses = 2;
+constexpr std::int64_t kDeadLineUs = 1000000;
 // A second of camera time, less a look; on a camera whose time runs fast an exchange still needs its time.
 constexpr double kAnswerWithinUs = 950000;
 constexpr double kLeastAnswerUs = 200000;
@@ -68,43 +69,58 @@ bool Stopper::tick()
 void Stopper::work(PTZDriver *driver)
 {
     AxisMask axes = 0;
-    bool at_once = false;
+    bool anew = false;
     {
         const std::lock_guard lock(mutex_);
-        posted_ = false;
-        at_once = std::exchange(again_, false);
+        anew = std::exchange(again_, false);
         axes = axes_;
     }
     host_.interrupt_over();
-    if (axes == 0)
-        return;
-    if (const auto refusal = service_.refusal(driver)) {
+    if (const auto refusal = service_.refusal(driver))
         finish(axes, refusal);
-        return;
-    }
+    else if (axes != 0)
+        advance(driver, axes, anew);
+    const std::lock_guard lock(mutex_);
+    // Posted again by the next tick, so that others have their turn on a link on which every try takes long.
+    posted_ = false;
+    if (again_)
+        post();
+}
+
+void Stopper::advance(PTZDriver *driver, AxisMask axes, bool anew)
+{
     axes = with_focus(driver, axes);
-    if (at_once) {
+    if (anew) {
         taken_ = false;
         standing_ = 0;
     }
-    if (at_once || queue_machine_clock().now_us() - sent_us_ >= kRepeatUs)
-        send(driver, axes);
+    if (line_is_dead())
+        return;
+    if (anew || queue_machine_clock().now_us() - sent_us_ >= kRepeatUs) {
+        taken_ = stop_axes(driver, host_, axes) || taken_;
+        sent_us_ = queue_machine_clock().now_us();
+    }
     if (stands(axes))
         finish(axes, std::nullopt);
+}
+
+// Whether the block, which was silent, does not even ask for an exchange. A stop would be tried ten times over; one
+// status tells as much. A block whose answers are spoilt may well take a stop.
+bool Stopper::line_is_dead()
+{
+    if (host_.silence().value_or(0) == 0)
+        return false;
+    const std::int64_t before = queue_machine_clock().now_us();
+    host_.refresh();
+    return host_.silence().value_or(0) > 0 && queue_machine_clock().now_us() - before >= kDeadLineUs;
 }
 
 // The driver's stop leaves the focus alone. One that somebody moves, and not the automatic, is stopped all the same.
 AxisMask Stopper::with_focus(PTZDriver *driver, AxisMask axes) const
 {
     const AxisMask focus = axis_bit(AXIS_FOCUS);
-    const bool by_hand = driver->focus_mode == PTZ_FOCUS_MANUAL && (service_.moving() & focus) != 0;
+    const bool by_hand = driver->focus_mode == PTZ_FOCUS_MANUAL && (service_.under_way() & focus) != 0;
     return (axes & kStoppedAxes) == kStoppedAxes && by_hand ? axes | focus : axes;
-}
-
-void Stopper::send(PTZDriver *driver, AxisMask axes)
-{
-    taken_ = stop_axes(driver, host_, axes) || taken_;
-    sent_us_ = queue_machine_clock().now_us();
 }
 
 bool Stopper::stands(AxisMask axes)
@@ -163,6 +179,6 @@ void Stopper::finish(AxisMask axes, const std::optional<CallError> &error)
 
 void Stopper::stop_at_end(PTZDriver *driver)
 {
-    if (service_.moving() != 0 && !service_.refusal(driver) && host_.silence().value_or(0) == 0)
+    if (service_.under_way() != 0 && !service_.refusal(driver) && host_.silence().value_or(0) == 0)
         stop_axes(driver, host_, with_focus(driver, kStoppedAxes));
 }

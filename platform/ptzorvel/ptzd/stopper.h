@@ -23,7 +23,8 @@ class Stopper {
     struct Service {
         // Has the work run on the command thread ahead of what waits; false when nothing is taken any more.
         std::function<bool(std::function<void(PTZDriver *driver)> work)> run;
-        std::function<AxisMask()> moving; // as the driver reported last
+        std::function<AxisMask()> moving;    // as the driver reported last
+        std::function<AxisMask()> under_way; // those, and the axes of moves that are not over
         // Why the driver cannot be asked; none when it can. `driver` may be null.
         std::function<std::optional<CallError>(PTZDriver *driver)> refusal;
         std::function<void()> stopped; // pan, tilt and zoom stand
@@ -52,7 +53,8 @@ class Stopper {
     bool tick();
     void post(); // under the mutex
     void work(PTZDriver *driver);
-    void send(PTZDriver *driver, AxisMask axes);
+    void advance(PTZDriver *driver, AxisMask axes, bool anew);
+    bool line_is_dead();
     bool stands(AxisMask axes);
     void finish(AxisMask axes, const std::optional<CallError> &error);
     AxisMask with_focus(PTZDriver *driver, AxisMask axes) const;
@@ -63,8 +65,8 @@ class Stopper {
     std::mutex mutex_;
     AxisMask axes_ = 0; // still to stop; under the mutex, like the next three
     std::vector<Waiting> waiting_;
-    bool posted_ = false;
-    bool again_ = false; // asked for anew: to be sent at once
+    bool posted_ = false; // waits or is at work
+    bool again_ = false;  // asked for anew: to be sent at once
     // Command thread
     bool taken_ = false;
     std::int64_t sent_us_ = 0;
