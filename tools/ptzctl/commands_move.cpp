@@ -95,9 +95,8 @@ ExitStatus run_move(Context &context, Arguments &arguments)
         result = move.wait();
     }
     show_result(context, result.value_or(MoveResult{false, "not waited for", {}}));
-    if (runs_on)
-        return result && is_expected_end(result->reason) ? EXIT_DONE : EXIT_NOT_REACHED;
-    return result && result->reached ? EXIT_DONE : EXIT_NOT_REACHED;
+    const bool good = result && (result->reached || (runs_on && is_expected_end(result->reason)));
+    return good ? EXIT_DONE : EXIT_NOT_REACHED;
 }
 
 ExitStatus run_stop(Context &context, Arguments &arguments)
