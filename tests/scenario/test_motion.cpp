@@ -90,6 +90,7 @@ TEST_F(Motion, AWaitingPtzctlTellsWhetherTheMoveArrivedAndWhere)
         {{"move", "--wait", "--relative", "tilt=-30"}, 5, "\"reason\":\"limit\""},
         {{"move", "--continuous", "pan=50"}, 0, "\"reason\":\"limit\""},
         {{"move", "--continuous", "pan=-1", "--for", "0.5"}, 0, "\"reason\":\"stopped\""},
+        {{"move", "--continuous", "iris=5"}, 5, "\"reason\":\"not taken\""}, // which no driver operation does
         {{"move", "pan=0"}, 0, "\"ok\":true"},
     };
     for (const auto &[words, status, said] : steps) {

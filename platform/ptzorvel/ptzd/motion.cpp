@@ -70,7 +70,8 @@ void Motion::begin(Ticket &ticket, const MoveRequest &request, const AxisWays &w
 
 void Motion::axes_reported(AxisMask moving)
 {
-    reported_ = moving;
+    // Iris and brightness are set at once. What a driver says of them between two moves is left over from one it refused.
+    reported_ = moving & ~(axis_bit(AXIS_IRIS) | axis_bit(AXIS_BRIGHTNESS));
     if (!operating_)
         announce();
 }
