@@ -197,6 +197,20 @@ TEST_F(ServiceTest, AStopOvertakesWhatWaitsAndCancelsMovesButNothingElse)
     EXPECT_EQ(move(client, "('pan','absolute',0.0)"), "()");
 }
 
+TEST_F(ServiceTest, AStopThatComesInWhileAMoveIsSentIsTheNewerOne)
+{
+    start();
+    gate.lock();
+    const ReplyPtr sent = client.send("Move", "([('pan','continuous',30.0)], 0.0, @a{sv} {})");
+    run_until([this] { return !script.lines().empty(); });
+    const ReplyPtr stop = client.send("Stop");
+    expect_answers({{"GetState", "()", "(1, 'running')"}}); // the stop is in
+    gate.unlock();
+    run_until([&] { return stop->done; });
+    EXPECT_EQ(sent->said() + stop->said(), "()()");
+    EXPECT_THAT(script.lines(), ElementsAre(StartsWith("move "), "stop"));
+}
+
 TEST_F(ServiceTest, OnlyAClientThatLeavesDuringItsContinuousMoveIsStoppedFor)
 {
     start();

@@ -14,7 +14,7 @@ CallError failed(const char *what)
 }
 
 // Sends a move that has had its turn. What became of it, when it did not begin.
-std::optional<CallError> carry_out(PtzService &service, PTZDriver *driver, const MoveRequest &move,
+std::optional<CallError> carry_out(PtzService &service, PTZDriver *driver, const MoveRequest &move, unsigned stops,
                                    Motion::Ticket &ticket)
 {
     if (!driver_replaces(driver, &PTZDriverClass::move))
@@ -25,7 +25,9 @@ std::optional<CallError> carry_out(PtzService &service, PTZDriver *driver, const
     const bool taken = drive_axes(driver, service.host(), within_limits(ways, from.positions, move));
     if (taken) {
         motion.begin(ticket, move, ways, from);
-        service.stopper().give_way(move.requested());
+        // A stop that came in while it was sent is the newer one.
+        if (!service.stopper().give_way(move.requested(), stops))
+            motion.stop();
     }
     motion.end_operation();
     if (taken)
@@ -33,7 +35,7 @@ std::optional<CallError> carry_out(PtzService &service, PTZDriver *driver, const
     ticket.end = kNotTaken;
     // The block may have taken more than it answered: nothing runs on that nobody knows of.
     if (move.running() != 0)
-        service.stopper().stop(move.running());
+        service.stopper().stop_axes(move.running());
     return failed("take the move");
 }
 
@@ -60,19 +62,19 @@ void call_move(PtzService &service, const CallPtr &call)
         call->refuse(*error);
         return;
     }
-    const unsigned stops = service.stops();
+    const unsigned stops = service.stopper().count();
     // Both go with the work: a move that is refused on the way is given up.
     const auto claim = std::make_shared<MoveClaim>(service.move_owners(), call->sender(), move);
     const auto ticket = service.motion().accept(move);
     service.run(call, PtzService::Gate::running,
                 [&service, move, stops, claim, ticket](PTZDriver *driver, Call &answered) {
                     std::optional<CallError> refusal;
-                    if (service.stops() != stops) {
+                    if (service.stopper().count() != stops) {
                         ticket->end = kStopped;
                         refusal = CallError{ErrorKind::cancelled, "A stop came in before this move began; send it "
                                                                   "again if it is still wanted."};
                     } else {
-                        refusal = carry_out(service, driver, move, *ticket);
+                        refusal = carry_out(service, driver, move, stops, *ticket);
                     }
                     if (refusal) {
                         answered.refuse(*refusal);

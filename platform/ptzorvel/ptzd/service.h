@@ -68,8 +68,6 @@ class PtzService {
     // Stops every axis ahead of what waits, cancelling every move that waits (stopper.h). Null: nobody is to be
     // answered.
     void stop(const CallPtr &call);
-    // Changes with every stop; a move that was asked for before the latest is not to be carried out.
-    unsigned stops() const { return stops_; }
     MoveOwners &move_owners() { return *move_owners_; }
     Motion &motion() { return *motion_; }
     Stopper &stopper() { return *stopper_; }
@@ -123,7 +121,6 @@ class PtzService {
     std::optional<Event> last_event_;    // under the mutex
     std::atomic<int> state_{PTZ_STATE_NOT_OPENED};
     std::atomic<double> speed_{100.0};
-    std::atomic<unsigned> stops_{0};
     std::atomic<unsigned> stopped_moves_{0}; // the latest move that the latest stop is for
     std::atomic<bool> closing_{false};
     std::promise<void> released_; // kept when close has done its work

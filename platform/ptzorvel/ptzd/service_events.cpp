@@ -15,6 +15,7 @@ void PtzService::emit(const char *interface, const char *signal, GVariant *param
 void PtzService::state_changed(int state)
 {
     state_ = state;
+    stopper_->state_changed(state == PTZ_STATE_RUNNING);
     if (state != PTZ_STATE_RUNNING)
         motion_->camera_stopped();
     GVariantBuilder changed;

@@ -19,7 +19,7 @@ void PtzService::make_motion()
         std::make_unique<Motion>(Motion::Service{[this](const char *interface, const char *signal,
                                                         GVariant *parameters) { emit(interface, signal, parameters); },
                                                  [this] { return axis_ways(params().get()); },
-                                                 [this](AxisMask axes) { stopper_->stop(axes); }, refresh},
+                                                 [this](AxisMask axes) { stopper_->stop_axes(axes); }, refresh},
                                  host_, options_.time_scale);
     stopper_ = std::make_unique<Stopper>(Stopper::Service{run_urgent, [this] { return motion_->reported(); },
                                                           [this] { return motion_->under_way(); },
@@ -30,12 +30,11 @@ void PtzService::make_motion()
 
 void PtzService::stop(const CallPtr &call)
 {
-    stops_++;
     if (refuse_hopeless(call))
         return;
     stopped_moves_ = move_owners_->latest();
+    stopper_->stop_all(call);
     motion_->stop();
-    stopper_->stop(kStoppedAxes, call);
 }
 
 void PtzService::stop_abandoned_move()

@@ -25,26 +25,53 @@ Stopper::Stopper(Service service, DriverHost &host, double time_scale)
 {
 }
 
-void Stopper::stop(AxisMask axes, const CallPtr &call)
+void Stopper::stop_all(const CallPtr &call)
 {
-    // What reads from another service lets go of the command thread; until the work that is posted now begins.
-    host_.interrupt();
-    {
-        const std::lock_guard lock(mutex_);
-        axes_ |= axes;
-        again_ = true;
-        const double within = std::max(kAnswerWithinUs / time_scale_, kLeastAnswerUs);
-        if (call != nullptr)
-            waiting_.push_back({call, g_get_monotonic_time() + static_cast<std::int64_t>(within)});
-        post();
-    }
+    const std::lock_guard lock(mutex_);
+    count_++;
+    const double within = std::max(kAnswerWithinUs / time_scale_, kLeastAnswerUs);
+    if (call != nullptr)
+        waiting_.push_back({call, g_get_monotonic_time() + static_cast<std::int64_t>(within)});
+    begin(kStoppedAxes);
+}
+
+void Stopper::stop_axes(AxisMask axes)
+{
+    const std::lock_guard lock(mutex_);
+    begin(axes);
+}
+
+unsigned Stopper::count() const
+{
+    const std::lock_guard lock(mutex_);
+    return count_;
+}
+
+void Stopper::begin(AxisMask axes)
+{
+    axes_ |= axes;
+    again_ = true;
+    post();
     timer_.start();
 }
 
 void Stopper::post()
 {
-    if (!std::exchange(posted_, true))
-        service_.run([this](PTZDriver *driver) { work(driver); });
+    if (std::exchange(posted_, true))
+        return;
+    // What reads from another service lets go of the command thread, until the work begins.
+    if (running_)
+        host_.interrupt();
+    service_.run([this](PTZDriver *driver) { work(driver); });
+}
+
+void Stopper::state_changed(bool running)
+{
+    const std::lock_guard lock(mutex_);
+    running_ = running;
+    // A start-up reads what it cannot do without.
+    if (!running)
+        host_.interrupt_over();
 }
 
 bool Stopper::tick()
@@ -97,7 +124,7 @@ void Stopper::advance(PTZDriver *driver, AxisMask axes, bool anew)
     if (line_is_dead())
         return;
     if (anew || queue_machine_clock().now_us() - sent_us_ >= kRepeatUs) {
-        taken_ = stop_axes(driver, host_, axes) || taken_;
+        taken_ = ::stop_axes(driver, host_, axes) || taken_;
         sent_us_ = queue_machine_clock().now_us();
     }
     if (stands(axes))
@@ -141,21 +168,24 @@ bool Stopper::stands(AxisMask axes)
     return true;
 }
 
-void Stopper::give_way(AxisMask axes)
+bool Stopper::give_way(AxisMask axes, unsigned count)
 {
-    AxisMask left = 0;
     {
         const std::lock_guard lock(mutex_);
-        left = axes_ & ~axes;
+        if (count != count_)
+            return false;
+        const AxisMask left = axes_ & ~axes;
         if (axes_ == 0 || left != 0) {
             axes_ = left;
-            return;
+            return true;
         }
+        again_ = false;
     }
     if (taken_)
         finish(axes, std::nullopt);
     else
         finish(axes, CallError{ErrorKind::cancelled, "A newer move came in before the camera had taken the stop."});
+    return true;
 }
 
 void Stopper::finish(AxisMask axes, const std::optional<CallError> &error)
@@ -180,5 +210,5 @@ void Stopper::finish(AxisMask axes, const std::optional<CallError> &error)
 void Stopper::stop_at_end(PTZDriver *driver)
 {
     if (service_.under_way() != 0 && !service_.refusal(driver) && host_.silence().value_or(0) == 0)
-        stop_axes(driver, host_, with_focus(driver, kStoppedAxes));
+        ::stop_axes(driver, host_, with_focus(driver, kStoppedAxes));
 }

@@ -34,12 +34,19 @@ class Stopper {
     Stopper(const Stopper &) = delete;
     Stopper &operator=(const Stopper &) = delete;
 
-    // Any thread. `call`, unless null, is answered when the axes stand; after a second of camera time with StillMoving,
-    // and the stop goes on.
-    void stop(AxisMask axes, const CallPtr &call = nullptr);
+    // Any thread. Stops pan, tilt, zoom and a focus that is moved by hand. `call`, unless null, is answered when they
+    // stand; after a second of camera time with StillMoving, and the stop goes on.
+    void stop_all(const CallPtr &call = nullptr);
+    // Stops these axes, for nobody in particular.
+    void stop_axes(AxisMask axes);
+    // Changes with every stop_all(): a move that was asked for before is not to be carried out any more.
+    unsigned count() const;
 
-    // Command thread: the block has taken a newer move of these axes.
-    void give_way(AxisMask axes);
+    // Command thread: the block has taken a move of these axes, which was asked for at that count. False when the stop
+    // is the newer one, and goes on.
+    bool give_way(AxisMask axes, unsigned count);
+    // Command thread: whether the camera is running.
+    void state_changed(bool running);
 
     // Command thread, at the end of the service: one try, where something moves and the block answers.
     void stop_at_end(PTZDriver *driver);
@@ -51,7 +58,8 @@ class Stopper {
     };
 
     bool tick();
-    void post(); // under the mutex
+    void begin(AxisMask axes); // under the mutex, like the next
+    void post();
     void work(PTZDriver *driver);
     void advance(PTZDriver *driver, AxisMask axes, bool anew);
     bool line_is_dead();
@@ -62,8 +70,11 @@ class Stopper {
     const Service service_;
     DriverHost &host_;
     const double time_scale_;
-    std::mutex mutex_;
-    AxisMask axes_ = 0; // still to stop; under the mutex, like the next three
+    mutable std::mutex mutex_;
+    // Under the mutex
+    AxisMask axes_ = 0; // still to stop
+    unsigned count_ = 0;
+    bool running_ = false;
     std::vector<Waiting> waiting_;
     bool posted_ = false; // waits or is at work
     bool again_ = false;  // asked for anew: to be sent at once
