@@ -37,6 +37,8 @@ const char *error_name(ErrorKind kind)
         return "com.orna.PTZ.Error.LimitsExceeded";
     case ErrorKind::not_kept:
         return "com.orna.PTZ.Error.NotKept";
+    case ErrorKind::still_moving:
+        return "com.orna.PTZ.Error.StillMoving";
     case ErrorKind::failed:
         break;
     }
