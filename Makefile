@@ -1,9 +1,10 @@
 # What a person types here; `make` alone lists it. Meson and Ninja do the work, in build/.
 
 .DEFAULT_GOAL := help
-.PHONY: help run test asan tsan lint bench install clean deps
+.PHONY: help run test asan tsan fuzz lint bench install clean deps
 
 PREFIX ?= /usr/local
+SECONDS ?= 60
 DESTDIR ?=
 
 help:
@@ -11,6 +12,7 @@ help:
 	@echo 'make test     build and run the test suite'
 	@echo 'make asan     the suite under AddressSanitizer and UndefinedBehaviorSanitizer'
 	@echo 'make tsan     the suite under ThreadSanitizer'
+	@echo 'make fuzz     every fuzz target for SECONDS=$(SECONDS)'
 	@echo 'make lint     formatting, clang-tidy, a clang build without warnings, the scripts'
 	@echo 'make bench    the benchmarks'
 	@echo 'make install  install under $$DESTDIR$$PREFIX (PREFIX=$(PREFIX))'
@@ -29,6 +31,9 @@ build/asan/build.ninja: | deps
 build/tsan/build.ninja: | deps
 	meson setup build/tsan -Db_sanitize=thread -Db_lundef=false -Dbench=disabled
 
+build/fuzz/build.ninja: | deps
+	CC=clang CXX=clang++ meson setup build/fuzz -Dfuzz=true -Db_sanitize=address,undefined -Db_lundef=false -Dbench=disabled
+
 run: deps build/release/build.ninja
 	ninja -C build/release
 	tools/run.sh build/release
@@ -44,6 +49,12 @@ asan: deps build/asan/build.ninja
 tsan: deps build/tsan/build.ninja
 	ninja -C build/tsan
 	tools/sanitizer-test.sh build/tsan thread
+
+fuzz: deps
+	@tools/install-deps.sh fuzz
+	@$(MAKE) --no-print-directory build/fuzz/build.ninja
+	ninja -C build/fuzz fuzzers
+	@tools/fuzz.sh build/fuzz $(SECONDS)
 
 lint:
 	@tools/install-deps.sh build lint

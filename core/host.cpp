@@ -19,6 +19,7 @@ std::atomic<unsigned> reboots{0};
 // Of the latest status, and whether the start that it belongs to is still to be counted. Command thread.
 bool lens_was_busy = false;
 bool starting_anew = false;
+std::atomic<unsigned> statuses{0};
 std::atomic<bool> is_there{false};
 GCancellable *interrupt = nullptr;
 
@@ -65,6 +66,7 @@ void host_note_status(bool lens_busy)
     if (!lens_busy && std::exchange(starting_anew, false))
         reboots.fetch_add(1, std::memory_order_relaxed);
     lens_was_busy = lens_busy;
+    statuses.fetch_add(1, std::memory_order_release);
 }
 
 void host_note_failed_send()
@@ -179,6 +181,11 @@ unsigned host_reboots()
     return reboots.load(std::memory_order_relaxed);
 }
 
+unsigned host_statuses()
+{
+    return statuses.load(std::memory_order_acquire);
+}
+
 void host_set_cancel(GCancellable *cancel)
 {
     is_there = cancel != nullptr;
@@ -212,6 +219,6 @@ void host_forget()
     status_at = silent_since = NEVER;
     host_note_start();
     host_set_held_image(nullptr);
-    sends_failed = reboots = 0;
+    sends_failed = reboots = statuses = 0;
     lens_was_busy = starting_anew = false;
 }

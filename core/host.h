@@ -52,6 +52,7 @@ std::string host_transfer_failure();
 void host_set_held_image(const char *image);
 std::string host_held_image();
 unsigned host_reboots();
+unsigned host_statuses();
 
 // Both hold a reference of their own; null takes it away.
 void host_set_cancel(GCancellable *cancel);

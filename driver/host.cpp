@@ -8,6 +8,7 @@
 #include "driver/params.h"
 #include "driver/startup.h"
 #include "host/driver_host.h"
+#include "utils/status.h"
 
 namespace {
 
@@ -22,7 +23,8 @@ enum PropertyId {
     PROP_FAILURE,
     PROP_CHUNK_AGE,
     PROP_UPGRADE,
-    PROP_REBOOTS
+    PROP_REBOOTS,
+    PROP_STATUSES
 };
 
 GVariant *upgrade_variant()
@@ -90,6 +92,9 @@ void get_property(GObject *object, guint id, GValue *value, GParamSpec *spec)
     case PROP_REBOOTS:
         g_value_set_uint(value, host_reboots());
         break;
+    case PROP_STATUSES:
+        g_value_set_uint(value, host_statuses());
+        break;
     default:
         G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
     }
@@ -126,6 +131,12 @@ void settle(PTZDriverCanon *self)
         return;
     ptz_driver_canon_settle_useradv(self);
     ptz_driver_canon_catch_up_capture_mode(self);
+}
+
+void refresh(PTZDriverCanon *self)
+{
+    if (self->driver_initialized)
+        ptz_driver_canon_cmd_update_status(self);
 }
 
 void install(GObjectClass *klass, guint id, GParamSpec *spec)
@@ -180,6 +191,9 @@ void ptz_driver_canon_install_host(GObjectClass *klass)
     install(klass, PROP_REBOOTS,
             g_param_spec_uint(DRIVER_HOST_REBOOTS, "Reboots", "Starts of the camera block that the status has shown", 0,
                               G_MAXUINT, 0, GET));
+    install(klass, PROP_STATUSES,
+            g_param_spec_uint(DRIVER_HOST_STATUSES, "Statuses", "Good statuses that have come", 0, G_MAXUINT, 0, GET));
+    install_action(klass, DRIVER_HOST_REFRESH, G_CALLBACK(refresh), G_TYPE_NONE);
     install_action(klass, DRIVER_HOST_APPLY, G_CALLBACK(apply), G_TYPE_BOOLEAN);
     install_action(klass, DRIVER_HOST_SETTLE, G_CALLBACK(settle), G_TYPE_NONE);
 }

@@ -36,7 +36,9 @@ bool to_time(std::string_view word, std::int64_t &us)
     const std::size_t point = word.find('.');
     if (point == std::string_view::npos || word.size() - point != 7)
         return false;
-    if (!to_number(word.substr(0, point), seconds) || !to_number(word.substr(point + 1), fraction) || fraction < 0)
+    constexpr std::int64_t kLatest = 1'000'000'000'000; // seconds
+    if (!to_number(word.substr(0, point), seconds) || !to_number(word.substr(point + 1), fraction) || fraction < 0 ||
+        seconds < 0 || seconds > kLatest)
         return false;
     us = seconds * 1'000'000 + fraction;
     return true;

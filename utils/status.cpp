@@ -70,10 +70,12 @@ void ptz_driver_canon_cmd_receive_status(PTZDriverCanon *self)
         return;
     g_byte_array_append(self->rx_buffer, received, static_cast<guint>(count));
     gboolean publish = FALSE;
-    if (ptz_driver_canon_cmd_async_data(self, &publish))
-        host_note_status(vccif_is_lens_busy());
+    const bool good = ptz_driver_canon_cmd_async_data(self, &publish);
     if (publish)
         ptz_driver_canon_utils_publish_status(self);
+    // Last: who sees the count sees what this status brought.
+    if (good)
+        host_note_status(vccif_is_lens_busy());
 }
 
 gboolean ptz_driver_canon_cmd_update_status(PTZDriverCanon *self)

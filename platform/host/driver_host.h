@@ -63,7 +63,13 @@
  * no status for a fifth of a second, then one with a busy lens. Counted when the lens is ready. */
 #define DRIVER_HOST_REBOOTS "host-reboots"
 
+/* guint: good statuses that have come since the process began, each counted when what it brought is published. */
+#define DRIVER_HOST_STATUSES "host-statuses"
+
 /* Action signals, emitted on the command thread. */
+
+/* void (void): reads the status once. Does nothing while the driver is not running. */
+#define DRIVER_HOST_REFRESH "host-refresh"
 
 /* gboolean (void): sends the video mode and applies every parameter again, as a start-up does. TRUE when all were
  * applied. Does nothing, with TRUE, while the driver is not running. */

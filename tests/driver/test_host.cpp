@@ -87,6 +87,26 @@ TEST_F(Host, ABusyLensAfterAPauseIsAStartOnceItIsReady)
     }
 }
 
+TEST_F(Host, ARefreshReadsOneStatusWhileTheDriverRuns)
+{
+    const auto statuses = [this] {
+        guint count = 0;
+        g_object_get(driver, DRIVER_HOST_STATUSES, &count, nullptr);
+        return count;
+    };
+    for (const bool running : {false, true}) {
+        running ? Life::run(driver) : Life::stop(driver);
+        const int reads = port.reads;
+        port.status = StatusRun().bytes();
+        g_signal_emit_by_name(driver, DRIVER_HOST_REFRESH);
+        EXPECT_EQ(port.reads, reads + running);
+        EXPECT_EQ(statuses(), running ? 1u : 0u);
+    }
+    port.status = {};
+    g_signal_emit_by_name(driver, DRIVER_HOST_REFRESH);
+    EXPECT_EQ(statuses(), 1u); // only good ones count
+}
+
 TEST_F(Host, ACancelledDriverWaitsForNothing)
 {
     const GOwned<GCancellable, g_object_unref> cancel(g_cancellable_new());

@@ -21,7 +21,7 @@ struct DriverScript {
 
     std::mutex mutex;
     std::vector<std::string> recorded; // under the mutex
-    std::mutex gate;                   // as long as the test holds it, get_position does not return
+    std::mutex gate;                   // as long as the test holds it, get_position and move do not return
     std::atomic<bool> works{true};     // what the operations return that can fail
     std::atomic<int> state_after_open{PTZ_STATE_RUNNING};
     std::atomic<bool> released{false}; // the driver, which a task holds that goes on every microsecond without an end
@@ -61,8 +61,11 @@ inline gboolean move(PTZDriver *driver, const PTZMotion *pan, const PTZMotion *t
     for (const PTZMotion *axis : {pan, tilt, zoom, iris, focus, brightness})
         line +=
             axis->type == PTZ_MOVE_NONE ? " -" : " " + std::to_string(axis->value) + "/" + std::to_string(axis->type);
-    return note(line + " speed=" + std::to_string(speed->value) + (driver->zoom_requested != FALSE ? " zoom" : "") +
-                (driver->current_request->words[PTZ_REQUEST_PRESET_WORD] == 1 ? " preset" : ""));
+    const gboolean result =
+        note(line + " speed=" + std::to_string(speed->value) + (driver->zoom_requested != FALSE ? " zoom" : "") +
+             (driver->current_request->words[PTZ_REQUEST_PRESET_WORD] == 1 ? " preset" : ""));
+    const std::lock_guard pass(DriverScript::current->gate);
+    return result;
 }
 
 inline gboolean get_position(PTZDriver *, gint32 *pan, gint32 *tilt, gint32 *zoom, gint32 *iris, gint32 *focus,

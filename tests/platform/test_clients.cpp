@@ -150,7 +150,7 @@ TEST_F(ServiceClients, TextsAreShortAndPrintable)
     const std::string text_of_300 = "('" + std::string(300, 'x') + "',)";
     expect_answers({
         {"RunSpecialCommand", "('re\\nset',)", "InvalidArgument: command: there are control characters in \"re?set\"."},
-        {"RunSpecialCommand", text_of_300.c_str(), "InvalidArgument: command: a text of more than 256 bytes"},
+        {"RunSpecialCommand", text_of_300.c_str(), "InvalidArgument: command: a text of more than 255 bytes"},
         {"GetCapabilities", "('\\u0007',)", "InvalidArgument: category: "},
     });
     EXPECT_THAT(script.lines(), ElementsAre());

@@ -1,7 +1,9 @@
 #include "tests/scenario/system_fixture.h"
 
+#include <algorithm>
 #include <cmath>
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
 #include <stdexcept>
 
@@ -129,8 +131,13 @@ void SystemTest::await_sim(const char *name, double value, double tolerance)
 
 std::size_t SystemTest::ptzd_descriptors() const
 {
-    const std::filesystem::directory_iterator entries("/proc/" + ptzd->pid() + "/fd");
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+    // What is open only for a look now and then does not count: the least of many.
+    std::size_t least = SIZE_MAX;
+    for (int look = 0; look < 100; ++look) {
+        const std::filesystem::directory_iterator entries("/proc/" + ptzd->pid() + "/fd");
+        least = std::min(least, static_cast<std::size_t>(std::distance(begin(entries), end(entries))));
+    }
+    return least;
 }
 
 std::size_t SystemTest::count_of(const std::string &text, const std::string &log)

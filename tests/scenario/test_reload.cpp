@@ -34,7 +34,8 @@ TEST_F(Reload, ThePluginLivesSeveralLivesInOneProcess)
         service->start([&problem](const std::string &text) { problem = text; });
         run_until([&] { return service->state() == PTZ_STATE_RUNNING || !problem.empty(); });
         EXPECT_EQ(problem, "");
-        EXPECT_EQ(client.call("GetVideo").text, "({'blanked': false, 'frozen': false},)");
+        // The picture comes right behind the state.
+        run_until([&] { return client.call("GetVideo").text == "({'blanked': false, 'frozen': false},)"; });
         const std::string move = "([('pan', 'absolute', " + std::to_string(life * 10) + ".0)], 0.0, @a{sv} {})";
         EXPECT_EQ(client.call("Move", move.c_str()).error, "");
         run_until([&] { return board.reading().pan > life * 10 - 0.01; });

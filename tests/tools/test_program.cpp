@@ -30,12 +30,16 @@ class Program : public BusTest {
     }
     RunResult ptzctl(const std::string &line) { return run_ptzctl(line, "", address()); }
 
-    std::string calls;   // "Method(arguments)" of each call so far, with blanks between
-    std::string refusal; // the name of the error that calls end with, unless empty
+    std::string calls; // "Method(arguments)" of each call so far, with blanks between, the id of a move as N
+    std::string reason = "reached"; // how moves that have a number end
+    std::string refusal;            // the name of the error that calls end with, unless empty
 
   private:
     static void on_call(GDBusConnection *, const char *, const char *, const char *, const char *method,
                         GVariant *arguments, GDBusMethodInvocation *invocation, gpointer data);
+
+    // Tells the end of a move that has a number.
+    void tell_end(guint32 id);
 
     Client owner_{address()};
     GDBusNodeInfo *node_ = nullptr;
@@ -58,7 +62,15 @@ void Program::on_call(GDBusConnection *, const char *, const char *, const char 
                       GVariant *arguments, GDBusMethodInvocation *invocation, gpointer data)
 {
     auto *self = static_cast<Program *>(data);
-    self->calls += (self->calls.empty() ? "" : " ") + (method + print(arguments));
+    std::string asked = method + print(arguments);
+    const GVariantOwned options(g_variant_n_children(arguments) == 3 ? g_variant_get_child_value(arguments, 2)
+                                                                     : nullptr);
+    guint32 id = 0;
+    if (options != nullptr && g_variant_lookup(options.get(), "id", "u", &id)) {
+        const std::string number = std::to_string(id);
+        asked.replace(asked.rfind(number), number.size(), "N");
+    }
+    self->calls += (self->calls.empty() ? "" : " ") + asked;
     const auto answer = kAnswers.find(method);
     if (!self->refusal.empty())
         g_dbus_method_invocation_return_dbus_error(invocation, self->refusal.c_str(),
@@ -66,6 +78,18 @@ void Program::on_call(GDBusConnection *, const char *, const char *, const char 
     else
         g_dbus_method_invocation_return_value(
             invocation, answer == kAnswers.end() ? nullptr : g_variant_new_parsed(answer->second));
+    if (id != 0 && self->refusal.empty())
+        self->tell_end(id);
+}
+
+void Program::tell_end(guint32 id)
+{
+    for (const guint32 number : {id + 1, id}) // another's, and the one that is waited for
+        g_dbus_connection_emit_signal(
+            owner_.connection(), nullptr, "/com/orna/PTZ", "com.orna.PTZ", "MoveDone",
+            g_variant_new("(ubs@a{sd})", number, static_cast<gboolean>(number == id && reason == "reached"),
+                          reason.c_str(), g_variant_new_parsed("{'pan': 10.25, 'iris': 4.0}")),
+            nullptr);
 }
 
 auto line_count(const std::string &text)
@@ -124,7 +148,8 @@ TEST_F(Program, AsksTheServiceForWhatItsWordsSay)
         {"move pan=10 tilt=rel:-5 zoom=2000 --speed 50",
          "Move([('pan', 'absolute', 10.0), ('tilt', 'relative', -5.0), ('zoom', 'absolute', 2000.0)], 50.0, {})"},
         {"move --relative --preset pan=0.5 --json", "Move([('pan', 'relative', 0.5)], 0.0, {'preset': <true>})"},
-        {"move --continuous pan=-30 --for 0", "Move([('pan', 'continuous', -30.0)], 0.0, {}) Stop()"},
+        {"move --continuous pan=-30 --for 0", "Move([('pan', 'continuous', -30.0)], 0.0, {'id': <uint32 N>}) Stop()"},
+        {"move --wait tilt=1", "Move([('tilt', 'absolute', 1.0)], 0.0, {'id': <uint32 N>})"},
         {"move --continuous pan=0", "Move([('pan', 'continuous', 0.0)], 0.0, {})"}, // does not stay for it
         {"params set Limit.MinPan -90", "SetParameter('Limit', 'MinPan', <'-90'>)"},
         {"params set A B 100%s\n", "SetParameter('A', 'B', <'100%s\\n'>)"},
@@ -172,6 +197,28 @@ TEST(UpgradeText, SaysWhatCameOfItAndWhetherItIsTriedAgain)
     EXPECT_THAT(upgrade_text(status.get()),
                 AllOf(StartsWith("01000000 to 01020304, 19"),
                       EndsWith(": given?up (not tried again; 'ptzctl upgrade --retry' does)")));
+}
+
+TEST_F(Program, EndsAsTheMoveEndsThatItWaitsFor)
+{
+    serve();
+    const struct {
+        const char *line, *reason;
+        int status;
+        const char *output;
+    } cases[] = {
+        {"move pan=1 --wait", "reached", EXIT_DONE, "reached: iris 4, pan 10.25\n"},
+        {"move pan=1 --wait", "limit", EXIT_NOT_REACHED, "limit: iris 4, pan 10.25\n"},
+        {"move pan=1 --wait --json", "link lost", EXIT_NOT_REACHED,
+         "{\"reached\":false,\"reason\":\"link lost\",\"position\":{\"iris\":4,\"pan\":10.25}}\n"},
+        {"move --continuous pan=1", "replaced", EXIT_DONE, "replaced: iris 4, pan 10.25\n"},
+        {"move --continuous pan=1", "camera stopped", EXIT_NOT_REACHED, "camera stopped: iris 4, pan 10.25\n"}};
+    for (const auto &[line, ends, status, output] : cases) {
+        reason = ends;
+        const RunResult result = ptzctl(line);
+        EXPECT_EQ(result.output, output);
+        EXPECT_EQ(result.status, status) << line << ends;
+    }
 }
 
 TEST_F(Program, PassesOnWhyTheServiceRefused)

@@ -5,7 +5,6 @@
 #include "tools/ptzctl/failure.h"
 #include "tools/ptzctl/json.h"
 #include "tools/ptzctl/numbers.h"
-#include "tools/ptzctl/standstill.h"
 
 #include <gtest/gtest.h>
 
@@ -56,15 +55,6 @@ TEST(Json, WritesEveryKindOfValueAndEscapesWhatATextMayNotHold)
               "{\"7\":\"seven\"}]");
     GVariantOwned not_finite(g_variant_ref_sink(g_variant_new_double(G_MAXDOUBLE * 2)));
     EXPECT_EQ(json_from_variant(not_finite.get()), "null");
-}
-
-TEST(Standstill, ComesOnceNothingHasChangedForTheSettlingTime)
-{
-    Standstill standstill(1000);
-    EXPECT_FALSE(standstill.observe({{"pan", 1.0}}, 5000));
-    EXPECT_FALSE(standstill.observe({{"pan", 1.5}}, 6000));
-    EXPECT_FALSE(standstill.observe({{"pan", 1.5}}, 6999));
-    EXPECT_TRUE(standstill.observe({{"pan", 1.5}}, 7000));
 }
 
 } // namespace

@@ -5,13 +5,11 @@
 
 namespace {
 
-constexpr unsigned kLookEveryMs = 100;
 constexpr unsigned kStateEveryMs = 50;
-constexpr gint64 kSettleUs = 1000000;
 
 } // namespace
 
-void send_move(Service &service, const std::vector<AxisMove> &moves, double speed, bool preset)
+void send_move(Service &service, const std::vector<AxisMove> &moves, double speed, bool preset, guint32 id)
 {
     GVariantBuilder axes;
     g_variant_builder_init(&axes, G_VARIANT_TYPE("a(ssd)"));
@@ -21,20 +19,9 @@ void send_move(Service &service, const std::vector<AxisMove> &moves, double spee
     g_variant_builder_init(&extras, G_VARIANT_TYPE_VARDICT);
     if (preset)
         g_variant_builder_add(&extras, "{sv}", "preset", g_variant_new_boolean(TRUE));
+    if (id != 0)
+        g_variant_builder_add(&extras, "{sv}", "id", g_variant_new_uint32(id));
     service.call("Move", g_variant_new("(a(ssd)da{sv})", &axes, speed, &extras), "()");
-}
-
-bool stay(Service &service, std::optional<double> seconds)
-{
-    const gint64 start = camera_now();
-    Standstill standstill(kSettleUs);
-    const LoopEnd end = run_loop(kLookEveryMs, [&] {
-        const gint64 now = camera_now();
-        if (seconds)
-            return static_cast<double>(now - start) < *seconds * 1e6;
-        return !standstill.observe(service.position(), now);
-    });
-    return end == LoopEnd::Finished;
 }
 
 GVariantOwned get_parameter(Service &service, const std::string &group, const std::string &name)

@@ -4,7 +4,6 @@
 #include "axes.h"
 #include "service.h"
 
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,12 +11,9 @@
 constexpr double kLongestWait = 3600; // seconds that a command line may ask for
 
 // Sends a move. speed: percent of absolute and relative moves, 0: as fast as the camera goes; preset: it goes to a
-// stored preset.
-void send_move(Service &service, const std::vector<AxisMove> &moves, double speed = 0, bool preset = false);
-
-// Stays until the camera has stood still for a second of its time or `seconds` have passed, if given. True when it
-// stands still or the time is up, false when the person interrupted.
-bool stay(Service &service, std::optional<double> seconds = std::nullopt);
+// stored preset; id: the number by which MoveDone names it, 0: none.
+void send_move(Service &service, const std::vector<AxisMove> &moves, double speed = 0, bool preset = false,
+               guint32 id = 0);
 
 // A parameter's value, and setting it (a text is converted to its kind).
 GVariantOwned get_parameter(Service &service, const std::string &group, const std::string &name);

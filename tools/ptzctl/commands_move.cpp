@@ -1,6 +1,7 @@
 // move and stop: what makes the camera move and how to wait for it.
 #include "camera.h"
 #include "command.h"
+#include "move_wait.h"
 #include "numbers.h"
 
 #include <algorithm>
@@ -36,6 +37,34 @@ MoveOptions take_options(Arguments &arguments)
     return options;
 }
 
+// Whether a continuous move ended as continuous moves do.
+bool is_expected_end(const std::string &reason)
+{
+    return reason == "stopped" || reason == "replaced" || reason == "limit";
+}
+
+void show_result(Context &context, const MoveResult &result)
+{
+    GVariantBuilder axes;
+    g_variant_builder_init(&axes, G_VARIANT_TYPE("a{sd}"));
+    std::string text;
+    for (const auto &[axis, value] : result.position) {
+        text += (text.empty() ? ": " : ", ") + printable(axis) + format_text(" %.10g", value);
+        g_variant_builder_add(&axes, "{sd}", axis.c_str(), value);
+    }
+    if (!context.json()) {
+        context.line(printable(result.reason) + text);
+        g_variant_builder_clear(&axes);
+        return;
+    }
+    GVariantBuilder object;
+    g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);
+    g_variant_builder_add(&object, "{sv}", "reached", g_variant_new_boolean(result.reached));
+    g_variant_builder_add(&object, "{sv}", "reason", g_variant_new_string(result.reason.c_str()));
+    g_variant_builder_add(&object, "{sv}", "position", g_variant_builder_end(&axes));
+    context.object(g_variant_builder_end(&object));
+}
+
 } // namespace
 
 ExitStatus run_move(Context &context, Arguments &arguments)
@@ -52,20 +81,22 @@ ExitStatus run_move(Context &context, Arguments &arguments)
         throw usage_failure("--for is for continuous moves; use --wait to wait for the end of this one");
 
     Service &service = context.service();
-    send_move(service, moves, options.speed, options.preset);
-    if (!runs_on) {
-        if (!options.wait)
-            context.done("moving");
-        else
-            context.done(stay(service) ? "the camera stands still" : "not waiting; the move goes on");
+    if (!runs_on && !options.wait) {
+        send_move(service, moves, options.speed, options.preset);
+        context.done("moving");
         return EXIT_DONE;
     }
+    FollowedMove move(service);
+    move.send(moves, options.speed, options.preset);
+    auto result = move.wait(options.seconds);
     // The service stops the continuous move of a client that leaves the bus, so we stay.
-    const bool over = stay(service, options.seconds);
-    if (!over || options.seconds)
+    if (!result && runs_on) {
         service.call("Stop", nullptr, "()");
-    context.done(over && !options.seconds ? "the camera stands still" : "stopped");
-    return EXIT_DONE;
+        result = move.wait();
+    }
+    show_result(context, result.value_or(MoveResult{false, "not waited for", {}}));
+    const bool good = result && (result->reached || (runs_on && is_expected_end(result->reason)));
+    return good ? EXIT_DONE : EXIT_NOT_REACHED;
 }
 
 ExitStatus run_stop(Context &context, Arguments &arguments)

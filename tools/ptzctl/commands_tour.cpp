@@ -3,6 +3,7 @@
 #include "command.h"
 #include "json.h"
 #include "loop.h"
+#include "move_wait.h"
 #include "numbers.h"
 
 #include <algorithm>
@@ -106,10 +107,12 @@ class Tour {
             step_ = std::string(place.axis) + " " + number_text(place.value) + " " + place.type;
             const bool relative = place.type == std::string_view("relative");
             const double wanted = place.value + (relative ? at(place.axis) : 0);
-            send_move(service_, {{place.axis, place.type, place.value}});
-            settle();
+            const auto result = move_to_its_end(service_, {{place.axis, place.type, place.value}});
+            if (!result)
+                throw Failure(EXIT_REFUSED, "Interrupted", "interrupted");
             const double found = at(place.axis);
-            end(std::fabs(found - wanted) <= place.tolerance, "at " + number_text(found));
+            end(result->reached && std::fabs(found - wanted) <= place.tolerance,
+                "at " + number_text(found) + (result->reached ? "" : " (" + printable(result->reason) + ")"));
         }
     }
 
@@ -140,8 +143,7 @@ class Tour {
         const gint64 latest = steady_now() + kSetOffUs;
         run_loop(kLookEveryMs,
                  [&] { return !std::all_of(ways.begin(), ways.end(), under_way) && steady_now() < latest; });
-        service_.call("Stop", nullptr, "()");
-        settle();
+        service_.call("Stop", nullptr, "()"); // answered when it stands
         for (const Way &way : ways) {
             step_ = std::string(way.axis) + " " + way.type + ", stopped on the way";
             const double found = at(way.axis);
@@ -206,12 +208,6 @@ class Tour {
         g_variant_builder_add(&object, "{sv}", "step", g_variant_new_string(step_.c_str()));
         g_variant_builder_add(&object, "{sv}", "found", g_variant_new_string(found.c_str()));
         context_.object(g_variant_builder_end(&object));
-    }
-
-    void settle()
-    {
-        if (!stay(service_))
-            throw Failure(EXIT_REFUSED, "Interrupted", "interrupted");
     }
 
     double at(const char *axis)

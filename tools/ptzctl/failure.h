@@ -10,10 +10,11 @@
 // Exit statuses, as `ptzctl --help` and the man page list them.
 enum ExitStatus {
     EXIT_DONE = 0,
-    EXIT_REFUSED = 1,    // the service refused or failed; a trace with lines that cannot be read
-    EXIT_USAGE = 2,      // the command line means nothing
-    EXIT_NO_SERVICE = 3, // no bus, or no ptzd on it
-    EXIT_NO_ANSWER = 4,  // not within the time given
+    EXIT_REFUSED = 1,     // the service refused or failed; a trace with lines that cannot be read
+    EXIT_USAGE = 2,       // the command line means nothing
+    EXIT_NO_SERVICE = 3,  // no bus, or no ptzd on it
+    EXIT_NO_ANSWER = 4,   // not within the time given
+    EXIT_NOT_REACHED = 5, // a move that was waited for ended elsewhere
 };
 
 // Thrown by commands, caught in run_ptzctl(); never passes a C frame.

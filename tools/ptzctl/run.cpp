@@ -30,7 +30,8 @@ std::string general_help()
                   "'ptzctl COMMAND --help' explains a command, with examples.\n"
                   "\n"
                   "Exit status: 0 done; 1 refused or failed, or a trace with lines that cannot be read; 2 the command\n"
-                  "line means nothing; 3 no bus, or no ptzd on it; 4 no answer in the time given.\n";
+                  "line means nothing; 3 no bus, or no ptzd on it; 4 no answer in the time given;\n"
+                  "5 a move that was waited for did not come to its place.\n";
 }
 
 const Command &find_command(const std::string &name)

@@ -74,17 +74,22 @@ GVariantOwned Service::call(const char *method, GVariant *arguments, const char 
     return results;
 }
 
-Position Service::position(std::optional<double> *age)
+Position position_from(GVariant *axes)
 {
-    GVariantOwned axes = result("GetPosition", nullptr, "(a{sd})");
     Position position;
-    for (gsize i = 0; i < g_variant_n_children(axes.get()); i++) {
+    for (gsize i = 0; i < g_variant_n_children(axes); i++) {
         const char *axis = nullptr;
         double value = 0;
-        GVariantOwned entry(g_variant_get_child_value(axes.get(), i));
+        GVariantOwned entry(g_variant_get_child_value(axes, i));
         g_variant_get(entry.get(), "{&sd}", &axis, &value);
         position[axis] = value;
     }
+    return position;
+}
+
+Position Service::position(std::optional<double> *age)
+{
+    Position position = position_from(result("GetPosition", nullptr, "(a{sd})").get());
     // It is no axis, and grows where nothing moves.
     if (const auto entry = position.extract("age"); age != nullptr && entry)
         *age = entry.mapped();

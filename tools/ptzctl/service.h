@@ -2,11 +2,17 @@
 #pragma once
 
 #include "glib_owned.h"
-#include "standstill.h"
 
 #include <gio/gio.h>
+#include <map>
 #include <optional>
 #include <string>
+#include <utility>
+
+using Position = std::map<std::string, double>; // axis, degrees or position
+
+// Of a variant of type a{sd}.
+Position position_from(GVariant *axes);
 
 inline constexpr const char *kServiceName = "com.orna.PTZ";
 inline constexpr const char *kServicePath = "/com/orna/PTZ";

@@ -14,11 +14,12 @@
 // Kept in PTZDriver.priv. Used on the command thread only, but for the store, which locks itself.
 struct DriverPrivate {
     std::shared_ptr<ParamStore> params = std::make_shared<ParamStore>();
-    std::set<std::string> imaging_names;                 // "ImageSource" parameters that the driver applies
-    PTZTemperatureController *controller = nullptr;      // cleared when the controller goes
-    PTZRequest request{};                                // storage of current_request
-    std::array<gint32, PTZ_STATUS_SPARE_RECORDS> report; // what report_status_params points at
-    gint32 moves = 0;                                    // moves begun, as prepare_move counted them
+    std::set<std::string> imaging_names;                   // "ImageSource" parameters that the driver applies
+    PTZTemperatureController *controller = nullptr;        // cleared when the controller goes
+    PTZRequest request{};                                  // storage of current_request
+    std::array<gint32, PTZ_STATUS_SPARE_RECORDS> report{}; // what report_status_params points at
+    gint32 moves = 0;                                      // moves begun, as prepare_move counted them
+    unsigned moving = 0; // axes that move, as last reported: bit 0 the first of a move
 };
 
 DriverPrivate &driver_private(PTZDriver *driver);

@@ -7,7 +7,7 @@
 G_DEFINE_TYPE(PTZDriver, ptz_driver, G_TYPE_OBJECT)
 
 enum { PROP_STATE = 1, PROP_SPEED, PROP_VIDEO_CHANNEL_NBR, PROP_ID, PROP_COUNT };
-enum { SIGNAL_CAMERA_EVENT, SIGNAL_PARAM_CHANGED, SIGNAL_COUNT };
+enum { SIGNAL_CAMERA_EVENT, SIGNAL_PARAM_CHANGED, SIGNAL_MOVING_CHANGED, SIGNAL_COUNT };
 
 static GParamSpec *properties[PROP_COUNT];
 static guint signals[SIGNAL_COUNT];
@@ -259,6 +259,8 @@ static void ptz_driver_class_init(PTZDriverClass *klass)
                                                 nullptr, G_TYPE_NONE, 2, G_TYPE_UINT, G_TYPE_STRING);
     signals[SIGNAL_PARAM_CHANGED] = g_signal_new("param-changed", PTZ_TYPE_DRIVER, G_SIGNAL_RUN_LAST, 0, nullptr,
                                                  nullptr, nullptr, G_TYPE_NONE, 2, G_TYPE_STRING, G_TYPE_STRING);
+    signals[SIGNAL_MOVING_CHANGED] = g_signal_new("moving-changed", PTZ_TYPE_DRIVER, G_SIGNAL_RUN_LAST, 0, nullptr,
+                                                  nullptr, nullptr, G_TYPE_NONE, 1, G_TYPE_UINT);
     klass->move = no_move;
     klass->stop = not_supported;
     klass->get_field_of_view = no_field_of_view;

@@ -1,6 +1,7 @@
 #include "ptzorvel/driver/driver_private.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -14,16 +15,19 @@ static_assert(kReportCount <= PTZ_STATUS_SPARE_RECORDS);
 
 } // namespace
 
-// Called under the driver's status lock: fills and returns, nothing else.
+// Called under the driver's status lock: neither this nor who hears of the axes calls the driver.
 int driver_report_status(PTZDriver *driver, int pan_moving, int tilt_moving, int zoom_moving, int focus_moving,
                          int iris_moving, int brightness_moving, guint32 position_result, guint32 speed_result, int,
                          int max, ScParam *spare)
 {
-    const int moving[] = {pan_moving, tilt_moving, zoom_moving, focus_moving, iris_moving, brightness_moving};
-    const bool any = std::any_of(std::begin(moving), std::end(moving), [](int flag) { return flag > 0; });
-    auto &[params, names, controller, request, report, moves] = driver_private(driver);
+    // As a move names them.
+    const int moving[] = {pan_moving, tilt_moving, zoom_moving, iris_moving, focus_moving, brightness_moving};
+    unsigned mask = 0;
+    for (unsigned axis = 0; axis < std::size(moving); axis++)
+        mask |= moving[axis] > 0 ? 1u << axis : 0u;
+    auto &[params, names, controller, request, report, moves, moving_axes] = driver_private(driver);
     report = {driver->state,
-              any,
+              mask != 0,
               pan_moving,
               tilt_moving,
               zoom_moving,
@@ -35,6 +39,8 @@ int driver_report_status(PTZDriver *driver, int pan_moving, int tilt_moving, int
               driver->iris_mode,
               driver->focus_mode,
               moves};
+    if (std::exchange(moving_axes, mask) != mask)
+        g_signal_emit_by_name(driver, "moving-changed", mask);
     if (spare == nullptr)
         return 0;
     const int count = std::clamp(max, 0, kReportCount);

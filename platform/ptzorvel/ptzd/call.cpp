@@ -8,9 +8,9 @@
 
 std::optional<CallError> check_text(const std::string &what, const std::string &text)
 {
-    constexpr std::size_t kLongest = 256;
+    constexpr std::size_t kLongest = 255;
     if (text.size() > kLongest)
-        return CallError{ErrorKind::invalid_argument, what + ": a text of more than 256 bytes means nothing here."};
+        return CallError{ErrorKind::invalid_argument, what + ": a text of more than 255 bytes means nothing here."};
     if (printable(text) != text)
         return CallError{ErrorKind::invalid_argument, what + ": there are control characters in " + quoted(text) + "."};
     return std::nullopt;
@@ -37,6 +37,8 @@ const char *error_name(ErrorKind kind)
         return "com.orna.PTZ.Error.LimitsExceeded";
     case ErrorKind::not_kept:
         return "com.orna.PTZ.Error.NotKept";
+    case ErrorKind::still_moving:
+        return "com.orna.PTZ.Error.StillMoving";
     case ErrorKind::failed:
         break;
     }

@@ -17,6 +17,7 @@ enum class ErrorKind {
     cancelled,
     limits_exceeded,
     not_kept,
+    still_moving,
     failed,
 };
 

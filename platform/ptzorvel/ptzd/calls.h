@@ -37,5 +37,10 @@ void call_get_published(PtzService &service, const CallPtr &call);
 void call_get_data_caches(PtzService &service, const CallPtr &call);
 void call_get_video(PtzService &service, const CallPtr &call);
 
+// What stands against setting the parameter `info`, asked for by these names, to a value from the bus; nothing, and the
+// value in `wanted`, when it can be set.
+std::optional<CallError> check_parameter(const std::optional<ParamInfo> &info, const std::string &group,
+                                         const std::string &name, GVariant *value, ParamValue &wanted);
+
 // A parameter's value as it goes over the bus, floating; no value: "".
 GVariant *param_variant(const ParamValue &value);

@@ -1,6 +1,7 @@
 // Moving and stopping.
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ptzd/calls.h"
+#include "ptzorvel/ptzd/move_operation.h"
 
 #include <cmath>
 
@@ -11,20 +12,30 @@ CallError failed(const char *what)
     return {ErrorKind::failed, std::string("The camera did not ") + what + "; see the system log."};
 }
 
-std::optional<CallError> carry_out(PTZDriver *driver, const MoveRequest &move)
+// Sends a move that has had its turn. What became of it, when it did not begin.
+std::optional<CallError> carry_out(PtzService &service, PTZDriver *driver, const MoveRequest &move, unsigned stops,
+                                   Motion::Ticket &ticket)
 {
     if (!driver_replaces(driver, &PTZDriverClass::move))
         return not_supported("move");
-    PTZRequest request{};
-    request.words[PTZ_REQUEST_PRESET_WORD] = move.preset ? 1 : 0;
-    ptz_driver_set_request(driver, &request);
-    driver->zoom_requested = move.axes[AXIS_ZOOM].type != PTZ_MOVE_NONE;
-    const PTZSpeed speed = move.speed.value_or(PTZSpeed{to_fixed(driver->speed), {}});
-    const auto &axes = move.axes;
-    const bool moved = PTZ_DRIVER_GET_CLASS(driver)->move(driver, &axes[AXIS_PAN], &axes[AXIS_TILT], &axes[AXIS_ZOOM],
-                                                          &axes[AXIS_IRIS], &axes[AXIS_FOCUS], &axes[AXIS_BRIGHTNESS],
-                                                          &speed) != FALSE;
-    return moved ? std::nullopt : std::optional(failed("move"));
+    Motion &motion = service.motion();
+    const AxisWays ways = axis_ways(service.params().get());
+    const MotionLook from = motion.begin_operation();
+    const bool taken = drive_axes(driver, service.host(), within_limits(ways, from.positions, move));
+    if (taken) {
+        motion.begin(ticket, move, ways, from);
+        // A stop that came in while it was sent is the newer one.
+        if (!service.stopper().give_way(move.requested(), stops))
+            motion.stop();
+    }
+    motion.end_operation();
+    if (taken)
+        return std::nullopt;
+    ticket.end = kNotTaken;
+    // The block may have taken more than it answered: nothing runs on that nobody knows of.
+    if (move.running() != 0)
+        service.stopper().stop_axes(move.running());
+    return failed("take the move");
 }
 
 } // namespace
@@ -32,43 +43,39 @@ std::optional<CallError> carry_out(PTZDriver *driver, const MoveRequest &move)
 void call_move(PtzService &service, const CallPtr &call)
 {
     MoveRequest move;
-    if (const auto error = parse_move(call->parameters(), move)) {
+    auto error = parse_move(call->parameters(), move);
+    if (!error)
+        error = check_limits(axis_ways(service.params().get()), move);
+    if (error) {
         call->refuse(*error);
         return;
     }
     const unsigned stops = call->stops_before();
-    // Goes with the work: a move that is refused on the way is given up.
+    // Both go with the work: a move that is refused on the way is given up.
     const auto claim = std::make_shared<MoveClaim>(service.move_owners(), call->sender(), move);
-    service.run(call, PtzService::Gate::running, [&service, move, stops, claim](PTZDriver *driver, Call &answered) {
-        std::optional<CallError> error;
-        if (service.stops() != stops)
-            error = CallError{ErrorKind::cancelled, "A stop came in before this move began; send it again if it is "
-                                                    "still wanted."};
-        else
-            error = carry_out(driver, move);
-        if (error) {
-            answered.refuse(*error);
-            return;
-        }
-        claim->keep();
-        answered.answer();
-    });
+    const auto ticket = service.motion().accept(move);
+    service.run(call, PtzService::Gate::running,
+                [&service, move, stops, claim, ticket](PTZDriver *driver, Call &answered) {
+                    std::optional<CallError> refusal;
+                    if (service.stops() != stops) {
+                        ticket->end = kStopped;
+                        refusal = CallError{ErrorKind::cancelled, "A stop came in before this move began; send it "
+                                                                  "again if it is still wanted."};
+                    } else {
+                        refusal = carry_out(service, driver, move, stops, *ticket);
+                    }
+                    if (refusal) {
+                        answered.refuse(*refusal);
+                        return;
+                    }
+                    claim->keep();
+                    answered.answer();
+                });
 }
 
 void call_stop(PtzService &service, const CallPtr &call)
 {
-    const unsigned up_to = service.move_owners().latest();
-    service.run_stop(call, [&service, up_to](PTZDriver *driver, Call &answered) {
-        ptz_driver_set_request(driver, nullptr);
-        if (!driver_replaces(driver, &PTZDriverClass::stop)) {
-            answered.refuse(not_supported("stop"));
-        } else if (PTZ_DRIVER_GET_CLASS(driver)->stop(driver)) {
-            service.move_owners().stopped(up_to);
-            answered.answer();
-        } else {
-            answered.refuse(failed("take the stop"));
-        }
-    });
+    service.stop(call);
 }
 
 void call_angle_to_zoom(PtzService &service, const CallPtr &call)

@@ -1,19 +1,10 @@
 // Listing, reading and setting parameters.
-#include "clean_text.h"
 #include "glib_owned.h"
 #include "ptzorvel/common/quote.h"
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ptzd/calls.h"
 
 namespace {
-
-constexpr std::size_t kLongestText = 255;
-
-// Whether it is a text of one line that a person can have meant.
-bool is_sensible(std::string_view text)
-{
-    return text.size() <= kLongestText && printable(text) == text;
-}
 
 // The value as the parameter's kind; texts are read as such. None when it is of another kind.
 std::optional<ParamValue> value_from_variant(guint32 kind, GVariant *value)
@@ -88,9 +79,10 @@ PTZDynamicalProperties *group_of_call(const std::shared_ptr<ParamStore> &store, 
     return properties;
 }
 
-// What stands against setting the parameter to that value; the value goes to `wanted`.
-std::optional<CallError> check_set(const std::optional<ParamInfo> &info, const std::string &group,
-                                   const std::string &name, GVariant *value, ParamValue &wanted)
+} // namespace
+
+std::optional<CallError> check_parameter(const std::optional<ParamInfo> &info, const std::string &group,
+                                         const std::string &name, GVariant *value, ParamValue &wanted)
 {
     if (!info)
         return unknown_in(group, name);
@@ -98,10 +90,9 @@ std::optional<CallError> check_set(const std::optional<ParamInfo> &info, const s
         return CallError{ErrorKind::invalid_argument, group + "." + name +
                                                           " is reported by the camera and not to be "
                                                           "set."};
-    if (g_variant_is_of_type(value, G_VARIANT_TYPE_STRING) && !is_sensible(g_variant_get_string(value, nullptr)))
-        return CallError{ErrorKind::invalid_argument,
-                         group + "." + name + " takes a text of at most 255 bytes without control characters, not " +
-                             quoted(g_variant_get_string(value, nullptr)) + "."};
+    if (g_variant_is_of_type(value, G_VARIANT_TYPE_STRING))
+        if (auto error = check_text(group + "." + name, g_variant_get_string(value, nullptr)))
+            return error;
     const auto converted = value_from_variant(info->kind, value);
     if (!converted)
         return CallError{ErrorKind::invalid_argument,
@@ -110,10 +101,10 @@ std::optional<CallError> check_set(const std::optional<ParamInfo> &info, const s
     const std::string refusal = param_fit(*info, wanted);
     if (!refusal.empty())
         return CallError{ErrorKind::out_of_range, refusal};
-    if (const auto *text = std::get_if<std::string>(&wanted))
-        return check_text(group + "." + name, *text);
     return std::nullopt;
 }
+
+namespace {
 
 // Answered when the value is in force and safe.
 void set_parameter(PtzService &service, const CallPtr &call, const std::shared_ptr<ParamStore> &store,
@@ -212,7 +203,7 @@ void call_set_parameter(PtzService &service, const CallPtr &call)
     if (properties == nullptr)
         return;
     ParamValue wanted;
-    if (const auto error = check_set(properties->find(name), group, name, value, wanted)) {
+    if (const auto error = check_parameter(properties->find(name), group, name, value, wanted)) {
         call->refuse(*error);
         return;
     }

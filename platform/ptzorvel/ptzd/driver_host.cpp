@@ -164,6 +164,12 @@ void DriverHost::hold_image(const std::string &image)
         g_object_set(driver_, DRIVER_HOST_HELD_IMAGE, image.c_str(), nullptr);
 }
 
+std::optional<unsigned> DriverHost::statuses() const
+{
+    GValue count = G_VALUE_INIT;
+    return read(DRIVER_HOST_STATUSES, &count) ? std::optional(g_value_get_uint(&count)) : std::nullopt;
+}
+
 bool DriverHost::apply()
 {
     gboolean applied = TRUE;
@@ -176,4 +182,10 @@ void DriverHost::settle()
 {
     if (has_action(driver_, DRIVER_HOST_SETTLE))
         g_signal_emit_by_name(driver_, DRIVER_HOST_SETTLE);
+}
+
+void DriverHost::refresh()
+{
+    if (has_action(driver_, DRIVER_HOST_REFRESH))
+        g_signal_emit_by_name(driver_, DRIVER_HOST_REFRESH);
 }

@@ -52,10 +52,14 @@ class DriverHost {
     std::optional<ImageReport> upgrade() const;
     // Command thread: the image with this id is not transferred; empty: none is held back.
     void hold_image(const std::string &image);
+    // Any thread: good statuses so far; none when the driver does not tell.
+    std::optional<unsigned> statuses() const;
 
     // Command thread, while the driver is running. False when a parameter was not applied.
     bool apply();
     void settle();
+    // Command thread: reads the status once.
+    void refresh();
 
   private:
     bool read(const char *property, GValue *value) const;

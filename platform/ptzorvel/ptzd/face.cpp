@@ -52,7 +52,7 @@ void on_method_call(GDBusConnection *, const char *, const char *, const char *,
 GVariant *on_get_property(GDBusConnection *, const char *, const char *, const char *, const char *property, GError **,
                           gpointer user_data)
 {
-    const auto &service = *static_cast<PtzService *>(user_data);
+    auto &service = *static_cast<PtzService *>(user_data);
     const std::string_view name = property;
     if (name == "State")
         return g_variant_new_int32(service.state());
@@ -62,6 +62,8 @@ GVariant *on_get_property(GDBusConnection *, const char *, const char *, const c
         return g_variant_new_double(service.speed());
     if (name == "Link")
         return g_variant_new_string(service.link_watch().link());
+    if (name == "Moving")
+        return axis_names_variant(service.motion().under_way());
     if (name == "VideoChannel")
         return g_variant_new_int32(service.options().video_channel);
     if (name == "Id")

@@ -9,34 +9,10 @@
 
 namespace {
 
-struct Bounds {
-    double low;
-    double high;
-};
-
-struct AxisRow {
-    const char *name;
-    Bounds absolute;
-    Bounds relative; // from one end to the other and back
-    bool whole;      // positions are whole numbers, angles need not be
-    const char *unit;
-};
-
-constexpr AxisRow kAxes[AXIS_COUNT] = {
-    {"pan", {-170, 170}, {-340, 340}, false, " degrees"}, {"tilt", {-20, 90}, {-110, 110}, false, " degrees"},
-    {"zoom", {1, 19999}, {-19998, 19998}, true, ""},      {"iris", {1, 9999}, {-9998, 9998}, true, ""},
-    {"focus", {1, 9999}, {-9998, 9998}, true, ""},        {"brightness", {1, 9999}, {-9998, 9998}, true, ""},
-};
-constexpr Bounds kContinuous{-100, 100};
+constexpr double kFullSpeed = 100; // percent
+constexpr guint32 kHighestId = G_MAXINT32;
 
 constexpr const char *kTypes[] = {"none", "absolute", "relative", "continuous"}; // by PTZ_MOVE_*
-
-std::string number_text(double value)
-{
-    char text[40];
-    std::snprintf(text, sizeof text, "%.10g", value);
-    return text;
-}
 
 CallError invalid(std::string text)
 {
@@ -61,11 +37,12 @@ std::optional<CallError> parse_axis(const char *axis, const char *type, double v
     if (motion.type != PTZ_MOVE_NONE)
         return invalid(std::string(row.name) + " is asked for twice; name each axis once.");
     const bool speed = move_type == PTZ_MOVE_CONTINUOUS;
-    const Bounds &bounds = speed ? kContinuous : move_type == PTZ_MOVE_RELATIVE ? row.relative : row.absolute;
-    if (auto error = check_number(row.name, value, bounds.low, bounds.high, speed ? " percent" : row.unit))
+    const auto &[low, high] = move_type == PTZ_MOVE_RELATIVE ? row.relative : row.absolute;
+    if (auto error = speed ? check_number(row.name, value, -kFullSpeed, kFullSpeed, " percent")
+                           : check_number(row.name, value, low, high, row.unit))
         return error;
     if (!speed && row.whole && value != std::floor(value))
-        return invalid(std::string(row.name) + ": positions are whole numbers, not " + number_text(value) + ".");
+        return invalid(std::string(row.name) + ": positions are whole numbers, not " + plain_number(value) + ".");
     motion.value = to_fixed(value);
     motion.type = move_type;
     return std::nullopt;
@@ -79,15 +56,18 @@ std::optional<CallError> parse_options(GVariant *options, MoveRequest &request)
     GVariant *next = nullptr;
     while (g_variant_iter_next(&iter, "{&sv}", &key, &next)) {
         const GVariantOwned value(next);
-        const bool known =
-            std::string_view(key) == "preset" && g_variant_is_of_type(value.get(), G_VARIANT_TYPE_BOOLEAN);
-        if (known)
+        const auto is = [&](const char *name, const GVariantType *type) {
+            return std::string_view(key) == name && g_variant_is_of_type(value.get(), type);
+        };
+        if (is("preset", G_VARIANT_TYPE_BOOLEAN))
             request.preset = g_variant_get_boolean(value.get()) != FALSE;
-        if (!known)
+        else if (is("id", G_VARIANT_TYPE_UINT32))
+            request.id = g_variant_get_uint32(value.get());
+        else
             return invalid("There is no move option " + quoted(key) +
-                           " of that type; there is \"preset\", true or false.");
+                           " of that type; there are \"preset\", true or false, and \"id\", a number of type u.");
     }
-    return std::nullopt;
+    return request.id ? check_number("id", *request.id, 1, kHighestId, "") : std::nullopt;
 }
 
 } // namespace
@@ -120,14 +100,21 @@ double from_fixed(gint32 value)
     return static_cast<double>(value) / 65536.0;
 }
 
+std::string plain_number(double value)
+{
+    char text[40];
+    std::snprintf(text, sizeof text, "%.10g", value);
+    return text;
+}
+
 std::optional<CallError> check_number(std::string_view what, double value, double low, double high, const char *unit)
 {
     const std::string name(what);
     if (!std::isfinite(value))
-        return invalid(name + ": " + number_text(value) + " is not a number that can be used.");
+        return invalid(name + ": " + plain_number(value) + " is not a number that can be used.");
     if (value < low || value > high)
-        return CallError{ErrorKind::out_of_range, name + ": " + number_text(value) + " is outside " + number_text(low) +
-                                                      ".." + number_text(high) + unit + "."};
+        return CallError{ErrorKind::out_of_range, name + ": " + plain_number(value) + " is outside " +
+                                                      plain_number(low) + ".." + plain_number(high) + unit + "."};
     return std::nullopt;
 }
 

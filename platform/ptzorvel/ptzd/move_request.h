@@ -2,22 +2,20 @@
 #pragma once
 
 #include "ptzorvel/ptz_driver.h"
+#include "ptzorvel/ptzd/axes.h"
 #include "ptzorvel/ptzd/call.h"
 
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
-
-enum Axis { AXIS_PAN, AXIS_TILT, AXIS_ZOOM, AXIS_IRIS, AXIS_FOCUS, AXIS_BRIGHTNESS, AXIS_COUNT };
-
-// A set of axes: bit 1 << axis.
-using AxisMask = unsigned;
 
 struct MoveRequest {
     std::array<PTZMotion, AXIS_COUNT> axes{};
     std::optional<PTZSpeed> speed; // none: the driver's default
     bool preset = false;
+    std::optional<guint32> id; // by which the caller knows it
 
     AxisMask running() const;   // axes that are to move until they are stopped
     AxisMask requested() const; // axes that are asked for at all
@@ -26,6 +24,9 @@ struct MoveRequest {
 // Signed 16.16 fixed point, to the nearest; the value must lie within -32768..32767.
 gint32 to_fixed(double value);
 double from_fixed(gint32 value);
+
+// As people write it.
+std::string plain_number(double value);
 
 // Reads the arguments of Move: a(ssd) axes, d speed, a{sv} options. What was wrong, or nothing.
 std::optional<CallError> parse_move(GVariant *parameters, MoveRequest &request);

@@ -76,9 +76,11 @@ void load_param(GKeyFile *file, PTZDynamicalProperties &group, const ParamInfo &
         syslog(LOG_WARNING, "The kept value of %s.%s is not used: %s", group_name, name, refusal.c_str());
 }
 
+// An empty default is no value, from which an empty text differs.
 bool differs_from_default(const ParamInfo &info)
 {
-    return !std::holds_alternative<std::monostate>(info.value) && param_value_to_text(info.value) != info.default_text;
+    return !std::holds_alternative<std::monostate>(info.value) &&
+           (info.default_text.empty() || param_value_to_text(info.value) != info.default_text);
 }
 
 } // namespace

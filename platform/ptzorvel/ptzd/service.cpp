@@ -51,6 +51,7 @@ PtzService::PtzService(GDBusConnection *connection, const Options &options)
 {
     link_watch_ = std::make_unique<LinkWatch>(*this, options.time_scale, options.link_timeout_s);
     move_owners_ = std::make_unique<MoveOwners>(connection, [this] { stop_abandoned_move(); });
+    make_motion();
     guard_ = std::make_unique<BusGuard>(
         connection, BusGuard::Handlers{&stops_, [this](const CallPtr &call) { call_stop(*this, call); },
                                        [this](const std::string &client) { works_.left(client); }});
@@ -149,6 +150,7 @@ void PtzService::close(Done closed)
         [this, closed = std::move(closed)] {
             deadlines_.close_begins();
             queue_.queue.cancel_repeating();
+            stopper_->stop_at_end(driver_);
             if (driver_ != nullptr)
                 PTZ_DRIVER_GET_CLASS(driver_)->close(driver_);
             // Nothing runs after the close: what waits may carry a driver that is about to go.
@@ -200,9 +202,9 @@ std::optional<CallError> PtzService::gate_error(PTZDriver *driver) const
 {
     const int state = state_;
     const bool temperature = state == PTZ_STATE_RUNNING || state == PTZ_STATE_TOO_COLD || state == PTZ_STATE_TOO_HOT;
-    if (const char *busy = temperature ? ptz_driver_busy_text(driver) : nullptr)
+    if (const char *busy = driver != nullptr && temperature ? ptz_driver_busy_text(driver) : nullptr)
         return CallError{ErrorKind::busy, busy};
-    if (state == PTZ_STATE_RUNNING)
+    if (driver != nullptr && state == PTZ_STATE_RUNNING)
         return std::nullopt;
     return CallError{ErrorKind::not_ready, not_ready_text(state)};
 }
@@ -225,21 +227,21 @@ void PtzService::perform(std::function<void(PTZDriver *driver)> work)
     });
 }
 
-void PtzService::run_stop(const CallPtr &call, Work work)
+bool PtzService::refuse_hopeless(const CallPtr &call) const
 {
-    post(call, TaskQueue::Lane::urgent, Gate::running, std::move(work));
+    const int state = state_;
+    const bool hopeless = state != PTZ_STATE_RUNNING && state != PTZ_STATE_TOO_COLD && state != PTZ_STATE_TOO_HOT;
+    if (hopeless && call != nullptr)
+        call->refuse({ErrorKind::not_ready, not_ready_text(state)});
+    return hopeless;
 }
 
 void PtzService::post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work work)
 {
     // A camera that starts or is gone answers at once, instead of after all that waits; whether it is too warm or too
     // cold only the command thread knows.
-    const int state = state_;
-    const bool hopeless = state != PTZ_STATE_RUNNING && state != PTZ_STATE_TOO_COLD && state != PTZ_STATE_TOO_HOT;
-    if (gate == Gate::running && hopeless) {
-        call->refuse({ErrorKind::not_ready, not_ready_text(state)});
+    if (gate == Gate::running && refuse_hopeless(call))
         return;
-    }
     auto work_of_call = gated(call, gate, std::move(work));
     if (lane == TaskQueue::Lane::urgent)
         queue_.queue.post(std::move(work_of_call), lane);
@@ -260,20 +262,6 @@ std::function<void()> PtzService::gated(const CallPtr &call, Gate gate, Work wor
         else
             work(driver_, *call);
     };
-}
-
-void PtzService::stop_abandoned_move()
-{
-    stops_++;
-    queue_.queue.post(
-        [this] {
-            if (driver_ == nullptr || state_ != PTZ_STATE_RUNNING)
-                return;
-            syslog(LOG_INFO, "A client left while its move was running: stopping");
-            ptz_driver_set_request(driver_, nullptr);
-            PTZ_DRIVER_GET_CLASS(driver_)->stop(driver_);
-        },
-        TaskQueue::Lane::urgent);
 }
 
 std::shared_ptr<ParamStore> PtzService::params()

@@ -15,8 +15,10 @@
 #include "ptzorvel/ptzd/fair_queue.h"
 #include "ptzorvel/ptzd/known_position.h"
 #include "ptzorvel/ptzd/link_watch.h"
+#include "ptzorvel/ptzd/motion.h"
 #include "ptzorvel/ptzd/move_owners.h"
 #include "ptzorvel/ptzd/param_keeper.h"
+#include "ptzorvel/ptzd/stopper.h"
 #include "ptzorvel/ptzd/upgrade_log.h"
 
 #include <atomic>
@@ -77,13 +79,14 @@ class PtzService {
     void run(const CallPtr &call, Gate gate, Work work);
     // As run(), but only when that is at once: false, and nothing done, when the command thread has something to do.
     bool run_if_idle(const CallPtr &call, Gate gate, Work work);
-    // As run(), ahead of what waits. The moves that wait were cancelled when the call came.
-    void run_stop(const CallPtr &call, Work work);
-    // Stops on behalf of a client that has gone.
-    void stop_abandoned_move();
-    // Changes with every stop; a move that was asked for before the latest is not to be carried out.
-    unsigned stops() const { return stops_; }
+    // Stops every axis ahead of what waits, cancelling every move that waits (stopper.h). Null: nobody is to be
+    // answered.
+    void stop(const CallPtr &call);
     MoveOwners &move_owners() { return *move_owners_; }
+    // How many stops have come in. A move that was asked for before the latest is not to be carried out.
+    unsigned stops() const { return stops_; }
+    Motion &motion() { return *motion_; }
+    Stopper &stopper() { return *stopper_; }
     BusGuard &guard() { return *guard_; }
     // The driver's parameters; null before there is a driver. Any thread.
     std::shared_ptr<ParamStore> params();
@@ -125,7 +128,12 @@ class PtzService {
     void camera_signal(const char *name, GVariant *parameters);
     void post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work work);
     std::function<void()> gated(const CallPtr &call, Gate gate, Work work);
-    std::optional<CallError> gate_error(PTZDriver *driver) const;
+    void make_motion();
+    // Stops on behalf of a client that has gone.
+    void stop_abandoned_move();
+    // Whether this state alone says that nothing can be done; `call`, unless null, is then refused.
+    bool refuse_hopeless(const CallPtr &call) const;
+    std::optional<CallError> gate_error(PTZDriver *driver) const; // null: there is no driver
 
     // Command thread
     bool make_driver(const Failed &failed);
@@ -148,6 +156,8 @@ class PtzService {
     KnownPosition known_position_{host_, options_.time_scale};
     std::unique_ptr<LinkWatch> link_watch_;
     std::unique_ptr<MoveOwners> move_owners_;
+    std::unique_ptr<Motion> motion_;
+    std::unique_ptr<Stopper> stopper_;
     std::unique_ptr<BusGuard> guard_;
     Changes changes_;
     std::unique_ptr<ParamKeeper> keeper_;
@@ -160,6 +170,7 @@ class PtzService {
     std::atomic<int> state_{PTZ_STATE_NOT_OPENED};
     std::atomic<double> speed_{100.0};
     std::atomic<unsigned> stops_{0};
+    std::atomic<unsigned> stopped_moves_{0}; // the latest move that the latest stop is for
     std::atomic<bool> closing_{false};
     std::promise<void> released_; // kept when close has done its work
     bool started_ = false;

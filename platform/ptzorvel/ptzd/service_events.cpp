@@ -47,6 +47,9 @@ void PtzService::state_changed(int state)
     state_ = state;
     queue_.queue.rest(state == PTZ_STATE_FAILED);
     changes_.state_changed(state);
+    stopper_->state_changed(state == PTZ_STATE_RUNNING);
+    if (state != PTZ_STATE_RUNNING)
+        motion_->camera_stopped();
     GVariantBuilder changed;
     g_variant_builder_init(&changed, G_VARIANT_TYPE("a{sv}"));
     g_variant_builder_add(&changed, "{sv}", "State", g_variant_new_int32(state));
@@ -104,6 +107,8 @@ void PtzService::connect_driver(PTZDriver *driver, PtzService *service)
     const auto on_param = +[](PTZDriver *, const char *group, const char *name, PtzService *self) {
         self->driver_set_param(group, name);
     };
+    const auto on_moving = +[](PTZDriver *, guint axes, PtzService *self) { self->motion_->axes_reported(axes); };
+    g_signal_connect(driver, "moving-changed", G_CALLBACK(on_moving), service);
     g_signal_connect(driver, "notify::state", G_CALLBACK(on_state), service);
     g_signal_connect(driver, "notify::speed", G_CALLBACK(on_speed), service);
     g_signal_connect(driver, "camera-event", G_CALLBACK(on_event), service);

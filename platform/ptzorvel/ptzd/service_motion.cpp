@@ -1,0 +1,46 @@
+// What the service does for moves and stops.
+#include "ptzorvel/ptzd/service.h"
+
+#include <syslog.h>
+#include <utility>
+
+void PtzService::make_motion()
+{
+    const auto run_urgent = [this](std::function<void(PTZDriver *)> work) {
+        return queue_.queue.post([this, work = std::move(work)] { work(driver_); }, TaskQueue::Lane::urgent);
+    };
+    const auto refresh = [this, run_urgent] {
+        run_urgent([this](PTZDriver *driver) {
+            if (!gate_error(driver))
+                host_.refresh();
+        });
+    };
+    motion_ =
+        std::make_unique<Motion>(Motion::Service{[this](const char *interface, const char *signal,
+                                                        GVariant *parameters) { emit(interface, signal, parameters); },
+                                                 [this] { return axis_ways(params().get()); },
+                                                 [this](AxisMask axes) { stopper_->stop_axes(axes); }, refresh},
+                                 host_, options_.time_scale);
+    stopper_ = std::make_unique<Stopper>(Stopper::Service{run_urgent, [this] { return motion_->reported(); },
+                                                          [this] { return motion_->under_way(); },
+                                                          [this](PTZDriver *driver) { return gate_error(driver); },
+                                                          [this] { move_owners_->stopped(stopped_moves_); }},
+                                         host_, stops_, options_.time_scale);
+}
+
+void PtzService::stop(const CallPtr &call)
+{
+    if (refuse_hopeless(call))
+        return;
+    stopped_moves_ = move_owners_->latest();
+    stopper_->stop_all(call);
+    motion_->stop();
+}
+
+void PtzService::stop_abandoned_move()
+{
+    if (state_ == PTZ_STATE_RUNNING)
+        syslog(LOG_INFO, "A client left while its move was running: stopping");
+    stops_++;
+    stop(nullptr);
+}
