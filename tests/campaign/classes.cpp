@@ -53,12 +53,12 @@ constexpr FaultClass kClasses[] = {
     {.fault = "freeze-status"},
     {.fault = "missing-block 40"},
     {.fault = "missing-block f8"},
-    {.fault = "refuse-chunk 300", .where = upgrades},
+    {.fault = "refuse-chunk 100", .where = upgrades},
     {.fault = "refuse-chunks", .where = upgrades},
     {.fault = "upgrade-ready never", .where = upgrades, .early = true},
     {.fault = "upgrade-cut start", .where = upgrades, .early = true},
     {.fault = "upgrade-cut ready", .where = upgrades, .early = true},
-    {.fault = "upgrade-cut 300", .where = upgrades},
+    {.fault = "upgrade-cut 100", .where = upgrades},
     {.fault = "upgrade-cut end", .where = upgrades},
     {.fault = "fw-complete never", .where = upgrades},
     {.fault = "new-firmware never", .where = upgrades},
@@ -69,14 +69,14 @@ constexpr FaultClass kClasses[] = {
     {.fault = "spi-short", .offends = true},
     {.fault = "spi-slow 9.9s", .bound_s = 30},
     {.fault = "spi-slow 20s", .bound_s = 30},
-    {.fault = "refuse imc_req", .where = opens, .early = true},
-    {.fault = "refuse cam_power", .where = opens, .early = true},
+    {.fault = "refuse imc_req", .where = opens},
+    {.fault = "refuse cam_power", .where = opens},
     {.fault = "gpio-read imc_req"},
     {.fault = "gpio-read cam_power_good", .where = boots},
     {.fault = "gpio-read cam_init_done", .where = boots},
-    {.fault = "gpio-edge imc_req", .where = opens, .early = true},
-    {.fault = "gpio-drive cam_power", .where = opens, .early = true},
-    {.fault = "gpio-drive cam_reset", .where = opens, .early = true},
+    {.fault = "gpio-edge imc_req", .where = opens},
+    {.fault = "gpio-drive cam_power", .where = opens},
+    {.fault = "gpio-drive cam_reset", .where = opens},
     {.fault = "sensor missing"},
     {.fault = "sensor empty"},
     {.fault = "sensor garbage"},
@@ -91,12 +91,12 @@ constexpr FaultClass kClasses[] = {
     {.fault = "image-control too-late", .wall_s = kPatience, .provoke = kAskImage},
     {.fault = "image-control new-owner", .provoke = kAskImage},
     {.fault = "streamer missing", .provoke = kAskStreamer},
-    {.fault = "streamer error", .provoke = kAskStreamer},
+    {.fault = "streamer error", .where = asks},
     {.fault = "streamer wrong-type", .provoke = kAskStreamer},
-    {.fault = "streamer silent", .wall_s = kPatience, .provoke = kAskStreamer},
+    {.fault = "streamer silent", .where = asks, .wall_s = kPatience},
     {.fault = "streamer garbage", .provoke = kAskStreamer},
-    {.fault = "streamer late", .wall_s = kPatience, .provoke = kAskStreamer},
-    {.fault = "streamer too-late", .wall_s = kPatience, .provoke = kAskStreamer},
+    {.fault = "streamer late", .where = asks, .wall_s = kPatience},
+    {.fault = "streamer too-late", .where = asks, .wall_s = kPatience},
     {.fault = "streamer new-owner", .provoke = kAskStreamer},
 };
 
@@ -105,11 +105,11 @@ struct PhaseRow {
     double bound_s;
     double hold_s; // longer than the 10 s that a wait for a line takes, where one of them decides
 };
-constexpr std::array<PhaseRow, kPhases> kPhaseRows{{{"power-up", 40, 12},
+constexpr std::array<PhaseRow, kPhases> kPhaseRows{{{"power-up", 60, 12},
                                                     {"idle", 10, 3},
                                                     {"in a move", 10, 3},
                                                     {"parameters", 10, 3},
-                                                    {"upgrade", 60, 12}}};
+                                                    {"upgrade", 200, 12}}};
 
 // By Where: in which phases it has occasions, and why in no others.
 struct WhereRow {
@@ -120,6 +120,7 @@ constexpr WhereRow kWhereRows[] = {
     {{true, true, true, true, true}, nullptr},
     {{true, false, false, false, true}, "nothing is powered or booted then"},
     {{true, false, false, false, true}, "no line is set up then"},
+    {{true, false, false, false, true}, "the rotation is not asked for then"},
     {{true, false, true, true, true}, "no command is sent then"},
     {{false, false, true, false, false}, "no axis is under way then"},
     {{false, false, false, false, true}, "no firmware is transferred then"},

@@ -11,7 +11,7 @@ inline constexpr std::size_t kPhases = 5;
 inline constexpr std::size_t kDurations = 3;
 
 // Where a fault has occasions at all.
-enum class Where : unsigned char { everywhere, boots, opens, records, moves, upgrades };
+enum class Where : unsigned char { everywhere, boots, opens, asks, records, moves, upgrades };
 
 struct FaultClass {
     // As the simulator is told, without its duration.
@@ -21,7 +21,7 @@ struct FaultClass {
     bool outage = false;
     // It spoils what the host sends: offences are its own.
     bool offends = false;
-    // It has to be there before the upgrade's transfer begins.
+    // It has to be there before an upgrade begins, not in the middle of its transfer.
     bool early = false;
     // Seconds on the wall, which no time scale shortens, that it may keep the camera beyond the phase's bound.
     double wall_s = 0;

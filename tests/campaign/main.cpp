@@ -115,9 +115,9 @@ void work(const std::vector<Cell> &cells, std::uint64_t seed, int take, int give
     unsigned index = 0;
     while (read(take, &index, sizeof index) == sizeof index) {
         const Result result = run(rig, cells[index], seed + index);
-        const auto &[wrong, told, back, answered] = result.outcome;
+        const auto &[wrong, told, back, met, answered] = result.outcome;
         std::string text = std::to_string(index) + " " + std::to_string(static_cast<int>(result.verdict)) + " " +
-                           std::to_string(told) + " " + std::to_string(back) + " " + std::to_string(answered) + " " +
+                           std::to_string(told) + " " + std::to_string(back) + " " + std::to_string(static_cast<int>(met)) + " " + std::to_string(answered) + " " +
                            wrong.substr(0, 1000);
         std::replace(text.begin(), text.end(), '\n', ' ');
         text += "\n";
@@ -156,10 +156,12 @@ std::vector<Result> run_all(const std::vector<Cell> &cells, const Options &optio
     while (std::fgets(buffer.data(), buffer.size(), lines) != nullptr) {
         unsigned index = 0;
         int verdict = 0;
+        int met = 0;
         int wrong = 0;
         Outcome outcome;
-        std::sscanf(buffer.data(), "%u %d %lf %lf %lf %n", &index, &verdict, &outcome.told, &outcome.back,
+        std::sscanf(buffer.data(), "%u %d %lf %lf %d %lf %n", &index, &verdict, &outcome.told, &outcome.back, &met,
                     &outcome.answered, &wrong);
+        outcome.met = met != 0;
         outcome.wrong = buffer.data() + wrong;
         outcome.wrong.erase(outcome.wrong.find_last_not_of('\n') + 1);
         all[index] = {cells[index], static_cast<Verdict>(verdict), outcome};

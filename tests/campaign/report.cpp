@@ -48,6 +48,8 @@ std::string line(const Result &result)
     const Outcome &outcome = result.outcome;
     std::string text = std::string(kWords[static_cast<std::size_t>(result.verdict)]) + " " + name(result.cell) +
                        ": told " + number(outcome.told) + " s, back " + number(outcome.back) + " s";
+    if (!outcome.met)
+        text += "; no occasion";
     if (!outcome.wrong.empty())
         text += "; " + outcome.wrong;
     if (result.verdict == Verdict::known)

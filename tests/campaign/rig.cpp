@@ -9,10 +9,11 @@
 
 namespace {
 
-constexpr guint kLookMs = 5;
+constexpr guint kLookMs = 10;
+constexpr gint64 kConditionUs = 2000; // conditions ask other processes
 // Link is told down after a second; the rest is for the ways between three processes, 25 ms on the wall.
 constexpr double kLinkTold = 1.5;
-constexpr std::size_t kImageBytes = 1'000'000;
+constexpr std::size_t kImageBytes = 300'000;
 
 } // namespace
 
@@ -49,10 +50,17 @@ Rig::~Rig()
 bool Rig::wait(double seconds, const std::function<bool()> &condition)
 {
     const double latest = now() + seconds;
-    bool holds = false;
-    while (!(holds = condition()) && now() < latest)
-        g_main_context_iteration(nullptr, TRUE);
-    return holds;
+    for (;;) {
+        if (condition())
+            return true;
+        const gint64 next = g_get_monotonic_time() + kConditionUs;
+        while (g_get_monotonic_time() < next) {
+            if (g_main_context_iteration(nullptr, FALSE) == FALSE)
+                g_usleep(kConditionUs / 4);
+        }
+        if (now() >= latest)
+            return false;
+    }
 }
 
 void Rig::look()

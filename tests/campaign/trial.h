@@ -11,6 +11,7 @@ struct Outcome {
     std::string wrong;   // what did not hold; empty: all did
     double told = -1;    // camera seconds until ptzd told of it; -1: it had nothing to tell
     double back = -1;    // camera seconds from the fault's end until the next move had arrived
+    bool met = false;    // whether the fault found an occasion
     double answered = 0; // the slowest GetState or GetStatus, seconds on the wall
 };
 
