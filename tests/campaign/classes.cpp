@@ -9,6 +9,7 @@ using enum Where;
 
 // The patience that the driver has with another service is 10 s on the wall for each of the values it asks for.
 constexpr double kPatience = 45;
+constexpr char kWaitsForEdges[] = "fault delay-edge 5ms forever";
 constexpr char kAskImage[] = "set capture-frequency 60";
 constexpr char kAskStreamer[] = "set rotation 0";
 
@@ -20,15 +21,15 @@ constexpr FaultClass kClasses[] = {
     {.fault = "hold-request high"},
     {.fault = "glitch imc_req"},
     {.fault = "glitch cam_power_good"},
-    {.fault = "glitch cam_init_done"},
+    {.fault = "glitch cam_init_done", .offends = true},
     {.fault = "flip-bit"},
     {.fault = "cut-frame"},
     {.fault = "stretch-frame", .outage = true},
     {.fault = "bad-checksum", .outage = true},
     {.fault = "empty-frame"},
     {.fault = "garbage", .outage = true},
-    {.fault = "garbage-blocks"},
-    {.fault = "zero-length-block"},
+    {.fault = "garbage-blocks", .outage = true},
+    {.fault = "zero-length-block", .outage = true},
     {.fault = "stale-reply"},
     {.fault = "double-reply"},
     {.fault = "late-reply"},
@@ -67,14 +68,14 @@ constexpr FaultClass kClasses[] = {
     {.fault = "spi-error EMSGSIZE", .outage = true},
     {.fault = "spi-error ENODEV", .outage = true},
     {.fault = "spi-short", .offends = true},
-    {.fault = "spi-slow 9.9s", .bound_s = 30},
-    {.fault = "spi-slow 20s", .bound_s = 30},
+    {.fault = "spi-slow 9.9s", .lasts_s = 10, .bound_s = 30},
+    {.fault = "spi-slow 20s", .lasts_s = 10, .bound_s = 30},
     {.fault = "refuse imc_req", .where = opens},
     {.fault = "refuse cam_power", .where = opens},
-    {.fault = "gpio-read imc_req"},
+    {.fault = "gpio-read imc_req", .lasts_s = 10, .bound_s = 20},
     {.fault = "gpio-read cam_power_good", .where = boots},
     {.fault = "gpio-read cam_init_done", .where = boots},
-    {.fault = "gpio-edge imc_req", .where = opens},
+    {.fault = "gpio-edge imc_req", .lasts_s = 10, .bound_s = 20, .provoke = kWaitsForEdges},
     {.fault = "gpio-drive cam_power", .where = opens},
     {.fault = "gpio-drive cam_reset", .where = opens},
     {.fault = "sensor missing"},

@@ -25,6 +25,8 @@ struct FaultClass {
     bool early = false;
     // Seconds on the wall, which no time scale shortens, that it may keep the camera beyond the phase's bound.
     double wall_s = 0;
+    // Camera seconds for which a call or a wait that it has met goes on, and nothing else is done.
+    double lasts_s = 0;
     // Camera seconds that it may take in any phase; 0: the phase's bound alone.
     double bound_s = 0;
     // What makes the driver meet it where it runs, a command of the simulator.

@@ -11,6 +11,7 @@ constexpr double kStandsAfter = 2;   // seconds: one to stand, one for the ways 
 constexpr double kLinkTold = 1.6;
 constexpr double kStrikes = 3; // seconds in which a fault finds its occasion
 constexpr double kState = 0.15; // seconds for which a state that comes once is in force, and a bit
+constexpr double kPolls = 30; // status reads a second
 constexpr unsigned kSpareThreads = 2; // of GLib's pools, which keep some
 
 // Settings that change in the phase of parameters: first and other value on the bus and in the block.
@@ -223,7 +224,7 @@ void Trial::await_camera()
 {
     if (cell_.phase == Phase::move) {
         const auto stands = [this] { return rig_.value("PanMoving") == 0; };
-        require(rig_.wait(kStandsAfter, stands), "a move without an owner goes on");
+        require(rig_.wait(kStandsAfter + cell_.fault->lasts_s, stands), "a move without an owner goes on");
         require(rig_.wait(left(), [this] { return !end_of(kFirstMove).empty(); }), "no end of the first move");
         require(end_of(kFirstMove).find("true,") == std::string::npos || rig_.value("Tilt") > 79.9,
                 "the first move was not reached: " + end_of(kFirstMove));
@@ -317,13 +318,16 @@ void Trial::prove_holdings()
 // The request line rises once a burst: a fault that does nothing else counts them, and they are those of one status poll.
 void Trial::prove_poll()
 {
-    const unsigned before = rig_.strikes("delay-edge");
-    rig_.command("fault delay-edge 0us forever");
-    const double from = rig_.now();
-    rig_.pass(1);
-    const double rate = (rig_.strikes("delay-edge") - before) / (rig_.now() - from);
-    rig_.command("clear faults");
-    require(rate > 3 && rate < 45, std::to_string(rate) + " bursts a second of a camera that rests");
+    double rate = 0;
+    for (int look = 0; look < 3 && (rate < kPolls / 3 || rate > kPolls * 1.5); ++look) {
+        const unsigned before = rig_.strikes("delay-edge");
+        rig_.command("fault delay-edge 0us forever");
+        const double from = rig_.now();
+        rig_.pass(1);
+        rate = (rig_.strikes("delay-edge") - before) / (rig_.now() - from);
+        rig_.command("clear faults");
+    }
+    require(rate > kPolls / 3 && rate < kPolls * 1.5, std::to_string(rate) + " bursts a second of a camera that rests");
 }
 
 Outcome Trial::run()
