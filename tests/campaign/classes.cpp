@@ -9,6 +9,10 @@ using enum Where;
 
 // The patience that the driver has with another service is 10 s on the wall for each of the values it asks for.
 constexpr double kPatience = 45;
+// What comes of a frame that does not get through whole, and of the chunk of an image that was in it.
+constexpr char kSpoilt[] = "frame-checksum frame-length frame-filler chunk-gap upgrade-incomplete";
+// A line that falls between the host's look and its burst.
+constexpr char kLate[] = "burst-without-request";
 constexpr char kWaitsForEdges[] = "fault delay-edge 5ms forever";
 constexpr char kAskImage[] = "set capture-frequency 60";
 constexpr char kAskStreamer[] = "set rotation 0";
@@ -17,11 +21,11 @@ constexpr FaultClass kClasses[] = {
     {.fault = "drop-edge"},
     {.fault = "delay-edge 300ms"},
     {.fault = "double-edge"},
-    {.fault = "hold-request low", .outage = true},
+    {.fault = "hold-request low", .outage = true, .offences = kLate},
     {.fault = "hold-request high"},
     {.fault = "glitch imc_req"},
     {.fault = "glitch cam_power_good"},
-    {.fault = "glitch cam_init_done", .offends = true},
+    {.fault = "glitch cam_init_done", .offences = "fpga-release-before-init-done pcie-release-before-init-done"},
     {.fault = "flip-bit"},
     {.fault = "cut-frame"},
     {.fault = "stretch-frame", .outage = true},
@@ -36,11 +40,11 @@ constexpr FaultClass kClasses[] = {
     {.fault = "shift-reply", .outage = true},
     {.fault = "all-00", .outage = true},
     {.fault = "all-ff", .outage = true},
-    {.fault = "host-flip-bit", .where = records, .offends = true},
-    {.fault = "host-lose", .where = records},
-    {.fault = "host-cut", .where = records, .offends = true},
-    {.fault = "silence", .outage = true},
-    {.fault = "power-loss", .outage = true},
+    {.fault = "host-flip-bit", .where = records, .offences = kSpoilt},
+    {.fault = "host-lose", .where = records, .offences = kSpoilt},
+    {.fault = "host-cut", .where = records, .offences = kSpoilt},
+    {.fault = "silence", .outage = true, .offences = kLate},
+    {.fault = "power-loss", .outage = true, .offences = kLate},
     {.fault = "reboot"},
     {.fault = "power-good never", .where = boots},
     {.fault = "init-done never", .where = boots},
@@ -67,7 +71,7 @@ constexpr FaultClass kClasses[] = {
     {.fault = "spi-error EINTR", .outage = true},
     {.fault = "spi-error EMSGSIZE", .outage = true},
     {.fault = "spi-error ENODEV", .outage = true},
-    {.fault = "spi-short", .offends = true},
+    {.fault = "spi-short", .offences = kSpoilt},
     {.fault = "spi-slow 9.9s", .lasts_s = 10, .bound_s = 30},
     {.fault = "spi-slow 20s", .lasts_s = 10, .bound_s = 30},
     {.fault = "refuse imc_req", .where = opens},

@@ -19,8 +19,8 @@ struct FaultClass {
     Where where = Where::everywhere;
     // No good status gets through while it lasts: the link has to be told down.
     bool outage = false;
-    // It spoils what the host sends: offences are its own.
-    bool offends = false;
+    // Offences that it makes itself, by name.
+    const char *offences = "";
     // It has to be there before an upgrade begins, not in the middle of its transfer.
     bool early = false;
     // Seconds on the wall, which no time scale shortens, that it may keep the camera beyond the phase's bound.
@@ -46,8 +46,8 @@ std::string name(const Cell &cell);
 
 // Why there is no such cell; null when there is one.
 const char *impossible(const FaultClass &fault, Phase phase);
-// Why it is known to be red; null when it has to be green.
-const char *known_red(const Cell &cell);
+// Why what is seen of a cell is known; null when it is not.
+const char *known_red(const Cell &cell, const std::string &seen);
 
 // Camera seconds from the fault's end until the camera runs and the next move has arrived.
 double bound(const Cell &cell, double time_scale);

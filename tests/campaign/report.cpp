@@ -53,7 +53,7 @@ std::string line(const Result &result)
     if (!outcome.wrong.empty())
         text += "; " + outcome.wrong;
     if (result.verdict == Verdict::known)
-        text += std::string(" (") + known_red(result.cell) + ")";
+        text += std::string(" (") + known_red(result.cell, outcome.wrong) + ")";
     return text;
 }
 

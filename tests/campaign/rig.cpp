@@ -65,11 +65,13 @@ bool Rig::wait(double seconds, const std::function<bool()> &condition)
 
 void Rig::look()
 {
+    const gint64 time = g_get_monotonic_time();
+    stalled = std::max(stalled, static_cast<double>(time - looked_at_) / 1e6 - kLookMs / 1e3);
+    looked_at_ = time;
     if (work)
         work();
     if (dead())
         return;
-    const gint64 time = g_get_monotonic_time();
     if (asked_ != nullptr) {
         slowest_answer = std::max(slowest_answer, static_cast<double>(time - asked_at_) / 1e6);
         if (!asked_->done)
@@ -93,14 +95,15 @@ void Rig::take_status(const std::string &text)
     const std::string shown = after("'link': <'");
     link = shown.substr(0, shown.find('\''));
     const double age = std::strtod(after("'status-age': <").c_str(), nullptr);
-    if (link == "up" && age > kLinkTold)
+    if (link == "up" && age > kLinkTold + stalled * kScale)
         lie = "the last status is " + std::to_string(age) + " s old and the link is up";
 }
 
 void Rig::forget()
 {
     told.clear();
-    slowest_answer = 0;
+    slowest_answer = stalled = 0;
+    looked_at_ = g_get_monotonic_time();
     lie.clear();
 }
 
@@ -170,11 +173,12 @@ std::string Rig::have_stopped()
     return {};
 }
 
-std::string Rig::offences()
+std::string Rig::offences(const std::string &but)
 {
     std::string all;
     for (const auto &[name, count] : sim_counts("Offences"))
-        all += (all.empty() ? "" : ", ") + std::to_string(count) + " " + name;
+        if (but.find(name) == std::string::npos)
+            all += (all.empty() ? "" : ", ") + std::to_string(count) + " " + name;
     return all;
 }
 

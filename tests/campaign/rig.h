@@ -44,7 +44,7 @@ class Rig : public SystemTest {
     void command(const std::string &line) { sim_command(line); }
     double value(const char *what) { return sim_value(what); }
     unsigned strikes(const std::string &fault) { return sim_counts("Faults")[fault.substr(0, fault.find(' '))]; }
-    std::string offences();
+    std::string offences(const std::string &but); // those that `but` does not name
     Settings settings(); // of the block, without what moves change
     Holdings holdings();
     bool transfer_runs() const { return sim->output().find("firmware transfer", transfer_from_) != std::string::npos; }
@@ -63,6 +63,7 @@ class Rig : public SystemTest {
     int state = -1;
     std::string link;
     double slowest_answer = 0; // to GetState and GetStatus, seconds on the wall
+    double stalled = 0;        // the longest time, seconds on the wall, that the machine has kept this process waiting
     std::string lie;           // an age that the link does not go with
     void forget();
 
@@ -76,6 +77,7 @@ class Rig : public SystemTest {
     guint timer_ = 0;
     ReplyPtr asked_;
     gint64 asked_at_ = 0;
+    gint64 looked_at_ = 0;
     bool asks_status_ = false;
     std::size_t transfer_from_ = 0;
 };

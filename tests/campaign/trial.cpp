@@ -213,10 +213,10 @@ void Trial::check_what_was_told()
             link_told = at - armed_;
     }
     if (cell_.fault->outage && cell_.duration == Duration::cleared && !restarts_)
-        require(link_told >= 0 && link_told <= kLinkTold, "link told down after " + std::to_string(link_told) + " s");
+        require(link_told >= 0 && link_told <= kLinkTold + rig_.stalled * Rig::kScale, "link told down after " + std::to_string(link_told) + " s");
     require(rig_.lie.empty() || cell_.fault->wall_s > 0, rig_.lie); // the block is not asked while the driver waits
     outcome_.answered = rig_.slowest_answer;
-    require(rig_.slowest_answer <= kAnswerWall,
+    require(rig_.slowest_answer <= kAnswerWall + 2 * rig_.stalled,
             "GetState answered after " + std::to_string(rig_.slowest_answer * 1000) + " ms");
 }
 
@@ -349,8 +349,8 @@ Outcome Trial::run()
         if (wanted && good())
             (this->*step)();
     }
-    if (good() && !cell_.fault->offends)
-        require(rig_.offences().empty(), "offences: " + rig_.offences());
+    if (const std::string offences = good() ? rig_.offences(cell_.fault->offences) : ""; !offences.empty())
+        outcome_.wrong = "offences: " + offences;
     if (good() && cell_.phase == Phase::params) // as the next cell expects them
         for (const Setting &setting : kSettings)
             require(rig_.bus().call("SetParameter", set_call(setting, 0).c_str()).error.empty(), "taking settings back");
