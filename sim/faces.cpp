@@ -56,9 +56,9 @@ GVariant *settings(const Board &board)
     for (std::size_t i = 0; i < kRecCount; ++i) {
         const auto id = static_cast<Rec>(i);
         const Values values = board.setting(id);
-        g_variant_builder_add(&builder, "{s@ai}", row(id).name,
-                              g_variant_new_fixed_array(G_VARIANT_TYPE_INT32, values.data(), values.size(),
-                                                        sizeof values[0]));
+        g_variant_builder_add(
+            &builder, "{s@ai}", row(id).name,
+            g_variant_new_fixed_array(G_VARIANT_TYPE_INT32, values.data(), values.size(), sizeof values[0]));
     }
     return g_variant_builder_end(&builder);
 }

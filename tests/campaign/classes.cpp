@@ -110,11 +110,8 @@ struct PhaseRow {
     double bound_s;
     double hold_s; // longer than the 10 s that a wait for a line takes, where one of them decides
 };
-constexpr std::array<PhaseRow, kPhases> kPhaseRows{{{"power-up", 60, 12},
-                                                    {"idle", 10, 3},
-                                                    {"in a move", 10, 3},
-                                                    {"parameters", 10, 3},
-                                                    {"upgrade", 200, 12}}};
+constexpr std::array<PhaseRow, kPhases> kPhaseRows{
+    {{"power-up", 60, 12}, {"idle", 10, 3}, {"in a move", 10, 3}, {"parameters", 10, 3}, {"upgrade", 200, 12}}};
 
 // By Where: in which phases it has occasions, and why in no others.
 struct WhereRow {

@@ -7,12 +7,14 @@
 
 namespace {
 
-constexpr char kUnheard[] = "the block answers a frame whose records it has not carried out as ever, and its status does "
-                            "not have these settings: nobody can tell that one is lost";
+constexpr char kUnheard[] =
+    "the block answers a frame whose records it has not carried out as ever, and its status does "
+    "not have these settings: nobody can tell that one is lost";
 constexpr char kNotRepeated[] = "a start-up that fails by itself is not repeated until somebody asks for a \"reset\"";
 
-constexpr char kNotCorrected[] = "a block that does not tell its version in time counts as not upgraded, also when it tells "
-                                 "the new one later";
+constexpr char kNotCorrected[] =
+    "a block that does not tell its version in time counts as not upgraded, also when it tells "
+    "the new one later";
 
 struct Known {
     std::string_view fault; // its beginning

@@ -1,5 +1,5 @@
-// campaign: every fault of the simulated board, in every phase of the camera's life, for every duration, against the real
-// ptzd. Workers with a board each take the cells one after another.
+// campaign: every fault of the simulated board, in every phase of the camera's life, for every duration, against the
+// real ptzd. Workers with a board each take the cells one after another.
 #include "sim/faults.h"
 #include "tests/campaign/report.h"
 
@@ -49,17 +49,16 @@ bool parse(int argc, char **argv, Options &options)
     return true;
 }
 
-// Longest first, so that no worker is left with one at the end.
 std::vector<Cell> all_cells()
 {
     std::vector<Cell> cells;
-    for (const Phase phase : {Phase::upgrade, Phase::power_up, Phase::params, Phase::move, Phase::idle}) {
-        for (const FaultClass &fault : fault_classes()) {
-            for (std::size_t i = 0; i < kDurations && impossible(fault, phase) == nullptr; ++i)
-                cells.push_back({&fault, phase, static_cast<Duration>(i)});
+    for (const FaultClass &fault : fault_classes()) {
+        for (std::size_t i = 0; i < kPhases * kDurations; ++i) {
+            const Cell cell{&fault, static_cast<Phase>(i / kDurations), static_cast<Duration>(i % kDurations)};
+            if (impossible(fault, cell.phase) == nullptr)
+                cells.push_back(cell);
         }
     }
-    std::stable_partition(cells.begin(), cells.end(), [](const Cell &cell) { return cell.fault->wall_s > 0; });
     return cells;
 }
 
@@ -79,21 +78,41 @@ std::string forgotten_faults()
     return forgotten;
 }
 
-// One cell of each class that costs no patience on the wall, in the phases and durations by turns.
+// Cells that have found something, in the slice for good.
+constexpr std::pair<std::string_view, Phase> kFound[] = {{"garbage-blocks", Phase::params}};
+
+// One cell of each class, in the phases and durations by turns; those that cost patience on the wall where they cost
+// least.
 std::vector<Cell> slice()
 {
     std::vector<Cell> cells;
     std::size_t turn = 0;
     for (const FaultClass &fault : fault_classes()) {
+        for (const auto &[found, phase] : kFound) {
+            if (fault.fault == found)
+                cells.push_back({&fault, phase, Duration::cleared});
+        }
+        if (fault.wall_s > 0) {
+            cells.push_back({&fault, impossible(fault, Phase::idle) ? Phase::power_up : Phase::idle, Duration::once});
+            continue;
+        }
         while (impossible(fault, static_cast<Phase>(turn % kPhases)) != nullptr)
             ++turn;
-        const Cell cell{&fault, static_cast<Phase>(turn % kPhases), static_cast<Duration>(turn / kPhases % kDurations)};
-        turn += 1;
-        if (fault.wall_s == 0)
-            cells.push_back(cell);
+        cells.push_back(
+            {&fault, static_cast<Phase>(turn % kPhases), static_cast<Duration>(turn / kPhases % kDurations)});
+        ++turn;
     }
-    std::stable_sort(cells.begin(), cells.end(), [](const Cell &a, const Cell &b) { return a.phase > b.phase; });
     return cells;
+}
+
+// Longest first, so that no worker is left with one at the end.
+void sort_by_length(std::vector<Cell> &cells)
+{
+    const auto rank = [](const Cell &cell) {
+        constexpr std::array<int, kPhases> kRanks{1, 4, 3, 2, 0}; // by Phase
+        return cell.fault->wall_s > 0 ? -1 : kRanks[static_cast<std::size_t>(cell.phase)];
+    };
+    std::stable_sort(cells.begin(), cells.end(), [&](const Cell &a, const Cell &b) { return rank(a) < rank(b); });
 }
 
 Result run(std::unique_ptr<Rig> &rig, const Cell &cell, std::uint64_t seed)
@@ -136,7 +155,8 @@ void work(const std::vector<Cell> &cells, std::uint64_t seed, int take, int give
         const Result result = run(rig, cells[index], seed + index);
         const auto &[wrong, told, back, met, answered] = result.outcome;
         std::string text = std::to_string(index) + " " + std::to_string(static_cast<int>(result.verdict)) + " " +
-                           std::to_string(told) + " " + std::to_string(back) + " " + std::to_string(static_cast<int>(met)) + " " + std::to_string(answered) + " " +
+                           std::to_string(told) + " " + std::to_string(back) + " " +
+                           std::to_string(static_cast<int>(met)) + " " + std::to_string(answered) + " " +
                            wrong.substr(0, 1000);
         std::replace(text.begin(), text.end(), '\n', ' ');
         text += "\n";
@@ -208,6 +228,7 @@ int main(int argc, char **argv)
     }
     std::vector<Cell> cells = options.slice ? slice() : all_cells();
     std::erase_if(cells, [&](const Cell &cell) { return name(cell).find(options.only) == std::string::npos; });
+    sort_by_length(cells);
     if (options.list) {
         for (const Cell &cell : cells)
             std::puts(name(cell).c_str());

@@ -45,7 +45,7 @@ class Rig : public SystemTest {
     double value(const char *what) { return sim_value(what); }
     unsigned strikes(const std::string &fault) { return sim_counts("Faults")[fault.substr(0, fault.find(' '))]; }
     std::string offences(const std::string &but); // those that `but` does not name
-    Settings settings(); // of the block, without what moves change
+    Settings settings();                          // of the block, without what moves change
     Holdings holdings();
     bool transfer_runs() const { return sim->output().find("firmware transfer", transfer_from_) != std::string::npos; }
     // What both programs have printed, and what was told.

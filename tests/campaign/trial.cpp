@@ -9,9 +9,9 @@ namespace {
 constexpr double kAnswerWall = 0.25; // seconds on the wall that count as at once
 constexpr double kStandsAfter = 2;   // seconds: one to stand, one for the ways of three processes at this time scale
 constexpr double kLinkTold = 1.6;
-constexpr double kStrikes = 3; // seconds in which a fault finds its occasion
-constexpr double kState = 0.15; // seconds for which a state that comes once is in force, and a bit
-constexpr double kPolls = 30; // status reads a second
+constexpr double kStrikes = 3;        // seconds in which a fault finds its occasion
+constexpr double kState = 0.15;       // seconds for which a state that comes once is in force, and a bit
+constexpr double kPolls = 30;         // status reads a second
 constexpr unsigned kSpareThreads = 2; // of GLib's pools, which keep some
 
 // Settings that change in the phase of parameters: first and other value on the bus and in the block.
@@ -131,9 +131,11 @@ void Trial::enter_phase()
         break;
     case Phase::move:
         // One move that goes on by itself, one whose owner will leave.
-        require(rig_.bus().call("Move", move_call(kFirstMove, "tilt", "absolute", 80, 2).c_str()).error.empty(), "the first move");
+        require(rig_.bus().call("Move", move_call(kFirstMove, "tilt", "absolute", 80, 2).c_str()).error.empty(),
+                "the first move");
         other_ = rig_.another_client();
-        require(other_->call("Move", move_call(kOthers, "pan", "continuous", 5, 0).c_str()).error.empty(), "the other's move");
+        require(other_->call("Move", move_call(kOthers, "pan", "continuous", 5, 0).c_str()).error.empty(),
+                "the other's move");
         break;
     case Phase::params:
         rig_.work = [this] { set_next(); };
@@ -182,7 +184,9 @@ void Trial::let_it_last()
 {
     const auto struck = [this] { return rig_.strikes(cell_.fault->fault) > struck_before_; };
     // What a start or an upgrade brings late has its occasion when they get there, at the latest when the camera runs.
-    const auto met = [&] { return struck() || rig_.dead() || (restarts_ && rig_.state == 1 && rig_.now() > armed_ + 1); };
+    const auto met = [&] {
+        return struck() || rig_.dead() || (restarts_ && rig_.state == 1 && rig_.now() > armed_ + 1);
+    };
     if (cell_.duration == Duration::second)
         rig_.pass(1);
     else
@@ -213,7 +217,8 @@ void Trial::check_what_was_told()
             link_told = at - armed_;
     }
     if (cell_.fault->outage && cell_.duration == Duration::cleared && !restarts_)
-        require(link_told >= 0 && link_told <= kLinkTold + rig_.stalled * Rig::kScale, "link told down after " + std::to_string(link_told) + " s");
+        require(link_told >= 0 && link_told <= kLinkTold + rig_.stalled * Rig::kScale,
+                "link told down after " + std::to_string(link_told) + " s");
     require(rig_.lie.empty() || cell_.fault->wall_s > 0, rig_.lie); // the block is not asked while the driver waits
     outcome_.answered = rig_.slowest_answer;
     require(rig_.slowest_answer <= kAnswerWall + 2 * rig_.stalled,
@@ -229,8 +234,7 @@ void Trial::await_camera()
         require(end_of(kFirstMove).find("true,") == std::string::npos || rig_.value("Tilt") > 79.9,
                 "the first move was not reached: " + end_of(kFirstMove));
     }
-    require(rig_.wait(left(), [this] { return (rig_.state == 1 && rig_.link == "up") || rig_.dead(); }) &&
-                !rig_.dead(),
+    require(rig_.wait(left(), [this] { return (rig_.state == 1 && rig_.link == "up") || rig_.dead(); }) && !rig_.dead(),
             rig_.dead() ? "ptzd has ended" : "state " + std::to_string(rig_.state) + ", link " + rig_.link);
 }
 
@@ -255,7 +259,8 @@ void Trial::prove_move()
 void Trial::prove_stop()
 {
     const std::unique_ptr<Client> client = rig_.another_client();
-    require(client->call("Move", move_call(kOthers, "tilt", "continuous", 5, 0).c_str()).error.empty(), "the move to stop");
+    require(client->call("Move", move_call(kOthers, "tilt", "continuous", 5, 0).c_str()).error.empty(),
+            "the move to stop");
     const Reply stop = client->call("Stop");
     require(stop.error.empty(), "Stop: " + stop.said());
     const double at = rig_.value("Tilt");
@@ -280,7 +285,8 @@ void Trial::prove_settings()
     for (std::size_t i = 0; i < std::size(kSettings); ++i) {
         const Setting &setting = kSettings[i];
         wanted[setting.record][0] = setting.in_block[acknowledged_[i]];
-        const Reply kept = rig_.bus().call("GetParameter", ("('ImageSource', '" + std::string(setting.name) + "')").c_str());
+        const Reply kept =
+            rig_.bus().call("GetParameter", ("('ImageSource', '" + std::string(setting.name) + "')").c_str());
         require(kept.said() == "(<" + std::string(setting.value[acknowledged_[i]]) + ">,)",
                 std::string(setting.name) + " on the bus: " + kept.said());
     }
@@ -315,7 +321,8 @@ void Trial::prove_holdings()
                      change(before_.subscriptions, held.subscriptions));
 }
 
-// The request line rises once a burst: a fault that does nothing else counts them, and they are those of one status poll.
+// The request line rises once a burst: a fault that does nothing else counts them, and they are those of one status
+// poll.
 void Trial::prove_poll()
 {
     double rate = 0;
@@ -353,7 +360,8 @@ Outcome Trial::run()
         outcome_.wrong = "offences: " + offences;
     if (good() && cell_.phase == Phase::params) // as the next cell expects them
         for (const Setting &setting : kSettings)
-            require(rig_.bus().call("SetParameter", set_call(setting, 0).c_str()).error.empty(), "taking settings back");
+            require(rig_.bus().call("SetParameter", set_call(setting, 0).c_str()).error.empty(),
+                    "taking settings back");
     if (good() && restarts_)
         outcome_.wrong = rig_.have_stopped();
     return outcome_;
