@@ -10,9 +10,9 @@ using enum Where;
 // The patience that the driver has with another service is 10 s on the wall for each of the values it asks for.
 constexpr double kPatience = 45;
 // What comes of a frame that does not get through whole, and of the chunk of an image that was in it.
-constexpr char kSpoilt[] = "frame-checksum frame-length frame-filler chunk-gap upgrade-incomplete";
-// A line that falls between the host's look and its burst.
-constexpr char kLate[] = "burst-without-request";
+constexpr char kSpoilt[] = "frame-checksum frame-length frame-filler upgrade-command chunk-gap upgrade-incomplete";
+// A block that falls silent between the host's look and its burst, over a chunk, or for good in an upgrade.
+constexpr char kGone[] = "burst-without-request chunk-repeat upgrade-order upgrade-incomplete";
 constexpr char kWaitsForEdges[] = "fault delay-edge 5ms forever";
 constexpr char kAskImage[] = "set capture-frequency 60";
 constexpr char kAskStreamer[] = "set rotation 0";
@@ -21,7 +21,7 @@ constexpr FaultClass kClasses[] = {
     {.fault = "drop-edge"},
     {.fault = "delay-edge 300ms"},
     {.fault = "double-edge"},
-    {.fault = "hold-request low", .outage = true, .offences = kLate},
+    {.fault = "hold-request low", .outage = true, .offences = kGone},
     {.fault = "hold-request high"},
     {.fault = "glitch imc_req"},
     {.fault = "glitch cam_power_good"},
@@ -43,9 +43,9 @@ constexpr FaultClass kClasses[] = {
     {.fault = "host-flip-bit", .where = records, .offences = kSpoilt},
     {.fault = "host-lose", .where = records, .offences = kSpoilt},
     {.fault = "host-cut", .where = records, .offences = kSpoilt},
-    {.fault = "silence", .outage = true, .offences = kLate},
-    {.fault = "power-loss", .outage = true, .offences = kLate},
-    {.fault = "reboot"},
+    {.fault = "silence", .outage = true, .offences = kGone},
+    {.fault = "power-loss", .outage = true, .offences = kGone},
+    {.fault = "reboot", .offences = kGone},
     {.fault = "power-good never", .where = boots},
     {.fault = "init-done never", .where = boots},
     {.fault = "slow-boot 8s", .where = boots},

@@ -234,8 +234,9 @@ void Trial::await_camera()
         require(end_of(kFirstMove).find("true,") == std::string::npos || rig_.value("Tilt") > 79.9,
                 "the first move was not reached: " + end_of(kFirstMove));
     }
-    require(rig_.wait(left(), [this] { return (rig_.state == 1 && rig_.link == "up") || rig_.dead(); }) && !rig_.dead(),
-            rig_.dead() ? "ptzd has ended" : "state " + std::to_string(rig_.state) + ", link " + rig_.link);
+    const bool runs = rig_.wait(left(), [this] { return (rig_.state == 1 && rig_.link == "up") || rig_.dead(); });
+    require(!rig_.dead(), "ptzd has ended");
+    require(runs, "state " + std::to_string(rig_.state) + ", link " + rig_.link);
 }
 
 void Trial::prove_move()
@@ -248,8 +249,8 @@ void Trial::prove_move()
     if (!good())
         return;
     std::string end;
-    require(rig_.wait(left(), [&] { return !(end = end_of(kNextMove)).empty(); }),
-            "no end of the next move; pan at " + std::to_string(rig_.value("Pan")));
+    const bool ended = rig_.wait(left(), [&] { return !(end = end_of(kNextMove)).empty(); });
+    require(ended, "no end of the next move; pan at " + std::to_string(rig_.value("Pan")));
     require(end.find("true, 'reached'") != std::string::npos, "the next move: " + end);
     const double pan = rig_.value("Pan");
     require(std::fabs(pan - target) < 0.05, "the next move was reached at " + std::to_string(pan));
