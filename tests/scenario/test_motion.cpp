@@ -20,9 +20,13 @@ class Motion : public SystemTest {
             (*static_cast<std::map<guint32, std::string> *>(into))[g_variant_get_uint32(id)] += print(parameters);
             g_variant_unref(id);
         };
-        g_dbus_connection_signal_subscribe(client.connection(), nullptr, "com.orna.PTZ", "MoveDone", nullptr, nullptr,
-                                           G_DBUS_SIGNAL_FLAGS_NONE, write_down, &ended, nullptr);
+        subscription =
+            g_dbus_connection_signal_subscribe(client.connection(), nullptr, "com.orna.PTZ", "MoveDone", nullptr,
+                                               nullptr, G_DBUS_SIGNAL_FLAGS_NONE, write_down, &ended, nullptr);
     }
+
+    // The programs say their last when they are ended, after this.
+    ~Motion() override { g_dbus_connection_signal_unsubscribe(client.connection(), subscription); }
 
     // A move with a number; what is said to it.
     std::string move(guint32 id, const std::string &axes, double speed = 0)
@@ -61,6 +65,7 @@ class Motion : public SystemTest {
         EXPECT_LT(sim_value("Pan"), 60);
     }
 
+    guint subscription;
     std::map<guint32, std::string> ended; // MoveDone by number; once, or it would stand there twice
 };
 
