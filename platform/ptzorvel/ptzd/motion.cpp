@@ -59,7 +59,7 @@ void Motion::begin(Ticket &ticket, const MoveRequest &request, const AxisWays &w
         const auto replaced = [&](const MoveTrack &track) { return (track.axes() & request.requested()) != 0; };
         for (const MoveTrack &track : tracks_)
             if (replaced(track))
-                ended.push_back({track.id(), kReplaced});
+                ended.push_back({track.id(), MoveEnd::replaced});
         std::erase_if(tracks_, replaced);
         tracks_.emplace_back(ticket.id_, request, ways, from, look());
     }
@@ -70,7 +70,8 @@ void Motion::begin(Ticket &ticket, const MoveRequest &request, const AxisWays &w
 
 void Motion::axes_reported(AxisMask moving)
 {
-    // Iris and brightness are set at once. What a driver says of them between two moves is left over from one it refused.
+    // Iris and brightness are set at once. What a driver says of them between two moves is left over from one it
+    // refused.
     reported_ = moving & ~(axis_bit(AXIS_IRIS) | axis_bit(AXIS_BRIGHTNESS));
     if (!operating_)
         announce();
@@ -82,7 +83,7 @@ void Motion::camera_stopped()
     {
         const std::lock_guard lock(mutex_);
         for (const MoveTrack &track : std::exchange(tracks_, {}))
-            ended.push_back({track.id(), kCameraStopped});
+            ended.push_back({track.id(), MoveEnd::camera_stopped});
     }
     reported_ = 0;
     announce();
@@ -155,6 +156,6 @@ void Motion::tell(const std::vector<Ended> &ended)
 {
     for (const Ended &move : ended)
         service_.emit(kInterfaceName, "MoveDone",
-                      g_variant_new("(ubs@a{sd})", move.id, static_cast<gboolean>(move.end.reached), move.end.reason,
-                                    axis_positions_variant(published_positions())));
+                      g_variant_new("(ubs@a{sd})", move.id, static_cast<gboolean>(move.end == MoveEnd::reached),
+                                    move_end_text(move.end), axis_positions_variant(published_positions())));
 }

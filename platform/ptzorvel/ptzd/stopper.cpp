@@ -59,10 +59,11 @@ void Stopper::post()
 {
     if (std::exchange(posted_, true))
         return;
-    // What reads from another service lets go of the command thread, until the work begins.
+    service_.run([this](PTZDriver *driver) { work(driver); });
+    // What reads from another service lets go of the command thread, for the work that waits by now; the work ends that
+    // under the same mutex.
     if (running_)
         host_.interrupt();
-    service_.run([this](PTZDriver *driver) { work(driver); });
 }
 
 void Stopper::state_changed(bool running)
@@ -101,8 +102,8 @@ void Stopper::work(PTZDriver *driver)
         const std::lock_guard lock(mutex_);
         anew = std::exchange(again_, false);
         axes = axes_;
+        host_.interrupt_over();
     }
-    host_.interrupt_over();
     if (const auto refusal = service_.refusal(driver))
         finish(axes, refusal);
     else if (axes != 0)
