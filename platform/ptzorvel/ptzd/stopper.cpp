@@ -15,7 +15,7 @@ constexpr unsigned kStandingStatuses = 2;
 constexpr std::int64_t kDeadLineUs = 1000000;
 // A second of camera time, less a look; on a camera whose time runs fast an exchange still needs its time.
 constexpr double kAnswerWithinUs = 950000;
-constexpr double kLeastAnswerUs = 200000;
+constexpr double kLeastAnswerUs = 500000;
 
 } // namespace
 
