@@ -126,7 +126,11 @@ std::size_t RawClient::read(int wait_ms)
         if (size > unread_.size() - at)
             break;
         GDBusMessage *message = g_dbus_message_new_from_blob(head, size, G_DBUS_CAPABILITY_FLAGS_NONE, nullptr);
-        replies += g_dbus_message_get_reply_serial(message) != 0 ? 1 : 0;
+        if (g_dbus_message_get_reply_serial(message) != 0) {
+            const char *error = g_dbus_message_get_error_name(message);
+            last_error_ = error != nullptr ? error : "";
+            ++replies;
+        }
         name_ = g_dbus_message_get_destination(message);
         g_object_unref(message);
         at += size;

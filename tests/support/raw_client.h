@@ -19,7 +19,8 @@ class RawClient {
     bool call(const char *method, GVariant *arguments = nullptr, int descriptors = 0);
     // Reads what has come, waiting that long for the first of it, and answers nothing: how many replies it was.
     std::size_t read(int wait_ms = 5000);
-    const std::string &name() const { return name_; } // on the bus
+    const std::string &last_error() const { return last_error_; } // the name of the latest reply's, or nothing
+    const std::string &name() const { return name_; }             // on the bus
 
   private:
     bool write(const std::vector<char> &bytes, int descriptors);
@@ -30,5 +31,6 @@ class RawClient {
     int fd_;
     guint32 serial_ = 0;
     std::string name_;
+    std::string last_error_;
     std::vector<guchar> unread_; // the beginning of a message
 };
