@@ -61,6 +61,7 @@ TEST_F(SystemClients, WhatCarriesDescriptorsIsRefusedBeforeItWaits)
     }
     for (std::size_t refused = 0, more = 1; refused < 100 && more > 0; refused += more)
         more = hostile.read();
+    EXPECT_EQ(hostile.last_error(), "org.freedesktop.DBus.Error.NotSupported");
     EXPECT_EQ(client.call("GetState").text, "(1, 'running')");
     EXPECT_LE(ptzd_descriptors(), before + 1); // what the waiting itself needs
 }
@@ -137,7 +138,7 @@ TEST_F(SystemClients, ThoseThatDoNotReadCostLittleAndHoldUpNobody)
     // Who reads at last is served again, although it answers no ping.
     RawClient &cured = deaf.front();
     run_until([&] { return cured.read(0) == 0 && held(cured) == 0; });
-    run_until([&] { return cured.call("GetState") && cured.read(20) == 1; });
+    run_until([&] { return cured.call("GetState") && cured.read(20) == 1 && cured.last_error().empty(); });
 }
 
 } // namespace
