@@ -21,7 +21,7 @@ int write_packet(PTZDriverCanon *self, const std::uint8_t *packet)
         return -1;
     }
     const GMutexHold hold(self->port_lock);
-    host_note_exchange();
+    host_note_command();
     const int written = ptz_port_canon_write_data(self->port, packet, static_cast<int>(size), 0, 0);
     if (written > 0)
         host_note_answer();

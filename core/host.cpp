@@ -3,6 +3,7 @@
 #include "core/clock.h"
 #include "glib_owned.h"
 
+#include <algorithm>
 #include <atomic>
 #include <utility>
 
@@ -11,9 +12,14 @@ namespace {
 constexpr std::int64_t NEVER = -1;
 // A camera block that starts says nothing for longer than this, and its lens is busy when it is back.
 constexpr std::int64_t REBOOT_PAUSE_US = 200000;
+// Whoever has not asked for a status for so long does not want one.
+constexpr std::int64_t STATUS_WANTED_US = 500000;
 
 std::atomic<std::int64_t> status_at{NEVER};
-std::atomic<std::int64_t> silent_since{NEVER};
+// Since when answers to commands, and statuses, are wanted in vain; when a status was asked for last.
+std::atomic<std::int64_t> answer_wanted_at{NEVER};
+std::atomic<std::int64_t> status_wanted_at{NEVER};
+std::atomic<std::int64_t> status_asked_at{NEVER};
 std::atomic<unsigned> sends_failed{0};
 std::atomic<unsigned> reboots{0};
 // Of the latest status, and whether the start that it belongs to is still to be counted. Command thread.
@@ -41,22 +47,36 @@ std::int64_t now_us()
     return clock_get().monotonic_us();
 }
 
+void want(std::atomic<std::int64_t> &since)
+{
+    if (since.load(std::memory_order_relaxed) == NEVER)
+        since.store(now_us(), std::memory_order_relaxed);
+}
+
 } // namespace
 
-void host_note_exchange()
+void host_note_command()
 {
-    if (silent_since.load(std::memory_order_relaxed) == NEVER)
-        silent_since.store(now_us(), std::memory_order_relaxed);
+    want(answer_wanted_at);
 }
 
 void host_note_answer()
 {
-    silent_since.store(NEVER, std::memory_order_relaxed);
+    answer_wanted_at.store(NEVER, std::memory_order_relaxed);
+    if (age_of(status_asked_at) > STATUS_WANTED_US)
+        status_wanted_at.store(NEVER, std::memory_order_relaxed);
+}
+
+void host_note_status_wanted()
+{
+    status_asked_at.store(now_us(), std::memory_order_relaxed);
+    want(status_wanted_at);
 }
 
 void host_note_status(bool lens_busy)
 {
-    host_note_answer();
+    answer_wanted_at.store(NEVER, std::memory_order_relaxed);
+    status_wanted_at.store(NEVER, std::memory_order_relaxed);
     const std::int64_t now = now_us();
     const std::int64_t last = status_at.exchange(now, std::memory_order_relaxed);
     // Either alone may be a bad link or a lens in trouble. Counted once the lens is ready: what is sent to the camera
@@ -81,8 +101,7 @@ std::int64_t host_status_age_us()
 
 std::int64_t host_silence_us()
 {
-    const std::int64_t since = silent_since.load(std::memory_order_relaxed);
-    return since == NEVER ? 0 : now_us() - since;
+    return std::max({std::int64_t{0}, age_of(answer_wanted_at), age_of(status_wanted_at)});
 }
 
 unsigned host_sends_failed()
@@ -216,7 +235,7 @@ void host_forget()
 {
     host_set_cancel(nullptr);
     host_set_interrupt(nullptr);
-    status_at = silent_since = NEVER;
+    status_at = answer_wanted_at = status_wanted_at = NEVER;
     host_note_start();
     host_set_held_image(nullptr);
     sends_failed = reboots = statuses = 0;

@@ -8,10 +8,11 @@
 #include <string>
 #include <string_view>
 
-// An exchange with the camera block begins; it has answered, or a good status has come, which says whether the lens is
-// busy.
-void host_note_exchange();
+// A command goes out; the camera block has answered it. A status is asked for; a good one has come, which says whether the
+// lens is busy, and answers what went before.
+void host_note_command();
 void host_note_answer();
+void host_note_status_wanted();
 void host_note_status(bool lens_busy);
 // A command was not taken in any of its attempts.
 void host_note_failed_send();

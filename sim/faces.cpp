@@ -49,6 +49,20 @@ GVariant *lines(const Board &board)
     return g_variant_builder_end(&builder);
 }
 
+GVariant *settings(const Board &board)
+{
+    GVariantBuilder builder;
+    g_variant_builder_init(&builder, G_VARIANT_TYPE("a{sai}"));
+    for (std::size_t i = 0; i < kRecCount; ++i) {
+        const auto id = static_cast<Rec>(i);
+        const Values values = board.setting(id);
+        g_variant_builder_add(
+            &builder, "{s@ai}", row(id).name,
+            g_variant_new_fixed_array(G_VARIANT_TYPE_INT32, values.data(), values.size(), sizeof values[0]));
+    }
+    return g_variant_builder_end(&builder);
+}
+
 GVariant *krx_sim(const Board &board, std::string_view property)
 {
     if (property == "State")
@@ -57,6 +71,8 @@ GVariant *krx_sim(const Board &board, std::string_view property)
         return values(board);
     if (property == "Lines")
         return lines(board);
+    if (property == "Settings")
+        return settings(board);
     if (property == "Offences")
         return counts(board.offences());
     return counts(property == "Faults" ? board.faults() : board.records());

@@ -63,7 +63,7 @@ void ptz_driver_canon_cmd_receive_status(PTZDriverCanon *self)
     {
         const GMutexHold hold(self->port_lock);
         const int room = static_cast<int>(RX_BUFFER_MAX - self->rx_buffer->len);
-        host_note_exchange();
+        host_note_status_wanted();
         count = ptz_port_canon_read_data(self->port, received, room, 0, 0);
     }
     if (count <= 0)

@@ -33,8 +33,9 @@
 /* gint64, microseconds of the driver's time since the last good status came; -1 when none has come yet. */
 #define DRIVER_HOST_STATUS_AGE "host-status-age"
 
-/* gint64, microseconds of the driver's time for which the camera block has not answered: since the first exchange that
- * has brought nothing good. 0 while it answers, and while nothing is asked of it. */
+/* gint64, microseconds of the driver's time for which the camera block has not answered: since the first command, or
+ * the first read of its status, that has brought nothing good. 0 while it answers, and while nothing is asked of it. Where
+ * the status is not read any more, an answered command is enough. */
 #define DRIVER_HOST_SILENCE "host-silence"
 
 /* guint: commands that the block has not taken in all their attempts, since the process began. */

@@ -25,6 +25,7 @@ class SystemTest : public BusTest {
 
     // What the simulated board says of itself.
     double sim_value(const char *name);
+    GVariant *sim_property(const char *name); // owned by the caller
     Counts sim_counts(const char *property);
     std::string sim_state();
     void sim_command(const std::string &line);
@@ -44,7 +45,6 @@ class SystemTest : public BusTest {
 
   private:
     GVariant *ask_sim(const char *interface, const char *method, GVariant *arguments);
-    GVariant *sim_property(const char *name);
     static std::size_t count_of(const std::string &text, const std::string &log);
 
     int runs_ = 0;
