@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """Usage: bench/figures.py BUILD_DIR [--repetitions N]
 
-Runs the benchmarks of a build (5 repetitions) and starts ptzd with the plug-in on a simulated camera for its memory and
-processor time.
+Runs the benchmarks of a build (5 repetitions) and starts ptzd with the plug-in on a simulated camera for its memory,
+processor time and calls.
 Prints every figure beside its target as the table of docs/performance.md, and the machine that they come from; each
 figure is the median of the repetitions. Status 1 when a target is missed or something could not be measured.
 """
@@ -47,6 +47,12 @@ FIGURES = [
     ("the least that it can take", "firmware_upgrade", "least", "", 0, None),
     ("processor time of `ptzd` idling at state 1", "ptzd_idle", "cpu_percent", "% of a core", 2, ("<=", 3)),
     ("resident memory of `ptzd` with the plug-in", "ptzd_memory", "resident_mb", "MB", 1, ("<=", 10)),
+    ("the same, after 50000 calls of 200 clients", "ptzd_memory", "resident_after_mb", "MB", 1, ("<=", 9)),
+    ("stop, from the call to its answer over the bus, which comes behind the record, median", "ptzd_calls", "stop_us",
+     "us", 0, ("<=", 1000)),
+    ("the same behind 10000 moves of 200 clients", "ptzd_calls", "stop_behind_us", "us", 0, ("<=", 5000)),
+    ("position, median", "ptzd_calls", "position_us", "us", 0, None),
+    ("position while a reset runs, median", "ptzd_calls", "position_reset_us", "us", 0, ("<=", 1000)),
 ]
 
 MOVES = (["move", "pan=10", "tilt=5", "zoom=2000", "--wait"], ["move", "pan=-10", "tilt=15", "zoom=4000", "--wait"])
@@ -130,7 +136,11 @@ def measure_ptzd(build):
             began, used = time.monotonic(), processor_seconds(ptzd.pid)
             time.sleep(IDLE_SECONDS)
             idle = 100 * (processor_seconds(ptzd.pid) - used) / (time.monotonic() - began)
-            return {"ptzd_memory": {"resident_mb": resident_mb(ptzd.pid)}, "ptzd_idle": {"cpu_percent": idle}}
+            resident = resident_mb(ptzd.pid)
+            calls = json.loads(subprocess.run([build / "bench/service_calls"], env=environment, check=True, timeout=300,
+                                              stdout=subprocess.PIPE).stdout)
+            return {"ptzd_memory": {"resident_mb": resident, "resident_after_mb": resident_mb(ptzd.pid)},
+                    "ptzd_idle": {"cpu_percent": idle}, "ptzd_calls": calls}
 
 
 def run_benchmarks(build, repetitions):

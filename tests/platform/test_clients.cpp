@@ -59,6 +59,8 @@ TEST(Clients, GetAnswersAsLongAsTheyRead)
         return sent;
     };
     EXPECT_EQ(fill("deaf", 2 * KB, 10000 * KB), 1026 * KB);
+    EXPECT_EQ(clients.call_came("deaf", ++serial, Kind::stop, true), Kind::stop); // it stops, and is not answered
+    EXPECT_FALSE(clients.reply_goes("deaf", serial, KB));
     EXPECT_EQ(fill("large", 5 * KB, 10000 * KB, 1), 1025 * KB);
     // It answers when it is asked, of what it had been sent by then.
     EXPECT_TRUE(clients.worth_asking("deaf", Witness::client));

@@ -69,8 +69,7 @@ TEST(MoveTrack, EndsByFreshStatusesAndSaysWhy)
             EXPECT_FALSE(track.look(looks[i])) << i;
         const auto ended = track.look(looks.back());
         ASSERT_TRUE(ended);
-        EXPECT_STREQ(ended->reason, end);
-        EXPECT_EQ(ended->reached, ended->reason == kReached.reason);
+        EXPECT_STREQ(move_end_text(*ended), end);
     }
 }
 

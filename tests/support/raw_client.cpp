@@ -33,8 +33,7 @@ RawClient::RawClient(const std::string &address)
     EXPECT_EQ(read_line(), "AGREE_UNIX_FD");
     write(bytes_of("BEGIN\r\n"), 0);
     send(g_dbus_message_new_method_call("org.freedesktop.DBus", "/", "org.freedesktop.DBus", "Hello"));
-    while (name_.empty() && readable())
-        read();
+    read();
 }
 
 RawClient::~RawClient()
@@ -115,9 +114,19 @@ bool RawClient::write(const std::vector<char> &bytes, int descriptors)
 std::size_t RawClient::read(int wait_ms)
 {
     guchar part[65536];
-    readable(wait_ms);
-    for (ssize_t got = 0; (got = ::recv(fd_, part, sizeof part, MSG_DONTWAIT)) > 0;)
+    std::size_t replies = 0;
+    while (replies == 0 && readable(wait_ms)) {
+        const ssize_t got = ::recv(fd_, part, sizeof part, 0);
+        if (got <= 0)
+            break; // the bus has closed it
         unread_.insert(unread_.end(), part, part + got);
+        replies += take_messages();
+    }
+    return replies;
+}
+
+std::size_t RawClient::take_messages()
+{
     std::size_t replies = 0;
     std::size_t at = 0;
     while (unread_.size() - at >= 16) {
@@ -126,7 +135,11 @@ std::size_t RawClient::read(int wait_ms)
         if (size > unread_.size() - at)
             break;
         GDBusMessage *message = g_dbus_message_new_from_blob(head, size, G_DBUS_CAPABILITY_FLAGS_NONE, nullptr);
-        replies += g_dbus_message_get_reply_serial(message) != 0 ? 1 : 0;
+        if (g_dbus_message_get_reply_serial(message) != 0) {
+            const char *error = g_dbus_message_get_error_name(message);
+            last_error_ = error != nullptr ? error : "";
+            ++replies;
+        }
         name_ = g_dbus_message_get_destination(message);
         g_object_unref(message);
         at += size;

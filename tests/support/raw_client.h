@@ -17,18 +17,21 @@ class RawClient {
     bool send(GDBusMessage *message, int descriptors = 0);
     // A call of com.orna.PTZ; `arguments` floating, null for none.
     bool call(const char *method, GVariant *arguments = nullptr, int descriptors = 0);
-    // Reads what has come, waiting that long for the first of it, and answers nothing: how many replies it was.
+    // Reads until there was a reply, or nothing for that long, and answers nothing: how many replies it was.
     std::size_t read(int wait_ms = 5000);
-    const std::string &name() const { return name_; } // on the bus
+    const std::string &last_error() const { return last_error_; } // the name of the latest reply's, or nothing
+    const std::string &name() const { return name_; }             // on the bus
 
   private:
     bool write(const std::vector<char> &bytes, int descriptors);
     std::string read_line();
+    std::size_t take_messages();
     bool readable(int wait_ms = 5000) const;
 
     GSocketConnection *stream_;
     int fd_;
     guint32 serial_ = 0;
     std::string name_;
+    std::string last_error_;
     std::vector<guchar> unread_; // the beginning of a message
 };

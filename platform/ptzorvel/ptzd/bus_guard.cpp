@@ -5,6 +5,7 @@
 #include "ptzorvel/ptzd/face.h"
 
 #include <cstring>
+#include <deque>
 #include <mutex>
 #include <optional>
 #include <string_view>
@@ -62,51 +63,81 @@ bool well_formed_signal(GDBusMessage *message)
 
 } // namespace
 
-class BusGuard::Post : public std::enable_shared_from_this<BusGuard::Post> {
+class BusGuard::Post {
   public:
     explicit Post(Handlers handlers) : handlers_(std::move(handlers)) {}
 
+    // From now on GDBus's thread has it in hand too, until its filter ends.
+    void begin(const std::shared_ptr<Post> &self, MainWake &stops_came, MainWake &signals_came);
+    void end_of_filter() { const auto last = std::move(self_); }
     // GDBus's thread: the message, changed or not, or null when it goes no further.
-    GDBusMessage *came(GDBusConnection *connection, GDBusMessage *message);
-    GDBusMessage *goes(GDBusConnection *connection, GDBusMessage *message);
+    GDBusMessage *look_at(GDBusConnection *connection, GDBusMessage *message, bool incoming);
 
     // Main thread
     void client_left(const std::string &client);
+    void take_stops();
+    void signals_handled() { clients_.signals_handled(); }
     void retire();
     CallPtr take(GDBusMethodInvocation *invocation);
 
   private:
-    using PostPtr = std::shared_ptr<Post>;
-    struct StopOnItsWay {
-        PostPtr post;
-        CallPtr call;
-    };
-
+    GDBusMessage *came(GDBusConnection *connection, Message message);
+    GDBusMessage *goes(GDBusConnection *connection, Message message);
     GDBusMessage *call_came(GDBusConnection *connection, Message message);
     GDBusMessage *signal_came(Message message);
     GDBusMessage *reply_came(Message message);
     void ask(GDBusConnection *connection, const std::string &client, Clients::Witness witness);
-    void hand_over_stop(const CallPtr &call);
     unsigned count_stops(bool one_more);
 
     std::mutex mutex_;
-    Handlers handlers_; // main thread; `stops` under the mutex
+    bool on_duty_ = false;              // these are under the mutex
+    Handlers handlers_;                 // but the functions are the main thread's
+    std::deque<CallPtr> waiting_stops_; // for the main thread
+    MainWake *stops_came_ = nullptr;
+    MainWake *signals_came_ = nullptr;
+
+    std::shared_ptr<Post> self_;
     Clients clients_;
-    std::atomic<bool> counting_signals_{false};
 };
 
-GDBusMessage *BusGuard::Post::came(GDBusConnection *connection, GDBusMessage *message)
+void BusGuard::Post::begin(const std::shared_ptr<Post> &self, MainWake &stops_came, MainWake &signals_came)
 {
-    Message owned(message);
-    if (g_dbus_message_get_sender(message) == nullptr)
-        return owned.release(); // the daemon's greeting
-    switch (g_dbus_message_get_message_type(message)) {
+    self_ = self;
+    const std::lock_guard lock(mutex_);
+    on_duty_ = true;
+    stops_came_ = &stops_came;
+    signals_came_ = &signals_came;
+}
+
+void BusGuard::Post::retire()
+{
+    std::deque<CallPtr> refused; // after the lock
+    const std::lock_guard lock(mutex_);
+    on_duty_ = false;
+    refused.swap(waiting_stops_);
+}
+
+GDBusMessage *BusGuard::Post::look_at(GDBusConnection *connection, GDBusMessage *message, bool incoming)
+{
+    {
+        const std::lock_guard lock(mutex_);
+        if (!on_duty_)
+            return message;
+    }
+    return incoming ? came(connection, Message(message)) : goes(connection, Message(message));
+}
+
+GDBusMessage *BusGuard::Post::came(GDBusConnection *connection, Message message)
+{
+    if (g_dbus_message_get_sender(message.get()) == nullptr)
+        return message.release(); // not by way of the daemon
+    switch (g_dbus_message_get_message_type(message.get())) {
     case G_DBUS_MESSAGE_TYPE_METHOD_CALL:
-        return call_came(connection, std::move(owned));
+        return call_came(connection, std::move(message));
     case G_DBUS_MESSAGE_TYPE_SIGNAL:
-        return signal_came(std::move(owned));
+        return signal_came(std::move(message));
     default:
-        return reply_came(std::move(owned));
+        return reply_came(std::move(message));
     }
 }
 
@@ -138,7 +169,11 @@ GDBusMessage *BusGuard::Post::call_came(GDBusConnection *connection, Message mes
     }
     if (!stop)
         return message.release();
-    hand_over_stop(std::make_shared<Call>(connection, message.get(), 0u));
+    const std::lock_guard lock(mutex_);
+    if (on_duty_) {
+        waiting_stops_.push_back(std::make_shared<Call>(connection, message.get(), 0u));
+        stops_came_->wake();
+    }
     return nullptr;
 }
 
@@ -154,17 +189,9 @@ GDBusMessage *BusGuard::Post::signal_came(Message message)
     }
     if (!well_formed_signal(message.get()) || !clients_.signal_came(sender))
         return nullptr;
-    // Behind this one in the main loop: when that runs, what came before it has been handled.
-    if (!counting_signals_.exchange(true))
-        g_idle_add_full(
-            G_PRIORITY_DEFAULT,
-            [](gpointer data) -> gboolean {
-                Post &post = **static_cast<PostPtr *>(data);
-                post.counting_signals_ = false;
-                post.clients_.signals_handled();
-                return G_SOURCE_REMOVE;
-            },
-            new PostPtr(shared_from_this()), [](gpointer data) { delete static_cast<PostPtr *>(data); });
+    const std::lock_guard lock(mutex_);
+    if (on_duty_)
+        signals_came_->wake(); // with this one, or after it
     return message.release();
 }
 
@@ -183,18 +210,18 @@ GDBusMessage *BusGuard::Post::reply_came(Message message)
     return ours ? nullptr : message.release();
 }
 
-GDBusMessage *BusGuard::Post::goes(GDBusConnection *connection, GDBusMessage *message)
+GDBusMessage *BusGuard::Post::goes(GDBusConnection *connection, Message message)
 {
-    Message owned(message);
-    const char *destination = g_dbus_message_get_destination(message);
-    const GDBusMessageType type = g_dbus_message_get_message_type(message);
+    const char *destination = g_dbus_message_get_destination(message.get());
+    const GDBusMessageType type = g_dbus_message_get_message_type(message.get());
     if (destination == nullptr || (type != G_DBUS_MESSAGE_TYPE_METHOD_RETURN && type != G_DBUS_MESSAGE_TYPE_ERROR))
-        return owned.release();
-    if (!clients_.reply_goes(destination, g_dbus_message_get_reply_serial(message), size_of(message) + kHeaderSize))
+        return message.release();
+    if (!clients_.reply_goes(destination, g_dbus_message_get_reply_serial(message.get()),
+                             size_of(message.get()) + kHeaderSize))
         return nullptr;
     for (const Clients::Witness witness : {Clients::Witness::client, Clients::Witness::daemon})
         ask(connection, destination, witness);
-    return owned.release();
+    return message.release();
 }
 
 void BusGuard::Post::ask(GDBusConnection *connection, const std::string &client, Clients::Witness witness)
@@ -214,31 +241,23 @@ void BusGuard::Post::ask(GDBusConnection *connection, const std::string &client,
         clients_.asked(client, witness, serial);
 }
 
-void BusGuard::Post::hand_over_stop(const CallPtr &call)
-{
-    g_idle_add_full(
-        G_PRIORITY_HIGH,
-        [](gpointer data) -> gboolean {
-            const auto &[post, stop] = *static_cast<StopOnItsWay *>(data);
-            if (post->handlers_.stop)
-                post->handlers_.stop(stop);
-            return G_SOURCE_REMOVE;
-        },
-        new StopOnItsWay{shared_from_this(), call}, [](gpointer data) { delete static_cast<StopOnItsWay *>(data); });
-}
-
 unsigned BusGuard::Post::count_stops(bool one_more)
 {
     const std::lock_guard lock(mutex_);
-    if (handlers_.stops == nullptr)
+    if (!on_duty_)
         return 0;
     return one_more ? ++*handlers_.stops : handlers_.stops->load();
 }
 
-void BusGuard::Post::retire()
+void BusGuard::Post::take_stops()
 {
-    const std::lock_guard lock(mutex_);
-    handlers_ = {};
+    std::deque<CallPtr> stops;
+    {
+        const std::lock_guard lock(mutex_);
+        stops.swap(waiting_stops_);
+    }
+    for (const CallPtr &stop : stops)
+        handlers_.stop(stop);
 }
 
 CallPtr BusGuard::Post::take(GDBusMethodInvocation *invocation)
@@ -257,30 +276,29 @@ CallPtr BusGuard::Post::take(GDBusMethodInvocation *invocation)
 
 void BusGuard::Post::client_left(const std::string &client)
 {
-    if (handlers_.left)
-        handlers_.left(client);
+    handlers_.left(client);
 }
 
 BusGuard::BusGuard(GDBusConnection *connection, Handlers handlers)
-    : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), post_(std::make_shared<Post>(std::move(handlers)))
+    : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), post_(std::make_shared<Post>(std::move(handlers))),
+      stops_came_(G_PRIORITY_HIGH, [this] { post_->take_stops(); }),
+      signals_came_(G_PRIORITY_DEFAULT, [this] { post_->signals_handled(); })
 {
-    using PostPtr = std::shared_ptr<Post>;
-    const GDestroyNotify release = [](gpointer data) { delete static_cast<PostPtr *>(data); };
+    post_->begin(post_, stops_came_, signals_came_);
     const auto on_owner_changed = +[](GDBusConnection *, const char *, const char *, const char *, const char *,
                                       GVariant *parameters, gpointer data) {
         if (const auto client = client_that_left(parameters))
-            (*static_cast<PostPtr *>(data))->client_left(*client);
+            static_cast<Post *>(data)->client_left(*client);
     };
-    subscription_ = g_dbus_connection_signal_subscribe(connection_, kDaemon, kDaemon, "NameOwnerChanged",
-                                                       "/org/freedesktop/DBus", nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
-                                                       on_owner_changed, new PostPtr(post_), release);
+    subscription_ =
+        g_dbus_connection_signal_subscribe(connection_, kDaemon, kDaemon, "NameOwnerChanged", "/org/freedesktop/DBus",
+                                           nullptr, G_DBUS_SIGNAL_FLAGS_NONE, on_owner_changed, post_.get(), nullptr);
     filter_ = g_dbus_connection_add_filter(
         connection_,
         [](GDBusConnection *source, GDBusMessage *message, gboolean incoming, gpointer data) {
-            Post &post = **static_cast<PostPtr *>(data);
-            return incoming ? post.came(source, message) : post.goes(source, message);
+            return static_cast<Post *>(data)->look_at(source, message, incoming != FALSE);
         },
-        new PostPtr(post_), release);
+        post_.get(), [](gpointer data) { static_cast<Post *>(data)->end_of_filter(); });
 }
 
 BusGuard::~BusGuard()

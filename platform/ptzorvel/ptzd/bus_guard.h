@@ -9,6 +9,7 @@
 #pragma once
 
 #include "ptzorvel/ptzd/call.h"
+#include "ptzorvel/ptzd/main_wake.h"
 
 #include <atomic>
 #include <functional>
@@ -35,7 +36,9 @@ class BusGuard {
     class Post;
 
     GDBusConnection *connection_;
-    std::shared_ptr<Post> post_; // shared with GDBus's thread, which may be in it when the guard ends
+    std::shared_ptr<Post> post_; // GDBus's thread may be in it when the guard ends
+    MainWake stops_came_;
+    MainWake signals_came_;
     guint filter_ = 0;
     guint subscription_ = 0;
 };

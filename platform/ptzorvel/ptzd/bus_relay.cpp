@@ -138,7 +138,9 @@ bool BusRelay::accept_own()
 
 void BusRelay::run()
 {
-    if (!accept_own())
+    const bool accepted = accept_own();
+    ::shutdown(listener_.get(), SHUT_RDWR); // who comes later is refused, and does not wait
+    if (!accepted)
         return;
     while (carry()) {
     }

@@ -31,7 +31,7 @@ std::optional<CallError> carry_out(PtzService &service, PTZDriver *driver, const
     motion.end_operation();
     if (taken)
         return std::nullopt;
-    ticket.end = kNotTaken;
+    ticket.end = MoveEnd::not_taken;
     // The block may have taken more than it answered: nothing runs on that nobody knows of.
     if (move.running() != 0)
         service.stopper().stop_axes(move.running());
@@ -58,7 +58,7 @@ void call_move(PtzService &service, const CallPtr &call)
                 [&service, move, stops, claim, ticket](PTZDriver *driver, Call &answered) {
                     std::optional<CallError> refusal;
                     if (service.stops() != stops) {
-                        ticket->end = kStopped;
+                        ticket->end = MoveEnd::stopped;
                         refusal = CallError{ErrorKind::cancelled, "A stop came in before this move began; send it "
                                                                   "again if it is still wanted."};
                     } else {

@@ -5,7 +5,8 @@ std::optional<Clients::Kind> Clients::call_came(const std::string &client, guint
 {
     const std::lock_guard lock(mutex_);
     Account &account = accounts_[client];
-    if (does_not_read(account) || account.waiting.size() >= kMostUnanswered || account.waiting.count(serial) != 0)
+    const bool mute = does_not_read(account) && kind != Kind::stop;
+    if (mute || account.waiting.size() >= kMostUnanswered || account.waiting.count(serial) != 0)
         return std::nullopt;
     if (account.in_work[static_cast<std::size_t>(kind)] >= kMostInWork)
         kind = Kind::refusal;

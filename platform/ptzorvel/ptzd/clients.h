@@ -25,7 +25,7 @@ class Clients {
 
     enum class Kind { work, stop, refusal };
     // A call has come in. What it is to be treated as, refusal when the client has as many of that kind as it may;
-    // nothing when it is to be dropped without an answer: the client does not read, or wants none.
+    // nothing when it is to be dropped without an answer: the client wants none, or does not read and it is no stop.
     // `stops`: how many stops had come before it.
     std::optional<Kind> call_came(const std::string &client, guint32 serial, Kind kind, bool wants_reply,
                                   unsigned stops = 0);

@@ -59,7 +59,7 @@ void Motion::begin(Ticket &ticket, const MoveRequest &request, const AxisWays &w
         const auto replaced = [&](const MoveTrack &track) { return (track.axes() & request.requested()) != 0; };
         for (const MoveTrack &track : tracks_)
             if (replaced(track))
-                ended.push_back({track.id(), kReplaced});
+                ended.push_back({track.id(), MoveEnd::replaced});
         std::erase_if(tracks_, replaced);
         tracks_.emplace_back(ticket.id_, request, ways, from, look());
     }
@@ -83,7 +83,7 @@ void Motion::camera_stopped()
     {
         const std::lock_guard lock(mutex_);
         for (const MoveTrack &track : std::exchange(tracks_, {}))
-            ended.push_back({track.id(), kCameraStopped});
+            ended.push_back({track.id(), MoveEnd::camera_stopped});
     }
     reported_ = 0;
     announce();
@@ -156,6 +156,6 @@ void Motion::tell(const std::vector<Ended> &ended)
 {
     for (const Ended &move : ended)
         service_.emit(kInterfaceName, "MoveDone",
-                      g_variant_new("(ubs@a{sd})", move.id, static_cast<gboolean>(move.end.reached), move.end.reason,
-                                    axis_positions_variant(published_positions())));
+                      g_variant_new("(ubs@a{sd})", move.id, static_cast<gboolean>(move.end == MoveEnd::reached),
+                                    move_end_text(move.end), axis_positions_variant(published_positions())));
 }

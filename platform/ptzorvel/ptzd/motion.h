@@ -38,7 +38,7 @@ class Motion {
         Ticket(const Ticket &) = delete;
         Ticket &operator=(const Ticket &) = delete;
 
-        MoveEnd end = kCameraStopped;
+        MoveEnd end = MoveEnd::camera_stopped;
 
       private:
         friend class Motion;

@@ -20,6 +20,13 @@ double toward(double value, double low, double high)
 
 } // namespace
 
+const char *move_end_text(MoveEnd end)
+{
+    static constexpr const char *kTexts[] = {"reached",   "stopped",   "replaced",      "limit",
+                                             "not taken", "link lost", "camera stopped"};
+    return kTexts[static_cast<std::size_t>(end)];
+}
+
 MoveTrack::MoveTrack(guint32 id, const MoveRequest &request, const AxisWays &ways, const MotionLook &from,
                      const MotionLook &taken)
     : id_(id), axes_(request.requested()), seen_(taken.statuses)
@@ -81,20 +88,20 @@ MoveEnd MoveTrack::verdict(const MotionLook &look) const
         there_or_at_end = there_or_at_end && (arrived || is_at_end(axis, look.positions));
     }
     if (there)
-        return kReached;
+        return MoveEnd::reached;
     if (there_or_at_end || beyond_ != 0)
-        return kLimit;
+        return MoveEnd::limit;
     if (stopping_)
-        return kStopped;
+        return MoveEnd::stopped;
     if (link_lost_)
-        return kLinkLost;
-    return has_moved_ ? kStopped : kNotTaken;
+        return MoveEnd::link_lost;
+    return has_moved_ ? MoveEnd::stopped : MoveEnd::not_taken;
 }
 
 std::optional<MoveEnd> MoveTrack::look(const MotionLook &look)
 {
     if (look.silence_s >= kLinkGivenUpS)
-        return kLinkLost;
+        return MoveEnd::link_lost;
     link_lost_ = link_lost_ || look.silence_s > kLinkLostS;
     const bool fresh = !look.statuses || !seen_ || static_cast<gint32>(*look.statuses - *seen_) > 0;
     if (!fresh)
@@ -111,7 +118,7 @@ std::optional<MoveEnd> MoveTrack::look(const MotionLook &look)
         return std::nullopt;
     const MoveEnd end = verdict(look);
     const bool settled = standing_ >= kSettledStatuses && look.now_us - standing_since_us_ >= kSettledUs;
-    if (end.reached || stopping_ || settled || end.reason == kLimit.reason)
+    if (end == MoveEnd::reached || end == MoveEnd::limit || stopping_ || settled)
         return end;
     return std::nullopt;
 }

@@ -7,18 +7,10 @@
 #include <cstdint>
 #include <optional>
 
-// How a move ended: in the words of the signal MoveDone.
-struct MoveEnd {
-    bool reached;
-    const char *reason;
-};
-inline constexpr MoveEnd kReached{true, "reached"};
-inline constexpr MoveEnd kStopped{false, "stopped"};
-inline constexpr MoveEnd kReplaced{false, "replaced"};
-inline constexpr MoveEnd kLimit{false, "limit"};
-inline constexpr MoveEnd kNotTaken{false, "not taken"};
-inline constexpr MoveEnd kLinkLost{false, "link lost"};
-inline constexpr MoveEnd kCameraStopped{false, "camera stopped"};
+enum class MoveEnd { reached, stopped, replaced, limit, not_taken, link_lost, camera_stopped };
+
+// In the words of the signal MoveDone.
+const char *move_end_text(MoveEnd end);
 
 // What is known of the camera at one moment.
 struct MotionLook {

@@ -15,7 +15,7 @@ constexpr unsigned kStandingStatuses = 2;
 constexpr std::int64_t kDeadLineUs = 1000000;
 // A second of camera time, less a look; on a camera whose time runs fast an exchange still needs its time.
 constexpr double kAnswerWithinUs = 950000;
-constexpr double kLeastAnswerUs = 200000;
+constexpr double kLeastAnswerUs = 500000;
 
 } // namespace
 
@@ -52,10 +52,11 @@ void Stopper::post()
 {
     if (std::exchange(posted_, true))
         return;
-    // What reads from another service lets go of the command thread, until the work begins.
+    service_.run([this](PTZDriver *driver) { work(driver); });
+    // What reads from another service lets go of the command thread, for the work that waits by now; the work ends that
+    // under the same mutex.
     if (running_)
         host_.interrupt();
-    service_.run([this](PTZDriver *driver) { work(driver); });
 }
 
 void Stopper::state_changed(bool running)
@@ -94,8 +95,8 @@ void Stopper::work(PTZDriver *driver)
         const std::lock_guard lock(mutex_);
         anew = std::exchange(again_, false);
         axes = axes_;
+        host_.interrupt_over();
     }
-    host_.interrupt_over();
     if (const auto refusal = service_.refusal(driver))
         finish(axes, refusal);
     else if (axes != 0)

@@ -1,0 +1,115 @@
+// How long calls to a running ptzd take, as one JSON object; the bus is the system bus of the environment.
+#include "glib_owned.h"
+
+#include <gio/gio.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+namespace {
+
+using Connection = GOwned<GDBusConnection, g_object_unref>;
+
+constexpr int CLIENTS = 200;
+constexpr int CALLS = 50; // of each; all beyond 32 in work are refused at once
+
+double now_us()
+{
+    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+Connection connect()
+{
+    const GText address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));
+    return Connection(g_dbus_connection_new_for_address_sync(
+        address.get(),
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, nullptr, nullptr));
+}
+
+// A failed call counts as an hour.
+double time_of(GDBusConnection *connection, const char *method)
+{
+    const double begin = now_us();
+    const GVariantOwned reply(g_dbus_connection_call_sync(connection, "com.orna.PTZ", "/com/orna/PTZ", "com.orna.PTZ",
+                                                          method, nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, 60000,
+                                                          nullptr, nullptr));
+    return reply ? now_us() - begin : 3.6e9;
+}
+
+double median_of(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.empty() ? 3.6e9 : values[values.size() / 2];
+}
+
+std::vector<double> repeat(GDBusConnection *connection, const char *method, int times)
+{
+    std::vector<double> values;
+    for (int i = 0; i < times; ++i)
+        values.push_back(time_of(connection, method));
+    return values;
+}
+
+// Positions for as long as a reset of the camera takes.
+std::vector<double> positions_during_reset(GDBusConnection *connection)
+{
+    bool done = false;
+    const auto on_done = [](GObject *source, GAsyncResult *result, gpointer flag) {
+        const GVariantOwned reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, nullptr));
+        *static_cast<bool *>(flag) = true;
+    };
+    const Connection other = connect();
+    g_dbus_connection_call(other.get(), "com.orna.PTZ", "/com/orna/PTZ", "com.orna.PTZ", "RunSpecialCommand",
+                           g_variant_new("(s)", "reset"), nullptr, G_DBUS_CALL_FLAGS_NONE, 120000, nullptr, on_done,
+                           &done);
+    std::vector<double> values;
+    while (!done) {
+        values.push_back(time_of(connection, "GetPosition"));
+        g_usleep(5000);
+        while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
+        }
+    }
+    return values;
+}
+
+// A stop while thousands of moves of others wait in the service.
+double stop_behind_many(GDBusConnection *connection, const std::vector<Connection> &clients)
+{
+    for (int call = 0; call < CALLS; ++call)
+        for (const Connection &client : clients)
+            g_dbus_connection_call(client.get(), "com.orna.PTZ", "/com/orna/PTZ", "com.orna.PTZ", "Move",
+                                   g_variant_new_parsed("([('zoom', 'absolute', %d)], 0.0, @a{sv} {})", 1.0 + call),
+                                   nullptr, G_DBUS_CALL_FLAGS_NONE, 60000, nullptr, nullptr, nullptr);
+    // Answered at once, but behind what the client has sent: then all of them are there.
+    for (const Connection &client : clients)
+        time_of(client.get(), "GetState");
+    return time_of(connection, "Stop");
+}
+
+} // namespace
+
+int main()
+{
+    const Connection connection = connect();
+    if (!connection) {
+        std::fputs("service_calls: there is no bus\n", stderr);
+        return 1;
+    }
+    const double stop = median_of(repeat(connection.get(), "Stop", 500));
+    const double position = median_of(repeat(connection.get(), "GetPosition", 500));
+    const double during_reset = median_of(positions_during_reset(connection.get()));
+    std::vector<Connection> clients;
+    for (int i = 0; i < CLIENTS; ++i)
+        clients.push_back(connect());
+    std::vector<double> behind;
+    for (int i = 0; i < 5; ++i)
+        behind.push_back(stop_behind_many(connection.get(), clients));
+    std::printf("{\"stop_us\": %.1f, \"stop_behind_us\": %.1f, \"position_us\": %.1f, \"position_reset_us\": %.1f}\n",
+                stop, median_of(behind), position, during_reset);
+    return 0;
+}
