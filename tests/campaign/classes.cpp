@@ -76,7 +76,7 @@ constexpr FaultClass kClasses[] = {
     {.fault = "spi-error ENODEV", .outage = true},
     {.fault = "spi-short", .offences = kSpoilt},
     {.fault = "spi-slow 9.9s", .lasts_s = 10, .bound_s = 30},
-    {.fault = "spi-slow 20s", .lasts_s = 10, .bound_s = 30},
+    {.fault = "spi-slow 20s", .offences = "chunk-repeat", .lasts_s = 10, .bound_s = 30},
     {.fault = "refuse imc_req", .where = opens},
     {.fault = "refuse cam_power", .where = opens, .bound_s = kGivenUp},
     {.fault = "gpio-read imc_req", .lasts_s = 10, .bound_s = 20},
