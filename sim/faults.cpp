@@ -89,6 +89,15 @@ std::int64_t Faults::next_event() const
     return next;
 }
 
+unsigned Faults::failed_calls() const
+{
+    unsigned failed = 0;
+    for (const Fault fault :
+         {Fault::spi_error, Fault::spi_slow, Fault::gpio_refuse, Fault::gpio_read, Fault::gpio_edge})
+        failed += struck_[static_cast<std::size_t>(fault)];
+    return failed;
+}
+
 Counts Faults::counts() const
 {
     Counts counts;

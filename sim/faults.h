@@ -141,6 +141,8 @@ class Faults {
     unsigned slots(Fault fault) const { return at(fault).slots; }
 
     Counts counts() const;
+    // How many of the host's calls have failed before the block heard of them.
+    unsigned failed_calls() const;
     void seed(std::uint64_t seed);
     // A number from 0 to limit - 1; the same series for the same seed.
     std::uint32_t random(std::uint32_t limit) { return draw(state_, limit); }

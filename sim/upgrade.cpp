@@ -149,6 +149,7 @@ void Upgrade::chunk(std::size_t index, std::span<const std::uint8_t> bytes, bool
     }
     check_order(index, now);
     chunk_at_ = now;
+    failed_before_ = faults_.failed_calls();
     expected_ = answered ? index + 1 : back(index, kRewind);
     if (!refused_)
         keep(index, bytes, now);
@@ -158,8 +159,9 @@ void Upgrade::check_order(std::size_t index, std::int64_t now)
 {
     if (index == expected_)
         return;
-    // While the line was low, the host gave up one chunk each time its patience ended.
-    const auto given_up = static_cast<std::size_t>((now - chunk_at_) / kRequestPatienceUs);
+    // The host gave up one chunk each time its patience with a low line ended, and with each call that failed.
+    const auto given_up =
+        static_cast<std::size_t>((now - chunk_at_) / kRequestPatienceUs) + (faults_.failed_calls() - failed_before_);
     for (std::size_t i = 1; i <= given_up && i <= here_.size(); ++i) {
         if (index == back(expected_, i * kRewind))
             return;

@@ -5,8 +5,9 @@
 //   burst chunk    FF 02 index:2 bytes                                 1016 of the image's bytes, the last one the rest
 //   end      FF 03                                               the image is looked at and written to the flash
 //
-// A chunk that was not answered well, or not taken, has the host step back five chunks and go on from there; any other
-// gap or repeat is an offence. The host knows nothing of the loader's state but what it is answered.
+// A chunk that was not answered well, not taken, or lost with a failed call, has the host step back five chunks and go
+// on from there; any other gap or repeat is an offence. The host knows nothing of the loader's state but what it is
+// answered.
 #pragma once
 
 #include "sim/faults.h"
@@ -69,6 +70,7 @@ class Upgrade {
     std::int64_t ready_at_ = kNever;
     std::int64_t written_at_ = kNever;
     std::int64_t chunk_at_ = 0;       // when the last one came
+    unsigned failed_before_ = 0;      // calls of the host, by then
     std::vector<std::uint8_t> image_; // as far as it is here
     std::vector<bool> here_;          // by chunk
     std::size_t count_here_ = 0;

@@ -9,11 +9,14 @@ using enum Where;
 
 // The patience that the driver has with another service is 10 s on the wall for each of the values it asks for.
 constexpr double kPatience = 45;
+// Until a start without an answer is given up.
+constexpr double kGivenUp = 200;
 // What comes of a frame that does not get through whole, and of the chunk of an image that was in it.
-constexpr char kSpoilt[] = "frame-checksum frame-length frame-filler upgrade-command chunk-gap upgrade-incomplete";
+constexpr char kSpoilt[] =
+    "frame-checksum frame-length frame-filler packet-header packet-length upgrade-command chunk-gap upgrade-incomplete";
 // A block that falls silent between the host's look and its burst, over a chunk, or for good in an upgrade.
 constexpr char kGone[] = "burst-without-request chunk-repeat upgrade-order upgrade-incomplete";
-constexpr char kWaitsForEdges[] = "fault delay-edge 5ms forever";
+constexpr char kWaitsForEdges[] = "fault delay-edge 40ms forever";
 constexpr char kAskImage[] = "set capture-frequency 60";
 constexpr char kAskStreamer[] = "set rotation 0";
 
@@ -75,13 +78,13 @@ constexpr FaultClass kClasses[] = {
     {.fault = "spi-slow 9.9s", .lasts_s = 10, .bound_s = 30},
     {.fault = "spi-slow 20s", .lasts_s = 10, .bound_s = 30},
     {.fault = "refuse imc_req", .where = opens},
-    {.fault = "refuse cam_power", .where = opens},
+    {.fault = "refuse cam_power", .where = opens, .bound_s = kGivenUp},
     {.fault = "gpio-read imc_req", .lasts_s = 10, .bound_s = 20},
-    {.fault = "gpio-read cam_power_good", .where = boots},
+    {.fault = "gpio-read cam_power_good", .where = boots, .bound_s = kGivenUp},
     {.fault = "gpio-read cam_init_done", .where = boots},
-    {.fault = "gpio-edge imc_req", .lasts_s = 10, .bound_s = 20, .provoke = kWaitsForEdges},
-    {.fault = "gpio-drive cam_power", .where = opens},
-    {.fault = "gpio-drive cam_reset", .where = opens},
+    {.fault = "gpio-edge imc_req", .where = edges, .lasts_s = 10, .bound_s = 20, .provoke = kWaitsForEdges},
+    {.fault = "gpio-drive cam_power", .where = opens, .bound_s = kGivenUp},
+    {.fault = "gpio-drive cam_reset", .where = opens, .bound_s = kGivenUp},
     {.fault = "sensor missing"},
     {.fault = "sensor empty"},
     {.fault = "sensor garbage"},
@@ -123,6 +126,7 @@ constexpr WhereRow kWhereRows[] = {
     {{true, false, false, false, true}, "nothing is powered or booted then"},
     {{true, false, false, false, true}, "no line is set up then"},
     {{true, false, false, false, true}, "the rotation is not asked for then"},
+    {{true, true, true, true, false}, "in and after an upgrade the line's level is polled"},
     {{true, false, true, true, true}, "no command is sent then"},
     {{false, false, true, false, false}, "no axis is under way then"},
     {{false, false, false, false, true}, "no firmware is transferred then"},

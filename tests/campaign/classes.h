@@ -11,7 +11,7 @@ inline constexpr std::size_t kPhases = 5;
 inline constexpr std::size_t kDurations = 3;
 
 // Where a fault has occasions at all.
-enum class Where : unsigned char { everywhere, boots, opens, asks, records, moves, upgrades };
+enum class Where : unsigned char { everywhere, boots, opens, asks, edges, records, moves, upgrades };
 
 struct FaultClass {
     // As the simulator is told, without its duration.

@@ -9,6 +9,7 @@
 #include <map>
 #include <stdexcept>
 #include <sys/wait.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
@@ -79,7 +80,10 @@ std::string forgotten_faults()
 }
 
 // Cells that have found something, in the slice for good.
-constexpr std::pair<std::string_view, Phase> kFound[] = {{"garbage-blocks", Phase::params}};
+constexpr std::tuple<std::string_view, Phase, Duration> kFound[] = {
+    {"garbage-blocks", Phase::params, Duration::cleared},
+    {"spi-error EIO", Phase::upgrade, Duration::once},
+};
 
 // One cell of each class, in the phases and durations by turns; those that cost patience on the wall where they cost
 // least.
@@ -88,9 +92,9 @@ std::vector<Cell> slice()
     std::vector<Cell> cells;
     std::size_t turn = 0;
     for (const FaultClass &fault : fault_classes()) {
-        for (const auto &[found, phase] : kFound) {
+        for (const auto &[found, phase, duration] : kFound) {
             if (fault.fault == found)
-                cells.push_back({&fault, phase, Duration::cleared});
+                cells.push_back({&fault, phase, duration});
         }
         if (fault.wall_s > 0) {
             cells.push_back({&fault, impossible(fault, Phase::idle) ? Phase::power_up : Phase::idle, Duration::once});
