@@ -1,4 +1,5 @@
-// How long calls to a running ptzd take, as one JSON object; the bus is the system bus of the environment.
+// Usage: service_calls PID. How long calls to the ptzd of that process take and what memory it then has, as one JSON
+// object; the bus is the system bus of the environment.
 #include "glib_owned.h"
 
 #include <gio/gio.h>
@@ -6,7 +7,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <fstream>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace {
@@ -55,6 +58,15 @@ std::vector<double> repeat(GDBusConnection *connection, const char *method, int 
     return values;
 }
 
+double resident_mb(const char *pid)
+{
+    std::ifstream status("/proc/" + std::string(pid) + "/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("VmRSS:"))
+            return std::stod(line.substr(6)) / 1024;
+    return 0;
+}
+
 // Positions for as long as a reset of the camera takes.
 std::vector<double> positions_during_reset(GDBusConnection *connection)
 {
@@ -93,11 +105,11 @@ double stop_behind_many(GDBusConnection *connection, const std::vector<Connectio
 
 } // namespace
 
-int main()
+int main(int argc, char *argv[])
 {
     const Connection connection = connect();
-    if (!connection) {
-        std::fputs("service_calls: there is no bus\n", stderr);
+    if (!connection || argc != 2) {
+        std::fputs("service_calls: there is no bus, or no process was named\n", stderr);
         return 1;
     }
     const double stop = median_of(repeat(connection.get(), "Stop", 500));
@@ -106,10 +118,14 @@ int main()
     std::vector<Connection> clients;
     for (int i = 0; i < CLIENTS; ++i)
         clients.push_back(connect());
+    for (const Connection &client : clients)
+        repeat(client.get(), "GetFieldOfView", CALLS);
+    const double resident = resident_mb(argv[1]);
     std::vector<double> behind;
     for (int i = 0; i < 5; ++i)
         behind.push_back(stop_behind_many(connection.get(), clients));
-    std::printf("{\"stop_us\": %.1f, \"stop_behind_us\": %.1f, \"position_us\": %.1f, \"position_reset_us\": %.1f}\n",
-                stop, median_of(behind), position, during_reset);
+    std::printf("{\"stop_us\": %.1f, \"stop_behind_us\": %.1f, \"position_us\": %.1f, \"position_reset_us\": %.1f, "
+                "\"resident_mb\": %.1f}\n",
+                stop, median_of(behind), position, during_reset, resident);
     return 0;
 }

@@ -1,4 +1,4 @@
-// What came of the cells, in words and as the page docs/reliability.md.
+// What came of the cells, in words and as a page.
 #pragma once
 
 #include "tests/campaign/trial.h"
