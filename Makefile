@@ -14,7 +14,7 @@ help:
 	@echo 'make tsan     the suite under ThreadSanitizer'
 	@echo 'make fuzz     every fuzz target for SECONDS=$(SECONDS)'
 	@echo 'make lint     formatting, clang-tidy, a clang build without warnings, the scripts'
-	@echo 'make campaign every fault of the simulated board in every phase, as a page in build/ (SEED=N)'
+	@echo 'make campaign every fault of the simulated board in every phase; writes docs/reliability.md (SEED=N)'
 	@echo 'make bench    the benchmarks'
 	@echo 'make install  install under $$DESTDIR$$PREFIX (PREFIX=$(PREFIX))'
 	@echo 'make clean    remove build/'
@@ -63,7 +63,7 @@ lint:
 
 campaign: deps build/release/build.ninja
 	ninja -C build/release
-	build/release/tests/campaign/campaign --page build/reliability.md $(if $(SEED),--seed $(SEED))
+	build/release/tests/campaign/campaign --page docs/reliability.md $(if $(SEED),--seed $(SEED))
 
 bench: deps build/release/build.ninja
 	meson configure build/release -Dbench=enabled
