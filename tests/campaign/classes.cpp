@@ -27,7 +27,7 @@ constexpr FaultClass kClasses[] = {
     {.fault = "hold-request low", .outage = true, .offences = kGone},
     {.fault = "hold-request high"},
     {.fault = "glitch imc_req"},
-    {.fault = "glitch cam_power_good"},
+    {.fault = "glitch cam_power_good", .offences = "clock-on-without-power"},
     {.fault = "glitch cam_init_done", .offences = "fpga-release-before-init-done pcie-release-before-init-done"},
     {.fault = "flip-bit"},
     {.fault = "cut-frame"},
