@@ -101,6 +101,7 @@ TEST_F(ServiceClients, TakeTurnsAndAStopOvertakesThemAll)
     other.call("GetState");
     const ReplyPtr stop = client.send("Stop");
     run_until([&] { return service->stops() == 1; });
+    other.call("GetState"); // the stop was counted as it came; now it is in the command thread's lane
     gate.unlock();
     run_until([&] { return theirs->done && calls[30]->done; });
     const std::vector<std::string> lines = script.lines();
