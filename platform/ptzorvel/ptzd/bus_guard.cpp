@@ -14,8 +14,8 @@
 namespace {
 
 constexpr char kDaemon[] = "org.freedesktop.DBus";
-constexpr std::size_t kLongestMessage = 64 * 1024; // what a message says, with the path that it goes to
-constexpr std::size_t kHeaderSize = 128;           // about
+constexpr std::size_t kLongestMessage = std::size_t{64} * 1024; // what a message says, with the path that it goes to
+constexpr std::size_t kHeaderSize = 128;                        // about
 
 using Message = GOwned<GDBusMessage, g_object_unref>;
 

@@ -16,10 +16,10 @@
 
 namespace {
 
-constexpr std::size_t kHeaderBytes = 16;  // tell how long a message is
-constexpr std::size_t kRush = 256 * 1024; // many calls
+constexpr std::size_t kHeaderBytes = 16;               // tell how long a message is
+constexpr std::size_t kRush = std::size_t{256} * 1024; // many calls
 constexpr int kRestMs = 1000;
-constexpr std::size_t kPart = 64 * 1024; // taken at a time
+constexpr std::size_t kPart = std::size_t{64} * 1024; // taken at a time
 
 template <typename Bytes>
 void append(Bytes &to, const unsigned char *begin, std::size_t size)

@@ -16,7 +16,7 @@
 class BusRelay {
   public:
     // Longer ones do not reach the service.
-    static constexpr std::size_t kLongestMessage = 128 * 1024;
+    static constexpr std::size_t kLongestMessage = std::size_t{128} * 1024;
 
     // Connects to the system bus. Null, and why, when that cannot be done.
     static std::unique_ptr<BusRelay> create(std::string &problem);

@@ -13,15 +13,15 @@
 
 class Clients {
   public:
-    static constexpr unsigned kMostInWork = 32;               // calls of one client; as many stops besides
-    static constexpr unsigned kMostUnanswered = 1024;         // with the refusals that are on their way
-    static constexpr unsigned kMostOfGone = 64;               // calls of clients that have left
-    static constexpr unsigned kMostSignals = 64;              // of one client that are not handled yet
-    static constexpr std::size_t kAskAfter = 16 * 1024;       // bytes that may be unread
-    static constexpr std::size_t kMostUnread = 1024 * 1024;   // of one client
-    static constexpr std::size_t kMostTogether = 8192 * 1024; // of all; beyond it one client may have
-    static constexpr std::size_t kMostThen = 32 * 1024;       // this much
-    static constexpr std::size_t kSmallReply = 4 * 1024;
+    static constexpr unsigned kMostInWork = 32;                            // calls of one client; as many stops besides
+    static constexpr unsigned kMostUnanswered = 1024;                      // with the refusals that are on their way
+    static constexpr unsigned kMostOfGone = 64;                            // calls of clients that have left
+    static constexpr unsigned kMostSignals = 64;                           // of one client that are not handled yet
+    static constexpr std::size_t kAskAfter = std::size_t{16} * 1024;       // bytes that may be unread
+    static constexpr std::size_t kMostUnread = std::size_t{1024} * 1024;   // of one client
+    static constexpr std::size_t kMostTogether = std::size_t{8192} * 1024; // of all; beyond it one client may have
+    static constexpr std::size_t kMostThen = std::size_t{32} * 1024;       // this much
+    static constexpr std::size_t kSmallReply = std::size_t{4} * 1024;
 
     enum class Kind { work, stop, refusal };
     // A call has come in. What it is to be treated as, refusal when the client has as many of that kind as it may;
