@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 #include <fstream>
 #include <map>
 #include <stdexcept>
@@ -34,15 +35,13 @@ bool parse(int argc, char **argv, Options &options)
             options.slice = true;
         else if (word == "--list")
             options.list = true;
-        else if (value == nullptr)
-            return false;
-        else if (word == "--workers")
+        else if (word == "--workers" && value != nullptr)
             options.workers = static_cast<unsigned>(std::max(1, std::atoi(argv[++i])));
-        else if (word == "--seed")
+        else if (word == "--seed" && value != nullptr)
             options.seed = std::strtoull(argv[++i], nullptr, 10);
-        else if (word == "--only")
+        else if (word == "--only" && value != nullptr)
             options.only = argv[++i];
-        else if (word == "--page")
+        else if (word == "--page" && value != nullptr)
             options.page = argv[++i];
         else
             return false;
@@ -192,6 +191,7 @@ std::vector<Result> run_all(const std::vector<Cell> &cells, const Options &optio
     }
     close(indices[1]);
     std::vector<Result> all;
+    all.reserve(cells.size());
     for (const Cell &cell : cells)
         all.push_back({cell, Verdict::red, {.wrong = "the campaign itself failed"}});
     std::FILE *lines = fdopen(results[0], "r");
@@ -217,9 +217,7 @@ std::vector<Result> run_all(const std::vector<Cell> &cells, const Options &optio
     return all;
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+int run(int argc, char **argv)
 {
     Options options;
     if (!parse(argc, argv, options)) {
@@ -248,4 +246,16 @@ int main(int argc, char **argv)
     const bool red = std::any_of(results.begin(), results.end(),
                                  [](const Result &result) { return result.verdict == Verdict::red; });
     return red ? 1 : 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const std::exception &problem) {
+        std::fprintf(stderr, "campaign: %s\n", problem.what());
+        return 1;
+    }
 }
