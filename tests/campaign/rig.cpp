@@ -223,6 +223,6 @@ std::string Rig::logs() const
 {
     std::string all = "-- told\n";
     for (const auto &[at, name, text] : told)
-        all += std::to_string(at) + " " + name + text + "\n";
+        all.append(std::to_string(at)).append(" ").append(name).append(text).append("\n");
     return all + "-- ptzd\n" + (ptzd ? ptzd->output() : "") + "-- simulator\n" + (sim ? sim->output() : "");
 }
