@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-// A command goes out; the camera block has answered it. A status is asked for; a good one has come, which says whether the
-// lens is busy, and answers what went before.
+// A command goes out; the camera block has answered it. A status is asked for; a good one has come, which says whether
+// the lens is busy, and answers what went before.
 void host_note_command();
 void host_note_answer();
 void host_note_status_wanted();

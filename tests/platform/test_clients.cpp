@@ -93,6 +93,7 @@ TEST_F(ServiceClients, TakeTurnsAndAStopOvertakesThemAll)
     Client other(address());
     const ReplyPtr first = occupy_command_thread();
     std::vector<ReplyPtr> calls;
+    calls.reserve(40);
     for (int i = 0; i < 40; ++i)
         calls.push_back(client.send("SetFocusMode", "('auto',)"));
     run_until([&] { return calls.back()->done; }); // while the driver is still occupied

@@ -135,7 +135,7 @@ TEST_F(Link, APositionIsAnsweredAtOnceFromWhatWasLastKnown)
 {
     start_sim();
     start_ptzd();
-    EXPECT_EQ(client.call("GetPosition").error == "", false); // nothing is known yet
+    EXPECT_FALSE(client.call("GetPosition").error.empty()); // nothing is known yet
     await_state(1);
     ptzctl({"move", "pan=12.5", "zoom=5000"});
     await_sim("Pan", 12.5, 0.001);

@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 
 using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace {
 

@@ -341,7 +341,7 @@ class ServiceFaults : public BusTest {
     static std::string text_of(GObject *source, GAsyncResult *result)
     {
         GVariant *value = g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, nullptr);
-        const std::string text = value ? print(value) : "failed";
+        std::string text = value ? print(value) : "failed";
         g_clear_pointer(&value, g_variant_unref);
         return text;
     }
@@ -352,7 +352,7 @@ class ServiceFaults : public BusTest {
                                                       "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetNameOwner",
                                                       g_variant_new("(s)", "com.orna.Streamer"), nullptr,
                                                       G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
-        const std::string name = value ? print(value) : "";
+        std::string name = value ? print(value) : "";
         g_clear_pointer(&value, g_variant_unref);
         return name;
     }
