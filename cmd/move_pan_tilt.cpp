@@ -128,15 +128,19 @@ float continuous_percent(const PTZDriverCanon *self, float value)
                                                  model.response_profile_factors[self->current.response_profile]);
 }
 
+// Whether the drive is to travel; one that is told to go nowhere is stopped.
+bool sets_off(CommandBuffer &commands, const DriveMove &move)
+{
+    if (move.requested && move.zero)
+        commands.add(ROW_PAN_TILT_STOP, move.drive.stop_code);
+    return move.requested && !move.zero;
+}
+
 void add_continuous(PTZDriverCanon *self, CommandBuffer &commands, const DriveMove &move)
 {
     const Drive &drive = move.drive;
-    if (!move.requested)
+    if (!sets_off(commands, move))
         return;
-    if (move.zero) {
-        commands.add(ROW_PAN_TILT_STOP, drive.stop_code);
-        return;
-    }
     const float percent = continuous_percent(self, move.value);
     self->current.*drive.speed = truncate_to_int(percent);
     const int end = move.value > 0 ? std::min(self->*drive.limit_max, drive.highest_degree)
@@ -148,12 +152,8 @@ void add_continuous(PTZDriverCanon *self, CommandBuffer &commands, const DriveMo
 void add_relative(PTZDriverCanon *self, CommandBuffer &commands, const DriveMove &move, float speed_percent)
 {
     const Drive &drive = move.drive;
-    if (!move.requested)
+    if (!sets_off(commands, move))
         return;
-    if (move.zero) {
-        commands.add(ROW_PAN_TILT_STOP, drive.stop_code);
-        return;
-    }
     commands.add(drive.speed_row, drive.curve_speed(self, speed_percent));
     commands.add(drive.position_row, drive.to_vcc(self->cam_model, move.base_degree + move.value));
 }

@@ -60,6 +60,7 @@
 #define DRIVER_HOST_UPGRADE "host-upgrade"
 #define DRIVER_HOST_UPGRADE_DONE "done"
 #define DRIVER_HOST_UPGRADE_HELD "held"
+
 /* guint: how often the status has shown that the camera block has started, whoever started it, since the process began:
  * no status for a fifth of a second, then one with a busy lens. Counted when the lens is ready. */
 #define DRIVER_HOST_REBOOTS "host-reboots"

@@ -8,7 +8,6 @@
 
 #include <glib-unix.h>
 
-#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <malloc.h>
