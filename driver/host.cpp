@@ -4,11 +4,13 @@
 #include "core/clock.h"
 #include "core/host.h"
 #include "driver/capture.h"
+#include "driver/firmware.h"
 #include "driver/operations.h"
 #include "driver/params.h"
 #include "driver/startup.h"
 #include "host/driver_host.h"
 #include "utils/status.h"
+#include "vcc/status.h"
 
 namespace {
 
@@ -23,6 +25,7 @@ enum PropertyId {
     PROP_FAILURE,
     PROP_CHUNK_AGE,
     PROP_UPGRADE,
+    PROP_FIRMWARE,
     PROP_REBOOTS,
     PROP_STATUSES
 };
@@ -88,6 +91,9 @@ void get_property(GObject *object, guint id, GValue *value, GParamSpec *spec)
         break;
     case PROP_UPGRADE:
         g_value_set_variant(value, upgrade_variant());
+        break;
+    case PROP_FIRMWARE:
+        g_value_set_string(value, ptz_driver_canon_firmware_text(vccif_get_fw_revision()).c_str());
         break;
     case PROP_REBOOTS:
         g_value_set_uint(value, host_reboots());
@@ -188,6 +194,9 @@ void ptz_driver_canon_install_host(GObjectClass *klass)
     install(klass, PROP_UPGRADE,
             g_param_spec_variant(DRIVER_HOST_UPGRADE, "Upgrade", "What became of the firmware image",
                                  G_VARIANT_TYPE_VARDICT, nullptr, GET));
+    install(
+        klass, PROP_FIRMWARE,
+        g_param_spec_string(DRIVER_HOST_FIRMWARE, "Firmware", "The camera block's firmware version", "unknown", GET));
     install(klass, PROP_REBOOTS,
             g_param_spec_uint(DRIVER_HOST_REBOOTS, "Reboots", "Starts of the camera block that the status has shown", 0,
                               G_MAXUINT, 0, GET));

@@ -61,6 +61,9 @@
 #define DRIVER_HOST_UPGRADE_DONE "done"
 #define DRIVER_HOST_UPGRADE_HELD "held"
 
+/* Text: the firmware version that the camera block's status told last, 8 hexadecimal digits, or "unknown". */
+#define DRIVER_HOST_FIRMWARE "host-firmware"
+
 /* guint: how often the status has shown that the camera block has started, whoever started it, since the process began:
  * no status for a fifth of a second, then one with a busy lens. Counted when the lens is ready. */
 #define DRIVER_HOST_REBOOTS "host-reboots"

@@ -17,7 +17,7 @@ constexpr std::size_t kImageBytes = 300'000;
 
 } // namespace
 
-Rig::Rig()
+Rig::Rig(double bounds_times) : patience(bounds_times)
 {
     const auto hear = [](GDBusConnection *, const char *, const char *, const char *, const char *name,
                          GVariant *parameters, gpointer data) {
@@ -47,7 +47,7 @@ Rig::~Rig()
     g_dbus_connection_signal_unsubscribe(client.connection(), subscription_);
 }
 
-bool Rig::wait(double seconds, const std::function<bool()> &condition)
+bool Rig::wait_exactly(double seconds, const std::function<bool()> &condition)
 {
     const double latest = now() + seconds;
     for (;;) {
@@ -95,7 +95,7 @@ void Rig::take_status(const std::string &text)
     const std::string shown = after("'link': <'");
     link = shown.substr(0, shown.find('\''));
     const double age = std::strtod(after("'status-age': <").c_str(), nullptr);
-    if (link == "up" && age > kLinkTold + stalled * kScale)
+    if (link == "up" && age > kLinkTold * patience + stalled * kScale)
         lie = "the last status is " + std::to_string(age) + " s old and the link is up";
 }
 
@@ -163,7 +163,7 @@ std::string Rig::have_stopped()
         const double took = now() - before;
         const int status = ended ? ptzd->wait() : -1;
         ptzd.reset();
-        if (!ended || status != 0 || took > 20)
+        if (!ended || status != 0 || took > 20 * patience)
             return "ending took " + std::to_string(took) + " s, exit status " + std::to_string(status);
         if (sim_state() != "off")
             return "ended and left the block " + sim_state();

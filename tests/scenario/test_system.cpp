@@ -95,7 +95,7 @@ TEST_F(System, ASimulatorKilledUnderneathIsSurvived)
         await_sim("Pan", 0, 0.001);
     }
     EXPECT_EQ(sim_counts("Offences"), Counts{});
-    EXPECT_EQ(ptzd_descriptors(), descriptors);
+    run_until([&] { return ptzd_descriptors() <= descriptors; }); // one may be open for a moment
 }
 
 TEST_F(System, APtzdKilledInAMoveIsFollowedByAnother)

@@ -35,6 +35,7 @@ void call_get_status(PtzService &service, const CallPtr &call)
     }
     if (const std::string failure = service.failure(); !failure.empty())
         g_variant_builder_add(&status, "{sv}", "failure", g_variant_new_string(failure.c_str()));
+    service.upgrades().seen(service.host().firmware());
     if (GVariant *upgrade = service.upgrades().variant())
         g_variant_builder_add(&status, "{sv}", "upgrade", upgrade);
     g_variant_builder_add(&status, "{sv}", "link", g_variant_new_string(service.link_watch().link()));

@@ -50,6 +50,8 @@ class DriverHost {
     std::optional<double> chunk_age() const;
     std::string failure() const;
     std::optional<ImageReport> upgrade() const;
+    // Any thread: the camera block's version as "to" of an upgrade has it; empty when the driver does not tell.
+    std::string firmware() const;
     // Command thread: the image with this id is not transferred; empty: none is held back.
     void hold_image(const std::string &image);
     // Any thread: good statuses so far; none when the driver does not tell.
@@ -64,6 +66,7 @@ class DriverHost {
   private:
     bool read(const char *property, GValue *value) const;
     unsigned count_of(const char *property) const;
+    std::string text_of(const char *property) const;
 
     GCancellable *const cancel_;
     GCancellable *const interrupt_;

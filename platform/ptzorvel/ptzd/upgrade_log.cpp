@@ -64,6 +64,17 @@ void UpgradeLog::ended(const ImageReport &report, bool counts)
     save();
 }
 
+void UpgradeLog::seen(const std::string &version)
+{
+    const std::lock_guard lock(mutex_);
+    if (last_.to != version || last_.result.empty() || last_.result == DRIVER_HOST_UPGRADE_DONE || version == "unknown")
+        return;
+    last_.result = DRIVER_HOST_UPGRADE_DONE;
+    failures_ = 0;
+    syslog(LOG_INFO, "The camera's firmware is %s after all", version.c_str());
+    save();
+}
+
 std::string UpgradeLog::held_image() const
 {
     const std::lock_guard lock(mutex_);

@@ -15,6 +15,8 @@ class UpgradeLog {
     // An upgrade has ended; `counts`: it was not the service's own end that cut it off. Keeps it, and says in the log
     // when its image will not be tried again. One of an image that is held back is none.
     void ended(const ImageReport &report, bool counts);
+    // The camera block tells that version: where it is the image's, the upgrade is done after all.
+    void seen(const std::string &version);
     // The image that has failed three times in a row, by its id; empty when there is none. Forgotten when somebody
     // asks.
     std::string held_image() const;
