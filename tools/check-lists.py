@@ -54,6 +54,7 @@ LISTS = {
     ],
     "key of krx_port.conf": [
         Names("port/config.cpp", r'(?:group|COMMON_GROUP), "(\w+)"'),
+        Names("driver/config_check.cpp", r'^        \{"(\w+)", (?:integer|boolean|text|pin),'),
         Names("docs/configuration.md", r"^\| `(\w+)`", r"\n## krx_port\.conf\n(.*)"),
     ],
     "status field": [

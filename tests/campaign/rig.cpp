@@ -116,9 +116,6 @@ void Rig::renew()
     for (const auto &entry : std::filesystem::directory_iterator(folder.path()))
         std::filesystem::remove_all(entry.path());
     start_sim({"--force"});
-    // With a range of temperatures the driver looks at the sensor.
-    folder.write("krx_driver.conf",
-                 folder.read("krx_driver.conf") + "TemperatureLowerLimit=-10\nTemperatureUpperLimit=60\n");
 }
 
 void Rig::begin_start()

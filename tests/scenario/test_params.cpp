@@ -183,11 +183,6 @@ TEST_F(SystemParams, WhatAStartHasMissedFollowsAndTwentyFormatChangesAreTwo)
 
 TEST_F(SystemParams, ASensorThatCannotBeReadIsToldAndNeverWaitedFor)
 {
-    folder.write(
-        "krx_driver.conf",
-        "[KRX_DRIVER]\nPowerPin=cam_power\nPowerGoodPin=cam_power_good\nResetPin=cam_reset\n"
-        "ResetPCIePin=cam_reset_pcie\nResetPinsActiveLow=true\nInitDonePin=cam_init_done\n"
-        "EnablePCIeClkPin=cam_pcie_clk\nTemperatureLowerLimit=-10\nTemperatureUpperLimit=60\nMaxDigitalZoom=12\n");
     start_all();
     const std::string sensor = folder.file("thermal_zone0/temp");
     const auto problem = [this] {

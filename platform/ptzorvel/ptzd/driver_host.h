@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 // What became of the firmware image in the last start of the camera (DRIVER_HOST_UPGRADE).
 struct ImageReport {
@@ -52,6 +53,9 @@ class DriverHost {
     std::optional<ImageReport> upgrade() const;
     // Any thread: the camera block's version as "to" of an upgrade has it; empty when the driver does not tell.
     std::string firmware() const;
+    // Any thread: what is wrong in the driver's configuration, a line each, as `ptzd --check` prints them; none also
+    // when the driver does not tell.
+    std::vector<std::string> config_problems() const;
     // Command thread: the image with this id is not transferred; empty: none is held back.
     void hold_image(const std::string &image);
     // Any thread: good statuses so far; none when the driver does not tell.

@@ -2,6 +2,7 @@
 #include "glib_owned.h"
 #include "ptzorvel/ptzd/board_lock.h"
 #include "ptzorvel/ptzd/bus_relay.h"
+#include "ptzorvel/ptzd/driver_host.h"
 #include "ptzorvel/ptzd/param_file.h"
 #include "ptzorvel/ptzd/plugin.h"
 #include "ptzorvel/ptzd/service.h"
@@ -28,6 +29,7 @@ struct CommandLine {
     double start_timeout = 180;
     double link_timeout = 30;
     gboolean foreground = FALSE;
+    gboolean check = FALSE;
     gboolean version = FALSE;
 
     CommandLine() = default;
@@ -77,6 +79,7 @@ bool parse(int *argc, char ***argv, CommandLine &line)
         {"link-timeout", 0, 0, G_OPTION_ARG_DOUBLE, &line.link_timeout,
          "Reset a camera block that is silent for so long; 0: never (default: 30)", "SECONDS"},
         {"foreground", 'f', 0, G_OPTION_ARG_NONE, &line.foreground, "Show log messages on standard error too", nullptr},
+        {"check", 0, 0, G_OPTION_ARG_NONE, &line.check, "Say what is wrong in the configuration, and end", nullptr},
         {"version", 0, 0, G_OPTION_ARG_NONE, &line.version, "Show the version and end", nullptr},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr},
     };
@@ -96,7 +99,8 @@ bool parse(int *argc, char ***argv, CommandLine &line)
         "  PTZ_DATA_DIR             folder of the configuration (default: /usr/share/ptz)\n"
         "  PTZ_BOARD                folder of a simulated board\n"
         "  PTZ_TIME_SCALE           run this many times faster (PC and tests)\n\n"
-        "Exit status: 0 ended by a signal, 1 no usable driver, 2 wrong arguments, 3 no bus, or another PTZ\n"
+        "Exit status: 0 ended by a signal, 1 no usable driver or --check found something, 2 wrong arguments, 3 no bus, "
+        "or another PTZ\n"
         "service on it or for this board.\n");
     GErrorSlot error;
     const bool good = g_option_context_parse(context.get(), argc, argv, error) != FALSE && *argc == 1;
@@ -128,6 +132,25 @@ bool parse_time_scale(double &scale)
     char *end = nullptr;
     scale = g_ascii_strtod(text, &end);
     return *end == '\0' && scale >= 1e-3 && scale <= 1e6;
+}
+
+// A line for each thing that is wrong in the configuration. The driver is made and not opened.
+int check(PTZDriverNewFunc driver_new, const CommandLine &line)
+{
+    // What the driver and GLib say of it is said better below.
+    setlogmask(LOG_MASK(LOG_EMERG));
+    g_log_set_default_handler([](const char *, GLogLevelFlags, const char *, gpointer) {}, nullptr);
+    PTZDriver *driver = driver_new(line.channel, line.id);
+    if (driver == nullptr)
+        return complain(EXIT_NO_DRIVER, "The plug-in made no driver.");
+    DriverHost host;
+    host.attach(driver, 1);
+    const auto problems = host.config_problems();
+    host.detach();
+    g_object_unref(driver);
+    for (const std::string &problem : problems)
+        std::puts(problem.c_str());
+    return problems.empty() ? EXIT_OK : EXIT_NO_DRIVER;
 }
 
 gboolean on_signal(gpointer data)
@@ -203,6 +226,8 @@ int main(int argc, char *argv[])
     options.driver_new = load_plugin(line.plugin != nullptr ? line.plugin : PTZD_DEFAULT_PLUGIN, problem);
     if (options.driver_new == nullptr)
         return complain(EXIT_NO_DRIVER, problem);
+    if (line.check != FALSE)
+        return check(options.driver_new, line);
     options.video_channel = line.channel;
     options.id = line.id;
     options.start_timeout_s = line.start_timeout;
