@@ -10,7 +10,6 @@ extern "C" {
 void *__libc_malloc(size_t);
 void *__libc_calloc(size_t, size_t);
 void *__libc_realloc(void *, size_t);
-void *__libc_memalign(size_t, size_t);
 void __libc_free(void *);
 }
 
@@ -53,15 +52,6 @@ void *realloc(void *block, size_t size)
 {
     return block != nullptr ? __libc_realloc(block, size) : malloc(size);
 }
-void *aligned_alloc(size_t alignment, size_t size)
-{
-    return counted(__libc_memalign(alignment, size));
-}
-int posix_memalign(void **block, size_t alignment, size_t size)
-{
-    *block = aligned_alloc(alignment, size);
-    return *block != nullptr ? 0 : ENOMEM;
-}
 void free(void *block)
 {
     if (block != nullptr)
@@ -83,14 +73,6 @@ int gettimeofday(timeval *time, void *)
     clock_gettime(CLOCK_REALTIME, &now);
     *time = {now.tv_sec, now.tv_nsec / 1000};
     return 0;
-}
-time_t time(time_t *time)
-{
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    if (time != nullptr)
-        *time = now.tv_sec;
-    return now.tv_sec;
 }
 }
 #pragma GCC visibility pop

@@ -178,6 +178,7 @@ TEST_F(Endurance, AProcessThatWasStoppedGoesOnAndStopsWhatHasLostItsOwner)
     EXPECT_EQ(sim_value("PanMoving"), 1);
     ptzd->signal(SIGCONT);
     await_sim("PanMoving", 0, 0);
+    EXPECT_LT(sim_value("Pan"), 30); // far from its end
     expect_all_well(10);
 }
 
