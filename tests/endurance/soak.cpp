@@ -102,7 +102,7 @@ class Soak {
     std::string what_;
     unsigned requests_ = 0;
     std::vector<double> at_;
-    Series series_[5] = {{"memory KiB", 512}, {"descriptors", 1}, {"threads", 1}, {"tasks", 1}, {"objects", 200}};
+    Series series_[5] = {{"memory KiB", 128}, {"descriptors", 1}, {"threads", 1}, {"tasks", 1}, {"objects", 50}};
 };
 
 bool Soak::start()
