@@ -33,7 +33,7 @@ struct Naming {
 constexpr char kFolder[] = "/"; // no content of a file
 using Disk = std::map<std::string, std::string>;
 
-std::string watched; // the folder
+std::string watched; // the folder; empty: none yet
 std::map<int, std::pair<std::string, FilePtr>> opened;
 std::vector<Naming> namings;
 std::vector<std::vector<Disk>> found; // after each operation
@@ -41,7 +41,7 @@ std::vector<std::vector<Disk>> found; // after each operation
 // The path below the watched folder; empty: it is elsewhere.
 std::string below(const std::string &path)
 {
-    return path.starts_with(watched + "/") ? path.substr(watched.size() + 1) : "";
+    return !watched.empty() && path.starts_with(watched + "/") ? path.substr(watched.size() + 1) : "";
 }
 
 std::string folder_of(const std::string &path)
@@ -99,7 +99,7 @@ int open(const char *path, int flags, ...)
     const int fd = NEXT(open)(path, flags, va_arg(rest, mode_t));
     va_end(rest);
     const std::string below_it = below(path);
-    if (fd < 0 || (below_it.empty() && path != watched))
+    if (fd < 0 || watched.empty() || (below_it.empty() && path != watched))
         return fd;
     const Names all = names(namings.size());
     const auto known = all.find(below_it);
@@ -143,7 +143,8 @@ int fsync(int fd)
 
 int close(int fd)
 {
-    opened.erase(fd);
+    if (!watched.empty())
+        opened.erase(fd);
     return NEXT(close)(fd);
 }
 
