@@ -10,8 +10,6 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 
-using testing::HasSubstr;
-
 namespace {
 
 class Endurance : public SystemTest {
@@ -202,7 +200,7 @@ TEST_F(Endurance, AClockThatJumpsAYearChangesNothing)
     double tilt = 0;
     for (const int years : {1, -1, 0}) {
         EXPECT_EQ(client.call("Move", "([('pan','absolute',90.0)], 50.0, @a{sv} {})").said(), "()");
-        page->clock_step_s = years * 365 * 86400;
+        page->clock_step_s = std::int64_t{years} * 365 * 86400;
         sim_command("set status-bit lens 7 on");                              // which the driver tells with the date
         const std::time_t now = std::time(nullptr) + page->clock_step_s * 20; // the camera's time runs that much faster
         const std::string year = " " + std::to_string(1900 + std::gmtime(&now)->tm_year);
