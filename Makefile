@@ -1,10 +1,11 @@
 # What a person types here; `make` alone lists it. Meson and Ninja do the work, in build/.
 
 .DEFAULT_GOAL := help
-.PHONY: help run test asan tsan fuzz lint campaign bench install clean deps
+.PHONY: help run test asan tsan fuzz lint campaign soak bench install clean deps
 
 PREFIX ?= /usr/local
 SECONDS ?= 60
+MINUTES ?= 20
 DESTDIR ?=
 
 help:
@@ -15,6 +16,7 @@ help:
 	@echo 'make fuzz     every fuzz target for SECONDS=$(SECONDS)'
 	@echo 'make lint     formatting, clang-tidy, a clang build without warnings, the scripts'
 	@echo 'make campaign every fault of the simulated board in every phase; writes docs/reliability.md (SEED=N)'
+	@echo 'make soak     random faults and requests for MINUTES=$(MINUTES); whether anything grows (SEED=N)'
 	@echo 'make bench    the benchmarks'
 	@echo 'make install  install under $$DESTDIR$$PREFIX (PREFIX=$(PREFIX))'
 	@echo 'make clean    remove build/'
@@ -64,6 +66,10 @@ lint:
 campaign: deps build/release/build.ninja
 	ninja -C build/release
 	build/release/tests/campaign/campaign --page docs/reliability.md $(if $(SEED),--seed $(SEED))
+
+soak: deps build/release/build.ninja
+	ninja -C build/release
+	build/release/tests/endurance/soak $(MINUTES) $(SEED)
 
 bench: deps build/release/build.ninja
 	meson configure build/release -Dbench=enabled

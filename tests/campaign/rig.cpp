@@ -6,6 +6,8 @@
 #include <cmath>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <unistd.h>
 
 namespace {
 
@@ -202,7 +204,14 @@ Rig::Settings Rig::settings()
 Holdings Rig::holdings()
 {
     const std::filesystem::directory_iterator threads("/proc/" + ptzd->pid() + "/task");
-    Holdings held{ptzd_descriptors(), static_cast<std::size_t>(std::distance(begin(threads), end(threads))), 0};
+    std::size_t pages = 0;
+    std::ifstream("/proc/" + ptzd->pid() + "/statm").ignore(99, ' ') >> pages;
+    const std::string status = client.call("GetStatus").text, key = "'tasks': <uint32 ";
+    Holdings held{.descriptors = ptzd_descriptors(),
+                  .threads = static_cast<std::size_t>(std::distance(begin(threads), end(threads))),
+                  .memory_kib = pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) / 1024};
+    if (const std::size_t at = status.find(key); at != std::string::npos)
+        held.tasks = static_cast<unsigned>(std::stoul(status.substr(at + key.size())));
     GVariant *reply = g_dbus_connection_call_sync(client.connection(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
                                                   "org.freedesktop.DBus.Debug.Stats", "GetConnectionStats",
                                                   g_variant_new("(s)", "com.orna.PTZ"), nullptr, G_DBUS_CALL_FLAGS_NONE,

@@ -11,6 +11,8 @@ struct Holdings {
     std::size_t descriptors = 0;
     std::size_t threads = 0;
     unsigned subscriptions = 0;
+    std::size_t memory_kib = 0;
+    unsigned tasks = 0; // of its command thread
 };
 
 class Rig : public SystemTest {

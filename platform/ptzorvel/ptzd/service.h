@@ -108,6 +108,8 @@ class PtzService {
     void perform(std::function<void(PTZDriver *driver)> work);
     DriverHost &host() { return host_; }
     const LinkWatch &link_watch() const { return *link_watch_; }
+    // Pieces of work that wait for the command thread or repeat there. Any thread.
+    std::size_t tasks() const { return queue_.queue.waiting() + queue_.queue.repeating(); }
     const KnownPosition &known_position() const { return known_position_; }
     // Any thread. Tells the bus; a floating value is taken over.
     void emit(const char *interface, const char *signal, GVariant *parameters);
