@@ -31,14 +31,14 @@ TEST(Words, AreAxesOfTheDefaultTypeUnlessTheySayTheirOwn)
 
 TEST(Words, AreOptionsAnywhereBeforeTheSeparator)
 {
-    Arguments move("move", {"pan=1", "--speed", "-5", "--wait", "tilt=2", "--for=3", "--", "--json"});
-    EXPECT_EQ(move.value("--speed"), "-5");
-    EXPECT_EQ(move.value("--for"), "3");
+    const Arguments move({"--wait", "move", "pan=1", "--speed", "5", "--wait", "tilt=2", "--for=3", "--", "--json"});
+    EXPECT_EQ(move.value("--speed"), "5");
+    EXPECT_EQ(move.number("--for"), 3);
     EXPECT_TRUE(move.flag("--wait"));
-    EXPECT_FALSE(move.flag("--wait") || move.flag("--json"));
-    EXPECT_EQ(move.words(1, 6), (std::vector<std::string>{"pan=1", "tilt=2", "--json"}));
-    Arguments twice("move", {"--speed=1", "--speed", "2"});
-    EXPECT_THROW(twice.value("--speed"), Failure);
+    EXPECT_FALSE(move.flag("--json"));
+    EXPECT_EQ(move.words(), (std::vector<std::string>{"pan=1", "tilt=2", "--json"}));
+    const Arguments set({"params", "set", "A", "B", "-5"}); // a number, and two words for a name
+    EXPECT_EQ(set.words(), (std::vector<std::string>{"set", "A.B", "-5"}));
 }
 
 TEST(Json, WritesEveryKindOfValueAndEscapesWhatATextMayNotHold)

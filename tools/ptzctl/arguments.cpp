@@ -187,7 +187,8 @@ Arguments::Arguments(std::vector<std::string> words)
                             see_help(command_));
     words_ = std::move(words);
     words_.insert(words_.end(), plain.begin(), plain.end());
-    const Form &form = filled_form(*command_, forms_taking(*command_, words_), words_.size());
+    const std::vector<const Form *> forms = forms_taking(*command_, words_);
+    const Form &form = filled_form(*command_, forms, words_.size());
     for (std::size_t i = 0; i < words_.size(); i++)
         check_field(*field_at(form, i), field_at(form, i)->name, words_[i]);
 }

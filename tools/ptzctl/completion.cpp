@@ -148,9 +148,9 @@ void offer_options(Offers &offers, const Command *command)
         offers.list.push_back({option.name, option.help});
 }
 
-Offers offers_for(const std::vector<std::string> &before, const std::string &current)
+// What was offered before a Failure stays.
+void offer_next(Offers &offers, const std::vector<std::string> &before, const std::string &current)
 {
-    Offers offers;
     Line line = read_line(before);
     const std::size_t equals = current.find('=');
     if (line.open != nullptr) {
@@ -170,7 +170,6 @@ Offers offers_for(const std::vector<std::string> &before, const std::string &cur
                 offer_field(offers, *field, line.words.empty() ? "" : line.words.back());
         }
     }
-    return offers;
 }
 
 } // namespace
@@ -182,9 +181,9 @@ std::string completions(std::vector<std::string> words)
         words.pop_back();
     Offers offers;
     try {
-        offers = offers_for(words, current);
+        offer_next(offers, words, current);
     } catch (const Failure &) {
-        // Nothing is offered behind what makes no sense, nor without a service.
+        // Nothing more is offered behind what makes no sense, nor without a service.
     }
     std::string text = std::string(offers.kind) + "\n";
     for (const Offer &offer : offers.list) {
