@@ -28,33 +28,47 @@ inline std::vector<std::string> wrap(std::string_view text, std::size_t width)
     return lines;
 }
 
-// Rows of cells in columns as wide as what they hold, the last one wrapped to what is left of `width` (0: never).
-// Every line is terminated.
+// Rows of cells in columns as wide as what they hold. Where that is more than `width` (0: no bound), the last two
+// columns are wrapped. Every line is terminated.
 inline std::string in_columns(const std::vector<std::vector<std::string>> &rows, std::size_t width)
 {
     constexpr std::size_t kGap = 2;
-    constexpr std::size_t kLeastLast = 16;
+    constexpr std::size_t kLeast = 12;     // of the last but one
+    constexpr std::size_t kLeastLast = 24; // of the last
     std::vector<std::size_t> widths;
     for (const auto &row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (std::size_t i = 0; i + 1 < row.size(); i++)
             widths[i] = std::max(widths[i], text_width(row[i]));
     }
+    const auto before = [&widths](std::size_t columns) {
+        std::size_t at = 0;
+        for (std::size_t i = 0; i < columns; i++)
+            at += widths[i] + kGap;
+        return at;
+    };
+    if (widths.size() > 2 && width != 0 && before(widths.size() - 1) + kLeastLast > width) {
+        const std::size_t used = before(widths.size() - 2) + kGap + kLeastLast;
+        widths[widths.size() - 2] = std::max(width > used ? width - used : 0, kLeast);
+    }
     std::string text;
     for (const auto &row : rows) {
-        std::string line;
-        std::size_t at = 0;
-        for (std::size_t i = 0; i + 1 < row.size(); i++) {
-            line += row[i] + std::string(widths[i] + kGap - text_width(row[i]), ' ');
-            at += widths[i] + kGap;
+        std::vector<std::string> lines;
+        for (std::size_t i = 0; i < row.size(); i++) {
+            const bool is_last = i + 1 == row.size();
+            const std::size_t at = before(i);
+            const std::size_t left = width > at + kLeast ? width - at : kLeast;
+            const bool wraps = width != 0 && (is_last || (i > 0 && text_width(row[i]) > widths[i]));
+            const std::vector<std::string> cell =
+                wraps ? wrap(row[i], is_last ? left : widths[i]) : std::vector<std::string>{row[i]};
+            lines.resize(std::max(lines.size(), cell.size()));
+            for (std::size_t part = 0; part < cell.size(); part++) {
+                lines[part].append(at - std::min(at, text_width(lines[part])), ' ');
+                lines[part] += cell[part];
+            }
         }
-        const std::size_t left = width == 0 ? 0 : std::max(width > at ? width - at : 0, kLeastLast);
-        for (const std::string &part : wrap(row.back(), left)) {
-            line += part;
-            line.erase(line.find_last_not_of(' ') + 1);
-            text += line + "\n";
-            line.assign(at, ' ');
-        }
+        for (const std::string &line : lines)
+            text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
     }
     return text;
 }

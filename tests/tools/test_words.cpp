@@ -1,4 +1,5 @@
 // What people type, and what machines read: numbers, axes, options, JSON.
+#include "columns.h"
 #include "glib_owned.h"
 #include "tools/ptzctl/arguments.h"
 #include "tools/ptzctl/axes.h"
@@ -39,6 +40,22 @@ TEST(Words, AreOptionsAnywhereBeforeTheSeparator)
     EXPECT_EQ(move.words(), (std::vector<std::string>{"pan=1", "tilt=2", "--json"}));
     const Arguments set({"params", "set", "A", "B", "-5"}); // a number, and two words for a name
     EXPECT_EQ(set.words(), (std::vector<std::string>{"set", "A.B", "-5"}));
+}
+
+TEST(Columns, AreWrappedWhereTheTerminalEnds)
+{
+    const std::vector<std::vector<std::string>> rows{{"NAME", "VALUE", "TAKES"},
+                                                     {"Exposure", "automatic as the light is", "auto, manual"},
+                                                     {"Gr\xc3\xbc\xc3\x9f", "1", "one, two, three, four, five, six"}};
+    EXPECT_EQ(in_columns(rows, 0),
+              "NAME      VALUE                      TAKES\n"
+              "Exposure  automatic as the light is  auto, manual\n"
+              "Gr\xc3\xbc\xc3\x9f      1                          one, two, three, four, five, six\n");
+    EXPECT_EQ(in_columns(rows, 50), "NAME      VALUE         TAKES\n"
+                                    "Exposure  automatic as  auto, manual\n"
+                                    "          the light is\n"
+                                    "Gr\xc3\xbc\xc3\x9f      1             one, two, three, four,\n"
+                                    "                        five, six\n");
 }
 
 TEST(Json, WritesEveryKindOfValueAndEscapesWhatATextMayNotHold)

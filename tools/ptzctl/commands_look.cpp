@@ -119,14 +119,28 @@ std::string view_line(const View &view)
     return line + (view.link.empty() ? "" : " " + printable(view.link));
 }
 
-// Whether a moving zoom would come to that position and not end before it.
-void check_zoom_limit(Service &service, int zoom)
+// Where a zoom ends by the parameter of that, which not every driver has.
+int zoom_limit(Service &service)
 {
-    const GVariantOwned limit = get_parameter(service, "Limit", "MaxZoom");
-    if (g_variant_is_of_type(limit.get(), G_VARIANT_TYPE_INT32) && zoom > g_variant_get_int32(limit.get()))
+    try {
+        const GVariantOwned limit = get_parameter(service, "Limit", "MaxZoom");
+        return g_variant_is_of_type(limit.get(), G_VARIANT_TYPE_INT32) ? g_variant_get_int32(limit.get()) : G_MAXINT;
+    } catch (const Failure &failure) {
+        if (failure.code() != "UnknownParameter")
+            throw;
+        return G_MAXINT;
+    }
+}
+
+// The position for a move; one step beyond the limit is as good as the limit.
+int within_limit(int zoom, int limit)
+{
+    if (zoom - 1 > limit)
         throw Failure(EXIT_REFUSED, "OutOfRange",
-                      "that is zoom " + std::to_string(zoom) + ", and a zoom ends at " + value_text(limit.get()) +
-                          "; 'ptzctl params set Limit.MaxZoom " + std::to_string(zoom) + "' lets it go there");
+                      format_text("that is zoom %d, and a zoom ends at %d; 'ptzctl params set Limit.MaxZoom %d' lets "
+                                  "it go there",
+                                  zoom, limit, zoom));
+    return std::min(zoom, limit);
 }
 
 double ask_zoom(Service &service, double angle, double scale)
@@ -217,8 +231,7 @@ ExitStatus run_angle_to_zoom(Context &context, const Arguments &arguments)
         throw Failure(EXIT_REFUSED, "OutOfRange",
                       format_text("%.10g degrees are less than the camera shows at its last zoom position, %.0f",
                                   angle * 100 / scale, last));
-    const int position = static_cast<int>(std::lround(zoom));
-    check_zoom_limit(service, position);
+    const int position = within_limit(static_cast<int>(std::lround(zoom)), zoom_limit(service));
     if (context.json())
         context.object_of("zoom", g_variant_new_int32(position));
     else
