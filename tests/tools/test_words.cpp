@@ -51,11 +51,11 @@ TEST(Columns, AreWrappedWhereTheTerminalEnds)
               "NAME      VALUE                      TAKES\n"
               "Exposure  automatic as the light is  auto, manual\n"
               "Gr\xc3\xbc\xc3\x9f      1                          one, two, three, four, five, six\n");
-    EXPECT_EQ(in_columns(rows, 50), "NAME      VALUE         TAKES\n"
-                                    "Exposure  automatic as  auto, manual\n"
+    EXPECT_EQ(in_columns(rows, 50), "NAME      VALUE           TAKES\n"
+                                    "Exposure  automatic as    auto, manual\n"
                                     "          the light is\n"
-                                    "Gr\xc3\xbc\xc3\x9f      1             one, two, three, four,\n"
-                                    "                        five, six\n");
+                                    "Gr\xc3\xbc\xc3\x9f      1               one, two, three, four,\n"
+                                    "                          five, six\n");
 }
 
 TEST(Json, WritesEveryKindOfValueAndEscapesWhatATextMayNotHold)

@@ -63,7 +63,7 @@ std::string tagged(const std::string &tag, std::string_view text)
 
 std::string command_section(const Command &command)
 {
-    std::string text = std::string(".SS ") + escaped(command.name) + "\n";
+    std::string text = ".SS " + escaped(command.name) + " \\- " + escaped(command.summary) + "\n";
     for (const std::string &line : synopsis(command))
         text += "ptzctl " + escaped(line) + "\n.br\n";
     text.erase(text.size() - 4);
