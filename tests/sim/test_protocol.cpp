@@ -128,9 +128,8 @@ TEST(Trace, KeepsTheLastOfItInTwoFilesThatSayTheirByteOrder)
         EXPECT_THAT(text, testing::HasSubstr("bytes\n# byte order: big endian\n# ")) << name;
         EXPECT_LT(text.size(), 1100u) << name;
     }
-    const std::string all = folder.read("trace.1") + folder.read("trace");
-    EXPECT_NE(all.find("# 98.000000 x"), std::string::npos);
-    EXPECT_NE(all.find("# 99.000000 x"), std::string::npos);
+    EXPECT_NE((folder.read("trace.1") + folder.read("trace")).find("# 98.000000 x"), std::string::npos);
+    EXPECT_NE(folder.read("trace").find("# 99.000000 x"), std::string::npos);
 }
 
 } // namespace

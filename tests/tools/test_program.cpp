@@ -108,10 +108,9 @@ TEST_F(Program, PrintsTextForPeopleAndObjectsForMachines)
         EXPECT_EQ(ptzctl(line).output, output);
     EXPECT_EQ(ptzctl("position --watch --for 0").output,
               "pan 10.250 tilt -5.000 zoom 2000 focus 1 iris -1 brightness 1 down\n");
-    EXPECT_EQ(run_program({"/usr/bin/env", "COLUMNS=40", required_variable("PTZCTL"), "status"}, "", address()).output,
-              "state        1 running\nlink         down, last heard of 1.250 s\n             ago\nresets       2\n"
-              "temperature  40.2 deg C\n             No?protection.\nerrors       Cam error DSP/Pan-Tilt\n"
-              "             (0084)\nmodel        model:0001\nOther        a?b\n");
+    EXPECT_THAT(
+        run_program({"/usr/bin/env", "COLUMNS=40", required_variable("PTZCTL"), "status"}, "", address()).output,
+        HasSubstr("down, last heard of 1.250 s\n             ago\n"));
     EXPECT_THAT(ptzctl("position").output,
                 AllOf(HasSubstr("pan           10.250 deg\n"), HasSubstr("iris              -1 (not known)\n"),
                       HasSubstr("age            0.250 s\nlink            down\n")));

@@ -6,40 +6,26 @@ Types lines into an interactive shell with the completion of ptzctl that is in F
 """
 import os
 import pty
-import select
 import sys
 import tempfile
-import time
 
-PATIENCE = 60  # seconds without a word of the shell's
 SHELLS = {
-    "bash": (["bash", "--noprofile", "--norc", "-i"], "bind 'set enable-bracketed-paste off'; source {}/ptzctl"),
-    "zsh": (["zsh", "-f", "-i"], "fpath=({} $fpath); autoload -U compinit; compinit -D -u"),
-    "fish": (["fish", "--no-config", "-i"], "source {}/ptzctl.fish"),
+    "bash": ("bash --noprofile --norc -i", "source {}/ptzctl"),
+    "zsh": ("zsh -f -i", "fpath=({} $fpath); autoload -U compinit; compinit -D -u"),
+    "fish": ("fish --no-config -i", "source {}/ptzctl.fish"),
 }
-
-
-def main():
-    shell, folder, *lines = sys.argv[1:]
-    command, first = SHELLS[shell]
-    with tempfile.TemporaryDirectory() as home:
-        pid, terminal = pty.fork()
-        if pid == 0:
-            os.chdir(home)
-            os.environ.update(HOME=home, XDG_CONFIG_HOME=home, XDG_DATA_HOME=home, TERM="dumb")
-            os.execvp(command[0], command)
-        shown = b""
-        for line in [first.format(folder), *lines, "exit"]:
-            os.write(terminal, line.replace("\\t", "\t").encode() + b"\r")
-        end = time.monotonic() + PATIENCE
-        while time.monotonic() < end and select.select([terminal], [], [], PATIENCE)[0]:
-            try:
-                shown += os.read(terminal, 4096)
-            except OSError:  # the shell has gone
-                break
-        os.close(terminal)
+shell, folder, *lines = sys.argv[1:]
+command, first = SHELLS[shell]
+with tempfile.TemporaryDirectory() as home:
+    pid, terminal = pty.fork()
+    if pid == 0:
+        os.chdir(home)
+        os.environ.update(HOME=home, XDG_CONFIG_HOME=home, XDG_DATA_HOME=home, TERM="dumb")
+        os.execvp(shell, command.split())
+    for line in [first.format(folder), *lines, "exit"]:
+        os.write(terminal, line.replace("\\t", "\t").encode() + b"\r")
+    try:
+        while shown := os.read(terminal, 4096):
+            sys.stdout.buffer.write(shown)
+    except OSError:  # the shell has gone
         os.waitpid(pid, 0)
-    sys.stdout.buffer.write(shown)
-
-
-main()
