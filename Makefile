@@ -9,7 +9,8 @@ MINUTES ?= 20
 DESTDIR ?=
 
 help:
-	@echo 'make run      build, power the simulated camera up, show it moving (stays up on a terminal)'
+	@echo 'make run      build, power the simulated camera up, show it moving (stays up on a terminal;'
+	@echo '              TIME_SCALE=N: N times faster)'
 	@echo 'make test     build and run the test suite'
 	@echo 'make asan     the suite under AddressSanitizer and UndefinedBehaviorSanitizer'
 	@echo 'make tsan     the suite under ThreadSanitizer'
@@ -39,7 +40,7 @@ build/fuzz/build.ninja: | deps
 
 run: deps build/release/build.ninja
 	ninja -C build/release
-	tools/run.sh build/release
+	tools/run.sh build/release $(if $(TIME_SCALE),--time-scale '$(TIME_SCALE)')
 
 test: deps build/release/build.ninja
 	ninja -C build/release

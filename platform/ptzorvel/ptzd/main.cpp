@@ -68,16 +68,15 @@ bool is_timeout(double seconds)
 bool parse(int *argc, char ***argv, CommandLine &line)
 {
     const GOptionEntry entries[] = {
-        {"plugin", 'p', 0, G_OPTION_ARG_FILENAME, &line.plugin, "Driver plug-in (default: " PTZD_DEFAULT_PLUGIN ")",
-         "FILE"},
+        {"plugin", 'p', 0, G_OPTION_ARG_FILENAME, &line.plugin, "Driver plug-in (default: see below)", "FILE"},
         {"channel", 'c', 0, G_OPTION_ARG_INT, &line.channel, "Number of the video channel (default: 1)", "N"},
         {"id", 'i', 0, G_OPTION_ARG_INT, &line.id, "Number of the driver on that channel (default: 0)", "N"},
-        {"state-dir", 0, 0, G_OPTION_ARG_FILENAME, &line.state_dir,
-         "Keep parameter values in this folder (default: see below)", "DIR"},
+        {"state-dir", 0, 0, G_OPTION_ARG_FILENAME, &line.state_dir, "Keep values in this folder (default: see below)",
+         "DIR"},
         {"start-timeout", 0, 0, G_OPTION_ARG_DOUBLE, &line.start_timeout,
-         "Give up a start of the camera after so long without an answer (default: 180; 0: never)", "SECONDS"},
-        {"link-timeout", 0, 0, G_OPTION_ARG_DOUBLE, &line.link_timeout,
-         "Reset a camera block that is silent for so long; 0: never (default: 30)", "SECONDS"},
+         "Give a silent start up (default: 180; 0: never)", "SECONDS"},
+        {"link-timeout", 0, 0, G_OPTION_ARG_DOUBLE, &line.link_timeout, "Reset a silent block (default: 30; 0: never)",
+         "SECONDS"},
         {"foreground", 'f', 0, G_OPTION_ARG_NONE, &line.foreground, "Show log messages on standard error too", nullptr},
         {"check", 0, 0, G_OPTION_ARG_NONE, &line.check, "Say what is wrong in the configuration, and end", nullptr},
         {"version", 0, 0, G_OPTION_ARG_NONE, &line.version, "Show the version and end", nullptr},
@@ -86,22 +85,25 @@ bool parse(int *argc, char ***argv, CommandLine &line)
     const GOptionContextOwned context(g_option_context_new("- the PTZ service"));
     g_option_context_add_main_entries(context.get(), entries, nullptr);
     g_option_context_set_description(
-        context.get(),
-        "Runs the driver plug-in and serves it as com.orna.PTZ on the system bus until it gets SIGTERM or\n"
-        "SIGINT, which end it within 20 seconds; while a firmware upgrade gets on, it is waited for. A second\n"
-        "signal ends it at once. It stays in the foreground.\n\n"
-        "Parameters that were set keep their values in DIR/parameters.conf; the last\n"
-        "firmware upgrade is in DIR/upgrade.conf.\n\n"
-        "Environment:\n"
-        "  STATE_DIRECTORY          folder to keep parameter values in (default: $PTZ_BOARD, else\n"
-        "                           /var/lib/ptz)\n"
-        "  DBUS_SYSTEM_BUS_ADDRESS  the system bus\n"
-        "  PTZ_DATA_DIR             folder of the configuration (default: /usr/share/ptz)\n"
-        "  PTZ_BOARD                folder of a simulated board\n"
-        "  PTZ_TIME_SCALE           run this many times faster (PC and tests)\n\n"
-        "Exit status: 0 ended by a signal, 1 no usable driver or --check found something, 2 wrong arguments, 3 no bus, "
-        "or another PTZ\n"
-        "service on it or for this board.\n");
+        context.get(), "Runs the driver plug-in and serves it as com.orna.PTZ on the system bus until\n"
+                       "it gets SIGTERM or SIGINT, which end it within 20 seconds; while a firmware\n"
+                       "upgrade gets on, it is waited for. A second signal ends it at once. It stays in\n"
+                       "the foreground.\n\n"
+                       "Parameters that were set keep their values in DIR/parameters.conf; the last\n"
+                       "firmware upgrade is in DIR/upgrade.conf. A start is given up, and a block reset,\n"
+                       "that has been without a good answer for the time-out.\n\n"
+                       "Without --plugin it loads\n"
+                       "  " PTZD_DEFAULT_PLUGIN "\n\n"
+                       "Environment:\n"
+                       "  STATE_DIRECTORY          folder to keep parameter values in\n"
+                       "                           (default: $PTZ_BOARD, else /var/lib/ptz)\n"
+                       "  DBUS_SYSTEM_BUS_ADDRESS  the system bus\n"
+                       "  PTZ_DATA_DIR             folder of the configuration (default: /usr/share/ptz)\n"
+                       "  PTZ_BOARD                folder of a simulated board\n"
+                       "  PTZ_TIME_SCALE           run this many times faster (PC and tests)\n\n"
+                       "Exit status: 0 ended by a signal, 1 no usable driver or --check found\n"
+                       "something, 2 wrong arguments, 3 no bus, or another PTZ service on it or for\n"
+                       "this board.\n");
     GErrorSlot error;
     const bool good = g_option_context_parse(context.get(), argc, argv, error) != FALSE && *argc == 1;
     const bool timed = is_timeout(line.start_timeout) && is_timeout(line.link_timeout);
