@@ -193,6 +193,16 @@ const std::vector<Command> kCommands = {
      .examples = {"ptzctl upgrade", "ptzctl upgrade --retry"},
      .left_behind = "the upgrade goes on; 'ptzctl state' says when the camera runs, 'ptzctl upgrade' what came of it",
      .run = run_upgrade},
+    {.name = "doctor",
+     .summary = "what keeps the camera from working, and what to do",
+     .text =
+         "Looks at the configuration files, the devices, the spidev buffer, your rights, the room for settings, the "
+         "firmware file, the bus, the image services, the camera, its link and its temperature sensor. Prints a "
+         "line for each, 'ok', 'warning' or 'fault', and under it the next step. The configuration is checked by "
+         "'ptzd --check'; PTZD names another ptzd.",
+     .statuses = {{EXIT_REFUSED, "not all is well"}},
+     .examples = {"ptzctl doctor", "ptzctl --json doctor"},
+     .run = run_doctor},
     {.name = "monitor",
      .summary = "print state changes, events and new parameter values",
      .text = "First a snapshot of the status, then one line for each signal of the service, as they come, until "
