@@ -1,6 +1,7 @@
 // The commands on the pages do what the pages say: every block of them runs, in its order, as somebody would type it.
 #include "tests/scenario/system_fixture.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -65,9 +66,9 @@ TEST_F(Pages, EveryCommandOnThemRuns)
 TEST_F(Pages, TheClientMovesTheCamera)
 {
     start_all();
-    const std::string client = blocks(fs::path(DOCS) / "client.md", "python");
-    EXPECT_LE(std::count(client.begin(), client.end(), '\n'), 35);
-    EXPECT_THAT(run_script("python3", client, {"12", "-5"}), HasSubstr("reached: pan 12.00, tilt -5.00 degrees"));
+    const std::string program = blocks(fs::path(DOCS) / "client.md", "python");
+    EXPECT_LE(std::count(program.begin(), program.end(), '\n'), 35);
+    EXPECT_THAT(run_script("python3", program, {"12", "-5"}), HasSubstr("reached: pan 12.00, tilt -5.00 degrees"));
 }
 
 } // namespace
