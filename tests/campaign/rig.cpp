@@ -121,12 +121,12 @@ void Rig::renew()
                  folder.read("krx_driver.conf") + "TemperatureLowerLimit=-10\nTemperatureUpperLimit=60\n");
 }
 
-void Rig::begin_start()
+void Rig::begin_start(const std::vector<std::string> &options)
 {
     asked_.reset();
     state = -1;
     link.clear();
-    start_ptzd();
+    start_ptzd(options);
 }
 
 void Rig::begin_upgrade()

@@ -1,0 +1,205 @@
+// Loaded into ptzd ahead of the C library, it lets one call of one place fail, as the test says in the shared page.
+//
+// Whose calls count: all of our own code, and those of others that are about regular files. The rest of GLib is left
+// out: it ends the process by itself where its wake-up descriptors or its own poll() fail. An spidev ioctl is no call
+// of the C library on a simulated board but sendmsg(), ppoll() and recvmsg() of ptzd's seam, and its open() is socket()
+// and connect(): those count, and fail the ioctl or the open in turn. dirent's functions and the loader call inside the
+// C library, past every shim. An error is one that the call can have: only what waits or writes is interrupted (no regular file makes
+// its open() wait), only what makes a descriptor runs out of them, only what makes a file grow out of room, poll() out of
+// memory.
+#include "tests/shim/page.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <mutex>
+#include <poll.h>
+#include <string>
+#include <string_view>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using shim::Page;
+
+struct Caller {
+    std::atomic<const void *> address;
+    bool own;
+    std::uint32_t site;
+};
+
+Page *page = nullptr;
+std::string_view root;   // of the build: what lies there is ours
+std::string_view folder; // of the board
+std::mutex mutex;        // over new places
+std::array<Caller, 512> callers;
+
+struct Call {
+    const char *name;
+    const void *from;
+    std::array<int, shim::kMostErrors> errors;
+};
+
+std::string_view copy(std::string_view text)
+{
+    return strdup(std::string(text).c_str());
+}
+
+std::uint32_t site_named(const char *name, const Call &call)
+{
+    const std::uint32_t used = page->used;
+    for (std::uint32_t i = 0; i < used; ++i)
+        if (std::strcmp(page->sites[i].name.data(), name) == 0)
+            return i;
+    if (used == shim::kMostSites)
+        std::abort();
+    std::snprintf(page->sites[used].name.data(), page->sites[used].name.size(), "%s", name);
+    page->sites[used].errors = call.errors;
+    page->used = used + 1;
+    return used;
+}
+
+void describe(Caller &caller, const Call &call)
+{
+    Dl_info about{};
+    const bool found = dladdr(call.from, &about) != 0;
+    const std::string_view file = found ? about.dli_fname : "/?";
+    const auto offset = static_cast<const char *>(call.from) - static_cast<const char *>(about.dli_fbase);
+    char name[64];
+    std::snprintf(name, sizeof name, "%s %s+0x%tx", call.name, file.data() + file.rfind('/') + 1, offset);
+    caller.own = file.starts_with(root);
+    caller.site = site_named(name, call);
+    caller.address.store(call.from, std::memory_order_release);
+}
+
+const Caller &caller_of(const Call &call)
+{
+    for (Caller &caller : callers) {
+        if (caller.address.load(std::memory_order_acquire) == nullptr) {
+            const std::lock_guard lock(mutex);
+            if (caller.address == nullptr)
+                describe(caller, call);
+        }
+        if (caller.address == call.from)
+            return caller;
+    }
+    std::abort();
+}
+
+bool fails(std::uint32_t site)
+{
+    const std::uint32_t number = ++page->sites[site].calls;
+    if (site != page->site || number != page->nth)
+        return false;
+    ++page->struck;
+    errno = page->error;
+    return true;
+}
+
+bool strikes(const Call &call, int fd)
+{
+    if (page == nullptr || page->armed == 0)
+        return false;
+    const int error = errno;
+    const Caller &caller = caller_of(call);
+    struct stat about {};
+    const bool counts = caller.own || (fd >= 0 && fstat(fd, &about) == 0 && S_ISREG(about.st_mode));
+    errno = error;
+    return counts && fails(caller.site);
+}
+
+// Every open() comes by way of ptzd's seam: not the caller but the file tells one place from another.
+bool strikes(const Call &call, const char *path)
+{
+    if (page == nullptr || page->armed == 0 || !std::string_view(path).starts_with(folder))
+        return false;
+    std::string name = std::string(call.name) + " ." + (path + folder.size());
+    if (const std::size_t end = name.find(".conf."); end != std::string::npos)
+        name.resize(end + 5); // what is written to take a file's place has any name behind its own
+    std::uint32_t site = 0;
+    {
+        const std::lock_guard lock(mutex);
+        site = site_named(name.c_str(), call);
+    }
+    return fails(site);
+}
+
+template <typename Function>
+Function *behind(const char *name)
+{
+    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+}
+
+__attribute__((constructor)) void begin()
+{
+    const char *file = std::getenv(shim::kVariable);
+    const char *board = std::getenv("PTZ_BOARD");
+    const int fd = file != nullptr ? open(file, O_RDWR | O_CLOEXEC) : -1;
+    if (fd < 0 || board == nullptr)
+        return;
+    void *memory = mmap(nullptr, sizeof(Page), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    close(fd);
+    Dl_info about{};
+    if (memory == MAP_FAILED || dladdr(reinterpret_cast<void *>(begin), &about) == 0)
+        return;
+    folder = copy(board);
+    root = copy(about.dli_fname); // BUILD/tests/shim/this
+    for (int step = 0; step < 3; ++step)
+        root = root.substr(0, root.rfind('/'));
+    struct sigaction nothing {};
+    nothing.sa_handler = [](int) {}; // and no SA_RESTART
+    sigaction(SIGUSR1, &nothing, nullptr);
+    page = static_cast<Page *>(memory);
+    rlimit most{};
+    getrlimit(RLIMIT_NOFILE, &most);
+    most.rlim_cur = most.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &most);
+    for (std::uint32_t i = 0; i < page->ballast; ++i)
+        if (open("/dev/null", O_RDWR | O_CLOEXEC) < 0)
+            std::abort();
+    page->loaded = static_cast<std::uint32_t>(getpid());
+}
+
+} // namespace
+
+// Under names of their own here, as the C library's headers rename some of them. What is variable in number of
+// arguments has them all: these machines pass them alike.
+#define CALL(symbol, result, parameters, arguments, object, ...)                                                       \
+    extern "C" __attribute__((visibility("default"))) result shim_##symbol parameters __asm__(#symbol);                \
+    result shim_##symbol parameters                                                                                    \
+    {                                                                                                                  \
+        static auto *const real = behind<result parameters>(#symbol);                                                  \
+        return strikes({#symbol, __builtin_return_address(0), {__VA_ARGS__}}, object) ? -1 : real arguments;           \
+    }
+
+CALL(open64, int, (const char *path, int flags, unsigned mode), (path, flags, mode), path, EIO, EMFILE)
+CALL(read, ssize_t, (int fd, void *to, size_t size), (fd, to, size), fd, EINTR, EIO)
+CALL(write, ssize_t, (int fd, const void *from, size_t size), (fd, from, size), fd, EINTR, EIO, ENOSPC)
+CALL(pwrite64, ssize_t, (int fd, const void *from, size_t size, off_t at), (fd, from, size, at), fd, EIO, ENOSPC)
+CALL(ftruncate64, int, (int fd, off_t size), (fd, size), fd, EIO)
+CALL(fsync, int, (int fd), (fd), fd, EINTR, EIO, ENOSPC)
+CALL(rename, int, (const char *from, const char *to), (from, to), from, EIO, ENOSPC)
+CALL(flock, int, (int fd, int operation), (fd, operation), fd, EIO)
+CALL(ioctl, int, (int fd, unsigned long request, void *argument), (fd, request, argument), fd, EIO)
+CALL(fcntl64, int, (int fd, int command, void *argument), (fd, command, argument), fd, EMFILE)
+CALL(dup, int, (int fd), (fd), fd, EMFILE)
+CALL(poll, int, (pollfd * entries, nfds_t count, int timeout_ms), (entries, count, timeout_ms), -1, EINTR, ENOMEM)
+CALL(ppoll, int, (pollfd * entries, nfds_t count, const timespec *timeout, const sigset_t *mask),
+     (entries, count, timeout, mask), -1, EINTR, ENOMEM)
+CALL(socket, int, (int domain, int type, int protocol), (domain, type, protocol), -1, EMFILE)
+CALL(connect, int, (int fd, const sockaddr *address, socklen_t size), (fd, address, size), fd, EIO)
+CALL(accept4, int, (int fd, sockaddr *address, socklen_t *size, int flags), (fd, address, size, flags), fd, EINTR,
+     EMFILE)
+CALL(send, ssize_t, (int fd, const void *from, size_t size, int flags), (fd, from, size, flags), fd, EINTR, EIO)
+CALL(sendmsg, ssize_t, (int fd, const msghdr *message, int flags), (fd, message, flags), fd, EINTR, EIO)
+CALL(recv, ssize_t, (int fd, void *to, size_t size, int flags), (fd, to, size, flags), fd, EINTR, EIO)
+CALL(recvmsg, ssize_t, (int fd, msghdr *message, int flags), (fd, message, flags), fd, EINTR, EIO)
