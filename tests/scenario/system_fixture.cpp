@@ -18,9 +18,9 @@ std::unique_ptr<Process> SystemTest::run(const std::vector<std::string> &command
                                          const Process::Variables &more)
 {
     Process::Variables environment = {{"DBUS_SYSTEM_BUS_ADDRESS", address()},
-                                            {"PTZ_DATA_DIR", folder.path()},
-                                            {"PTZ_BOARD", folder.path()},
-                                            {"PTZ_TIME_SCALE", time_scale}};
+                                      {"PTZ_DATA_DIR", folder.path()},
+                                      {"PTZ_BOARD", folder.path()},
+                                      {"PTZ_TIME_SCALE", time_scale}};
     environment.insert(environment.end(), more.begin(), more.end());
     return std::make_unique<Process>(command, environment, folder.file(log_name));
 }

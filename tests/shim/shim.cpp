@@ -4,9 +4,9 @@
 // out: it ends the process by itself where its wake-up descriptors or its own poll() fail. An spidev ioctl is no call
 // of the C library on a simulated board but sendmsg(), ppoll() and recvmsg() of ptzd's seam, and its open() is socket()
 // and connect(): those count, and fail the ioctl or the open in turn. dirent's functions and the loader call inside the
-// C library, past every shim. An error is one that the call can have: only what waits or writes is interrupted (no regular file makes
-// its open() wait), only what makes a descriptor runs out of them, only what makes a file grow out of room, poll() out of
-// memory.
+// C library, past every shim. An error is one that the call can have: only what waits or writes is interrupted (no
+// regular file makes its open() wait), only what makes a descriptor runs out of them, only what makes a file grow out
+// of room, poll() out of memory.
 #include "tests/shim/page.h"
 
 #include <algorithm>
@@ -155,10 +155,10 @@ __attribute__((constructor)) void begin()
     root = copy(about.dli_fname); // BUILD/tests/shim/this
     for (int step = 0; step < 3; ++step)
         root = root.substr(0, root.rfind('/'));
-    struct sigaction nothing {};
-    nothing.sa_handler = [](int) {}; // and no SA_RESTART
-    sigaction(SIGUSR1, &nothing, nullptr);
+    struct sigaction count {};
+    count.sa_handler = [](int) { ++page->signals; }; // and no SA_RESTART
     page = static_cast<Page *>(memory);
+    sigaction(SIGUSR1, &count, nullptr);
     rlimit most{};
     getrlimit(RLIMIT_NOFILE, &most);
     most.rlim_cur = most.rlim_max;

@@ -135,7 +135,8 @@ bool parse_time_scale(double &scale)
 gboolean on_signal(gpointer data)
 {
     auto *run = static_cast<Run *>(data);
-    // The camera may take its time; whoever asks twice does not want to wait. Who asks once, after the bus has gone, does.
+    // The camera may take its time; whoever asks twice does not want to wait. Who asks once, after the bus has gone,
+    // does.
     if (std::exchange(run->signalled, true)) {
         std::fputs("ptzd: Ended before the camera was closed.\n", stderr);
         _exit(EXIT_NO_DRIVER);
