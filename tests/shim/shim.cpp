@@ -93,17 +93,31 @@ bool fails(std::uint32_t site)
     return true;
 }
 
+bool is_file(int fd)
+{
+    struct stat about {};
+    const int error = errno;
+    // Past ThreadSanitizer, which would take this look at a descriptor for one of the caller's.
+    const bool file = syscall(SYS_fstat, fd, &about) == 0 && S_ISREG(about.st_mode);
+    errno = error;
+    return file;
+}
+
 bool strikes(const Call &call, int fd)
 {
     if (page == nullptr || page->armed == 0)
         return false;
-    const int error = errno;
     const Caller &caller = caller_of(call);
-    struct stat about {};
-    // Past ThreadSanitizer, which would take this look at a descriptor for one of the caller's.
-    const bool counts = caller.own || (syscall(SYS_fstat, fd, &about) == 0 && S_ISREG(about.st_mode));
-    errno = error;
-    return counts && fails(caller.site);
+    return (caller.own || is_file(fd)) && fails(caller.site);
+}
+
+// GLib writes from within signal handlers too, which may not wait for the lock over places: to no file.
+struct FileOnly {
+    int fd;
+};
+bool strikes(const Call &call, FileOnly file)
+{
+    return is_file(file.fd) && strikes(call, file.fd);
 }
 
 // Every open() comes by way of ptzd's seam: not the caller but the file tells one place from another.
@@ -165,7 +179,7 @@ __attribute__((constructor)) void begin()
 
 CALL(open64, int, (const char *path, int flags, unsigned mode), (path, flags, mode), path, EIO, EMFILE)
 CALL(read, ssize_t, (int fd, void *to, size_t size), (fd, to, size), fd, EINTR, EIO)
-CALL(write, ssize_t, (int fd, const void *from, size_t size), (fd, from, size), fd, EINTR, EIO, ENOSPC)
+CALL(write, ssize_t, (int fd, const void *from, size_t size), (fd, from, size), FileOnly{fd}, EINTR, EIO, ENOSPC)
 CALL(pwrite64, ssize_t, (int fd, const void *from, size_t size, off_t at), (fd, from, size, at), fd, EIO, ENOSPC)
 CALL(ftruncate64, int, (int fd, off_t size), (fd, size), fd, EIO)
 CALL(fsync, int, (int fd), (fd), fd, EINTR, EIO, ENOSPC)
