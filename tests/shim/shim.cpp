@@ -13,7 +13,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <mutex>
@@ -40,6 +39,8 @@ struct Caller {
     bool own;
     std::uint32_t site;
 };
+
+constexpr int kNoDescriptor = -1, kNeverCounts = -2;
 
 shim::Page *page = nullptr;
 std::string_view root;   // of the build: what lies there is ours
@@ -103,21 +104,18 @@ bool is_file(int fd)
     return file;
 }
 
+// GLib writes from within signal handlers too, which may not wait for the lock over places: to no file.
+int file_or_never(int fd)
+{
+    return is_file(fd) ? fd : kNeverCounts;
+}
+
 bool strikes(const Call &call, int fd)
 {
-    if (page == nullptr || page->armed == 0)
+    if (page == nullptr || page->armed == 0 || fd == kNeverCounts)
         return false;
     const Caller &caller = caller_of(call);
     return (caller.own || is_file(fd)) && fails(caller.site);
-}
-
-// GLib writes from within signal handlers too, which may not wait for the lock over places: to no file.
-struct FileOnly {
-    int fd;
-};
-bool strikes(const Call &call, FileOnly file)
-{
-    return is_file(file.fd) && strikes(call, file.fd);
 }
 
 // Every open() comes by way of ptzd's seam: not the caller but the file tells one place from another.
@@ -142,14 +140,18 @@ Function *behind(const char *name)
 
 __attribute__((constructor)) void begin()
 {
-    const int fd = open(std::getenv(shim::kVariable), O_RDWR | O_CLOEXEC);
+    const char *file = std::getenv(shim::kVariable);
+    const char *board = std::getenv("PTZ_BOARD");
+    Dl_info about{};
+    if (file == nullptr || board == nullptr || dladdr(reinterpret_cast<void *>(begin), &about) == 0)
+        std::abort();
+    const int fd = open(file, O_RDWR | O_CLOEXEC);
     void *memory = mmap(nullptr, sizeof(shim::Page), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     close(fd);
-    Dl_info about{};
-    if (memory == MAP_FAILED || dladdr(reinterpret_cast<void *>(begin), &about) == 0)
+    if (memory == MAP_FAILED)
         std::abort();
-    folder = strdup(std::getenv("PTZ_BOARD"));
-    root = strdup(about.dli_fname);
+    folder = board; // both texts stay where they are
+    root = about.dli_fname;
     root = root.substr(0, root.rfind("/tests/"));
     page = static_cast<shim::Page *>(memory);
     struct sigaction count {};
@@ -179,19 +181,19 @@ __attribute__((constructor)) void begin()
 
 CALL(open64, int, (const char *path, int flags, unsigned mode), (path, flags, mode), path, EIO, EMFILE)
 CALL(read, ssize_t, (int fd, void *to, size_t size), (fd, to, size), fd, EINTR, EIO)
-CALL(write, ssize_t, (int fd, const void *from, size_t size), (fd, from, size), FileOnly{fd}, EINTR, EIO, ENOSPC)
+CALL(write, ssize_t, (int fd, const void *from, size_t size), (fd, from, size), file_or_never(fd), EINTR, EIO, ENOSPC)
 CALL(pwrite64, ssize_t, (int fd, const void *from, size_t size, off_t at), (fd, from, size, at), fd, EIO, ENOSPC)
 CALL(ftruncate64, int, (int fd, off_t size), (fd, size), fd, EIO)
 CALL(fsync, int, (int fd), (fd), fd, EINTR, EIO, ENOSPC)
 CALL(rename, int, (const char *from, const char *to), (from, to), from, EIO, ENOSPC)
 CALL(flock, int, (int fd, int operation), (fd, operation), fd, EIO)
-CALL(ioctl, int, (int fd, unsigned long request, void *argument), (fd, request, argument), fd, EIO)
 CALL(fcntl64, int, (int fd, int command, void *argument), (fd, command, argument), fd, EMFILE)
 CALL(dup, int, (int fd), (fd), fd, EMFILE)
-CALL(poll, int, (pollfd * entries, nfds_t count, int timeout_ms), (entries, count, timeout_ms), -1, EINTR, ENOMEM)
+CALL(poll, int, (pollfd * entries, nfds_t count, int timeout_ms), (entries, count, timeout_ms), kNoDescriptor, EINTR,
+     ENOMEM)
 CALL(ppoll, int, (pollfd * entries, nfds_t count, const timespec *timeout, const sigset_t *mask),
-     (entries, count, timeout, mask), -1, EINTR, ENOMEM)
-CALL(socket, int, (int domain, int type, int protocol), (domain, type, protocol), -1, EMFILE)
+     (entries, count, timeout, mask), kNoDescriptor, EINTR, ENOMEM)
+CALL(socket, int, (int domain, int type, int protocol), (domain, type, protocol), kNoDescriptor, EMFILE)
 CALL(connect, int, (int fd, const sockaddr *address, socklen_t size), (fd, address, size), fd, EIO)
 CALL(accept4, int, (int fd, sockaddr *address, socklen_t *size, int flags), (fd, address, size, flags), fd, EINTR,
      EMFILE)

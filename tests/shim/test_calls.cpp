@@ -96,7 +96,7 @@ class Calls : public Rig {
     {
         const std::string id = std::to_string(++moves_), target = value("Pan") > 0 ? "-8.0" : "8.0";
         const std::string call = "([('pan', 'absolute', " + target + ")], 100.0, {'id': <uint32 " + id + ">})";
-        if (const Reply reply = bus().call("Move", call.c_str()); !reply.error.empty())
+        if (Reply reply = bus().call("Move", call.c_str()); !reply.error.empty())
             return reply;
         std::string end;
         const auto ended = [&] {
@@ -278,7 +278,7 @@ TEST_F(Calls, EachThatFailsIsToldOrSurvived)
     run(&Calls::end);
     std::size_t count = all[0].size() + all[1].size();
     for (std::size_t i = 0; i < std::max(all[0].size(), all[1].size()); ++i)
-        for (const std::size_t step : {0, 1})
+        for (std::size_t step = 0; step < 2; ++step)
             run(kSteps[step], i < all[step].size() ? all[step][i] : Cell{});
     run(&Calls::start);
     for (std::size_t i = 3; i < std::size(kSteps); count += all[i++].size())
