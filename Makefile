@@ -1,7 +1,7 @@
 # What a person types here; `make` alone lists it. Meson and Ninja do the work, in build/.
 
 .DEFAULT_GOAL := help
-.PHONY: help run test asan tsan fuzz lint campaign soak bench install clean deps
+.PHONY: help run test asan tsan fuzz lint campaign calls soak bench install clean deps
 
 PREFIX ?= /usr/local
 SECONDS ?= 60
@@ -17,6 +17,7 @@ help:
 	@echo 'make fuzz     every fuzz target for SECONDS=$(SECONDS)'
 	@echo 'make lint     formatting, clang-tidy, a clang build without warnings, the scripts'
 	@echo 'make campaign every fault of the simulated board in every phase; writes docs/reliability.md (SEED=N)'
+	@echo 'make calls    every system call of ptzd fails, at more places of a step than in the suite'
 	@echo 'make soak     random faults and requests for MINUTES=$(MINUTES); whether anything grows (SEED=N)'
 	@echo 'make bench    the benchmarks'
 	@echo 'make install  install under $$DESTDIR$$PREFIX (PREFIX=$(PREFIX))'
@@ -71,6 +72,10 @@ campaign: deps build/release/build.ninja
 soak: deps build/release/build.ninja
 	ninja -C build/release
 	build/release/tests/endurance/soak $(MINUTES) $(SEED)
+
+calls: deps build/release/build.ninja
+	ninja -C build/release
+	CALLS=all build/release/tests/shim/test_calls
 
 bench: deps build/release/build.ninja
 	meson configure build/release -Dbench=enabled

@@ -21,16 +21,24 @@ using namespace ugpio_wire;
 
 constexpr int kPeerTimeoutMs = 3'000;
 
+// The result of the call, which is made again for as long as signals interrupt it.
+template <typename Call>
+auto uninterrupted(Call call)
+{
+    for (;;) {
+        const auto result = call();
+        if (result >= 0 || errno != EINTR)
+            return result;
+    }
+}
+
 // One message received, with the descriptor that came along in `passed` (-1 without one). 0, or -1 with errno; the peer
 // gone is ESHUTDOWN.
 int receive(int fd, void *data, std::size_t size, int &passed)
 {
     passed = -1;
     pollfd entry{fd, POLLIN, 0};
-    int ready = 0;
-    do {
-        ready = poll(&entry, 1, kPeerTimeoutMs);
-    } while (ready < 0 && errno == EINTR);
+    const int ready = uninterrupted([&] { return poll(&entry, 1, kPeerTimeoutMs); });
     if (ready <= 0)
         return ready == 0 ? fail(ETIMEDOUT) : -1;
 
@@ -41,7 +49,7 @@ int receive(int fd, void *data, std::size_t size, int &passed)
     message.msg_iovlen = 1;
     message.msg_control = control;
     message.msg_controllen = sizeof control;
-    const ssize_t got = recvmsg(fd, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+    const ssize_t got = uninterrupted([&] { return recvmsg(fd, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC); });
     const cmsghdr *header = got >= 0 ? CMSG_FIRSTHDR(&message) : nullptr;
     if (header && header->cmsg_type == SCM_RIGHTS)
         std::memcpy(&passed, CMSG_DATA(header), sizeof passed);
@@ -77,7 +85,7 @@ class Connection {
     int call(Op op, unsigned line, unsigned level, int *passed)
     {
         const Request request{++sequence_, op, line, level};
-        if (send(fd_, &request, sizeof request, MSG_NOSIGNAL) != sizeof request)
+        if (uninterrupted([&] { return send(fd_, &request, sizeof request, MSG_NOSIGNAL); }) != sizeof request)
             return give_up();
         for (;;) {
             Reply reply{};
@@ -225,7 +233,7 @@ int read_level(ugpio &handle) noexcept
     // The notification first: an edge between the two is then notified again rather than lost.
     char status = 0;
     if (handle.fd >= 0)
-        while (read(handle.fd, &status, 1) == 1) {
+        while (uninterrupted([&] { return read(handle.fd, &status, 1); }) == 1) {
         }
     Connection &board = connection();
     const std::lock_guard lock(board.mutex);

@@ -120,12 +120,12 @@ void Rig::renew()
     start_sim({"--force"});
 }
 
-void Rig::begin_start()
+void Rig::begin_start(const std::vector<std::string> &options)
 {
     asked_.reset();
     state = -1;
     link.clear();
-    start_ptzd();
+    start_ptzd(options);
 }
 
 void Rig::begin_upgrade()

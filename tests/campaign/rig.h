@@ -44,8 +44,8 @@ class Rig : public SystemTest {
     // Has ptzd running, or not; what was wrong with that, or nothing.
     std::string have_running();
     std::string have_stopped();
-    void begin_start();   // starts ptzd, does not wait
-    void begin_upgrade(); // the same with a firmware image that it will want
+    void begin_start(const std::vector<std::string> &options = {}); // starts ptzd, does not wait
+    void begin_upgrade();                                           // the same with a firmware image that it will want
     bool dead() const { return ptzd == nullptr || ptzd->ended(); }
 
     void command(const std::string &line) { sim_command(line); }

@@ -14,12 +14,14 @@ constexpr const char *SIM_PATH = "/com/orna/KrxSim";
 
 } // namespace
 
-std::unique_ptr<Process> SystemTest::run(const std::vector<std::string> &command, const std::string &log_name)
+std::unique_ptr<Process> SystemTest::run(const std::vector<std::string> &command, const std::string &log_name,
+                                         const Process::Variables &more)
 {
-    const Process::Variables environment = {{"DBUS_SYSTEM_BUS_ADDRESS", address()},
-                                            {"PTZ_DATA_DIR", folder.path()},
-                                            {"PTZ_BOARD", folder.path()},
-                                            {"PTZ_TIME_SCALE", time_scale}};
+    Process::Variables environment = {{"DBUS_SYSTEM_BUS_ADDRESS", address()},
+                                      {"PTZ_DATA_DIR", folder.path()},
+                                      {"PTZ_BOARD", folder.path()},
+                                      {"PTZ_TIME_SCALE", time_scale}};
+    environment.insert(environment.end(), more.begin(), more.end());
     return std::make_unique<Process>(command, environment, folder.file(log_name));
 }
 
@@ -36,7 +38,7 @@ void SystemTest::start_ptzd(const std::vector<std::string> &options)
 {
     std::vector<std::string> command{PTZD_FILE, "--plugin", PLUGIN_FILE, "--foreground"};
     command.insert(command.end(), options.begin(), options.end());
-    ptzd = run(command, "ptzd.log");
+    ptzd = run(command, "ptzd.log", ptzd_variables);
 }
 
 void SystemTest::await_state(int state)

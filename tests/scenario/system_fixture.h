@@ -31,13 +31,15 @@ class SystemTest : public BusTest {
     void sim_command(const std::string &line);
     void await_sim(const char *name, double value, double tolerance);
 
-    std::unique_ptr<Process> run(const std::vector<std::string> &command, const std::string &log_name);
+    std::unique_ptr<Process> run(const std::vector<std::string> &command, const std::string &log_name,
+                                 const Process::Variables &more = {});
     std::size_t ptzd_descriptors() const;
     // How often a text stands in ptzd's log, and in the simulator's.
     std::size_t logged(const std::string &text) const { return count_of(text, ptzd->output()); }
     std::size_t logged_in_sim(const std::string &text) const { return count_of(text, sim->output()); }
 
     const char *time_scale = "20";
+    Process::Variables ptzd_variables; // beside those that every program of the system gets
     TempFolder folder;
     Client client{address()};
     std::unique_ptr<Process> sim;

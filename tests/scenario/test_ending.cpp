@@ -111,6 +111,18 @@ TEST_F(Ending, WaitsForAnUpgradeThatGetsOn)
     EXPECT_EQ(logged("Camera block firmware upgrade is complete."), 1u);
 }
 
+TEST_F(Ending, ASignalAfterTheBusHasGoneIsTheFirst)
+{
+    start_sim();
+    start_ptzd_with(4000000);
+    run_until([this] { return logged_in_sim("firmware transfer") > 0; });
+    stop_bus();
+    run_until([this] { return logged("The bus has gone") > 0; });
+    ptzd->signal(SIGTERM);
+    EXPECT_EQ(ptzd->wait(), 3) << ptzd->output();
+    EXPECT_EQ(logged("Camera block firmware upgrade is complete."), 1u);
+}
+
 TEST_F(Ending, AStartWithoutAnAnswerFailsAndCanBeRepeated)
 {
     const struct {

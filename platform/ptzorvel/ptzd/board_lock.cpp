@@ -61,12 +61,13 @@ BoardLock::~BoardLock()
 bool BoardLock::take(const std::string &bus, std::string &problem)
 {
     fd_ = open_board_lock(name_);
-    if (fd_ >= 0 && flock(fd_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+    const bool locked = fd_ >= 0 && flock(fd_, LOCK_EX | LOCK_NB) == 0;
+    if (fd_ >= 0 && !locked && errno == EWOULDBLOCK) {
         problem = "A PTZ service (com.orna.PTZ) runs this board already: " + note_of(fd_) +
                   ". Stop that one first, or talk to it over its bus.";
         return false;
     }
-    if (fd_ >= 0)
+    if (locked)
         write_note(fd_, bus);
     else
         syslog(LOG_WARNING, "Nothing keeps a second PTZ service from this board: %s: %s", name_.c_str(),

@@ -12,6 +12,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <syslog.h>
 #include <unistd.h>
 
 namespace {
@@ -139,9 +140,14 @@ bool BusRelay::accept_own()
 void BusRelay::run()
 {
     const bool accepted = accept_own();
-    ::shutdown(listener_.get(), SHUT_RDWR); // who comes later is refused, and does not wait
-    if (!accepted)
+    if (!accepted) {
+        if (errno != EINVAL) // which is said of a listener that was shut down
+            syslog(LOG_ERR, "The way to the bus cannot be made: %s", std::strerror(errno));
+        // Closes the listener, as who waits to be accepted hears of nothing less; its number stays taken for the end.
+        ::dup2(bus_.get(), listener_.get());
         return;
+    }
+    ::shutdown(listener_.get(), SHUT_RDWR); // who comes later is refused, and does not wait
     while (carry()) {
     }
     // Both sides learn that it is over.

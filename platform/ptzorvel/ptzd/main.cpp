@@ -14,6 +14,7 @@
 #include <malloc.h>
 #include <syslog.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -48,6 +49,7 @@ struct Run {
     PtzService *service = nullptr;
     int status = EXIT_OK;
     bool ending = false;
+    bool signalled = false;
 
     // Closes the camera, then ends the loop with that status. Main thread.
     void end(int with_status)
@@ -158,8 +160,9 @@ int check(PTZDriverNewFunc driver_new, const CommandLine &line)
 gboolean on_signal(gpointer data)
 {
     auto *run = static_cast<Run *>(data);
-    if (run->ending) {
-        // The camera may take its time; whoever asks twice does not want to wait.
+    // The camera may take its time; whoever asks twice does not want to wait. Who asks once, after the bus has gone,
+    // does.
+    if (std::exchange(run->signalled, true)) {
         std::fputs("ptzd: Ended before the camera was closed.\n", stderr);
         _exit(EXIT_NO_DRIVER);
     }

@@ -26,11 +26,20 @@ bool write_whole(int fd, const std::string &text)
     return true;
 }
 
+bool sync_whole(int fd)
+{
+    int result = 0;
+    do {
+        result = fsync(fd);
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
 // A name is safe when the folder that has it is.
 bool sync_folder(const std::string &folder)
 {
     const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const bool synced = fd >= 0 && fsync(fd) == 0;
+    const bool synced = fd >= 0 && sync_whole(fd);
     const int error = errno;
     if (fd >= 0)
         close(fd);
@@ -60,7 +69,7 @@ bool replace_file(const std::string &folder, const std::string &name, const std:
     const int fd = g_mkstemp_full(temporary.data(), O_WRONLY | O_CLOEXEC, 0644);
     if (fd < 0)
         return false;
-    const bool written = write_whole(fd, text) && fsync(fd) == 0;
+    const bool written = write_whole(fd, text) && sync_whole(fd);
     const int error = errno;
     close(fd);
     errno = error;
