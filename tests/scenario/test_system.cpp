@@ -203,6 +203,35 @@ TEST_F(System, WhatIsWrongInTheConfigurationIsToldWithItsLine)
     EXPECT_EQ(logged(":2: warning: ResetPn is no key of [KRX_DRIVER]; did you mean ResetPin?"), 1u);
 }
 
+TEST_F(System, TheDoctorNamesEachThingThatIsWrong)
+{
+    folder.write("ptzd.sh", std::string("#!/bin/sh\nexec ") + PTZD_FILE + " --plugin " + PLUGIN_FILE + " \"$@\"\n");
+    std::filesystem::permissions(folder.file("ptzd.sh"), std::filesystem::perms::owner_all);
+    const auto doctor = [this] {
+        const auto run_it =
+            run({"/usr/bin/env", "PTZD=" + folder.file("ptzd.sh"), PTZCTL_FILE, "doctor"}, "doctor.log");
+        const int status = run_it->wait();
+        EXPECT_EQ(status, run_it->output().find("\n ") == std::string::npos ? 0 : 1); // a next step, as all is not well
+        return run_it->output();
+    };
+    start_sim();
+    EXPECT_THAT(doctor(), HasSubstr("fault    bus: nobody serves com.orna.PTZ\n"));
+    start_ptzd();
+    await_state(1);
+    EXPECT_THAT(doctor(), AllOf(HasSubstr("ok       configuration: "), HasSubstr("/spi0 can be read and written\n"),
+                                HasSubstr("ok       link: "), HasSubstr("ok       temperature: 40 degrees\n"),
+                                HasSubstr("ok       image service: com.orna.Streamer is there\n")));
+    folder.write("IMC.APP", "no image");
+    folder.write("krx_driver.conf", folder.read("krx_driver.conf") + "PowerPn=3\n");
+    sim_command("fault streamer missing");
+    sim_command("fault hold-request low");
+    run_until([this] { return client.call("GetStatus").text.find("'link': <'down'>") != std::string::npos; });
+    EXPECT_THAT(doctor(),
+                AllOf(HasSubstr("PowerPn is no key of [KRX_DRIVER]; did you mean PowerPin?\n"),
+                      HasSubstr("warning  firmware file: "), HasSubstr("fault    link: the camera block does not"),
+                      HasSubstr("warning  image service: com.orna.Streamer is not on the bus")));
+}
+
 TEST_F(System, ASecondPtzdRefusesAndSaysWhy)
 {
     start_all();
