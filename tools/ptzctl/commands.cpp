@@ -198,7 +198,7 @@ const std::vector<Command> kCommands = {
      .text =
          "Looks at the configuration files, the devices, the spidev buffer, your rights, the room for settings, the "
          "firmware file, the bus, the image services, the camera, its link and its temperature sensor. Prints a "
-         "line for each, 'ok', 'warning' or 'fault', and under it the next step. The configuration is checked by "
+         "line for each, ok, warning or fault, and under it the next step. The configuration is checked by "
          "'ptzd --check'; PTZD names another ptzd.",
      .statuses = {{EXIT_REFUSED, "not all is well"}},
      .examples = {"ptzctl doctor", "ptzctl --json doctor"},
