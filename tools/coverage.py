@@ -16,6 +16,8 @@ ROOT = LIST.parent.parent
 # Each with the share of its lines that has to be run, in percent. A file belongs to the first that its path begins with.
 ROOMS = {"core": 99, "vcc": 99, "port": 99, "utils": 99, "hw": 99, "cmd": 99, "driver": 99, "platform/ptzorvel": 92,
          "platform/spidev": 92, "platform/ugpio": 92, "platform": 0, "sim": 0, "tools": 0}
+# Lines that one run meets and another does not, where threads and processes run beside each other.
+CHANCE = {"platform/ptzorvel": 12, "platform/ugpio": 2, "platform/spidev": 2, "sim": 6, "tools": 4}
 HEAD = "# The lines that no test runs: a room's number, then its files. Written by `make coverage UPDATE=1`.\n"
 
 
@@ -102,7 +104,7 @@ def main():
         share = percent(room.lines - missed, room.lines)
         print(f"{name:18} {share:6.2f} % of {room.lines:<5} {percent(room.branches_run, room.branches):4.0f} % of "
               f"{room.branches:<5} {missed:4} ({kept.get(name, 0)})")
-        if missed > kept.get(name, 0):
+        if missed > kept.get(name, 0) + CHANCE.get(name, 0):
             red.append(f"{name} misses {missed} lines, {kept.get(name, 0)} before")
         if share < ROOMS[name]:
             red.append(f"{name} has {share:.2f} % of its lines, not {ROOMS[name]}")

@@ -99,11 +99,12 @@ TEST_F(PortObjectTest, ThePortOpenedOrChangedLastGovernsAllTransfers)
     EXPECT_EQ(in_force(), Settings(512, 1));
     g_object_set(port.get(), "trig_mode", 2, nullptr);
     EXPECT_EQ(in_force(), Settings(1024, 2));
-    char *device = nullptr;
+    char *device = nullptr, *name = nullptr;
     int pin = 0, burst = 0, mode = 0;
-    g_object_get(port.get(), "device", &device, "request_pin", &pin, "burst_len", &burst, "trig_mode", &mode, nullptr);
-    EXPECT_EQ((std::tuple{GText(device).get() == std::string("/dev/spidev1.0"), pin, burst, mode}),
-              (std::tuple{true, -1, 1024, 2}));
+    g_object_get(port.get(), "device", &device, "request_pin_named", &name, "request_pin", &pin, "burst_len", &burst,
+                 "trig_mode", &mode, nullptr);
+    EXPECT_EQ((std::tuple{std::string(GText(device).get()) + GText(name).get(), pin, burst, mode}),
+              (std::tuple{std::string("/dev/spidev1.0imc_req"), -1, 1024, 2}));
     close_port(port);
     ptz_port_canon_set_transfer(port.get(), 128, 1);
     EXPECT_EQ(in_force(), Settings(1024, 2));

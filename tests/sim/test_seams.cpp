@@ -92,10 +92,16 @@ TEST_F(Seams, WhatDoesNotExistIsRefused)
     ugpio_free(nullptr);
     board.command("fault gpio-drive cam_reset");
     EXPECT_EQ(drive_line("cam_reset", true), -1);
+    ugpio *line = ugpio_request_one(40, UGPIO_IN, nullptr);
+    EXPECT_EQ(ugpio_full_open(line) + ugpio_full_open(line), 0);
+    expect_failure(ugpio_fd(line) == -1, EINVAL); // without an edge
+    EXPECT_EQ(ugpio_set_edge(line, UGPIO_EDGE_RISING), 0);
     for (const std::string &path : {std::string(200, 'x'), std::string()}) { // no board there, and none at all
         const Environment other("PTZ_BOARD", path);
         expect_failure(!ugpio_request(40, nullptr), path.empty() ? ENOENT : ENAMETOOLONG);
+        EXPECT_TRUE(ugpio_get_value(line) == -1 && ugpio_fd(line) == -1);
     }
+    ugpio_free(line);
 }
 
 TEST_F(Seams, AnEdgeIsPendingUntilTheLevelIsRead)
@@ -141,6 +147,7 @@ TEST(KernelLines, ANameIsFoundThroughItsChipAndALineIsItsFiles)
         return 0;
     };
     EXPECT_EQ(ugpio_internal::find_kernel_line("imc_req", folder.file("dev"), folder.path(), {chip, name}), 502);
+    EXPECT_EQ(ugpio_internal::find_kernel_line("imc_req", folder.file("dev"), folder.file("dev"), {chip, name}), -1);
 
     folder.write("gpio502/value", "1\n");
     ugpio *line = ugpio_request_one(502, UGPIO_OUT_HIGH, nullptr);
