@@ -63,7 +63,8 @@ TEST_F(Temperature, EachLimitHasItsHysteresisAndMessage)
 
 TEST_F(Temperature, WithoutASensorNothingIsWatched)
 {
-    write_file("krx_driver.conf", std::string(GOOD_CONFIG) + "FirmwareDoUpgrade=false\nTemperatureUpperLimit=60\n");
+    write_file("krx_driver.conf", std::string(GOOD_CONFIG) + "FirmwareDoUpgrade=false\nTemperatureLowerLimit=0\n" +
+                                      "TemperatureUpperLimit=60\nTemperatureSensor=-1\n");
     make_driver(false);
     ptz_driver_canon_op_open(&driver->parent_instance);
     EXPECT_EQ(driver->parent_instance.state, PTZ_STATE_RUNNING);
