@@ -1,7 +1,7 @@
 # What a person types here; `make` alone lists it. Meson and Ninja do the work, in build/.
 
 .DEFAULT_GOAL := help
-.PHONY: help run test asan tsan fuzz lint campaign calls soak bench install clean deps
+.PHONY: help run test asan tsan tsan-mutants coverage fuzz lint campaign calls soak bench install clean deps
 
 PREFIX ?= /usr/local
 SECONDS ?= 60
@@ -14,6 +14,8 @@ help:
 	@echo 'make test     build and run the test suite'
 	@echo 'make asan     the suite under AddressSanitizer and UndefinedBehaviorSanitizer'
 	@echo 'make tsan     the suite under ThreadSanitizer'
+	@echo 'make tsan-mutants takes each lock away and shows that ThreadSanitizer sees it'
+	@echo 'make coverage the lines that the suite runs; red when a room misses more than before (UPDATE=1)'
 	@echo 'make fuzz     every fuzz target for SECONDS=$(SECONDS)'
 	@echo 'make lint     formatting, clang-tidy, a clang build without warnings, the scripts'
 	@echo 'make campaign every fault of the simulated board in every phase; writes docs/reliability.md (SEED=N)'
@@ -35,6 +37,8 @@ build/asan/build.ninja: | deps
 	meson setup build/asan -Db_sanitize=address,undefined -Db_lundef=false -Dbench=disabled
 build/tsan/build.ninja: | deps
 	meson setup build/tsan -Db_sanitize=thread -Db_lundef=false -Dbench=disabled
+build/coverage/build.ninja: | deps
+	meson setup build/coverage --buildtype=debug -Db_coverage=true -Db_lundef=false -Dbench=disabled
 
 build/fuzz/build.ninja: | deps
 	CC=clang CXX=clang++ meson setup build/fuzz -Dfuzz=true -Db_sanitize=address,undefined -Db_lundef=false -Dbench=disabled
@@ -54,6 +58,15 @@ asan: deps build/asan/build.ninja
 tsan: deps build/tsan/build.ninja
 	ninja -C build/tsan
 	tools/sanitizer-test.sh build/tsan thread
+
+tsan-mutants: deps
+	@tools/tsan-mutants.sh build/tsan-mutants
+
+coverage: deps
+	@tools/install-deps.sh coverage
+	@$(MAKE) --no-print-directory build/coverage/build.ninja
+	ninja -C build/coverage
+	@tools/coverage.py build/coverage $(if $(UPDATE),--update)
 
 fuzz: deps
 	@tools/install-deps.sh fuzz

@@ -52,7 +52,6 @@ class MachineClock final : public Clock {
     }
 
     void set_scale(double scale) { scale_ = scale; }
-    double scale() const { return scale_; }
 
   private:
     // Waits until `entry` is exceptionally ready, the time has passed, or it is cancelled.
@@ -110,11 +109,6 @@ void clock_set(Clock *clock)
 void clock_set_time_scale(double scale)
 {
     machine().set_scale(scale);
-}
-
-double clock_time_scale()
-{
-    return machine().scale();
 }
 
 void clock_set_cancellable(GCancellable *cancellable)

@@ -29,7 +29,6 @@ void clock_set(Clock *clock);
 
 // Makes the machine's clock run that many times as fast as the wall's; above 0. Call it while nothing waits.
 void clock_set_time_scale(double scale);
-double clock_time_scale();
 
 // While `cancellable` is cancelled nothing waits, whichever clock is in force; a wait that is under way ends. The clock
 // holds a reference; null takes it away. Call it while nothing waits.

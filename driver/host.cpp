@@ -69,7 +69,7 @@ GVariant *config_variant()
     return g_variant_new("(as@a(sss)@a(sss))", &problems, named_variant(report.lines), named_variant(report.devices));
 }
 
-void set_property(GObject *object, guint id, const GValue *value, GParamSpec *spec)
+void set_property(GObject *, guint id, const GValue *value, GParamSpec *)
 {
     switch (id) {
     case PROP_TIME_SCALE:
@@ -84,17 +84,12 @@ void set_property(GObject *object, guint id, const GValue *value, GParamSpec *sp
     case PROP_HELD_IMAGE:
         host_set_held_image(g_value_get_string(value));
         break;
-    default:
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
     }
 }
 
-void get_property(GObject *object, guint id, GValue *value, GParamSpec *spec)
+void get_property(GObject *, guint id, GValue *value, GParamSpec *)
 {
     switch (id) {
-    case PROP_TIME_SCALE:
-        g_value_set_double(value, clock_time_scale());
-        break;
     case PROP_STATUS_AGE:
         g_value_set_int64(value, host_status_age_us());
         break;
@@ -125,8 +120,6 @@ void get_property(GObject *object, guint id, GValue *value, GParamSpec *spec)
     case PROP_STATUSES:
         g_value_set_uint(value, host_statuses());
         break;
-    default:
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
     }
 }
 
@@ -187,12 +180,11 @@ void ptz_driver_canon_install_host(GObjectClass *klass)
 {
     constexpr auto SET = static_cast<GParamFlags>(G_PARAM_WRITABLE | G_PARAM_STATIC_STRINGS);
     constexpr auto GET = static_cast<GParamFlags>(G_PARAM_READABLE | G_PARAM_STATIC_STRINGS);
-    constexpr auto BOTH = static_cast<GParamFlags>(SET | GET);
     klass->set_property = set_property;
     klass->get_property = get_property;
     install(klass, PROP_TIME_SCALE,
             g_param_spec_double(DRIVER_HOST_TIME_SCALE, "Time scale", "How many times as fast time runs", 1e-3, 1e6,
-                                1.0, BOTH));
+                                1.0, SET));
     install(klass, PROP_CANCEL,
             g_param_spec_object(DRIVER_HOST_CANCEL, "Cancel", "Ends every wait", G_TYPE_CANCELLABLE, SET));
     install(klass, PROP_INTERRUPT,

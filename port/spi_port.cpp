@@ -134,7 +134,7 @@ void replace_transfer_value(PTZPortCanon *self, int *field, int value)
     put_in_force_if_open(self);
 }
 
-void set_property(GObject *object, guint id, const GValue *value, GParamSpec *spec)
+void set_property(GObject *object, guint id, const GValue *value, GParamSpec *)
 {
     PTZPortCanon *self = port_canon_of(object);
     switch (id) {
@@ -153,12 +153,10 @@ void set_property(GObject *object, guint id, const GValue *value, GParamSpec *sp
     case PROP_TRIG_MODE:
         replace_transfer_value(self, &self->trig_mode, g_value_get_int(value));
         break;
-    default:
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
     }
 }
 
-void get_property(GObject *object, guint id, GValue *value, GParamSpec *spec)
+void get_property(GObject *object, guint id, GValue *value, GParamSpec *)
 {
     const PTZPortCanon *self = port_canon_of(object);
     switch (id) {
@@ -177,8 +175,6 @@ void get_property(GObject *object, guint id, GValue *value, GParamSpec *spec)
     case PROP_TRIG_MODE:
         g_value_set_int(value, self->trig_mode);
         break;
-    default:
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
     }
 }
 

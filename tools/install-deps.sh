@@ -8,6 +8,7 @@ declare -A groups=(
              libgtest-dev libgmock-dev libbenchmark-dev mandoc"
     [fuzz]="clang libclang-rt-14-dev"
     [lint]="clang clang-format clang-tidy clang-tools shellcheck"
+    [coverage]="gcovr"
 )
 
 wanted=()

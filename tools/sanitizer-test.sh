@@ -1,6 +1,6 @@
 #!/bin/bash
-# Usage: tools/sanitizer-test.sh BUILD_DIR address|thread
-# Runs the test suite of a build made with that sanitizer. The first finding ends the program that has it.
+# Usage: tools/sanitizer-test.sh BUILD_DIR address|thread [TEST...]
+# Runs the test suite, or those tests, of a build made with that sanitizer. The first finding ends the program that has it.
 set -euo pipefail
 build=$1
 tools=$(cd "$(dirname "$0")" && pwd)
@@ -26,4 +26,4 @@ still=()
 if setarch -R true 2>/dev/null; then
     still=(setarch -R)
 fi
-exec "${still[@]}" meson test -C "$build" --no-rebuild --print-errorlogs --timeout-multiplier 4
+exec "${still[@]}" meson test -C "$build" --no-rebuild --print-errorlogs --timeout-multiplier 4 "${@:3}"

@@ -99,4 +99,24 @@ TEST_F(CaptureMode, FailuresLeaveTheVideoOffAndTheNameAsItWas)
     EXPECT_STREQ(now().capture_mode, "old");
 }
 
+TEST_F(CaptureMode, AFailureInMidChangeEndsIt)
+{
+    set_capture_mode("old");
+    model.sw_reset_supported = TRUE;
+    const std::pair<std::size_t, Lines> failures[] = {
+        {1, {"Failed to send software reset setup command", "Fatal error, could not start camera block"}},
+        {2, {"Failed to send capture frame rate setup command"}},
+        {3, {"Failed to send video mode setup command"}},
+    };
+    for (const auto &[taken, errors] : failures) {
+        port.packets.clear();
+        port.takes = taken;
+        EXPECT_FALSE(ptz_driver_canon_cmd_capture_mode(driver, "720p60", TRUE, TRUE, &required));
+        EXPECT_EQ(take_errors(), errors);
+        const Lines calls = framework().take();
+        EXPECT_EQ(std::count(calls.begin(), calls.end(), "video on"), 0);
+        EXPECT_STREQ(now().capture_mode, "old");
+    }
+}
+
 } // namespace

@@ -76,6 +76,9 @@ TEST_F(Exposure, MaximumExposureTimeNeedsItsModeAndItsTables)
     EXPECT_EQ(longest(nullptr, 1), refused_by("ptz_driver_canon_cmd_max_exposure_time", "mode"));
     model.slow_shutter_tbls = &NO_SLOW_TABLES; // the given limit is shown, though it was not the one looked for
     EXPECT_EQ(longest("off", 77), refused("Unavailable shutter table | error: Unsupported long shutter limit: 77"));
+    model = *vccif_model_krx131();
+    model.shutter_tbls = nullptr;
+    EXPECT_TRUE(longest("off", 1).ends_with("error: Unsupported short shutter limit"));
 }
 
 TEST_F(Exposure, GainNeedsItsTables)
@@ -93,6 +96,12 @@ TEST_F(Exposure, GainNeedsItsTables)
     EXPECT_EQ(max_gain(nullptr), refused_by("ptz_driver_canon_cmd_max_gain", "mode"));
     EXPECT_EQ(outcome(ptz_driver_canon_cmd_gain(driver, 50)),
               refused_by("vccif_percent_to_vcc_gain", "self->cam_model->gain_tbl") + " | error: Unsupported gain: 50");
+    const auto bright = [this](unsigned level) {
+        return outcome(ptz_driver_canon_cmd_manual_bright_level(driver, level));
+    };
+    EXPECT_TRUE(bright(75).ends_with("error: Unsupported gain: 50"));
+    model.iris_tbl = nullptr;
+    EXPECT_TRUE(bright(25).ends_with("error: Unsupported iris value: 25"));
 }
 
 } // namespace

@@ -66,6 +66,8 @@ TEST_F(IrisMode, AutomaticByAPriorityOfItsOwn)
 {
     model.exposure_auto_manual_modes = TRUE;
     params()["ExposureAutoMode"] = "flickerfree";
+    params()["ExposureManualMode"] = 1; // no text
+    EXPECT_EQ(set(1), "refused");
     params()["ExposureManualMode"] = "gain";
     EXPECT_EQ(set(1), MODE + "06");
     params()["Exposure"] = "manual";

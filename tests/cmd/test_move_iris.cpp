@@ -130,6 +130,11 @@ TEST_F(ManualExposure, WhatItNotesStaysOnFailure)
     model.shutter_tbls = short_tables;
     EXPECT_EQ(sent(2500), refused("Unsupported shutter speed: 40000"));
     model = *vccif_model_krx131();
+    model.gain_tbl = nullptr; // the last of the three
+    EXPECT_TRUE(sent(7500).ends_with("error: Unsupported gain: 100"));
+    model.iris_tbl = nullptr;
+    EXPECT_TRUE(sent(5000).ends_with("error: Unsupported iris value: 100"));
+    model = *vccif_model_krx131();
     EXPECT_EQ(outcome_when_deaf([this] { return ptz_driver_canon_cmd_full_manual_exposure(driver, 1); }),
               refused("Failed to send full manual settings setup command"));
     EXPECT_EQ(now().iris_moving, 1);

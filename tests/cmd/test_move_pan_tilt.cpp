@@ -111,6 +111,8 @@ TEST_F(PanTiltContinuous, SpeedFollowsTheFieldOfViewOrTheResponseProfile)
     now().response_profile = 0;
     expect_continuous({{100, "00 01 86 A0"}, {50, "00 00 50 DB"}}); // 20699
     EXPECT_EQ(now().pan_speed, 20);
+    model.response_profile_supported = FALSE;
+    expect_continuous({{50, "00 00 C3 50"}});
     EXPECT_EQ(ptz_driver_canon_apply_responsiveness(50, 1.1f), 50);
     EXPECT_EQ(ptz_driver_canon_apply_responsiveness(-5, 0.5f), -5);
     EXPECT_EQ(log.take(), (Lines{"error: Invalid responsiveness", "error: Input speed is not absolute value"}));

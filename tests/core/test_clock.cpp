@@ -80,6 +80,11 @@ TEST_F(ClockTest, AnEdgeIsSeenOnWhateverDescriptor)
     EXPECT_EQ(clock_wait_exceptional(high, TEN_SECONDS), -1);
     EXPECT_EQ(errno, EBADF);
     EXPECT_EQ(clock_wait_exceptional(-1, TEN_SECONDS), 0);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    close(ends[1]);
+    EXPECT_EQ(clock_wait_exceptional(ends[0], TEN_SECONDS), 0); // hung up: none will come
+    close(ends[0]);
 }
 
 TEST_F(ClockTest, NothingWaitsWhileItIsCancelled)

@@ -111,8 +111,9 @@ TEST_F(Config, MissingAndMalformedKeysAreNamed)
         EXPECT_FALSE(driver->config_loaded);
         EXPECT_EQ(driver->max_digital_zoom, 1.0f);
     }
-    for (const std::string line : {"PowerPin=-3", "PowerPinsActiveLow=maybe", "TemperatureSensor=warm", "AudioInit=2",
-                                   "MinFocus=near", "TemperatureHysteresisGeneric=x", "MoveSpeedEnum=\\q"}) {
+    for (const std::string line :
+         {"PowerPin=-3", "PowerPin=\\q", "PowerPinsActiveLow=maybe", "TemperatureSensor=warm", "AudioInit=2",
+          "MinFocus=near", "TemperatureHysteresisGeneric=x", "MoveSpeedEnum=\\q"}) {
         EXPECT_FALSE(load_keys(line + "\nTemperatureLowerLimit=0\n"));
         EXPECT_EQ(log.take(), Lines{"error: " + bad + line.substr(0, line.find('='))});
         EXPECT_EQ(driver->temp_controller_type, PTZ_TYPE_TEMPERATURE_CONTROLLER);

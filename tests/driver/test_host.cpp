@@ -107,6 +107,25 @@ TEST_F(Host, ARefreshReadsOneStatusWhileTheDriverRuns)
     EXPECT_EQ(statuses(), 1u); // only good ones count
 }
 
+TEST_F(Host, ParametersAreAppliedAgainOnlyWhileTheDriverRuns)
+{
+    Life::stop(driver);
+    gboolean applied = FALSE;
+    g_signal_emit_by_name(driver, DRIVER_HOST_SETTLE);
+    g_signal_emit_by_name(driver, DRIVER_HOST_APPLY, &applied);
+    EXPECT_TRUE(applied);
+    EXPECT_EQ(port.attempts + port.reads, 0);
+    Life::run(driver);
+    port.status = StatusRun().set(0x60, 28, 1, 1).set(0x60, 30, 1, 1).bytes();
+    ptz_driver_canon_cmd_update_status(driver);
+    driver->current.capture_mode = g_strdup("720p60"); // which the sensor is not in: a restart brings everything
+    g_signal_emit_by_name(driver, DRIVER_HOST_APPLY, &applied);
+    EXPECT_TRUE(applied);
+    EXPECT_EQ(driver->parent_instance.state, PTZ_STATE_RUNNING);
+    EXPECT_FALSE(hardware.calls_of({"drive"}).empty());
+    log.take();
+}
+
 TEST_F(Host, ACancelledDriverWaitsForNothing)
 {
     const GOwned<GCancellable, g_object_unref> cancel(g_cancellable_new());

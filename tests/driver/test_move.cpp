@@ -127,7 +127,9 @@ TEST_F(Move, PositionsAndAnglesInFixedPoint)
     }
     Life::stop(driver);
     EXPECT_TRUE(get());
-    EXPECT_EQ(angle, (std::array<gint32, 4>{-7, 4115712, 163840, 81920})); // widest: 62.80078125
+    EXPECT_TRUE(ptz_driver_canon_op_get_position(&base(), &at[0], nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_TRUE(ptz_driver_canon_op_angle_to_zoom(&base(), 65536, 100, nullptr)); // nothing is touched
+    EXPECT_EQ(angle, (std::array<gint32, 4>{-7, 4115712, 163840, 81920}));        // widest: 62.80078125
 }
 
 TEST_F(Move, StopAndModesAreGated)

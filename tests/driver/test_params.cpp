@@ -130,6 +130,7 @@ TEST_F(Params, WhatTheModelLacksIsNeitherOfferedNorApplied)
               (Lines{"add_params UserAdv CamDeviceStatus CamLastTestDate DeviceModVer StatusUpdate",
                      "add_params UserAdv MoveSpeed", "add_params UserAdv AdjustableZoomSpeedEnabled"}));
     EXPECT_TRUE(change("ResponseProfile", 3));
+    EXPECT_TRUE(change("CamImageFreeze", "on"));
 }
 
 TEST_F(Params, AreAppliedInOrderAndFailuresCounted)
@@ -174,6 +175,9 @@ TEST_F(Params, SpecialCommandsAreStoredAndSentAndAnythingElseIsRefused)
          {"RESET", "reset ", "video_output|", "video_output|HDMI", "video_output|hdmi|x", "scan_mode|hdmi", "%s%n"})
         EXPECT_FALSE(run(text)) << text;
     EXPECT_FALSE(run(nullptr));
+    model.video_output_selectable = FALSE;
+    EXPECT_FALSE(run("video_output|sdi"));
+    model.video_output_selectable = TRUE;
     EXPECT_EQ(port.attempts, attempts);
 
     const std::string all = "wbonep video_output|hdmi video_output|sdi scan_mode|progressive scan_mode|interlaced "

@@ -47,6 +47,7 @@ TEST_F(Startup, BringsTheCameraUp)
 {
     bus().replies["VideoCaptureMode"] = "(<'720p30'>,)";
     framework().params = {{"BroadcastFrameRateEnabled", false}, {"Sharpness", 0}, {"MaxPan", 50}};
+    driver->dbg_status_dump = TRUE;
     EXPECT_TRUE(open());
     EXPECT_STREQ(driver->current.capture_mode, "720p30");
     EXPECT_EQ(driver->limit_max_pan, 50);
@@ -70,7 +71,7 @@ TEST_F(Startup, BringsTheCameraUp)
     EXPECT_TRUE(open()); // already running
     EXPECT_EQ(port.opens, 1);
     ptz_driver_canon_reset(driver);
-    EXPECT_EQ(framework().queued.size(), 2u); // publishing and poll, each once
+    EXPECT_EQ(framework().queued.size(), 3u); // publishing, poll and dump, each once
 }
 
 TEST_F(Startup, FailuresLeaveThePortsFreeAndNothingSubscribed)

@@ -61,4 +61,14 @@ TEST_F(Temperature, EachLimitHasItsHysteresisAndMessage)
     EXPECT_EQ(log.take(), above);
 }
 
+TEST_F(Temperature, WithoutASensorNothingIsWatched)
+{
+    write_file("krx_driver.conf", std::string(GOOD_CONFIG) + "FirmwareDoUpgrade=false\nTemperatureLowerLimit=0\n" +
+                                      "TemperatureUpperLimit=60\nTemperatureSensor=-1\n");
+    make_driver(false);
+    ptz_driver_canon_op_open(&driver->parent_instance);
+    EXPECT_EQ(driver->parent_instance.state, PTZ_STATE_RUNNING);
+    EXPECT_EQ(framework().queued.size(), 2u); // publishing and poll
+}
+
 } // namespace

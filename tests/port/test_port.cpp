@@ -67,6 +67,14 @@ TEST_F(PortObjectTest, EveryFailingStepOfTheSetUpIsReportedAndClosesTheDevice)
     EXPECT_EQ(log.take().back(), "error: Failed to open port");
     EXPECT_EQ(port_transfer_settings.burst_length, 77);
     EXPECT_EQ(announced, Lines{});
+    hardware.device_flags = 0;
+    hardware.failing.clear();
+    open_port(port);
+    hardware.failing = {{"spi-open", EIO}}; // a second time
+    EXPECT_EQ(open_port(port), -1);
+    EXPECT_EQ(port->fd, -1);
+    log.take();
+    ptz_port_canon_close_unref(nullptr);
 }
 
 TEST_F(PortObjectTest, DescriptorZeroIsAsGoodAsAnyOther)
@@ -91,6 +99,12 @@ TEST_F(PortObjectTest, ThePortOpenedOrChangedLastGovernsAllTransfers)
     EXPECT_EQ(in_force(), Settings(512, 1));
     g_object_set(port.get(), "trig_mode", 2, nullptr);
     EXPECT_EQ(in_force(), Settings(1024, 2));
+    char *device = nullptr, *name = nullptr;
+    int pin = 0, burst = 0, mode = 0;
+    g_object_get(port.get(), "device", &device, "request_pin_named", &name, "request_pin", &pin, "burst_len", &burst,
+                 "trig_mode", &mode, nullptr);
+    EXPECT_EQ((std::tuple{std::string(GText(device).get()) + GText(name).get(), pin, burst, mode}),
+              (std::tuple{std::string("/dev/spidev1.0imc_req"), -1, 1024, 2}));
     close_port(port);
     ptz_port_canon_set_transfer(port.get(), 128, 1);
     EXPECT_EQ(in_force(), Settings(1024, 2));

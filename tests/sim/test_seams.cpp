@@ -12,6 +12,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+// What open() and ioctl() become in hardened builds and on 32-bit machines.
+extern "C" {
+int __open_2(const char *path, int flags);   // NOLINT
+int __open64_2(const char *path, int flags); // NOLINT
+int other_ioctl(int fd, unsigned long request, ...) __asm__("__ioctl_time64");
+}
+
 namespace {
 
 using Seams = BoardTest;
@@ -39,6 +46,15 @@ TEST_F(Seams, ABoardIsASocketAndEverythingElseTheKernels)
     EXPECT_EQ(ioctl(port, FIONREAD, &pending), 0); // no request of an SPI device
     EXPECT_EQ(pending, 0);
     EXPECT_EQ(fcntl(port, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+    const std::string path = folder.file("spi1");
+    const int others[] = {open64(path.c_str(), O_RDWR), __open_2(path.c_str(), O_RDWR),
+                          __open64_2(path.c_str(), O_RDWR)};
+    for (const int fd : others) {
+        EXPECT_EQ(other_ioctl(fd, SPI_IOC_RD_MODE32, &word), 0);
+        expect_failure(ioctl(fd, SPI_IOC_RD_LSB_FIRST, &word) == -1, ENOTTY);
+        expect_failure(ioctl(fd, SPI_IOC_RD_MODE32, nullptr) == -1, EFAULT);
+        close(fd);
+    }
     for (const int fd : {port, kernel, made})
         close(fd);
 }
@@ -48,6 +64,8 @@ TEST(SpidevLink, ABoardThatDiesDuringATransferIsNotWaitedFor)
     int ends[2];
     std::uint32_t mode = 0;
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK, 0, ends), 0);
+    ASSERT_EQ(write(ends[1], "no answer", 9), 9);
+    expect_failure(ioctl(ends[0], SPI_IOC_RD_MODE32, &mode) == -1, EPROTO);
     ASSERT_EQ(shutdown(ends[1], SHUT_WR), 0); // it takes a request, but will not answer
     expect_failure(ioctl(ends[0], SPI_IOC_RD_MODE32, &mode) == -1, ESHUTDOWN);
     close(ends[0]);
@@ -66,6 +84,24 @@ TEST_F(Seams, WhatDoesNotExistIsRefused)
         EXPECT_EQ(ugpio_get_value(handle), 1);
         ugpio_free(handle);
     }
+    for (ugpio *line : {ugpio_request(-1, nullptr), ugpio_request_named(""), ugpio_request_one(40, 7, nullptr)})
+        expect_failure(line == nullptr, EINVAL);
+    for (const int result : {ugpio_get_value(nullptr), ugpio_full_open(nullptr), ugpio_set_edge(nullptr, 0),
+                             ugpio_fd(nullptr), ugpio_close(nullptr)})
+        expect_failure(result == -1, EINVAL);
+    ugpio_free(nullptr);
+    board.command("fault gpio-drive cam_reset");
+    EXPECT_EQ(drive_line("cam_reset", true), -1);
+    ugpio *line = ugpio_request_one(40, UGPIO_IN, nullptr);
+    EXPECT_EQ(ugpio_full_open(line) + ugpio_full_open(line), 0);
+    expect_failure(ugpio_fd(line) == -1, EINVAL); // without an edge
+    EXPECT_EQ(ugpio_set_edge(line, UGPIO_EDGE_RISING), 0);
+    for (const std::string &path : {std::string(200, 'x'), std::string()}) { // no board there, and none at all
+        const Environment other("PTZ_BOARD", path);
+        expect_failure(!ugpio_request(40, nullptr), path.empty() ? ENOENT : ENAMETOOLONG);
+        EXPECT_TRUE(ugpio_get_value(line) == -1 && ugpio_fd(line) == -1);
+    }
+    ugpio_free(line);
 }
 
 TEST_F(Seams, AnEdgeIsPendingUntilTheLevelIsRead)
@@ -111,6 +147,7 @@ TEST(KernelLines, ANameIsFoundThroughItsChipAndALineIsItsFiles)
         return 0;
     };
     EXPECT_EQ(ugpio_internal::find_kernel_line("imc_req", folder.file("dev"), folder.path(), {chip, name}), 502);
+    EXPECT_EQ(ugpio_internal::find_kernel_line("imc_req", folder.file("dev"), folder.file("dev"), {chip, name}), -1);
 
     folder.write("gpio502/value", "1\n");
     ugpio *line = ugpio_request_one(502, UGPIO_OUT_HIGH, nullptr);
@@ -119,6 +156,20 @@ TEST(KernelLines, ANameIsFoundThroughItsChipAndALineIsItsFiles)
     EXPECT_EQ(ugpio_set_edge(line, UGPIO_EDGE_RISING), 0);
     ugpio_free(line);
     ugpio_free(ugpio_request(13, nullptr));
+    const Environment devices("UGPIO_DEV_ROOT", folder.file("dev"));
+    expect_failure(!ugpio_request_named("imc_req"), ENOENT); // a file is no chip
+    folder.write("gpio502/value", "");
+    line = ugpio_request(502, nullptr);
+    EXPECT_EQ(ugpio_fd(line), -1); // not opened
+    EXPECT_EQ(ugpio_full_open(line), 0);
+    expect_failure(ugpio_get_value(line) == -1, EIO);
+    const int fd = ugpio_fd(line);
+    EXPECT_GE(fd, 0);
+    close(fd);
+    ugpio_free(line);
+    expect_failure(ugpio_full_open(line = ugpio_request(13, nullptr)) == -1, ENOENT); // exported, and not there yet
+    expect_failure(ugpio_set_edge(line, UGPIO_EDGE_NONE) == -1, ENOENT);
+    ugpio_free(line);
     EXPECT_EQ(folder.read("gpio502/edge") + folder.read("gpio502/direction") + folder.read("export"), "risinghigh13");
 }
 

@@ -22,7 +22,7 @@ static void set_up_port_class(gpointer klass, gpointer)
     };
     port_class->port_write = [](PTZPort *, const void *buffer, int length, int, int) {
         ++bench->attempts;
-        if (bench->deaf)
+        if (bench->deaf || bench->packets.size() >= bench->takes)
             return -1;
         bench->packets.push_back(to_hex(static_cast<const std::uint8_t *>(buffer), static_cast<std::size_t>(length)));
         return length;

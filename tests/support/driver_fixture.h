@@ -24,6 +24,7 @@ struct PortBench {
     std::vector<std::string> packets; // every packet taken, in hex
     Bytes status;                     // what each read brings; empty: nothing
     bool deaf = false;                // writes fail
+    std::size_t takes = SIZE_MAX;     // packets, before writes fail
     int attempts = 0, reads = 0, opens = 0, closes = 0;
 
     // The command records of the packets so far, header cut off; forgets them.

@@ -26,6 +26,15 @@ Process::Process(const std::vector<std::string> &command, const Variables &envir
 
 Process::~Process()
 {
+#ifdef KEEP_COUNTS // a program that is killed leaves no counts of what it ran
+    signal(SIGTERM);
+    const gint64 latest = g_get_monotonic_time() + 5 * gint64{G_USEC_PER_SEC};
+    const guint look = g_timeout_add(
+        1, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
+    while (!ended() && g_get_monotonic_time() < latest)
+        g_main_context_iteration(nullptr, TRUE);
+    g_source_remove(look);
+#endif
     signal(SIGKILL);
     run_until([this] { return ended(); });
     g_clear_object(&process_);

@@ -162,7 +162,7 @@ static gboolean set_param_string(PTZDriver *driver, const char *group, const cha
 
 // The object
 
-static void ptz_driver_set_property(GObject *object, guint property, const GValue *value, GParamSpec *spec)
+static void ptz_driver_set_property(GObject *object, guint property, const GValue *value, GParamSpec *)
 {
     auto *self = reinterpret_cast<PTZDriver *>(object);
     switch (property) {
@@ -179,12 +179,10 @@ static void ptz_driver_set_property(GObject *object, guint property, const GValu
     case PROP_ID:
         self->id = g_value_get_int(value);
         break;
-    default:
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, spec);
     }
 }
 
-static void ptz_driver_get_property(GObject *object, guint property, GValue *value, GParamSpec *spec)
+static void ptz_driver_get_property(GObject *object, guint property, GValue *value, GParamSpec *)
 {
     const auto *self = reinterpret_cast<PTZDriver *>(object);
     switch (property) {
@@ -200,8 +198,6 @@ static void ptz_driver_get_property(GObject *object, guint property, GValue *val
     case PROP_ID:
         g_value_set_int(value, self->id);
         break;
-    default:
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, spec);
     }
 }
 
