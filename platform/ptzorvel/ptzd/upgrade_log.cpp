@@ -2,18 +2,14 @@
 
 #include "glib_owned.h"
 #include "host/driver_host.h"
-#include "ptzorvel/common/regular_file.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <syslog.h>
-#include <unistd.h>
 #include <utility>
 
 namespace {
 
 constexpr int FAILURES_MAX = 3;
-constexpr std::size_t MOST_BYTES = 65536;
 constexpr char GROUP[] = "LastUpgrade";
 
 struct Field {
@@ -35,16 +31,11 @@ bool tells_of_the_image(const ImageReport &report)
 
 UpgradeLog::UpgradeLog(const std::string &folder) : file_(folder.empty() ? "" : folder + "/upgrade.conf")
 {
-    if (file_.empty() || (access(file_.c_str(), F_OK) != 0 && errno == ENOENT))
-        return;
-    std::string problem;
-    const auto kept = read_regular_file(file_, MOST_BYTES, problem);
     const GKeyFileOwned file(g_key_file_new());
     GErrorSlot error;
-    if (kept && !g_key_file_load_from_data(file.get(), kept->data(), kept->size(), G_KEY_FILE_NONE, error))
-        problem = std::string("is no key file: ") + error->message;
-    if (!problem.empty()) {
-        syslog(LOG_WARNING, "The last firmware upgrade is not known: %s %s", file_.c_str(), problem.c_str());
+    if (file_.empty() || g_key_file_load_from_file(file.get(), file_.c_str(), G_KEY_FILE_NONE, error) == FALSE) {
+        if (error && !g_error_matches(error.get(), G_FILE_ERROR, G_FILE_ERROR_NOENT))
+            syslog(LOG_WARNING, "The last firmware upgrade is not known: %s: %s", file_.c_str(), error->message);
         return;
     }
     for (const auto &[key, text] : FIELDS)
