@@ -1,20 +1,23 @@
 # What a person types here; `make` alone lists it. Meson and Ninja do the work, in build/.
 
 .DEFAULT_GOAL := help
-.PHONY: help run test asan tsan fuzz lint campaign bench install clean deps
+.PHONY: help run test asan tsan fuzz lint campaign soak bench install clean deps
 
 PREFIX ?= /usr/local
 SECONDS ?= 60
+MINUTES ?= 20
 DESTDIR ?=
 
 help:
-	@echo 'make run      build, power the simulated camera up, show it moving (stays up on a terminal)'
+	@echo 'make run      build, power the simulated camera up, show it moving (stays up on a terminal;'
+	@echo '              TIME_SCALE=N: N times faster)'
 	@echo 'make test     build and run the test suite'
 	@echo 'make asan     the suite under AddressSanitizer and UndefinedBehaviorSanitizer'
 	@echo 'make tsan     the suite under ThreadSanitizer'
 	@echo 'make fuzz     every fuzz target for SECONDS=$(SECONDS)'
 	@echo 'make lint     formatting, clang-tidy, a clang build without warnings, the scripts'
 	@echo 'make campaign every fault of the simulated board in every phase; writes docs/reliability.md (SEED=N)'
+	@echo 'make soak     random faults and requests for MINUTES=$(MINUTES); whether anything grows (SEED=N)'
 	@echo 'make bench    the benchmarks'
 	@echo 'make install  install under $$DESTDIR$$PREFIX (PREFIX=$(PREFIX))'
 	@echo 'make clean    remove build/'
@@ -37,7 +40,7 @@ build/fuzz/build.ninja: | deps
 
 run: deps build/release/build.ninja
 	ninja -C build/release
-	tools/run.sh build/release
+	tools/run.sh build/release $(if $(TIME_SCALE),--time-scale '$(TIME_SCALE)')
 
 test: deps build/release/build.ninja
 	ninja -C build/release
@@ -64,6 +67,10 @@ lint:
 campaign: deps build/release/build.ninja
 	ninja -C build/release
 	build/release/tests/campaign/campaign --page docs/reliability.md $(if $(SEED),--seed $(SEED))
+
+soak: deps build/release/build.ninja
+	ninja -C build/release
+	build/release/tests/endurance/soak $(MINUTES) $(SEED)
 
 bench: deps build/release/build.ninja
 	meson configure build/release -Dbench=enabled

@@ -1,6 +1,7 @@
 #include "driver/config.h"
 
 #include "core/log.h"
+#include "driver/config_keys.h"
 #include "glib_owned.h"
 #include "hw/temperature_controller.h"
 #include "vcc/models.h"
@@ -12,24 +13,14 @@
 
 namespace {
 
-constexpr const char *GROUP = "KRX_DRIVER";
+using Kind = ConfigKind;
+using Need = ConfigNeed;
 
-enum class Kind { pin, boolean, integer, real, real_as_float, text };
-
-// Which presence rule a key follows.
-enum class Need { optional, required, with_fpga };
-
-// One key of the file and the field that it fills.
-struct Key {
-    const char *name;
-    Kind kind;
-    Need need;
-    void *(*field)(PTZDriverCanon *self);
-};
+constexpr const char *GROUP = CONFIG_GROUP;
 
 #define FIELD(member) [](PTZDriverCanon *self) -> void * { return &self->member; }
 
-constexpr Key KEYS[] = {
+constexpr ConfigKey KEYS[] = {
     {"PowerPin", Kind::pin, Need::optional, FIELD(power_pin)},
     {"PowerPinsActiveLow", Kind::boolean, Need::optional, FIELD(power_pins_active_low)},
     {"PowerGoodPin", Kind::pin, Need::optional, FIELD(power_good_pin)},
@@ -131,7 +122,7 @@ bool read_value(Value (*get)(GKeyFile *, const char *, const char *, GError **),
     return true;
 }
 
-bool read_key(GKeyFile *file, const Key &key, void *field)
+bool read_key(GKeyFile *file, const ConfigKey &key, void *field)
 {
     switch (key.kind) {
     case Kind::pin:
@@ -151,7 +142,7 @@ bool read_key(GKeyFile *file, const Key &key, void *field)
 }
 
 // Whether a key is to be read; those that must be there have been seen to be there.
-bool wanted(GKeyFile *file, const Key &key)
+bool wanted(GKeyFile *file, const ConfigKey &key)
 {
     switch (key.need) {
     case Need::optional:
@@ -175,6 +166,11 @@ GType controller_type(GKeyFile *file)
 
 } // namespace
 
+std::span<const ConfigKey> ptz_driver_canon_config_keys()
+{
+    return KEYS;
+}
+
 gboolean ptz_driver_canon_load_config(PTZDriverCanon *self, const char *path)
 {
     const GKeyFileOwned file(g_key_file_new());
@@ -190,7 +186,7 @@ gboolean ptz_driver_canon_load_config(PTZDriverCanon *self, const char *path)
         log_error("Missing config file parameter %s", name);
         return FALSE;
     }
-    for (const Key &key : KEYS) {
+    for (const ConfigKey &key : KEYS) {
         void *field = key.field(self);
         if (!wanted(file.get(), key) || read_key(file.get(), key, field))
             continue;

@@ -32,7 +32,7 @@ bool note_image(PTZDriverCanon *self, const char *file, guint32 version)
     const std::string image = host_is_there() ? ptz_driver_canon_fw_file_id(file, version) : "";
     if (image.empty())
         return true;
-    host_note_upgrade(image, version_text(static_cast<guint32>(self->fw_version), NO_REVISION),
+    host_note_upgrade(image, ptz_driver_canon_firmware_text(static_cast<guint32>(self->fw_version)),
                       version_text(version, NO_VERSION));
     const bool held = image == host_held_image();
     if (held)
@@ -56,11 +56,16 @@ void note_upgrade_end(PTZDriverCanon *self, guint32 version, bool back)
         result += (failure.empty() ? "" : ", and ") + std::string("the camera block did not come back");
     else if (failure.empty())
         result = now == NO_REVISION ? "the camera block does not tell its version"
-                                    : "the camera block still has version " + version_text(now, NO_REVISION);
+                                    : "the camera block still has version " + ptz_driver_canon_firmware_text(now);
     host_note_upgrade_result(result);
 }
 
 } // namespace
+
+std::string ptz_driver_canon_firmware_text(guint32 revision)
+{
+    return version_text(revision, NO_REVISION);
+}
 
 gboolean ptz_driver_canon_upgrade_firmware(PTZDriverCanon *self)
 {

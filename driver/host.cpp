@@ -4,11 +4,14 @@
 #include "core/clock.h"
 #include "core/host.h"
 #include "driver/capture.h"
+#include "driver/config_check.h"
+#include "driver/firmware.h"
 #include "driver/operations.h"
 #include "driver/params.h"
 #include "driver/startup.h"
 #include "host/driver_host.h"
 #include "utils/status.h"
+#include "vcc/status.h"
 
 namespace {
 
@@ -23,6 +26,8 @@ enum PropertyId {
     PROP_FAILURE,
     PROP_CHUNK_AGE,
     PROP_UPGRADE,
+    PROP_CONFIG,
+    PROP_FIRMWARE,
     PROP_REBOOTS,
     PROP_STATUSES
 };
@@ -43,6 +48,25 @@ GVariant *upgrade_variant()
             add("result", g_variant_new_string(upgrade.result.c_str()));
     }
     return g_variant_builder_end(&fields);
+}
+
+GVariant *named_variant(const std::vector<ConfigReport::Named> &all)
+{
+    GVariantBuilder list;
+    g_variant_builder_init(&list, G_VARIANT_TYPE("a(sss)"));
+    for (const auto &[place, key, name] : all)
+        g_variant_builder_add(&list, "(sss)", place.c_str(), key.c_str(), name.c_str());
+    return g_variant_builder_end(&list);
+}
+
+GVariant *config_variant()
+{
+    const ConfigReport report = ptz_driver_canon_check_config();
+    GVariantBuilder problems;
+    g_variant_builder_init(&problems, G_VARIANT_TYPE_STRING_ARRAY);
+    for (const std::string &problem : report.problems)
+        g_variant_builder_add(&problems, "s", problem.c_str());
+    return g_variant_new("(as@a(sss)@a(sss))", &problems, named_variant(report.lines), named_variant(report.devices));
 }
 
 void set_property(GObject *object, guint id, const GValue *value, GParamSpec *spec)
@@ -88,6 +112,12 @@ void get_property(GObject *object, guint id, GValue *value, GParamSpec *spec)
         break;
     case PROP_UPGRADE:
         g_value_set_variant(value, upgrade_variant());
+        break;
+    case PROP_CONFIG:
+        g_value_set_variant(value, config_variant());
+        break;
+    case PROP_FIRMWARE:
+        g_value_set_string(value, ptz_driver_canon_firmware_text(vccif_get_fw_revision()).c_str());
         break;
     case PROP_REBOOTS:
         g_value_set_uint(value, host_reboots());
@@ -188,6 +218,12 @@ void ptz_driver_canon_install_host(GObjectClass *klass)
     install(klass, PROP_UPGRADE,
             g_param_spec_variant(DRIVER_HOST_UPGRADE, "Upgrade", "What became of the firmware image",
                                  G_VARIANT_TYPE_VARDICT, nullptr, GET));
+    install(klass, PROP_CONFIG,
+            g_param_spec_variant(DRIVER_HOST_CONFIG, "Configuration", "What is wrong in the configuration files",
+                                 G_VARIANT_TYPE("(asa(sss)a(sss))"), nullptr, GET));
+    install(
+        klass, PROP_FIRMWARE,
+        g_param_spec_string(DRIVER_HOST_FIRMWARE, "Firmware", "The camera block's firmware version", "unknown", GET));
     install(klass, PROP_REBOOTS,
             g_param_spec_uint(DRIVER_HOST_REBOOTS, "Reboots", "Starts of the camera block that the status has shown", 0,
                               G_MAXUINT, 0, GET));

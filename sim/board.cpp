@@ -241,7 +241,8 @@ std::optional<std::string> Board::start()
     }
     if (!self.sensor.update(self.folder, self.faults, self.camera.temperature))
         return "Cannot write the thermal zone: " + std::string(std::strerror(errno));
-    if (!self.options.trace_path.empty() && !self.journal.open_trace(self.options.trace_path))
+    if (!self.options.trace_path.empty() &&
+        !self.journal.open_trace(self.options.trace_path, self.options.camera.big_endian, self.options.trace_bytes))
         return "Cannot write the trace " + self.options.trace_path + ": " + std::strerror(errno);
     auto server = std::make_unique<Server>(self);
     auto problem = server->open(self.folder.gpio_socket(), self.folder.spi_socket(0), self.folder.spi_socket(1));

@@ -26,13 +26,14 @@
 namespace sim {
 
 struct Options {
-    std::string folder{};        // made if needed
-    bool manual_time = false;    // time moves by advance() only
-    double time_scale = 1.0;     // how many times faster than the wall real time runs, above 0
-    bool real_wire_time = false; // bursts take as long as their bytes take at their speed; real time only
-    bool overwrite_conf = false; // also replace configuration files that exist
-    std::uint64_t seed = 1;      // of everything faults leave to chance
-    std::string trace_path{};    // empty: no trace file
+    std::string folder{};          // made if needed
+    bool manual_time = false;      // time moves by advance() only
+    double time_scale = 1.0;       // how many times faster than the wall real time runs, above 0
+    bool real_wire_time = false;   // bursts take as long as their bytes take at their speed; real time only
+    bool overwrite_conf = false;   // also replace configuration files that exist
+    std::uint64_t seed = 1;        // of everything faults leave to chance
+    std::string trace_path{};      // empty: no trace file
+    std::uint64_t trace_bytes = 0; // that the last two files of it have at most; 0: one without end
     CameraOptions camera{};
     Journal::Progress progress{}; // of a firmware transfer; without it, lines are printed
     Journal::Print print{};       // gets every printed line; called with the board locked

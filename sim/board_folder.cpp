@@ -47,7 +47,9 @@ std::string driver_conf(const CameraOptions &camera)
             "FpgaResetPin=fpga_reset\n"
             "FpgaResetPinsActiveLow=";
     text += boolean(camera.fpga_reset_active_low);
-    text += "\nFirmwareDoUpgrade=true\n"
+    text += "\nTemperatureLowerLimit=-10\n"
+            "TemperatureUpperLimit=60\n"
+            "FirmwareDoUpgrade=true\n"
             "DatacacheIsUsed=true\n"
             "MaxDigitalZoom=12\n";
     return text;

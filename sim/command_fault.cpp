@@ -1,4 +1,5 @@
 // "fault": what the board is to get wrong, and when.
+#include "columns.h"
 #include "sim/command_parts.h"
 
 #include <algorithm>
@@ -164,21 +165,27 @@ CommandResult run_fault(const Call &call)
 
 std::string fault_help()
 {
-    constexpr std::size_t kColumn = 40;
+    constexpr std::size_t kWidth = 80;
+    constexpr std::size_t kColumn = 38; // of what a fault does
     std::string help;
     for (std::size_t i = 0; i < kFaultCount; ++i) {
         const auto fault = static_cast<Fault>(i);
         std::string form = "  " + fault_form(fault);
-        if (form.size() < kColumn)
-            form.resize(kColumn, ' ');
-        else
-            form += "\n" + std::string(kColumn, ' ');
-        help += form + row(fault).help + (row(fault).times == Schedule::kForEver ? " *\n" : "\n");
+        if (form.size() > kWidth)
+            form.insert(form.rfind('|', kWidth - 1) + 1, "\n      ");
+        if (form.size() + 2 > kColumn) {
+            help += form + "\n";
+            form.clear();
+        }
+        form.resize(kColumn - 2, ' ');
+        const std::string lasts = row(fault).times == Schedule::kForEver ? " *" : "";
+        help += in_columns({{form, row(fault).help + lasts}}, kWidth);
     }
-    return help + "  " + kWhen +
-           ";\n  without it the fault comes once, those with * for ever. A state (hold-request, glitch, silence, "
-           "power-loss,\n"
-           "  stall, sensor, a name on the bus) comes in steps of 100 ms: so long is once.\n";
+    return help + in_columns({{" ", std::string(kWhen) +
+                                        "; without it the fault comes once, those with * for ever. A state "
+                                        "(hold-request, glitch, silence, power-loss, stall, sensor, a name on the bus) "
+                                        "comes in steps of 100 ms: so long is once."}},
+                             kWidth - 1);
 }
 
 } // namespace sim

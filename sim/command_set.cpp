@@ -1,4 +1,5 @@
 // "set": what the board is to be.
+#include "columns.h"
 #include "sim/command_parts.h"
 
 #include <array>
@@ -174,16 +175,17 @@ CommandResult run_set(const Call &call)
 
 std::string set_help()
 {
-    std::string help = "  set NAME VALUE       ";
+    std::string quantities;
     for (const Quantity &quantity : kQuantities)
-        help += std::string(quantity.name) + " ";
-    help += "\n  set NAME DURATION    ";
+        quantities += std::string(quantity.name) + " ";
+    std::string delays;
     for (const Delay &delay : kDelays)
-        help += std::string(delay.name) + " ";
-    return help + "\n  set firmware HEX-VERSION\n"
-                  "  set video-capture-mode TEXT\n"
-                  "  set status-bit lens|pan-tilt BIT on|off|auto\n"
-                  "  set byte f8|e0|60|40 OFFSET HEX-VALUE|auto\n";
+        delays += std::string(delay.name) + " ";
+    return in_columns({{"  set NAME VALUE", quantities}, {"  set NAME DURATION", delays}}, 80) +
+           "  set firmware HEX-VERSION\n"
+           "  set video-capture-mode TEXT\n"
+           "  set status-bit lens|pan-tilt BIT on|off|auto\n"
+           "  set byte f8|e0|60|40 OFFSET HEX-VALUE|auto\n";
 }
 
 } // namespace sim

@@ -74,32 +74,49 @@ int write_image(const char *path, std::uint32_t version, std::size_t size)
     return 0;
 }
 
+// The version of an image, or without a number the program's.
+struct Version {
+    bool is_given = false;
+    GText number;
+};
+
+gboolean on_version(const char *, const char *value, gpointer data, GError **) noexcept
+{
+    *static_cast<Version *>(data) = {true, GText(g_strdup(value))};
+    return TRUE;
+}
+
 int run(int argc, char **argv)
 {
-    char *raw_version = nullptr;
+    Version version_option;
     char *raw_size = nullptr;
     const GOptionEntry entries[] = {
-        {"version", 'V', 0, G_OPTION_ARG_STRING, &raw_version, "Firmware version, such as 0x01020304", "NUMBER"},
+        {"version", 'V', G_OPTION_FLAG_OPTIONAL_ARG, G_OPTION_ARG_CALLBACK, reinterpret_cast<gpointer>(&on_version),
+         "Of the firmware; alone: that of krx-image", "NUMBER"},
         {"size", 's', 0, G_OPTION_ARG_STRING, &raw_size, "Length of the file, 128 bytes to 1GiB (4MiB)", "BYTES"},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
-    const GOptionContextOwned context(
-        g_option_context_new("FILE - make a firmware image for the simulated camera block"));
-    g_option_context_add_main_entries(context.get(), entries, nullptr);
+    const GOptionContextOwned context(g_option_context_new("FILE - make a firmware image for the simulated camera"));
+    GOptionGroup *group = g_option_group_new("main", "", "", &version_option, nullptr);
+    g_option_group_add_entries(group, entries);
+    g_option_context_set_main_group(context.get(), group);
     g_option_context_set_summary(context.get(), "  krx-image --version 0x01020304 --size 4MiB /tmp/board/IMC.APP");
     g_option_context_set_description(context.get(),
                                      "A size is a number of bytes, or one with KiB, MiB or GiB behind it.\n"
                                      "Exit status: 0 made, 1 could not be written, 2 usage error.");
     GErrorSlot error;
     const bool parsed = g_option_context_parse(context.get(), &argc, &argv, error) != FALSE;
-    const GText version_text(raw_version);
     const GText size_text(raw_size);
     if (!parsed)
         return usage_error(error->message);
+    if (version_option.is_given && !version_option.number && argc == 1) {
+        std::puts("krx-image " KRX_SIM_VERSION);
+        return 0;
+    }
     std::uint32_t version = 0;
     std::size_t size = std::size_t{4} * 1024 * 1024;
     if (argc != 2)
         return usage_error("name one FILE to write");
-    if (!parse_version(raw_version, version))
+    if (!parse_version(version_option.number.get(), version))
         return usage_error("--version takes a number up to 0xFFFFFFFF, such as 0x01020304");
     if (raw_size && !parse_size(raw_size, size))
         return usage_error("--size takes 128 bytes to 1GiB, such as 70000, 64KiB or 4MiB");

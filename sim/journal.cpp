@@ -9,15 +9,37 @@ constexpr std::size_t kKept = 4096;
 
 } // namespace
 
-bool Journal::open_trace(const std::string &path)
+bool Journal::open_trace(const std::string &path, bool big_endian, std::uint64_t most_bytes)
 {
-    trace_.reset(std::fopen(path.c_str(), "we"));
+    trace_path_ = path;
+    trace_big_endian_ = big_endian;
+    most_trace_bytes_ = most_bytes;
+    return begin_trace();
+}
+
+bool Journal::begin_trace()
+{
+    trace_.reset(std::fopen(trace_path_.c_str(), "we"));
     if (!trace_)
         return false;
     // A line at a time, so that the file can be read while the simulator runs.
     std::setvbuf(trace_.get(), nullptr, _IOLBF, 1 << 13);
-    std::fputs(kTraceHeader, trace_.get());
+    trace_bytes_ = 0;
+    write_trace(trace_header(trace_big_endian_));
     return true;
+}
+
+void Journal::write_trace(const std::string &text)
+{
+    if (!trace_)
+        return;
+    std::fputs(text.c_str(), trace_.get());
+    trace_bytes_ += text.size();
+    if (most_trace_bytes_ == 0 || trace_bytes_ < most_trace_bytes_ / 2)
+        return;
+    std::rename(trace_path_.c_str(), (trace_path_ + ".1").c_str());
+    if (!begin_trace() && print_)
+        print_(Detail::offences, 0, "the trace cannot be gone on with");
 }
 
 void Journal::offence(std::int64_t now, std::string_view name, std::string_view detail)
@@ -45,13 +67,13 @@ void Journal::note(std::int64_t now, Detail detail, std::string_view text)
     if (print_)
         print_(detail, now, text);
     if (trace_)
-        std::fprintf(trace_.get(), "# %s %.*s\n", trace_time(now).c_str(), static_cast<int>(text.size()), text.data());
+        write_trace("# " + trace_time(now) + " " + std::string(text) + "\n");
 }
 
 void Journal::burst(std::int64_t now, unsigned port, bool from_host, std::span<const std::uint8_t> bytes)
 {
     if (trace_)
-        std::fputs(trace_line(now, port, from_host, bytes).c_str(), trace_.get());
+        write_trace(trace_line(now, port, from_host, bytes));
 }
 
 void Journal::progress(std::int64_t now, unsigned percent)

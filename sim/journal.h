@@ -33,8 +33,9 @@ class Journal {
     // percent are a printed line.
     using Progress = std::function<void(std::optional<unsigned> percent)>;
     void set_progress(Progress progress) { progress_ = std::move(progress); }
-    // Starts the trace file; false and errno when it cannot be written.
-    bool open_trace(const std::string &path);
+    // Starts the trace file; false and errno when it cannot be written. big_endian: how the block sends frame headers.
+    // most_bytes: when the file has half of it, it becomes PATH.1 and a new one is begun; 0: it grows without end.
+    bool open_trace(const std::string &path, bool big_endian, std::uint64_t most_bytes);
 
     void offence(std::int64_t now, std::string_view name, std::string_view detail);
     void record(std::int64_t now, const Record &record);
@@ -54,6 +55,9 @@ class Journal {
     std::vector<std::vector<std::uint8_t>> take_packets() { return std::exchange(packets_, {}); }
 
   private:
+    bool begin_trace();
+    void write_trace(const std::string &text);
+
     struct CloseFile {
         void operator()(std::FILE *file) const { std::fclose(file); }
     };
@@ -62,6 +66,10 @@ class Journal {
     Progress progress_;
     unsigned printed_tens_ = 0;
     std::unique_ptr<std::FILE, CloseFile> trace_;
+    std::string trace_path_;
+    bool trace_big_endian_ = false;
+    std::uint64_t most_trace_bytes_ = 0;
+    std::uint64_t trace_bytes_ = 0; // in the file
     Counts offences_;
     std::array<unsigned, kRecCount> records_{};
     std::vector<std::string> heard_;

@@ -3,8 +3,12 @@
 #include "glib_owned.h"
 #include "sim/command.h"
 
+#include <cstdio>
+
 namespace sim {
 namespace {
+
+constexpr int kMostMib = 1 << 20;
 
 struct Raw {
     char *board = nullptr;
@@ -19,6 +23,8 @@ struct Raw {
     gboolean quiet = FALSE;
     gboolean verbose = FALSE;
     gboolean strict = FALSE;
+    gboolean version = FALSE;
+    int trace_limit = 0;
 
     ~Raw()
     {
@@ -41,6 +47,8 @@ bool parse(Raw &raw, int argc, char **argv)
         {"board", 'b', 0, G_OPTION_ARG_FILENAME, &raw.board, "Folder of the board: sockets and configuration", "DIR"},
         {"script", 's', 0, G_OPTION_ARG_FILENAME, &raw.script, "Commands to carry out, each with its time", "FILE"},
         {"trace", 't', 0, G_OPTION_ARG_FILENAME, &raw.trace, "Write every burst to FILE (see ptzctl decode)", "FILE"},
+        {"trace-limit", 0, 0, G_OPTION_ARG_INT, &raw.trace_limit, "Keep the last of the trace, in FILE.1 and FILE",
+         "MIB"},
         {"time-scale", 'x', 0, G_OPTION_ARG_STRING, &raw.time_scale,
          "Let time run N times faster (else PTZ_TIME_SCALE)", "N"},
         {"real-wire-time", 'w', 0, G_OPTION_ARG_NONE, &raw.real_wire_time, "Bursts last as long as on a wire", nullptr},
@@ -52,17 +60,19 @@ bool parse(Raw &raw, int argc, char **argv)
         {"quiet", 'q', 0, G_OPTION_ARG_NONE, &raw.quiet, "Print offences only", nullptr},
         {"verbose", 'v', 0, G_OPTION_ARG_NONE, &raw.verbose, "Also print status reads and line changes", nullptr},
         {"strict", 0, 0, G_OPTION_ARG_NONE, &raw.strict, "Exit with status 3 when an offence was counted", nullptr},
+        {"version", 0, 0, G_OPTION_ARG_NONE, &raw.version, "Print the version and end", nullptr},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
     const GOptionContextOwned context(g_option_context_new("- a simulated camera board"));
-    g_option_context_set_summary(
-        context.get(),
-        "Simulates a pan-tilt-zoom camera board: SPI link, GPIO lines and the camera block behind them.\n"
-        "Prints \"ready\" when hosts may connect; ends on SIGINT or SIGTERM and then prints its counts.\n\n"
-        "  krx-sim --board /tmp/board &\n"
-        "  PTZ_DATA_DIR=/tmp/board PTZ_BOARD=/tmp/board ptzd --plugin libptz_driver_canon.so");
+    g_option_context_set_summary(context.get(),
+                                 "Simulates a pan-tilt-zoom camera board: SPI link, GPIO lines and the camera\n"
+                                 "block behind them. Prints \"ready\" when hosts may connect; ends on SIGINT or\n"
+                                 "SIGTERM and then prints its counts.\n\n"
+                                 "  krx-sim --board /tmp/board &\n"
+                                 "  export PTZ_DATA_DIR=/tmp/board PTZ_BOARD=/tmp/board\n"
+                                 "  ptzd --plugin libptz_driver_canon.so");
     const std::string description =
-        "Commands, from a script (\"at 1.5s COMMAND\" per line) or over D-Bus (com.orna.KrxSim):\n" + command_help() +
-        "\nExit status: 0 ended as asked, 1 could not run, 2 usage error, 3 offences counted with --strict.";
+        "Commands, from a script (\"at 1.5s COMMAND\" per line) or over D-Bus\n(com.orna.KrxSim):\n" + command_help() +
+        "\nExit status: 0 ended as asked, 1 could not run, 2 usage error, 3 offences\ncounted with --strict.";
     g_option_context_set_description(context.get(), description.c_str());
     g_option_context_add_main_entries(context.get(), entries, nullptr);
     GErrorSlot error;
@@ -71,6 +81,10 @@ bool parse(Raw &raw, int argc, char **argv)
     }
     if (argc > 1)
         return usage_error("unexpected words on the command line");
+    if (raw.version)
+        return true;
+    if (raw.trace_limit < 0 || raw.trace_limit > kMostMib)
+        return usage_error("--trace-limit takes a number of MiB up to 1048576; 0: no limit");
     if (!raw.board || !*raw.board)
         return usage_error("--board DIR is missing");
     return true;
@@ -99,11 +113,16 @@ std::optional<Arguments> parse_arguments(int argc, char **argv, int &status)
     if (!parse(raw, argc, argv) || !parse_time_scale(raw.time_scale, arguments.board.time_scale))
         return std::nullopt;
     status = 0;
+    if (raw.version) {
+        std::puts("krx-sim " KRX_SIM_VERSION);
+        return std::nullopt;
+    }
     arguments.board.folder = raw.board;
     arguments.board.real_wire_time = raw.real_wire_time;
     arguments.board.overwrite_conf = raw.force;
     arguments.board.seed = static_cast<std::uint64_t>(raw.seed);
     arguments.board.trace_path = raw.trace ? raw.trace : "";
+    arguments.board.trace_bytes = static_cast<std::uint64_t>(raw.trace_limit) << 20;
     arguments.board.camera.big_endian = raw.big_endian;
     if (raw.invert_lines) {
         arguments.board.camera.power_active_low = true;

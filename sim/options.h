@@ -15,8 +15,8 @@ struct Arguments {
     bool strict = false;             // offences make the exit status 3
 };
 
-// Reads the command line; none after a usage error (its message is printed) or after --help (help was printed, and
-// `status` is 0).
+// Reads the command line; none after a usage error (its message is printed) or after --help or --version (which was
+// printed, and `status` is 0).
 std::optional<Arguments> parse_arguments(int argc, char **argv, int &status);
 
 } // namespace sim

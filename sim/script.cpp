@@ -43,6 +43,7 @@ std::optional<std::string> load_script(const std::string &path, Board &board)
     if (!file)
         return "Cannot read the script " + path + ": " + std::strerror(errno);
     std::vector<std::pair<std::int64_t, std::string>> commands;
+    Board rehearsal({.manual_time = true}); // finds what is wrong before anything is done
     std::string line;
     for (int number = 1; std::getline(file, line); ++number) {
         const std::string_view text = trim(line);
@@ -53,8 +54,12 @@ std::optional<std::string> load_script(const std::string &path, Board &board)
         if (!parse_line(text, us, command))
             return path + ":" + std::to_string(number) +
                    ": expected \"at TIME COMMAND\", such as \"at 1.5s set zoom 30\"";
+        if (const CommandResult result = rehearsal.command(command); !result.ok)
+            return path + ":" + std::to_string(number) + ": " + result.text;
         commands.emplace_back(us, command);
     }
+    if (file.bad()) // a folder
+        return "Cannot read the script " + path + ": it is no file of text";
     for (auto &[us, command] : commands)
         board.at(us, std::move(command));
     return std::nullopt;

@@ -12,8 +12,8 @@
 
 namespace sim {
 
-// Queues every line of the file. Gives a message, with the line's number, when it cannot be read or a time is
-// malformed; nothing is queued then. Commands are judged when their time comes.
+// Queues every line of the file. Gives a message, with the line's number, when it cannot be read or a time or a command
+// is not what the language takes; nothing is queued then.
 std::optional<std::string> load_script(const std::string &path, Board &board);
 
 } // namespace sim

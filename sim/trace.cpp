@@ -100,24 +100,46 @@ std::string describe_block(std::span<const std::uint8_t> block)
     return text.data();
 }
 
-std::vector<std::string> decode_block_frame(std::span<const std::uint8_t> burst, bool big_endian)
+// The status run of a block's frame, or what is wrong with the frame.
+struct BlockFrame {
+    std::string problem{};
+    std::span<const std::uint8_t> run{};
+};
+
+BlockFrame block_frame(std::span<const std::uint8_t> burst, bool big_endian)
 {
     if (burst.size() < kFrameHeader)
-        return {"Frame too short"};
+        return {.problem = "Frame too short"};
     const unsigned low = burst[big_endian ? 1 : 0];
     const unsigned high = burst[big_endian ? 0 : 1];
     const std::size_t length = high << 8 | low;
-    if (length == 0)
-        return {};
     if (length + kFrameHeader > burst.size())
-        return {"Frame of " + std::to_string(length) + " bytes does not fit its burst"};
+        return {.problem = "Frame of " + std::to_string(length) + " bytes does not fit its burst"};
     const auto run = burst.subspan(kFrameHeader, length);
     const unsigned checksum = static_cast<unsigned>(burst[big_endian ? 2 : 3] << 8 | burst[big_endian ? 3 : 2]);
-    if (frame_checksum(run) != checksum)
-        return {"Frame with a wrong checksum"};
-    const std::string loader = describe_upgrade(run);
-    return loader.empty() ? decode_status(run) : std::vector<std::string>{loader};
+    if (length != 0 && frame_checksum(run) != checksum)
+        return {.problem = "Frame with a wrong checksum"};
+    return {.run = run};
 }
+
+std::vector<std::string> decode_block_frame(std::span<const std::uint8_t> burst, std::optional<bool> big_endian)
+{
+    BlockFrame frame = block_frame(burst, big_endian.value_or(false));
+    if (!big_endian && !frame.problem.empty()) {
+        const BlockFrame other = block_frame(burst, true);
+        if (other.problem.empty())
+            frame = other;
+    }
+    if (!frame.problem.empty())
+        return {frame.problem};
+    if (frame.run.empty())
+        return {};
+    const std::string loader = describe_upgrade(frame.run);
+    return loader.empty() ? decode_status(frame.run) : std::vector<std::string>{loader};
+}
+
+constexpr std::string_view kLittleEndian = "# byte order: little endian";
+constexpr std::string_view kBigEndian = "# byte order: big endian";
 
 } // namespace
 
@@ -127,6 +149,19 @@ std::string trace_time(std::int64_t us)
     std::snprintf(text.data(), text.size(), "%lld.%06lld", static_cast<long long>(us / 1'000'000),
                   static_cast<long long>(us % 1'000'000));
     return text.data();
+}
+
+std::string trace_header(bool big_endian)
+{
+    return "# krx-sim trace 1: seconds port sender length bytes\n" +
+           std::string(big_endian ? kBigEndian : kLittleEndian) + "\n";
+}
+
+std::optional<bool> trace_byte_order(std::string_view line)
+{
+    if (line != kBigEndian && line != kLittleEndian)
+        return std::nullopt;
+    return line == kBigEndian;
 }
 
 std::string trace_line(std::int64_t now, unsigned port, bool from_host, std::span<const std::uint8_t> bytes)
@@ -188,7 +223,7 @@ std::vector<std::string> decode_status(std::span<const std::uint8_t> run)
     return lines;
 }
 
-std::vector<std::string> decode_trace_line(std::string_view text, bool big_endian)
+std::vector<std::string> decode_trace_line(std::string_view text, std::optional<bool> big_endian)
 {
     TraceLine line;
     if (!parse_trace_line(text, line))

@@ -1,10 +1,11 @@
 // The trace file: one text line per burst and direction.
 //   12.345678 port0 host 1024 0003FEDA616263
 // time in seconds, port, who sent it ("host" or "block"), bytes clocked, the bytes in hexadecimal without the zeros at
-// their end. Lines that begin with "#" are remarks.
+// their end. Lines that begin with "#" are remarks; one at the head says which byte of a block's frame header is first.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -12,7 +13,10 @@
 
 namespace sim {
 
-inline constexpr char kTraceHeader[] = "# krx-sim trace 1: seconds port sender length bytes\n";
+// What a trace begins with.
+std::string trace_header(bool big_endian);
+// Whether a line of that is the one about the byte order, and then which it is.
+std::optional<bool> trace_byte_order(std::string_view line);
 
 // "12.345678"
 std::string trace_time(std::int64_t us);
@@ -32,8 +36,8 @@ bool parse_trace_line(std::string_view text, TraceLine &line);
 std::vector<std::string> decode_packet(std::span<const std::uint8_t> packet);
 // What the blocks of a status run say, one line per block.
 std::vector<std::string> decode_status(std::span<const std::uint8_t> run);
-// What a line of a trace file says; empty for remarks, and for frames without payload. The header of a block's frame is
-// read least significant byte first unless `big_endian`.
-std::vector<std::string> decode_trace_line(std::string_view text, bool big_endian = false);
+// What a line of a trace file says; empty for remarks, and for frames without payload. `big_endian`: the header of a
+// block's frame has its most significant byte first; where that is not known, it is read as it makes sense.
+std::vector<std::string> decode_trace_line(std::string_view text, std::optional<bool> big_endian = std::nullopt);
 
 } // namespace sim

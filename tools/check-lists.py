@@ -2,7 +2,7 @@
 """Usage: tools/check-lists.py [ROOT]
 
 Some things stand in several lists that no compiler holds together: a method of the bus has a handler and a line of the
-policy, a command has its completion and its manual. Fails when a list names something that the first list of its kind
+policy, an option is in the manual. Fails when a list names something that the first list of its kind
 lacks, or the other way round; and when a page names a file that is not there.
 """
 import pathlib
@@ -25,8 +25,6 @@ def declared_outside(room, prefix):
     return Names(" ".join(f"{each}/*.h" for each in rooms), rf"^\w[^\n(/]*?\b({prefix}\w+)\(")
 
 
-OPTION = r'(?:"  |, )(--[a-z-]+)'
-
 # The first list of each row is where the thing itself is; the others must have the same names.
 LISTS = {
     "method of the bus": [
@@ -34,15 +32,17 @@ LISTS = {
         Names("platform/ptzorvel/ptzd/face.cpp", r'\{"(\w+)", call_'),
         Names("data/dbus/com.orna.PTZ.conf", r'send_interface="com\.orna\.PTZ" send_member="(\w+)"'),
     ],
-    "command of ptzctl": [
-        Names("tools/ptzctl/commands.cpp", r'^    \{"([\w-]+)", "'),
-        Names("data/completion/ptzctl", r"[\w-]+", r"commands='([^']*)'"),
-        Names("data/man/ptzctl.1", r"(?:^\.TP\n\.B |\\fR, \\fB)([\w-]+)", r"\.SH DESCRIPTION(.*)\.SH OPTIONS"),
-    ],
-    "option of ptzctl": [
-        Names("tools/ptzctl/commands.cpp tools/ptzctl/run.cpp", OPTION),
-        Names("data/completion/ptzctl", r"--[a-z-]+", r"_ptzctl\(\)(.*)"),
-    ],
+    **{
+        f"option of {program}": [
+            Names(source, r'^ +\{"([a-z-]+)", (?:\'.\'|0), '),
+            Names(f"data/man/{program}.{section}", r"--([a-z-]+)", r"\.SH OPTIONS(.*?)\n\.(?:PP|SH)"),
+        ]
+        for program, source, section in (
+            ("krx-sim", "sim/options.cpp", 1),
+            ("krx-image", "sim/image_main.cpp", 1),
+            ("ptzd", "platform/ptzorvel/ptzd/main.cpp", 8),
+        )
+    },
     "image-source parameter": [
         Names("driver/imagesource.cpp", r'"(\w+)"', r'\[\] = \{((?:\s*"\w+",)+\s*nullptr,)'),
         Names("platform/ptzorvel/driver/imaging_params.cpp", r'^    (?:number|level|choice)\("(\w+)"'),
@@ -54,6 +54,7 @@ LISTS = {
     ],
     "key of krx_port.conf": [
         Names("port/config.cpp", r'(?:group|COMMON_GROUP), "(\w+)"'),
+        Names("driver/config_check.cpp", r'^        \{"(\w+)", (?:integer|boolean|text|pin),'),
         Names("docs/configuration.md", r"^\| `(\w+)`", r"\n## krx_port\.conf\n(.*)"),
     ],
     "status field": [

@@ -4,8 +4,8 @@
 set -euo pipefail
 
 declare -A groups=(
-    [build]="make meson ninja-build g++ pkg-config libglib2.0-dev libasound2-dev dbus dbus-daemon
-             libgtest-dev libgmock-dev libbenchmark-dev"
+    [build]="make meson ninja-build g++ pkg-config libglib2.0-dev libasound2-dev dbus dbus-daemon python3-gi
+             libgtest-dev libgmock-dev libbenchmark-dev mandoc"
     [fuzz]="clang libclang-rt-14-dev"
     [lint]="clang clang-format clang-tidy clang-tools shellcheck"
 )

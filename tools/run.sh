@@ -1,13 +1,23 @@
 #!/bin/bash
-# Usage: tools/run.sh BUILD_DIR
+# Usage: tools/run.sh BUILD_DIR [--time-scale N]
 # Brings up a private bus, the simulated board and ptzd with the real plug-in, and tours the camera through ptzctl. Every
 # step checks what came of it; a wrong one ends the tour with status 1. On a terminal the camera stays up afterwards
-# until Ctrl-C. PTZ_TIME_SCALE=N lets everything run N times faster.
+# until Ctrl-C. --time-scale N, or PTZ_TIME_SCALE=N, lets everything run N times faster.
 set -uo pipefail
 
-build=$(cd "${1:?usage: tools/run.sh BUILD_DIR}" && pwd) || exit 2
-data=$(cd "$(dirname "$0")/../data" && pwd)
+usage() {
+    echo 'usage: tools/run.sh BUILD_DIR [--time-scale N]' >&2
+    exit 2
+}
 scale=${PTZ_TIME_SCALE:-1}
+if [[ $# -eq 3 && $2 == --time-scale ]]; then
+    scale=$3
+elif [[ $# -ne 1 ]]; then
+    usage
+fi
+[[ $scale =~ ^[0-9]+([.][0-9]+)?$ ]] || usage
+build=$(cd "$1" && pwd) || exit 2
+data=$(cd "$(dirname "$0")/../data" && pwd)
 plugin=$build/driver/plugin/libptz_driver_canon.so
 export PATH=$build/tools/ptzctl:$build/sim:$build/platform/ptzorvel/ptzd:$PATH
 
@@ -67,7 +77,7 @@ wait_for() {
 # Waits for state 1, at most 40 seconds, as long as there is a ptzd to come to it.
 wait_running() {
     local tries=20
-    until ptzctl state --wait 1 --within 2 2>"$dir/state"; do
+    until ptzctl state --wait running --within 2 2>"$dir/state"; do
         kill -0 "$ptzd_pid" 2>/dev/null || fail 'ptzd ended by itself'
         ((tries-- > 0)) || fail "$(cat "$dir/state")"
     done
@@ -128,7 +138,7 @@ CONF
     export ALSA_CONFIG_PATH=$data/asound.conf
     export PTZ_DATA_DIR=$dir/board PTZ_BOARD=$dir/board PTZ_TIME_SCALE=$scale
 
-    setsid krx-sim --board "$dir/board" --trace "$dir/wire.trace" --time-scale "$scale" --verbose --strict \
+    setsid krx-sim --board "$dir/board" --trace "$dir/wire.trace" --trace-limit 64 --time-scale "$scale" --verbose --strict \
         >"$dir/sim.log" 2>&1 &
     sim_pid=$!
     wait_for ready "$dir/sim.log" 10
@@ -236,11 +246,12 @@ if [[ -t 0 && -t 1 ]]; then
     cat <<TEXT
 To talk to it, in another terminal:
 
-  export DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SYSTEM_BUS_ADDRESS
+  export DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SYSTEM_BUS_ADDRESS PTZ_TIME_SCALE=$scale
   export PATH=$build/tools/ptzctl:\$PATH
   ptzctl --help
 
 Logs: $dir/ptzd.log, $dir/sim.log; the wire: $dir/wire.trace
+(of the wire the last 64 MiB are kept, what went before in wire.trace.1)
 TEXT
     trap 'trap - INT; stopped=1' INT
     stopped=0

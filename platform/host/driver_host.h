@@ -61,6 +61,15 @@
 #define DRIVER_HOST_UPGRADE_DONE "done"
 #define DRIVER_HOST_UPGRADE_HELD "held"
 
+/* GVariant (asa(sss)a(sss)): the driver's configuration files, read anew at every look. What is wrong in them, a line each,
+ * "FILE:LINE: error: ..." for what the driver cannot work with, or "... warning: ..."; the GPIO lines that they name;
+ * the device files. Of the latter two where they stand, "FILE:LINE", the key, the name: whether they are there is for the
+ * host to find out. */
+#define DRIVER_HOST_CONFIG "host-config"
+
+/* Text: the firmware version that the camera block's status told last, 8 hexadecimal digits, or "unknown". */
+#define DRIVER_HOST_FIRMWARE "host-firmware"
+
 /* guint: how often the status has shown that the camera block has started, whoever started it, since the process began:
  * no status for a fifth of a second, then one with a busy lens. Counted when the lens is ready. */
 #define DRIVER_HOST_REBOOTS "host-reboots"

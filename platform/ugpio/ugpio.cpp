@@ -100,6 +100,11 @@ ugpio *ugpio_request_named(const char *name)
     return request_name(name, nullptr);
 }
 
+int ugpio_is_named(const char *name)
+{
+    return name && *name ? backend().knows_name(name) : 0;
+}
+
 ugpio *ugpio_request_one(int number, unsigned flags, const char *)
 {
     return request_number(number, &flags);

@@ -23,6 +23,9 @@ typedef struct ugpio ugpio;
 ugpio *ugpio_request(int number, const char *label);
 /* The same for the line called `name`; EINVAL without a name, ENOENT when no line has it. */
 ugpio *ugpio_request_named(const char *name);
+/* 1 when there is a line called `name`, 0 when there is none, -1 and errno when that cannot be told. Takes and changes
+ * nothing. */
+int ugpio_is_named(const char *name);
 /* A handle on a line that is made an output and driven low or high (or made an input). The output keeps its level
  * after ugpio_free(). */
 ugpio *ugpio_request_one(int number, unsigned flags, const char *label);

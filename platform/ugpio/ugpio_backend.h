@@ -30,6 +30,7 @@ inline int fail(int error)
 struct Backend {
     int (*find_number)(int number) noexcept; // gives the `line` of a handle
     int (*find_name)(const char *name) noexcept;
+    int (*knows_name)(const char *name) noexcept; // 1 or 0
     int (*set_direction)(int line, unsigned flags) noexcept;
     int (*open)(ugpio &handle) noexcept;
     int (*read)(ugpio &handle) noexcept;

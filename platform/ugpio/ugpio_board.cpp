@@ -191,6 +191,19 @@ int find_name(const char *name) noexcept
     return find_line([name](const LineInfo &line) { return std::strncmp(line.name.data(), name, kNameSize) == 0; });
 }
 
+int knows_name(const char *name) noexcept
+{
+    Connection &board = connection();
+    const std::lock_guard lock(board.mutex);
+    if (board.ensure() != 0)
+        return -1;
+    for (unsigned i = 0; i < board.hello().count; ++i) {
+        if (std::strncmp(board.hello().lines[i].name.data(), name, kNameSize) == 0)
+            return 1;
+    }
+    return 0;
+}
+
 int set_direction(int line, unsigned flags) noexcept
 {
     Connection &board = connection();
@@ -246,6 +259,7 @@ int make_fd(ugpio &handle) noexcept
 
 } // namespace
 
-const Backend kBoardBackend{find_number, find_name, set_direction, open_line, read_level, set_edge, make_fd};
+const Backend kBoardBackend{find_number, find_name,  knows_name, set_direction,
+                            open_line,   read_level, set_edge,   make_fd};
 
 } // namespace ugpio_internal

@@ -73,6 +73,14 @@ int find_name(const char *name) noexcept
     return number < 0 ? -1 : find_number(number);
 }
 
+int knows_name(const char *name) noexcept
+{
+    const int number = find_kernel_line(name, root("UGPIO_DEV_ROOT", "/dev"), sysfs_root(), kCharacterDevice);
+    if (number < 0)
+        return errno == ENOENT ? 0 : -1;
+    return 1;
+}
+
 int set_direction(int line, unsigned flags) noexcept
 {
     const char *direction = flags == UGPIO_OUT_HIGH ? "high" : flags == UGPIO_OUT_LOW ? "low" : "in";
@@ -179,6 +187,7 @@ int find_kernel_line(const char *name, const std::string &dev_root, const std::s
 }
 
 const ChipReader kCharacterDevice{read_chip, read_line};
-const Backend kKernelBackend{find_number, find_name, set_direction, open_value, read_value, set_edge, make_fd};
+const Backend kKernelBackend{find_number, find_name,  knows_name, set_direction,
+                             open_value,  read_value, set_edge,   make_fd};
 
 } // namespace ugpio_internal

@@ -9,8 +9,9 @@ using enum Where;
 
 // The patience that the driver has with another service is 10 s on the wall for each of the values it asks for.
 constexpr double kPatience = 45;
-// Until a start without an answer is given up.
-constexpr double kGivenUp = 200;
+// Until a start without an answer is given up, and tried again; the same with an upgrade after it.
+constexpr double kGivenUp = 240;
+constexpr double kCutOff = kGivenUp + 150;
 // What comes of a frame that does not get through whole, and of the chunk of an image that was in it.
 constexpr char kSpoilt[] =
     "frame-checksum frame-length frame-filler packet-header packet-length upgrade-command chunk-gap upgrade-incomplete";
@@ -64,9 +65,9 @@ constexpr FaultClass kClasses[] = {
     {.fault = "refuse-chunk 100", .where = upgrades},
     {.fault = "refuse-chunks", .where = upgrades},
     {.fault = "upgrade-ready never", .where = upgrades, .early = true},
-    {.fault = "upgrade-cut start", .where = upgrades, .early = true},
-    {.fault = "upgrade-cut ready", .where = upgrades, .early = true},
-    {.fault = "upgrade-cut 100", .where = upgrades},
+    {.fault = "upgrade-cut start", .where = upgrades, .early = true, .bound_s = kCutOff},
+    {.fault = "upgrade-cut ready", .where = upgrades, .early = true, .bound_s = kCutOff},
+    {.fault = "upgrade-cut 100", .where = upgrades, .bound_s = kCutOff},
     {.fault = "upgrade-cut end", .where = upgrades},
     {.fault = "fw-complete never", .where = upgrades},
     {.fault = "new-firmware never", .where = upgrades},

@@ -21,6 +21,7 @@ struct Options {
     bool slice = false;
     bool list = false;
     unsigned workers = 8;
+    double patience = 1;
     std::uint64_t seed = 1;
     std::string only; // cells whose name has this
     std::string page;
@@ -37,6 +38,8 @@ bool parse(int argc, char **argv, Options &options)
             options.list = true;
         else if (word == "--workers" && value != nullptr)
             options.workers = static_cast<unsigned>(std::max(1, std::atoi(argv[++i])));
+        else if (word == "--patience" && value != nullptr)
+            options.patience = std::max(1.0, std::strtod(argv[++i], nullptr));
         else if (word == "--seed" && value != nullptr)
             options.seed = std::strtoull(argv[++i], nullptr, 10);
         else if (word == "--only" && value != nullptr)
@@ -118,15 +121,15 @@ void sort_by_length(std::vector<Cell> &cells)
     std::stable_sort(cells.begin(), cells.end(), [&](const Cell &a, const Cell &b) { return rank(a) < rank(b); });
 }
 
-Result run(std::unique_ptr<Rig> &rig, const Cell &cell, std::uint64_t seed)
+Result run(std::unique_ptr<Rig> &rig, const Cell &cell, const Options &options, unsigned index)
 {
     Result result{cell, Verdict::green, {}};
     std::string first;
     for (int time = 0; time < kTries; ++time) {
         try {
             if (rig == nullptr)
-                rig = std::make_unique<Rig>();
-            result.outcome = try_cell(*rig, cell, seed);
+                rig = std::make_unique<Rig>(options.patience);
+            result.outcome = try_cell(*rig, cell, options.seed + index);
         } catch (const std::runtime_error &error) {
             result.outcome.wrong = error.what();
         }
@@ -150,12 +153,12 @@ Result run(std::unique_ptr<Rig> &rig, const Cell &cell, std::uint64_t seed)
 }
 
 // A worker: takes indices from one pipe, writes results into the other, a line each.
-void work(const std::vector<Cell> &cells, std::uint64_t seed, int take, int give)
+void work(const std::vector<Cell> &cells, const Options &options, int take, int give)
 {
     std::unique_ptr<Rig> rig;
     unsigned index = 0;
     while (read(take, &index, sizeof index) == sizeof index) {
-        const Result result = run(rig, cells[index], seed + index);
+        const Result result = run(rig, cells[index], options, index);
         const auto &[wrong, told, back, met, answered] = result.outcome;
         std::string text = std::to_string(index) + " " + std::to_string(static_cast<int>(result.verdict)) + " " +
                            std::to_string(told) + " " + std::to_string(back) + " " +
@@ -180,7 +183,7 @@ std::vector<Result> run_all(const std::vector<Cell> &cells, const Options &optio
             continue;
         close(indices[1]);
         close(results[0]);
-        work(cells, options.seed, indices[0], results[1]);
+        work(cells, options, indices[0], results[1]);
         std::_Exit(0);
     }
     close(indices[0]);
@@ -221,7 +224,9 @@ int run(int argc, char **argv)
 {
     Options options;
     if (!parse(argc, argv, options)) {
-        std::fprintf(stderr, "campaign [--slice] [--list] [--only TEXT] [--workers N] [--seed N] [--page FILE]\n");
+        std::fprintf(
+            stderr,
+            "campaign [--slice] [--list] [--only TEXT] [--workers N] [--patience N] [--seed N] [--page FILE]\n");
         return 2;
     }
     if (const std::string forgotten = forgotten_faults(); !forgotten.empty()) {

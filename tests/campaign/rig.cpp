@@ -6,6 +6,8 @@
 #include <cmath>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <unistd.h>
 
 namespace {
 
@@ -17,7 +19,7 @@ constexpr std::size_t kImageBytes = 300'000;
 
 } // namespace
 
-Rig::Rig()
+Rig::Rig(double bounds_times) : patience(bounds_times)
 {
     const auto hear = [](GDBusConnection *, const char *, const char *, const char *, const char *name,
                          GVariant *parameters, gpointer data) {
@@ -47,7 +49,7 @@ Rig::~Rig()
     g_dbus_connection_signal_unsubscribe(client.connection(), subscription_);
 }
 
-bool Rig::wait(double seconds, const std::function<bool()> &condition)
+bool Rig::wait_exactly(double seconds, const std::function<bool()> &condition)
 {
     const double latest = now() + seconds;
     for (;;) {
@@ -95,7 +97,7 @@ void Rig::take_status(const std::string &text)
     const std::string shown = after("'link': <'");
     link = shown.substr(0, shown.find('\''));
     const double age = std::strtod(after("'status-age': <").c_str(), nullptr);
-    if (link == "up" && age > kLinkTold + stalled * kScale)
+    if (link == "up" && age > kLinkTold * patience + stalled * kScale)
         lie = "the last status is " + std::to_string(age) + " s old and the link is up";
 }
 
@@ -116,9 +118,6 @@ void Rig::renew()
     for (const auto &entry : std::filesystem::directory_iterator(folder.path()))
         std::filesystem::remove_all(entry.path());
     start_sim({"--force"});
-    // With a range of temperatures the driver looks at the sensor.
-    folder.write("krx_driver.conf",
-                 folder.read("krx_driver.conf") + "TemperatureLowerLimit=-10\nTemperatureUpperLimit=60\n");
 }
 
 void Rig::begin_start()
@@ -163,7 +162,7 @@ std::string Rig::have_stopped()
         const double took = now() - before;
         const int status = ended ? ptzd->wait() : -1;
         ptzd.reset();
-        if (!ended || status != 0 || took > 20)
+        if (!ended || status != 0 || took > 20 * patience)
             return "ending took " + std::to_string(took) + " s, exit status " + std::to_string(status);
         if (sim_state() != "off")
             return "ended and left the block " + sim_state();
@@ -205,7 +204,14 @@ Rig::Settings Rig::settings()
 Holdings Rig::holdings()
 {
     const std::filesystem::directory_iterator threads("/proc/" + ptzd->pid() + "/task");
-    Holdings held{ptzd_descriptors(), static_cast<std::size_t>(std::distance(begin(threads), end(threads))), 0};
+    std::size_t pages = 0;
+    std::ifstream("/proc/" + ptzd->pid() + "/statm").ignore(99, ' ') >> pages;
+    const std::string status = client.call("GetStatus").text, key = "'tasks': <uint32 ";
+    Holdings held{.descriptors = ptzd_descriptors(),
+                  .threads = static_cast<std::size_t>(std::distance(begin(threads), end(threads))),
+                  .memory_kib = pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) / 1024};
+    if (const std::size_t at = status.find(key); at != std::string::npos)
+        held.tasks = static_cast<unsigned>(std::stoul(status.substr(at + key.size())));
     GVariant *reply = g_dbus_connection_call_sync(client.connection(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
                                                   "org.freedesktop.DBus.Debug.Stats", "GetConnectionStats",
                                                   g_variant_new("(s)", "com.orna.PTZ"), nullptr, G_DBUS_CALL_FLAGS_NONE,

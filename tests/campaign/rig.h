@@ -11,6 +11,8 @@ struct Holdings {
     std::size_t descriptors = 0;
     std::size_t threads = 0;
     unsigned subscriptions = 0;
+    std::size_t memory_kib = 0;
+    unsigned tasks = 0; // of its command thread
 };
 
 class Rig : public SystemTest {
@@ -19,17 +21,22 @@ class Rig : public SystemTest {
     static constexpr double kScale = 20;
     static constexpr unsigned kNewFirmware = 0x01020304;
 
-    Rig();
+    const double patience; // by what all bounds are multiplied, on a machine that has other things to do
+
+    explicit Rig(double bounds_times = 1);
     ~Rig() override;
     void TestBody() override {}
 
     // Camera seconds, as the simulator and ptzd count them.
     double now() const { return static_cast<double>(g_get_monotonic_time()) / 1e6 * kScale; }
-    // Serves the loop until the condition holds, for that many camera seconds at most; whether it does.
-    bool wait(double seconds, const std::function<bool()> &condition);
+    // Serves the loop until the condition holds, for that many camera seconds at most, with patience; whether it does.
+    bool wait(double seconds, const std::function<bool()> &condition)
+    {
+        return wait_exactly(seconds * patience, condition);
+    }
     void pass(double seconds)
     {
-        wait(seconds, [] { return false; });
+        wait_exactly(seconds, [] { return false; });
     }
 
     // Leaves nothing of what was, and has a board without ptzd.
@@ -70,6 +77,7 @@ class Rig : public SystemTest {
     std::function<void()> work; // done again and again while time passes
 
   private:
+    bool wait_exactly(double seconds, const std::function<bool()> &condition);
     void look();
     void take_status(const std::string &text);
 

@@ -46,7 +46,7 @@ class Trial {
             outcome_.wrong = what;
     }
     bool good() const { return outcome_.wrong.empty(); }
-    double left() const { return std::max(0.0, ended_ + bound(cell_, Rig::kScale) - rig_.now()); }
+    double left() const { return std::max(0.0, (ended_ - rig_.now()) / rig_.patience + bound(cell_, Rig::kScale)); }
 
     void prepare();
     void enter_phase();
@@ -217,11 +217,11 @@ void Trial::check_what_was_told()
             link_told = at - armed_;
     }
     if (cell_.fault->outage && cell_.duration == Duration::cleared && !restarts_)
-        require(link_told >= 0 && link_told <= kLinkTold + rig_.stalled * Rig::kScale,
+        require(link_told >= 0 && link_told <= kLinkTold * rig_.patience + rig_.stalled * Rig::kScale,
                 "link told down after " + std::to_string(link_told) + " s");
     require(rig_.lie.empty() || cell_.fault->wall_s > 0, rig_.lie); // the block is not asked while the driver waits
     outcome_.answered = rig_.slowest_answer;
-    require(rig_.slowest_answer <= kAnswerWall + 2 * rig_.stalled,
+    require(rig_.slowest_answer <= kAnswerWall * rig_.patience + 2 * rig_.stalled,
             "GetState answered after " + std::to_string(rig_.slowest_answer * 1000) + " ms");
 }
 
@@ -274,7 +274,7 @@ void Trial::prove_settings()
     static Rig::Settings reference; // as a clean start leaves them
     require(setting_ == nullptr || rig_.wait(left(), [this] { return setting_ == nullptr; }), "no answer to a setting");
     if (reference.empty()) {
-        Rig rig; // another one, which has met no fault
+        Rig rig(rig_.patience); // another one, which has met no fault
         if (rig.have_running().empty()) {
             rig.bus().call("Move", move_call(kNextMove, "pan", "absolute", 8, 100).c_str()); // brings the focus mode
             rig.pass(3);
@@ -327,7 +327,8 @@ void Trial::prove_holdings()
 void Trial::prove_poll()
 {
     double rate = 0;
-    for (int look = 0; look < 3 && (rate < kPolls / 3 || rate > kPolls * 1.5); ++look) {
+    const double least = kPolls / 3 / rig_.patience;
+    for (int look = 0; look < 3 && (rate < least || rate > kPolls * 1.5); ++look) {
         const unsigned before = rig_.strikes("delay-edge");
         rig_.command("fault delay-edge 0us forever");
         const double from = rig_.now();
@@ -335,7 +336,7 @@ void Trial::prove_poll()
         rate = (rig_.strikes("delay-edge") - before) / (rig_.now() - from);
         rig_.command("clear faults");
     }
-    require(rate > kPolls / 3 && rate < kPolls * 1.5, std::to_string(rate) + " bursts a second of a camera that rests");
+    require(rate > least && rate < kPolls * 1.5, std::to_string(rate) + " bursts a second of a camera that rests");
 }
 
 Outcome Trial::run()

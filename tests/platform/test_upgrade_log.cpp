@@ -41,6 +41,11 @@ TEST(UpgradeLog, HoldsAnImageBackThatFailedThreeTimesInARow)
     const char *result = nullptr;
     g_variant_lookup(last.get(), "result", "&s", &result);
     EXPECT_EQ(result, failed);
+    for (const char *version : {"01", "unknown", "02"})
+        UpgradeLog(folder.path()).seen(version);
+    const GVariantOwned after(g_variant_ref_sink(UpgradeLog(folder.path()).variant()));
+    g_variant_lookup(after.get(), "result", "&s", &result);
+    EXPECT_STREQ(result, "done");
 }
 
 } // namespace

@@ -90,7 +90,7 @@ TEST_F(SystemCapture, FollowsTheImagePipelineWithARestartWhereNeeded)
     sim_command("set rotation 180");
     run_until([&] { return logged_in_sim("Rotation 1") > 0; });
     await_state(1);
-    EXPECT_EQ(ptzd_descriptors(), descriptors);
+    run_until([&] { return ptzd_descriptors() <= descriptors; }); // one may be open for a moment
     EXPECT_EQ(sim_counts("Offences"), Counts{});
 }
 

@@ -122,7 +122,7 @@ TEST_F(Ending, AStartWithoutAnAnswerFailsAndCanBeRepeated)
     for (const auto &[fault, image, stays] : starts) {
         SCOPED_TRACE(fault);
         break_down(fault);
-        start_ptzd_with(image, {"--start-timeout", "20"});
+        start_ptzd_with(image, {"--start-timeout", "20", "--link-timeout", "0"});
         await_state(7);
         EXPECT_THAT(client.call("GetStatus").text,
                     HasSubstr("'failure': <'the camera block has not answered for 20 seconds'>"));

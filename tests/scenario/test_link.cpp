@@ -116,6 +116,19 @@ TEST_F(Link, ABlockThatStaysAwayIsResetAgainAndAgain)
     EXPECT_THAT(client.call("GetStatus").text, AllOf(HasSubstr("'resets': <uint32 0>"), HasSubstr("'link': <'up'>")));
 }
 
+TEST_F(Link, AStartThatFailsIsTriedAgain)
+{
+    start_sim();
+    sim_command("fault init-done never");
+    start_ptzd();
+    await_state(7);
+    sim_command("clear faults");
+    await_state(1);
+    EXPECT_EQ(logged("The camera has failed: reset 1"), 1u);
+    run_until([this] { return number_of("GetPosition", "age") < 1; });
+    EXPECT_THAT(client.call("GetStatus").text, HasSubstr("'resets': <uint32 0>"));
+}
+
 TEST_F(Link, AFailedRestartLeavesABlockThatIsOffAlone)
 {
     start_all();

@@ -88,12 +88,20 @@ TEST_F(Motion, AWaitingPtzctlTellsWhetherTheMoveArrivedAndWhere)
         {{"move", "--wait", "pan=abs:12", "tilt=rel:-2", "brightness=7000"}, 0, "\"pan\":12,\"tilt\":3,"},
         {{"move", "--wait", "--relative", "pan=0", "zoom=500", "focus=-1000"}, 0, "\"reached\":true"},
         {{"move", "--wait", "zoom=15000"}, 5, "\"reason\":\"limit\""}, // the default of MaxZoom
+        {{"angle-to-zoom", "62.8"}, 0, "{\"zoom\":1}"},                // the lens is 62.80078125 degrees wide
+        {{"angle-to-zoom", "12.56", "--scale", "20"}, 0, "{\"zoom\":1}"},
+        {{"angle-to-zoom", "2.3310"}, 0, "{\"zoom\":9999}"},
+        {{"angle-to-zoom", "63"}, 1, "63 degrees are more than the lens shows"},
+        {{"angle-to-zoom", "0.5"}, 1, "and a zoom ends at 9999; 'ptzctl params set Limit.MaxZoom 1"},
+        {{"angle-to-zoom", "0.05"}, 1, "0.05 degrees are less than the camera shows"},
         {{"params", "set", "UserAdv.StatusUpdate", "false"}, 0, ""},
         {{"move", "--wait", "pan=0", "tilt=0"}, 0, "\"reached\":true"}, // also without the driver's poll
         {{"stop"}, 0, "\"ok\":true"},
         {{"params", "set", "Limit.MaxPan", "20"}, 0, ""},
         {{"params", "set", "Limit.MinTilt", "-5"}, 0, ""},
         {{"params", "set", "Limit.MaxFocus", "9999"}, 0, ""},
+        {{"params", "reset", "Limit.MaxFocus"}, 0, "\"ok\":true"},
+        {{"params", "reset", "Limit.MaxFun"}, 1, "there is no parameter 'Limit.MaxFun'"},
         {{"move", "--wait", "pan=20.5"}, 1, "beyond the limit 20 degrees, which the parameter Limit.MaxPan sets"},
         {{"move", "--wait", "tilt=-6"}, 1, "Limit.MinTilt"},
         {{"move", "--wait", "pan=20", "tilt=-5"}, 0, "\"reached\":true"},

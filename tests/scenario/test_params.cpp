@@ -3,7 +3,6 @@
 #include "tests/scenario/system_fixture.h"
 
 #include <csignal>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace {
@@ -72,38 +71,6 @@ TEST_F(SystemParams, WhatIsKeptIsInForceAfterEachRestartAndStatusUpdateIsOn)
         EXPECT_EQ(records("Zoom speed"), zooms + 1);
         EXPECT_EQ(last_record("Zoom speed"), " Zoom speed 7"); // the full one
     }
-}
-
-TEST_F(SystemParams, AValueThatCannotBeKeptIsInForceAndSaidToBeLost)
-{
-    start_sim();
-    const std::string state = folder.file("disk/state");
-    const auto start = [&] {
-        ptzd = run({PTZD_FILE, "--plugin", PLUGIN_FILE, "--foreground", "--state-dir", state}, "ptzd.log");
-        await_state(1);
-    };
-    folder.write("disk", "a file where the folder should be");
-    start();
-    EXPECT_TRUE(set("Limit", "MinPan", "-90").said().starts_with("NotKept: Limit.MinPan has its new value"));
-    EXPECT_EQ(get("Limit", "MinPan"), "(<-90>,)");
-    std::filesystem::remove(folder.file("disk"));
-    EXPECT_EQ(set("Limit", "MaxPan", "90").said(), "()"); // which keeps both
-    const std::string kept = folder.read("disk/state/parameters.conf");
-    EXPECT_NE(kept.find("MinPan=-90\nMaxPan=90"), std::string::npos) << kept;
-
-    const rlimit none{0, RLIM_INFINITY};
-    const rlimit all{RLIM_INFINITY, RLIM_INFINITY};
-    prlimit(std::stoi(ptzd->pid()), RLIMIT_FSIZE, &none, nullptr); // as a full disk
-    EXPECT_EQ(set("Limit", "MinTilt", "-5").error, "NotKept");
-    prlimit(std::stoi(ptzd->pid()), RLIMIT_FSIZE, &all, nullptr);
-    EXPECT_EQ(folder.read("disk/state/parameters.conf"), kept);
-    folder.write("disk/state/parameters.conf.A1b2C3", "left by a service that was killed");
-    ptzd->signal(SIGKILL);
-    ptzd->wait();
-    start();
-    EXPECT_EQ(get("Limit", "MinPan") + get("Limit", "MinTilt"), "(<-90>,)(<-20>,)");
-    const std::filesystem::directory_iterator files(state);
-    EXPECT_EQ(std::distance(begin(files), end(files)), 1);
 }
 
 TEST_F(SystemParams, WhatTheBlockTookWithoutItsAnswerIsTakenBackOrSaidToBeUnknown)
@@ -183,11 +150,6 @@ TEST_F(SystemParams, WhatAStartHasMissedFollowsAndTwentyFormatChangesAreTwo)
 
 TEST_F(SystemParams, ASensorThatCannotBeReadIsToldAndNeverWaitedFor)
 {
-    folder.write(
-        "krx_driver.conf",
-        "[KRX_DRIVER]\nPowerPin=cam_power\nPowerGoodPin=cam_power_good\nResetPin=cam_reset\n"
-        "ResetPCIePin=cam_reset_pcie\nResetPinsActiveLow=true\nInitDonePin=cam_init_done\n"
-        "EnablePCIeClkPin=cam_pcie_clk\nTemperatureLowerLimit=-10\nTemperatureUpperLimit=60\nMaxDigitalZoom=12\n");
     start_all();
     const std::string sensor = folder.file("thermal_zone0/temp");
     const auto problem = [this] {

@@ -12,7 +12,7 @@ namespace {
 const std::string NOT_UPGRADED = "Failed: The camera runs, but its firmware was not upgraded: ";
 const std::string OLD = "the camera block still has version 01000000";
 const std::string HELD = "this image failed three times in a row and is tried again when it is another one, or by "
-                         "RetryUpgrade (ptzctl upgrade --retry).";
+                         "'ptzctl upgrade --retry'.";
 
 class Upgrades : public SystemTest {
   protected:

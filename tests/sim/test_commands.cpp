@@ -43,10 +43,17 @@ TEST_F(Commands, NonsenseIsAnsweredWithWhatWouldBeRight)
 
 TEST_F(Commands, AScriptHappensInTimeOrderOrNotAtAll)
 {
-    folder.write("script", "set pan 9\nat soon set pan 2\n");
-    const auto problem = load_script(folder.file("script"), board);
-    EXPECT_NE(problem.value_or("").find("script:2: expected \"at TIME COMMAND\""), std::string::npos);
-    folder.write("script", "# comment\n\nat 5s set tilt 20\r\n at 4000ms\tset tilt 10\nat 4s nonsense\nset pan 1\n");
+    const std::pair<const char *, const char *> refused[] = {
+        {"set pan 9\nat soon set pan 2\n", "script:2: expected \"at TIME COMMAND\""},
+        {"set pan 9\n\nat 1s set pan 200\n", "script:3: usage: set pan VALUE"},
+        {"set pan 9\nat 4s nonsense\n", "script:2: unknown command \"nonsense\""}};
+    for (const auto &[text, why] : refused) {
+        folder.write("script", text);
+        const auto problem = load_script(folder.file("script"), board);
+        EXPECT_NE(problem.value_or("").find(why), std::string::npos) << problem.value_or("");
+    }
+    EXPECT_TRUE(load_script(folder.path(), board)); // a folder
+    folder.write("script", "# comment\n\nat 5s set tilt 20\r\n at 4000ms\tset tilt 10\nset pan 1\n");
     ASSERT_EQ(load_script(folder.file("script"), board), std::nullopt);
     walk({{"", 3'999'999 - board.now(), {{"E0 16:4", 1'000}, {"E0 32:4", 0}}},
           {"", 1, {{"E0 32:4", 10'000}}},

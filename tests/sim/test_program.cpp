@@ -42,7 +42,8 @@ TEST_F(KrxSim, CarriesOutItsScriptAndReportsAtTheEnd)
     EXPECT_EQ(program->wait(), 3);
     EXPECT_NE(program->output().find("OFFENCE reset-release-without-power"), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists(folder.file("gpio")));
-    EXPECT_TRUE(folder.read("trace").starts_with("# krx-sim trace 1: seconds port sender length bytes\n"));
+    EXPECT_TRUE(folder.read("trace").starts_with("# krx-sim trace 1: seconds port sender length bytes\n"
+                                                 "# byte order: little endian\n"));
 }
 
 TEST_F(KrxSim, UsageErrorsSayWhatToDo)
@@ -52,6 +53,7 @@ TEST_F(KrxSim, UsageErrorsSayWhatToDo)
         {KRX_SIM, "--board DIR --time-scale 0", 2, "--time-scale takes a number above 0"},
         {KRX_SIM, "--board DIR", 2, "PTZ_TIME_SCALE has to be"},
         {KRX_SIM, "--board DIR -x 1 --script /missing", 1, "missing"},
+        {KRX_SIM, "--board DIR -x 1 --trace-limit -1", 2, "--trace-limit takes"},
         {KRX_SIM, "--board /proc/board -x 1", 1, "/proc/board"},
         {KRX_SIM, "--help", 0, "fault silence DURATION"},
         {KRX_IMAGE, "--version 0x01020304 --size 2KiB DIR/image", 0, "/image: version 01020304, 2048 bytes"},

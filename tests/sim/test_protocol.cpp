@@ -116,4 +116,20 @@ TEST(Decode, PutsFramesOfHostBlockAndLoaderIntoWords)
         EXPECT_FALSE(parse_trace_line(text, line)) << text;
 }
 
+TEST(Trace, KeepsTheLastOfItInTwoFilesThatSayTheirByteOrder)
+{
+    const TempFolder folder;
+    Journal journal;
+    ASSERT_TRUE(journal.open_trace(folder.file("trace"), true, 2000));
+    for (int i = 0; i < 100; i++)
+        journal.note(i * 1'000'000, Detail::records, std::string(40, 'x'));
+    for (const char *name : {"trace", "trace.1"}) {
+        const std::string text = folder.read(name);
+        EXPECT_THAT(text, testing::HasSubstr("bytes\n# byte order: big endian\n# ")) << name;
+        EXPECT_LT(text.size(), 1100u) << name;
+    }
+    EXPECT_NE((folder.read("trace.1") + folder.read("trace")).find("# 98.000000 x"), std::string::npos);
+    EXPECT_NE(folder.read("trace").find("# 99.000000 x"), std::string::npos);
+}
+
 } // namespace

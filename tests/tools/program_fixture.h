@@ -41,5 +41,7 @@ inline RunResult run_ptzctl(const std::string &line, const std::string &input = 
     std::istringstream blanks(line);
     for (std::string word; std::getline(blanks, word, ' ');)
         words.push_back(word);
+    if (line.ends_with(' '))
+        words.emplace_back();
     return run_program(words, input, bus);
 }

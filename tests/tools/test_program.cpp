@@ -1,96 +1,16 @@
 // ptzctl as a whole: what it asks the service, what it prints, how it ends.
-#include "tests/tools/program_fixture.h"
+#include "tests/tools/service_fixture.h"
 #include "tools/ptzctl/command.h"
 
 #include <algorithm>
+#include <csignal>
 #include <gmock/gmock.h>
-#include <map>
 
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
 namespace {
-
-// A bus with a PTZ service that answers as a test wants.
-class Program : public BusTest {
-  protected:
-    ~Program() override { g_clear_pointer(&node_, g_dbus_node_info_unref); }
-
-    void serve()
-    {
-        const std::ifstream file(required_variable("SOURCE_ROOT") + "/data/com.orna.PTZ.xml");
-        std::stringstream xml;
-        xml << file.rdbuf();
-        node_ = g_dbus_node_info_new_for_xml(xml.str().c_str(), nullptr);
-        static const GDBusInterfaceVTable table{on_call, nullptr, nullptr, {}};
-        g_dbus_connection_register_object(owner_.connection(), "/com/orna/PTZ", node_->interfaces[0], &table, this,
-                                          nullptr, nullptr);
-        owner_.take_name("com.orna.PTZ");
-    }
-    RunResult ptzctl(const std::string &line) { return run_ptzctl(line, "", address()); }
-
-    std::string calls; // "Method(arguments)" of each call so far, with blanks between, the id of a move as N
-    std::string reason = "reached"; // how moves that have a number end
-    std::string refusal;            // the name of the error that calls end with, unless empty
-
-  private:
-    static void on_call(GDBusConnection *, const char *, const char *, const char *, const char *method,
-                        GVariant *arguments, GDBusMethodInvocation *invocation, gpointer data);
-
-    // Tells the end of a move that has a number.
-    void tell_end(guint32 id);
-
-    Client owner_{address()};
-    GDBusNodeInfo *node_ = nullptr;
-};
-
-const std::map<std::string, const char *> kAnswers{
-    {"GetPosition", "({'pan': 10.25, 'tilt': -5.0, 'zoom': 2000.0, 'iris': -1.0, 'focus': 1.0, 'brightness': 1.0, "
-                    "'age': 0.25},)"},
-    {"GetState", "(1, 'running')"},
-    {"GetParameter", "(<'a \"b\"'>,)"},
-    {"ListParameters", "([{'group': <'Limit'>, 'name': <'MinPan'>, 'kind': <'integer'>, 'minimum': <-170>, 'maximum': "
-                       "<170>, 'writable': <true>, 'value': <-90>}, {'group': <'UserAdv'>, 'name': <'State'>, 'kind': "
-                       "<'string'>, 'choices': <[('on', 'On'), ('off', 'Off')]>, 'writable': <true>}],)"},
-    {"GetStatus", "({'state': <1>, 'text': <'running'>, 'link': <'down'>, 'status-age': <1.25>, 'resets': <uint32 2>, "
-                  "'reboots': <uint32 0>, 'temperature': <40.25>, 'temperature-problem': <'No\\nprotection.'>, "
-                  "'error-bits': <uint32 0x84>, 'errors': "
-                  "<'Cam error DSP/Pan-Tilt'>, 'reports': <{'DeviceModVer': 'model:0001', 'Other': 'a\\nb'}>},)"}};
-
-void Program::on_call(GDBusConnection *, const char *, const char *, const char *, const char *method,
-                      GVariant *arguments, GDBusMethodInvocation *invocation, gpointer data)
-{
-    auto *self = static_cast<Program *>(data);
-    std::string asked = method + print(arguments);
-    const GVariantOwned options(g_variant_n_children(arguments) == 3 ? g_variant_get_child_value(arguments, 2)
-                                                                     : nullptr);
-    guint32 id = 0;
-    if (options != nullptr && g_variant_lookup(options.get(), "id", "u", &id)) {
-        const std::string number = std::to_string(id);
-        asked.replace(asked.rfind(number), number.size(), "N");
-    }
-    self->calls += (self->calls.empty() ? "" : " ") + asked;
-    const auto answer = kAnswers.find(method);
-    if (!self->refusal.empty())
-        g_dbus_method_invocation_return_dbus_error(invocation, self->refusal.c_str(),
-                                                   "pan 200 is outside\n-170..170; give a smaller angle: 100%s");
-    else
-        g_dbus_method_invocation_return_value(
-            invocation, answer == kAnswers.end() ? nullptr : g_variant_new_parsed(answer->second));
-    if (id != 0 && self->refusal.empty())
-        self->tell_end(id);
-}
-
-void Program::tell_end(guint32 id)
-{
-    for (const guint32 number : {id + 1, id}) // another's, and the one that is waited for
-        g_dbus_connection_emit_signal(
-            owner_.connection(), nullptr, "/com/orna/PTZ", "com.orna.PTZ", "MoveDone",
-            g_variant_new("(ubs@a{sd})", number, static_cast<gboolean>(number == id && reason == "reached"),
-                          reason.c_str(), g_variant_new_parsed("{'pan': 10.25, 'iris': 4.0}")),
-            nullptr);
-}
 
 auto line_count(const std::string &text)
 {
@@ -123,7 +43,9 @@ TEST(CommandLine, IsRefusedInOneLineWhenItMeansNothing)
         "move --continuous pan=1 --speed 5\nmove pan=1 --speed\nstate --wait 8\nstate --within 8\n"
         "position --for 1\nparams set Limit MaxZoom\nparams set Limit.MaxZoom\nparams get MaxZoom\nparams drop\n"
         "mode iris on\nmode zoom auto\nmode zoom\nspeed-factor on 32768\nspeed-factor on 1.5\n--timeout 0 stop\n"
-        "stop now\ndecode\nhelp mvoe");
+        "stop now\ndecode\nhelp mvoe\nmvoe --help\nstate --wait ruining\nparams list A B\nparams reset\nstop --json=1\n"
+        "move pan=1 --speed 1 --speed 2\nmove --preset pan=rel:1\nmove --preset pan=1 tilt=cont:5\nangle-to-zoom 0\n"
+        "angle-to-zoom 5 --scale 0.5\ncapabilities sound");
     for (std::string line; std::getline(lines, line);) {
         const RunResult result = run_ptzctl(line);
         EXPECT_EQ(result.status, EXIT_USAGE) << line;
@@ -136,6 +58,9 @@ TEST(CommandLine, IsRefusedInOneLineWhenItMeansNothing)
         {"move Pan=1", "ptzctl: no axis 'Pan'; there are pan, tilt, zoom, iris, focus, brightness\n"},
         {"move pan=fast:1", "ptzctl: 'pan=fast:1': no move type 'fast'; there are abs, rel, cont\n"},
         {"move pan=1 pan=rel:1", "ptzctl: axis pan is named twice; name it once\n"},
+        {"params drop", "ptzctl: 'params' takes list, get, set, reset here, not 'drop'; see 'ptzctl params --help'\n"},
+        {"params set A", "ptzctl: 'params' takes GROUP.NAME here, not 'A'; see 'ptzctl params --help'\n"},
+        {"mode iris", "ptzctl: 'mode' needs auto|manual; see 'ptzctl mode --help'\n"},
         {"stop --now", "ptzctl: 'stop' has no option '--now'; see 'ptzctl stop --help'\n"}};
     for (const auto &[line, reason] : reasons)
         EXPECT_EQ(run_ptzctl(line).errors, reason);
@@ -147,12 +72,14 @@ TEST_F(Program, AsksTheServiceForWhatItsWordsSay)
     const std::pair<const char *, const char *> lines[] = {
         {"move pan=10 tilt=rel:-5 zoom=2000 --speed 50",
          "Move([('pan', 'absolute', 10.0), ('tilt', 'relative', -5.0), ('zoom', 'absolute', 2000.0)], 50.0, {})"},
-        {"move --relative --preset pan=0.5 --json", "Move([('pan', 'relative', 0.5)], 0.0, {'preset': <true>})"},
+        {"move --preset pan=0.5 --json", "Move([('pan', 'absolute', 0.5)], 0.0, {'preset': <true>})"},
         {"move --continuous pan=-30 --for 0", "Move([('pan', 'continuous', -30.0)], 0.0, {'id': <uint32 N>}) Stop()"},
         {"move --wait tilt=1", "Move([('tilt', 'absolute', 1.0)], 0.0, {'id': <uint32 N>})"},
         {"move --continuous pan=0", "Move([('pan', 'continuous', 0.0)], 0.0, {})"}, // does not stay for it
         {"params set Limit.MinPan -90", "SetParameter('Limit', 'MinPan', <'-90'>)"},
         {"params set A B 100%s\n", "SetParameter('A', 'B', <'100%s\\n'>)"},
+        {"params reset Limit.MinPan", "ListParameters('Limit',) SetParameter('Limit', 'MinPan', <'-170'>)"},
+        {"state --wait running", "GetState()"},
         {"speed-factor on -5", "SetSpeedFactor(true, -5)"}};
     for (const auto &[line, asked] : lines) {
         calls.clear();
@@ -170,9 +97,8 @@ TEST_F(Program, PrintsTextForPeopleAndObjectsForMachines)
         {"position --json", "{\"brightness\":1,\"focus\":1,\"iris\":-1,\"pan\":10.25,\"tilt\":-5,\"zoom\":2000,"
                             "\"age\":0.25,\"link\":\"down\"}\n"},
         {"params get UserAdv.Name --json", "{\"group\":\"UserAdv\",\"name\":\"Name\",\"value\":\"a \\\"b\\\"\"}\n"},
-        {"params", "GROUP       NAME                       KIND     VALUE                      RANGE\n"
-                   "Limit       MinPan                     integer  -90                        -170..170\n"
-                   "UserAdv     State                      string   -                          on, off\n"},
+        {"params",
+         "NAME           VALUE  TAKES\nLimit.MinPan   -90    -170..170\nUserAdv.State  -      on, off, a $HOME|b\n"},
         {"status", "state        1 running\nlink         down, last heard of 1.250 s ago\nresets       2\ntemperature  "
                    "40.2 deg C\n             No?protection.\nerrors       Cam error DSP/Pan-Tilt (0084)\n"
                    "model        model:0001\nOther        a?b\n"},
@@ -180,6 +106,11 @@ TEST_F(Program, PrintsTextForPeopleAndObjectsForMachines)
         {"stop --json", "{\"ok\":true}\n"}};
     for (const auto &[line, output] : outputs)
         EXPECT_EQ(ptzctl(line).output, output);
+    EXPECT_EQ(ptzctl("position --watch --for 0").output,
+              "pan 10.250 tilt -5.000 zoom 2000 focus 1 iris -1 brightness 1 down\n");
+    EXPECT_THAT(
+        run_program({"/usr/bin/env", "COLUMNS=40", required_variable("PTZCTL"), "status"}, "", address()).output,
+        HasSubstr("down, last heard of 1.250 s\n             ago\n"));
     EXPECT_THAT(ptzctl("position").output,
                 AllOf(HasSubstr("pan           10.250 deg\n"), HasSubstr("iris              -1 (not known)\n"),
                       HasSubstr("age            0.250 s\nlink            down\n")));
@@ -233,18 +164,37 @@ TEST_F(Program, PassesOnWhyTheServiceRefused)
     EXPECT_THAT(machine.output, EndsWith("\"code\":\"OutOfRange\"}\n"));
     refusal = "org.freedesktop.DBus.Error.UnknownMethod"; // a service of another version
     EXPECT_THAT(ptzctl("stop --json").output, HasSubstr("\"code\":\"WrongVersion\""));
+    refusal = "org.freedesktop.DBus.Error.AccessDenied";
+    EXPECT_EQ(ptzctl("special reset").errors, "ptzctl: the bus does not let you do that; run ptzctl as root\n");
 }
 
-TEST(Help, TeachesEveryCommandWithAnExample)
+TEST_F(Program, SaysAtCtrlCWhatGoesOnWithoutIt)
 {
-    const std::string list = run_ptzctl("--help").output;
-    for (const Command &command : all_commands()) {
-        EXPECT_THAT(list, HasSubstr(std::string("\n  ") + command.name + " "));
-        const RunResult help = run_ptzctl(std::string(command.name) + " --help");
-        EXPECT_EQ(help.status, EXIT_DONE);
-        EXPECT_THAT(help.output, StartsWith(std::string("Usage: ptzctl ") + command.name));
-        EXPECT_THAT(help.output, HasSubstr("\n  ptzctl "));
+    serve();
+    const TempFolder folder;
+    const std::tuple<const char *, const char *, const char *> cases[] = {
+        {"special", "reset", "interrupted; the camera goes on with the command; 'ptzctl state' says when it runs\n"},
+        {"capabilities", "zoom", "interrupted; nothing was changed\n"}};
+    for (const auto &[command, word, said] : cases) {
+        calls.clear();
+        is_silent = true;
+        Process program({required_variable("PTZCTL"), command, word}, {{"DBUS_SYSTEM_BUS_ADDRESS", address()}},
+                        folder.file("log"));
+        run_until([this] { return !calls.empty(); });
+        program.signal(SIGINT);
+        EXPECT_EQ(program.wait(), EXIT_INTERRUPTED);
+        EXPECT_EQ(program.output(), std::string("ptzctl: ") + said);
     }
+}
+
+TEST_F(Program, EndsSilentlyWhenNobodyReadsIt)
+{
+    serve();
+    const RunResult result = run_program(
+        {"/bin/bash", "-c", R"(exec 3> >(true); wait $!; "$0" params >&3; echo $?)", required_variable("PTZCTL")}, "",
+        address());
+    EXPECT_EQ(result.output, "141\n"); // SIGPIPE
+    EXPECT_EQ(result.errors, "");
 }
 
 TEST(Decode, PutsFramesIntoWordsAndReportsEachLineThatIsNone)
@@ -252,6 +202,8 @@ TEST(Decode, PutsFramesIntoWordsAndReportsEachLineThatIsNone)
     // A frame of 12 bytes with the packet [Pan position 12500].
     const std::string frame = "1.500000 port0 host 1024 000CFED31001000807010800000030D4\n";
     const std::string words = "   1.500000 port0 host   Pan position 12500 (12.500 deg)\n";
+    const std::string little = "1.500000 port1 block 16 020002FFFE\n", big = "1.500000 port1 block 16 0002FF02FE\n";
+    const std::string ready = "   1.500000 port1 block  Upgrade ready\n";
     const std::string none = ": not a line of a trace, skipped\n";
     const struct {
         const char *line;
@@ -266,6 +218,12 @@ TEST(Decode, PutsFramesIntoWordsAndReportsEachLineThatIsNone)
          "{\"line\":1,\"seconds\":1.5,\"port\":0,\"sender\":\"host\",\"texts\":[\"Pan position 12500 (12.500 deg)\"]}\n"
          "{\"line\":2,\"error\":\"not a line of a trace, skipped\"}\n",
          ""},
+        // The block's frame [Upgrade ready], with its header in either order: told by the trace, or by the frame
+        // itself.
+        {"decode -", "# byte order: big endian\n" + big + "# byte order: little endian\n" + big, EXIT_DONE,
+         ready + "   1.500000 port1 block  Frame of 512 bytes does not fit its burst\n", ""},
+        {"decode -", big + little, EXIT_DONE, ready + ready, ""},
+        {"decode - --big-endian", "# byte order: little endian\n" + big, EXIT_DONE, ready, ""},
         {"decode /dev/null", "", EXIT_REFUSED, "",
          "ptzctl: cannot read the trace '/dev/null': it is empty; krx-sim --trace FILE writes one\n"}};
     for (const auto &[line, trace, status, output, errors] : cases) {

@@ -1,4 +1,5 @@
 // What people type, and what machines read: numbers, axes, options, JSON.
+#include "columns.h"
 #include "glib_owned.h"
 #include "tools/ptzctl/arguments.h"
 #include "tools/ptzctl/axes.h"
@@ -31,14 +32,25 @@ TEST(Words, AreAxesOfTheDefaultTypeUnlessTheySayTheirOwn)
 
 TEST(Words, AreOptionsAnywhereBeforeTheSeparator)
 {
-    Arguments move("move", {"pan=1", "--speed", "-5", "--wait", "tilt=2", "--for=3", "--", "--json"});
-    EXPECT_EQ(move.value("--speed"), "-5");
-    EXPECT_EQ(move.value("--for"), "3");
+    const Arguments move({"--wait", "move", "pan=1", "--speed", "5", "--wait", "tilt=2", "--for=3", "--", "--json"});
+    EXPECT_EQ(move.value("--speed"), "5");
+    EXPECT_EQ(move.number("--for"), 3);
     EXPECT_TRUE(move.flag("--wait"));
-    EXPECT_FALSE(move.flag("--wait") || move.flag("--json"));
-    EXPECT_EQ(move.words(1, 6), (std::vector<std::string>{"pan=1", "tilt=2", "--json"}));
-    Arguments twice("move", {"--speed=1", "--speed", "2"});
-    EXPECT_THROW(twice.value("--speed"), Failure);
+    EXPECT_FALSE(move.flag("--json"));
+    EXPECT_EQ(move.words(), (std::vector<std::string>{"pan=1", "tilt=2", "--json"}));
+    const Arguments set({"params", "set", "A", "B", "-5"}); // a number, and two words for a name
+    EXPECT_EQ(set.words(), (std::vector<std::string>{"set", "A.B", "-5"}));
+}
+
+TEST(Columns, AreWrappedWhereTheTerminalEnds)
+{
+    const std::vector<std::vector<std::string>> rows{
+        {"NAME", "VALUE", "TAKES"}, {"Gr\xc3\xbc\xc3\x9f", "as the light is now", "one, two, three, four, five"}};
+    EXPECT_EQ(in_columns(rows, 0), "NAME  VALUE                TAKES\n"
+                                   "Gr\xc3\xbc\xc3\x9f  as the light is now  one, two, three, four, five\n");
+    EXPECT_EQ(in_columns(rows, 44), "NAME  VALUE         TAKES\n"
+                                    "Gr\xc3\xbc\xc3\x9f  as the light  one, two, three, four,\n"
+                                    "      is now        five\n");
 }
 
 TEST(Json, WritesEveryKindOfValueAndEscapesWhatATextMayNotHold)

@@ -43,6 +43,11 @@ AxisMove parse_axis(const std::string &term, const std::string &default_type)
 
 } // namespace
 
+std::span<const char *const> axis_names()
+{
+    return kAxes;
+}
+
 std::vector<AxisMove> parse_axes(const std::vector<std::string> &terms, const std::string &default_type)
 {
     std::vector<AxisMove> moves;

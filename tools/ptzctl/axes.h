@@ -1,8 +1,12 @@
 // The axes of a move as people type them: "pan=10", "zoom=rel:-200".
 #pragma once
 
+#include <span>
 #include <string>
 #include <vector>
+
+// All there are.
+std::span<const char *const> axis_names();
 
 struct AxisMove {
     std::string axis; // "pan", "tilt", "zoom", "iris", "focus", "brightness"

@@ -2,6 +2,7 @@
 
 #include "failure.h"
 #include "loop.h"
+#include "table.h"
 
 namespace {
 
@@ -24,6 +25,25 @@ void send_move(Service &service, const std::vector<AxisMove> &moves, double spee
     service.call("Move", g_variant_new("(a(ssd)da{sv})", &axes, speed, &extras), "()");
 }
 
+GVariantOwned list_parameters(Service &service, const std::string &group)
+{
+    return service.result("ListParameters", g_variant_new("(s)", group.c_str()), "(aa{sv})");
+}
+
+std::vector<std::pair<std::string, std::string>> parameter_choices(GVariant *entry)
+{
+    const GVariantOwned list(g_variant_lookup_value(entry, "choices", G_VARIANT_TYPE("a(ss)")));
+    std::vector<std::pair<std::string, std::string>> choices;
+    for (gsize i = 0; list && i < g_variant_n_children(list.get()); i++) {
+        const GVariantOwned choice(g_variant_get_child_value(list.get(), i));
+        const char *value = nullptr;
+        const char *label = nullptr;
+        g_variant_get(choice.get(), "(&s&s)", &value, &label);
+        choices.emplace_back(value, label);
+    }
+    return choices;
+}
+
 GVariantOwned get_parameter(Service &service, const std::string &group, const std::string &name)
 {
     GVariantOwned boxed = service.result("GetParameter", g_variant_new("(ss)", group.c_str(), name.c_str()), "(v)");
@@ -40,7 +60,7 @@ std::pair<int, std::string> wait_for_state(Service &service, int wanted, double 
 {
     const gint64 deadline = steady_now() + static_cast<gint64>(seconds * 1e6);
     std::pair<int, std::string> state{-1, "no ptzd"};
-    run_loop(kStateEveryMs, [&] {
+    const LoopEnd end = run_loop(kStateEveryMs, [&] {
         try {
             state = service.state();
         } catch (const Failure &failure) {
@@ -49,9 +69,12 @@ std::pair<int, std::string> wait_for_state(Service &service, int wanted, double 
         }
         return state.first != wanted && steady_now() < deadline;
     });
+    if (state.first != wanted && end == LoopEnd::Interrupted)
+        throw Interrupted();
     if (state.first != wanted)
         throw Failure(EXIT_NO_ANSWER, "NoAnswer",
-                      "the camera did not come to state " + std::to_string(wanted) +
+                      "the camera did not come to state " + std::to_string(wanted) + " (" +
+                          all_states()[static_cast<size_t>(wanted)].text + ")" +
                           "; it is at: " + printable(state.second) + "; the system log says what ptzd does");
     return state;
 }

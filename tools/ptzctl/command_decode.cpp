@@ -5,6 +5,7 @@
 
 #include <fstream>
 #include <iostream>
+#include <optional>
 
 #include <cerrno>
 #include <cstring>
@@ -13,7 +14,7 @@ namespace {
 
 struct DecodeOptions {
     bool sent_only;
-    bool big_endian;
+    std::optional<bool> big_endian; // as the trace says, where it does
 };
 
 GVariant *frame_object(size_t number, const sim::TraceLine &frame, const std::vector<std::string> &texts)
@@ -64,11 +65,13 @@ void show_frame(Context &context, size_t number, const std::string &text, const 
                      printable(words));
 }
 
-ExitStatus decode(Context &context, std::istream &input, const DecodeOptions &options)
+ExitStatus decode(Context &context, std::istream &input, DecodeOptions options, bool is_forced)
 {
     ExitStatus status = EXIT_DONE;
     std::string text;
     for (size_t number = 1; std::getline(input, text); number++) {
+        if (const auto order = sim::trace_byte_order(text); order && !is_forced)
+            options.big_endian = order;
         if (text.empty() || text.starts_with('#'))
             continue;
         sim::TraceLine frame;
@@ -84,12 +87,13 @@ ExitStatus decode(Context &context, std::istream &input, const DecodeOptions &op
 
 } // namespace
 
-ExitStatus run_decode(Context &context, Arguments &arguments)
+ExitStatus run_decode(Context &context, const Arguments &arguments)
 {
-    const DecodeOptions options{arguments.flag("--sent"), arguments.flag("--big-endian")};
-    const std::string path = arguments.words(1, 1)[0];
+    const bool is_forced = arguments.flag("--big-endian");
+    const DecodeOptions options{arguments.flag("--sent"), is_forced ? std::optional(true) : std::nullopt};
+    const std::string path = arguments.words()[0];
     if (path == "-")
-        return decode(context, std::cin, options);
+        return decode(context, std::cin, options, is_forced);
 
     std::ifstream file(path);
     if (!file || file.peek() == std::ifstream::traits_type::eof()) {
@@ -97,5 +101,5 @@ ExitStatus run_decode(Context &context, Arguments &arguments)
         throw Failure(EXIT_REFUSED, "NoTrace",
                       "cannot read the trace '" + printable(path) + "': " + why + "; krx-sim --trace FILE writes one");
     }
-    return decode(context, file, options);
+    return decode(context, file, options, is_forced);
 }

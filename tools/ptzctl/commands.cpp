@@ -1,214 +1,245 @@
-// The table of commands, with the help of each.
-#include "command.h"
+// The rows of the table, and how to find them.
+#include "table.h"
+
+#include <algorithm>
 
 namespace {
 
-constexpr Command kCommands[] = {
-    {"state", "what the camera is doing: running, starting, failed, ...",
-     "Usage: ptzctl state [--wait N [--within SECONDS]]\n"
-     "\n"
-     "Prints the state's number and words:\n"
-     "  0 not opened  1 running   2 stopped, too cold        3 stopped, too hot\n"
-     "  4 starting    6 closed    5 upgrading its firmware   7 failed\n"
-     "\n"
-     "  --wait N           wait until the state is N, also for a ptzd that is not there yet\n"
-     "  --within SECONDS   how long to wait (60)\n"
-     "\n"
-     "Examples:\n"
-     "  ptzctl state\n"
-     "  ptzctl state --wait 1 --within 30\n",
-     run_state},
-    {"move", "move axes to a place, by an amount, or on and on",
-     "Usage: ptzctl move [OPTION...] AXIS=VALUE...\n"
-     "\n"
-     "Axes and values:\n"
-     "              absolute             relative           continuous\n"
-     "  pan         -170..170 degrees    -340..340          -100..100 percent, + right\n"
-     "  tilt         -20..90 degrees     -110..110          -100..100 percent, + up\n"
-     "  zoom           1..19999          -19998..19998      -100..100 percent, + in (from 10000: digital)\n"
-     "  focus          1..9999           -9998..9998        -100..100 percent, + far\n"
-     "  iris, brightness\n"
-     "                 1..9999           -9998..9998\n"
-     "\n"
-     "  --absolute, --relative, --continuous\n"
-     "                 the type of values that do not say their own (absolute);\n"
-     "                 a value says its own with abs:, rel: or cont: before it\n"
-     "  --speed N      percent of absolute and relative moves, 0..100 (0: as fast as the camera goes)\n"
-     "  --wait         end when the move is over, and tell how it ended and where\n"
-     "  --for SECONDS  stop a continuous move after that time\n"
-     "  --preset       the move goes to a stored preset\n"
-     "\n"
-     "With --wait the status is 0 when every axis stands where it was told to go, else 5, with the reason: stopped,\n"
-     "replaced (by another move), limit, not taken, link lost or camera stopped.\n"
-     "\n"
-     "A continuous move lasts while ptzctl runs: until it is over (a stop or another move by somebody, the end of the\n"
-     "range), the time given with --for, or Ctrl-C. It ends with status 5 when the camera or its link broke off.\n"
-     "\n"
-     "Examples:\n"
-     "  ptzctl move pan=10 tilt=-5 zoom=2000 --speed 50\n"
-     "  ptzctl move --relative pan=5 --wait\n"
-     "  ptzctl move --continuous pan=-30 zoom=20 --for 2\n"
-     "  ptzctl move pan=abs:10 tilt=rel:-1\n",
-     run_move},
-    {"stop", "stop every axis at once",
-     "Usage: ptzctl stop\n"
-     "\n"
-     "Stops every axis; overtakes whatever waits to be done. Done when the camera has been seen to stand. Otherwise\n"
-     "status 1 after a second; the service goes on until it does.\n"
-     "\n"
-     "Example:\n"
-     "  ptzctl stop\n",
-     run_stop},
-    {"position", "where the camera looks",
-     "Usage: ptzctl position [--watch [--for SECONDS]]\n"
-     "\n"
-     "Prints pan and tilt in degrees, zoom (1..19999), focus, iris and brightness (1..9999), the age of all that in\n"
-     "seconds, and the link to the camera block (up, down, or off while it is not expected to talk).\n"
-     "\n"
-     "  --watch         print a line whenever a position or the link changes, until Ctrl-C\n"
-     "  --for SECONDS   watch that long\n"
-     "\n"
-     "Examples:\n"
-     "  ptzctl position\n"
-     "  ptzctl --json position --watch\n",
-     run_position},
-    {"fov", "the fields of view",
-     "Usage: ptzctl fov\n"
-     "\n"
-     "Prints the horizontal field angle now and at its widest, and the horizontal and vertical fields of view that "
-     "the\n"
-     "camera reports, all in degrees.\n"
-     "\n"
-     "Example:\n"
-     "  ptzctl fov\n",
-     run_fov},
-    {"angle-to-zoom", "the zoom position for a field angle",
-     "Usage: ptzctl angle-to-zoom ANGLE [--scale PERCENT]\n"
-     "\n"
-     "Prints the zoom position at which the picture is ANGLE x 100 / PERCENT degrees wide.\n"
-     "\n"
-     "  --scale PERCENT   whole percent, 1..1000 (100)\n"
-     "\n"
-     "Examples:\n"
-     "  ptzctl angle-to-zoom 12.5\n"
-     "  ptzctl angle-to-zoom 12.5 --scale 50\n",
-     run_angle_to_zoom},
-    {"special", "list or run special commands",
-     "Usage: ptzctl special [list | COMMAND]\n"
-     "\n"
-     "Lists the commands that the driver takes at this moment, or runs one and waits for its end. reset is done when\n"
-     "the camera runs again, with the firmware of its image if there is one; else it fails and says why.\n"
-     "\n"
-     "Examples:\n"
-     "  ptzctl special list\n"
-     "  ptzctl special reset\n"
-     "  ptzctl special 'video_output|sdi'\n",
-     run_special},
-    {"params", "list, get and set parameters",
-     "Usage: ptzctl params [list [GROUP] | get GROUP.NAME | set GROUP.NAME VALUE]\n"
-     "\n"
-     "Lists the parameters of one group or of all (group, name, kind, value, and the range or choices), prints one\n"
-     "value, or sets one and waits until the driver has applied it. Values are kept over a restart of ptzd.\n"
-     "Groups: Limit, UserAdv, ImageSource. 'GROUP NAME' does as well as 'GROUP.NAME'.\n"
-     "\n"
-     "Examples:\n"
-     "  ptzctl params list Limit\n"
-     "  ptzctl params get Limit.MaxZoom\n"
-     "  ptzctl params set ImageSource.WDR on\n"
-     "  ptzctl params set ImageSource.MaxExposureTime -2\n",
-     run_params},
-    {"capabilities", "what the driver can do",
-     "Usage: ptzctl capabilities [CATEGORY]\n"
-     "\n"
-     "Prints key=value texts of one category (focus, speed, zoom) or of all.\n"
-     "\n"
-     "Example:\n"
-     "  ptzctl capabilities zoom\n",
-     run_capabilities},
-    {"mode", "set the iris, focus and backlight modes",
-     "Usage: ptzctl mode iris|focus auto|manual\n"
-     "       ptzctl mode backlight on|off\n"
-     "\n"
-     "Examples:\n"
-     "  ptzctl mode focus manual\n"
-     "  ptzctl mode backlight on\n",
-     run_mode},
-    {"speed-factor", "how fast continuous moves are",
-     "Usage: ptzctl speed-factor on|off PERCENT\n"
-     "\n"
-     "on: continuous pan and tilt speeds follow the field of view, PERCENT of it per second at full speed.\n"
-     "off: they do not; PERCENT is kept for later.\n"
-     "\n"
-     "Example:\n"
-     "  ptzctl speed-factor on 50\n",
-     run_speed_factor},
-    {"published", "what the driver has published",
-     "Usage: ptzctl published\n"
-     "\n"
-     "Prints the status-cache groups, the data caches, and whether the picture is blanked or frozen.\n"
-     "\n"
-     "Example:\n"
-     "  ptzctl --json published\n",
-     run_published},
-    {"status", "state, link, temperature, errors, model and firmware",
-     "Usage: ptzctl status\n"
-     "\n"
-     "Prints the state, the link to the camera block (up, down, or off while it is not expected to talk), how often\n"
-     "it was reset since the link went down and has started anew by itself, the temperature, the errors that the\n"
-     "camera reported last, and what it says of itself: how its parts are, its model and firmware version, when that\n"
-     "was looked at; why it has failed, and what came of the last firmware upgrade. Answered at once, whatever the\n"
-     "camera does.\n"
-     "\n"
-     "Example:\n"
-     "  ptzctl status\n",
-     run_status},
-    {"upgrade", "the last upgrade of the camera's firmware, or another try",
-     "Usage: ptzctl upgrade [--retry]\n"
-     "\n"
-     "Prints from which version to which the camera's firmware was last to be upgraded, when, and what came of it.\n"
-     "The camera is upgraded when it starts, from the image IMC.APP in the configuration folder. An image that failed\n"
-     "three times in a row is not tried again until it is another one.\n"
-     "\n"
-     "  --retry   try such an image again: restarts the camera and waits for the end; may take minutes\n"
-     "\n"
-     "Examples:\n"
-     "  ptzctl upgrade\n"
-     "  ptzctl upgrade --retry\n",
-     run_upgrade},
-    {"monitor", "print state changes, events and new parameter values as they come",
-     "Usage: ptzctl monitor\n"
-     "\n"
-     "First a snapshot of the status, then one line for each signal of the service, until Ctrl-C.\n"
-     "\n"
-     "Example:\n"
-     "  ptzctl monitor\n",
-     run_monitor},
-    {"tour", "show the camera in action and check each step",
-     "Usage: ptzctl tour [--no-reset]\n"
-     "\n"
-     "Waits for the camera, moves every axis, stops one in mid-move, sets the modes and one parameter of each family\n"
-     "(which then have their former values again), asks for the capabilities, and runs the special commands wbonep "
-     "and\n"
-     "reset. Every step is checked against what the camera reports; the first wrong one ends the tour with status 1.\n"
-     "\n"
-     "  --no-reset   do not restart the camera at the end\n"
-     "\n"
-     "Example:\n"
-     "  ptzctl tour\n",
-     run_tour},
-    {"decode", "put a trace of krx-sim into words",
-     "Usage: ptzctl decode TRACE [--sent] [--big-endian]\n"
-     "\n"
-     "TRACE is a file written by krx-sim --trace, or - for standard input. Lines that are no trace are reported with\n"
-     "their number and skipped; the exit status is then 1.\n"
-     "\n"
-     "  --sent         only what the driver sent\n"
-     "  --big-endian   headers of received frames have the most significant byte first\n"
-     "\n"
-     "Examples:\n"
-     "  ptzctl decode wire.trace --sent\n"
-     "  tail -n 20 wire.trace | ptzctl decode -\n",
-     run_decode},
+const std::vector<Option> kGeneralOptions = {
+    {"--json",
+     {},
+     "write JSON, one object per line, and nothing else on standard output; a failure is an object with "
+     "\"error\", one sentence, and \"code\", one word"},
+    {"--timeout", {Kind::Number, "SECONDS", 0.001, 86400}, "how long one call may take (600)"},
+    {"--help", {}, "explain the command, or list them all"},
+    {"--version", {}, "print the version"},
+};
+
+constexpr StatusText kStatuses[] = {
+    {EXIT_DONE, "done"},
+    {EXIT_REFUSED, "the service refused or failed; a trace with lines that cannot be read"},
+    {EXIT_USAGE, "the command line means nothing"},
+    {EXIT_NO_SERVICE, "no bus, or no ptzd on it"},
+    {EXIT_NO_ANSWER, "no answer, or not the state waited for, in the time given"},
+    {EXIT_NOT_REACHED, "a move that was waited for did not come to its place; a continuous one was not taken, or the "
+                       "camera or its link broke off. The output has the reason and the last position"},
+    {EXIT_INTERRUPTED, "ended by Ctrl-C before it was done; the message says what goes on without it"},
+};
+
+constexpr StateName kStates[] = {
+    {0, "not-opened", "not opened"},
+    {1, "running", "running"},
+    {2, "too-cold", "stopped, too cold"},
+    {3, "too-hot", "stopped, too hot"},
+    {4, "starting", "starting"},
+    {5, "upgrading", "upgrading its firmware"},
+    {6, "closed", "closed"},
+    {7, "failed", "failed"},
+};
+
+const std::vector<Command> kCommands = {
+    {.name = "state",
+     .summary = "what the camera is doing: running, starting, failed, ...",
+     .options = {{"--wait",
+                  {Kind::State, "STATE"},
+                  "wait for that state, by number or name, also for a ptzd that is not there yet"},
+                 {"--within", {Kind::Number, "SECONDS", 0, kLongestWait}, "how long to wait (60)"}},
+     .text = "Prints the state's number and words. By name:\n"
+             "\n"
+             "  0 not-opened  1 running   2 too-cold  3 too-hot\n"
+             "  4 starting    5 upgrading 6 closed    7 failed",
+     .statuses = {{EXIT_NO_ANSWER, "not that state in that time"}},
+     .examples = {"ptzctl state", "ptzctl state --wait running --within 30"},
+     .run = run_state},
+    {.name = "move",
+     .summary = "move axes to a place, by an amount, or on and on",
+     .forms = {{{.kind = Kind::Axis, .name = "AXIS=VALUE", .need = Need::Many}}},
+     .options = {{"--absolute", {}, "values that do not say their own type are places (the default)"},
+                 {"--relative", {}, "they are amounts"},
+                 {"--continuous", {}, "they are speeds"},
+                 {"--speed",
+                  {Kind::Number, "PERCENT", 0, 100},
+                  "of absolute and relative moves; 0: as fast as the camera goes"},
+                 {"--wait", {}, "end when the move is over, and tell how it ended and where"},
+                 {"--for", {Kind::Number, "SECONDS", 0, kLongestWait}, "stop a continuous move after that time"},
+                 {"--preset", {}, "the places are a stored preset's"}},
+     .text = "Axes and values:\n"
+             "\n"
+             "              absolute      relative        continuous\n"
+             "  pan         -170..170     -340..340       -100..100, + is right\n"
+             "  tilt        -20..90       -110..110       -100..100, + is up\n"
+             "  zoom        1..19999      -19998..19998   -100..100, + is in\n"
+             "  focus       1..9999       -9998..9998     -100..100, + is far\n"
+             "  iris        1..9999       -9998..9998\n"
+             "  brightness  1..9999       -9998..9998\n"
+             "\n"
+             "Pan and tilt are degrees, speeds percent; from 10000 on the zoom is digital. A value says its own type "
+             "with abs:, rel: or cont: before it.\n"
+             "\n"
+             "With --wait the status is 0 when every axis stands where it was told to go, else 5, with the reason: "
+             "stopped, replaced (by another move), limit, not taken, link lost or camera stopped.\n"
+             "\n"
+             "A continuous move lasts while ptzctl runs: until it is over (a stop or another move by somebody, the end "
+             "of the range), the time given with --for, or Ctrl-C. It ends with status 5 when the camera or its link "
+             "broke off.",
+     .statuses = {{EXIT_NOT_REACHED, "waited for, and not where it was told to go"}},
+     .examples = {"ptzctl move pan=10 tilt=-5 zoom=2000 --speed 50", "ptzctl move --relative pan=5 --wait",
+                  "ptzctl move --continuous pan=-30 zoom=20 --for 2", "ptzctl move pan=abs:10 tilt=rel:-1"},
+     .left_behind = "a move to a place goes on, 'ptzctl stop' stops it; a continuous one ends",
+     .run = run_move},
+    {.name = "stop",
+     .summary = "stop every axis at once",
+     .text = "Stops every axis; overtakes whatever waits to be done. Done when the camera has been seen to stand. "
+             "Otherwise status 1 after a second; the service goes on until it does.",
+     .examples = {"ptzctl stop"},
+     .left_behind = "the service goes on until the camera stands",
+     .run = run_stop},
+    {.name = "position",
+     .summary = "where the camera looks",
+     .options = {{"--watch", {}, "print a line whenever a position or the link changes, until Ctrl-C"},
+                 {"--for", {Kind::Number, "SECONDS", 0, kLongestWait}, "watch that long"}},
+     .text = "Prints pan and tilt in degrees, zoom (1..19999), focus, iris and brightness (1..9999), the age of all "
+             "that in seconds, and the link to the camera block (up, down, or off while it is not expected to talk).",
+     .examples = {"ptzctl position", "ptzctl --json position --watch"},
+     .run = run_position},
+    {.name = "fov",
+     .summary = "the fields of view",
+     .text = "Prints the horizontal field angle now and at its widest, and the horizontal and vertical fields of view "
+             "that the camera reports, all in degrees.",
+     .examples = {"ptzctl fov"},
+     .run = run_fov},
+    {.name = "angle-to-zoom",
+     .summary = "the zoom position for a field angle",
+     .forms = {{{.kind = Kind::Number, .name = "ANGLE", .least = 0.001, .most = 180}}},
+     .options = {{"--scale", {Kind::Whole, "PERCENT", 1, 1000}, "whole percent, 1..1000 (100)"}},
+     .text = "Prints the zoom position, as 'ptzctl move zoom=' takes it, at which the picture is ANGLE x 100 / PERCENT "
+             "degrees wide. An angle that the camera cannot show is refused.",
+     .examples = {"ptzctl angle-to-zoom 12.5", "ptzctl angle-to-zoom 12.5 --scale 50"},
+     .run = run_angle_to_zoom},
+    {.name = "special",
+     .summary = "list or run special commands",
+     .forms = {{{.kind = Kind::Word, .name = "list", .need = Need::Optional}},
+               {{.kind = Kind::Special, .name = "COMMAND"}}},
+     .text = "Lists the commands that the driver takes at this moment, or runs one and waits for its end. reset is "
+             "done when the camera runs again, with the firmware of its image if there is one; else it fails and says "
+             "why.",
+     .examples = {"ptzctl special list", "ptzctl special reset", "ptzctl special 'video_output|sdi'"},
+     .left_behind = "the camera goes on with the command; 'ptzctl state' says when it runs",
+     .run = run_special},
+    {.name = "params",
+     .summary = "list, get, set and reset parameters",
+     .forms = {{{.kind = Kind::Word, .name = "list", .need = Need::Optional},
+                {.kind = Kind::Group, .name = "GROUP", .need = Need::Optional}},
+               {{.kind = Kind::Word, .name = "get"}, {.kind = Kind::Parameter, .name = "GROUP.NAME"}},
+               {{.kind = Kind::Word, .name = "set"},
+                {.kind = Kind::Parameter, .name = "GROUP.NAME"},
+                {.kind = Kind::Value, .name = "VALUE"}},
+               {{.kind = Kind::Word, .name = "reset"}, {.kind = Kind::Parameter, .name = "GROUP.NAME"}}},
+     .text = "Lists the parameters of one group or of all (name, value, and the values that it takes), prints one "
+             "value, sets one or gives it back its default, and waits until the driver has applied it. Values are kept "
+             "over a restart of ptzd.\n"
+             "\n"
+             "Groups: Limit, UserAdv, ImageSource. 'GROUP NAME' does as well as 'GROUP.NAME'.",
+     .examples = {"ptzctl params list Limit", "ptzctl params get Limit.MaxZoom", "ptzctl params set ImageSource.WDR on",
+                  "ptzctl params set ImageSource.MaxExposureTime -2", "ptzctl params reset Limit.MaxZoom"},
+     .left_behind = "a value that was being set is applied all the same; 'ptzctl params get' shows it",
+     .run = run_params},
+    {.name = "capabilities",
+     .summary = "what the driver can do",
+     .forms = {{{.kind = Kind::Choice, .name = "focus|speed|zoom", .need = Need::Optional}}},
+     .text = "Prints key=value texts of one category or of all.",
+     .examples = {"ptzctl capabilities zoom"},
+     .run = run_capabilities},
+    {.name = "mode",
+     .summary = "set the iris, focus and backlight modes",
+     .forms = {{{.kind = Kind::Choice, .name = "iris|focus"}, {.kind = Kind::Choice, .name = "auto|manual"}},
+               {{.kind = Kind::Word, .name = "backlight"}, {.kind = Kind::Choice, .name = "on|off"}}},
+     .text = "Sets how the camera works; done when it has taken it.",
+     .examples = {"ptzctl mode focus manual", "ptzctl mode backlight on"},
+     .left_behind = "the mode is set all the same",
+     .run = run_mode},
+    {.name = "speed-factor",
+     .summary = "how fast continuous moves are",
+     .forms = {{{.kind = Kind::Choice, .name = "on|off"},
+                {.kind = Kind::Whole, .name = "PERCENT", .least = -32768, .most = 32767}}},
+     .text = "on: continuous pan and tilt speeds follow the field of view, PERCENT of it per second at full speed. "
+             "off: they do not; PERCENT is kept for later.",
+     .examples = {"ptzctl speed-factor on 50"},
+     .left_behind = "the factor is set all the same",
+     .run = run_speed_factor},
+    {.name = "published",
+     .summary = "what the driver has published",
+     .text = "Prints the status-cache groups, the data caches, and whether the picture is blanked or frozen.",
+     .examples = {"ptzctl --json published"},
+     .run = run_published},
+    {.name = "status",
+     .summary = "state, link, temperature, errors, model and firmware",
+     .text = "Prints the state, the link to the camera block (up, down, or off while it is not expected to talk), how "
+             "often it was reset since the link went down and has started anew by itself, the temperature, the errors "
+             "that the camera reported last, and what it says of itself: how its parts are, its model and firmware "
+             "version, when that was looked at; why it has failed, and what came of the last firmware upgrade. "
+             "Answered at once, whatever the camera does.",
+     .examples = {"ptzctl status"},
+     .run = run_status},
+    {.name = "upgrade",
+     .summary = "the last upgrade of the camera's firmware, or another try",
+     .options = {{"--retry",
+                  {},
+                  "try such an image again: restarts the camera and waits for the end; may take "
+                  "minutes"}},
+     .text = "Prints from which version to which the camera's firmware was last to be upgraded, when, and what came of "
+             "it. The camera is upgraded when it starts, from the image IMC.APP in the configuration folder. An image "
+             "that failed three times in a row is not tried again until it is another one.",
+     .examples = {"ptzctl upgrade", "ptzctl upgrade --retry"},
+     .left_behind = "the upgrade goes on; 'ptzctl state' says when the camera runs, 'ptzctl upgrade' what came of it",
+     .run = run_upgrade},
+    {.name = "doctor",
+     .summary = "what keeps the camera from working, and what to do",
+     .text =
+         "Looks at the configuration files, the devices, the spidev buffer, your rights, the room for settings, the "
+         "firmware file, the bus, the image services, the camera, its link and its temperature sensor. Prints a "
+         "line for each, 'ok', 'warning' or 'fault', and under it the next step. The configuration is checked by "
+         "'ptzd --check'; PTZD names another ptzd.",
+     .statuses = {{EXIT_REFUSED, "not all is well"}},
+     .examples = {"ptzctl doctor", "ptzctl --json doctor"},
+     .run = run_doctor},
+    {.name = "monitor",
+     .summary = "print state changes, events and new parameter values",
+     .text = "First a snapshot of the status, then one line for each signal of the service, as they come, until "
+             "Ctrl-C.",
+     .examples = {"ptzctl monitor"},
+     .run = run_monitor},
+    {.name = "tour",
+     .summary = "show the camera in action and check each step",
+     .options = {{"--no-reset", {}, "do not restart the camera at the end"}},
+     .text = "Waits for the camera, moves every axis, stops one in mid-move, sets the modes and one parameter of each "
+             "family (which then have their former values again), asks for the capabilities, and runs the special "
+             "commands wbonep and reset. Every step is checked against what the camera reports; the first wrong one "
+             "ends the tour.",
+     .statuses = {{EXIT_REFUSED, "a step came out wrong"}},
+     .examples = {"ptzctl tour"},
+     .left_behind = "the camera ends the step and stays as it then is",
+     .run = run_tour},
+    {.name = "decode",
+     .summary = "put a trace of krx-sim into words",
+     .forms = {{{.kind = Kind::File, .name = "TRACE"}}},
+     .options = {{"--sent", {}, "only what the driver sent"},
+                 {"--big-endian",
+                  {},
+                  "headers of received frames have the most significant byte first, whatever the "
+                  "trace says"}},
+     .text = "TRACE is a file written by krx-sim --trace, or - for standard input. It says itself in which order the "
+             "bytes of headers are; in a piece that does not, each frame is read as it makes sense. Lines that are no "
+             "trace are reported with their number and skipped.",
+     .statuses = {{EXIT_REFUSED, "some lines are no trace"}},
+     .examples = {"ptzctl decode wire.trace --sent", "tail -n 20 wire.trace | ptzctl decode -"},
+     .run = run_decode},
+    {.name = "help",
+     .summary = "explain a command, or list them all",
+     .forms = {{{.kind = Kind::Command, .name = "COMMAND", .need = Need::Optional}}},
+     .text = "Does what --help does.",
+     .examples = {"ptzctl help move"},
+     .run = run_help},
 };
 
 } // namespace
@@ -216,4 +247,47 @@ constexpr Command kCommands[] = {
 std::span<const Command> all_commands()
 {
     return kCommands;
+}
+
+const Command *find_command(std::string_view name)
+{
+    const auto found =
+        std::find_if(kCommands.begin(), kCommands.end(), [&](const Command &command) { return name == command.name; });
+    return found == kCommands.end() ? nullptr : &*found;
+}
+
+std::span<const Option> general_options()
+{
+    return kGeneralOptions;
+}
+
+std::span<const StatusText> all_statuses()
+{
+    return kStatuses;
+}
+
+std::vector<std::string> choices_of(const Field &field)
+{
+    std::vector<std::string> choices(1);
+    for (const char *at = field.name; *at != '\0'; at++) {
+        if (*at == '|')
+            choices.emplace_back();
+        else
+            choices.back() += *at;
+    }
+    return choices;
+}
+
+std::span<const StateName> all_states()
+{
+    return kStates;
+}
+
+const StateName *find_state(std::string_view word)
+{
+    for (const StateName &state : kStates) {
+        if (word == state.name || word == std::to_string(state.number))
+            return &state;
+    }
+    return nullptr;
 }

@@ -5,6 +5,9 @@
 #include "loop.h"
 #include "numbers.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace {
 
 constexpr unsigned kPositionEveryMs = 200;
@@ -88,45 +91,85 @@ void show_groups(Context &context, GVariant *groups)
     const char *name = nullptr;
     GVariant *fields = nullptr;
     while (g_variant_iter_loop(&iterator, "{&s@a{sv}}", &name, &fields)) {
-        context.line(printable(name));
+        std::vector<std::vector<std::string>> rows{{printable(name)}};
         for (gsize i = 0; i < g_variant_n_children(fields); i++) {
             GVariantOwned entry(g_variant_get_child_value(fields, i));
             const char *key = nullptr;
             GVariant *value = nullptr;
             g_variant_get(entry.get(), "{&sv}", &key, &value);
             GVariantOwned owned(value);
-            context.line(format_text("  %-26s %s", printable(key).c_str(), json_from_variant(value).c_str()));
+            rows.push_back({"  " + printable(key), json_from_variant(value)});
         }
+        context.table(rows);
     }
+}
+
+// A view on one line, which a terminal holds.
+std::string view_line(const View &view)
+{
+    std::string line;
+    const auto add = [&](const char *axis, const char *format) {
+        if (const auto found = view.position.find(axis); found != view.position.end())
+            line += (line.empty() ? "" : " ") + std::string(axis) + format_text(format, found->second);
+    };
+    for (const char *axis : kAngles)
+        add(axis, " %.3f");
+    for (const char *axis : kPositions)
+        add(axis, " %.0f");
+    return line + (view.link.empty() ? "" : " " + printable(view.link));
+}
+
+// Where a zoom ends by the parameter of that, which not every driver has.
+int zoom_limit(Service &service)
+{
+    try {
+        const GVariantOwned limit = get_parameter(service, "Limit", "MaxZoom");
+        return g_variant_is_of_type(limit.get(), G_VARIANT_TYPE_INT32) ? g_variant_get_int32(limit.get()) : G_MAXINT;
+    } catch (const Failure &failure) {
+        if (failure.code() != "UnknownParameter")
+            throw;
+        return G_MAXINT;
+    }
+}
+
+// The position for a move; one step beyond the limit is as good as the limit.
+int within_limit(int zoom, int limit)
+{
+    if (zoom - 1 > limit)
+        throw Failure(EXIT_REFUSED, "OutOfRange",
+                      format_text("that is zoom %d, and a zoom ends at %d; 'ptzctl params set Limit.MaxZoom %d' lets "
+                                  "it go there",
+                                  zoom, limit, zoom));
+    return std::min(zoom, limit);
+}
+
+double ask_zoom(Service &service, double angle, double scale)
+{
+    return g_variant_get_double(service.result("AngleToZoom", g_variant_new("(dd)", angle, scale), "(d)").get());
 }
 
 } // namespace
 
-ExitStatus run_state(Context &context, Arguments &arguments)
+ExitStatus run_state(Context &context, const Arguments &arguments)
 {
     const auto wanted = arguments.value("--wait");
-    const auto within = arguments.value("--within");
-    arguments.words(0, 0);
+    const auto within = arguments.number("--within");
     if (!wanted && within)
         throw usage_failure("--within says how long --wait may take; give --wait STATE too");
     if (!wanted) {
         show_state(context, context.service().state());
         return EXIT_DONE;
     }
-    const int number = parse_integer(*wanted, "--wait", 0, 7);
-    const double seconds = within ? parse_number(*within, "--within", 0, kLongestWait) : 60;
-    show_state(context, wait_for_state(context.service(), number, seconds));
+    show_state(context, wait_for_state(context.service(), find_state(*wanted)->number, within.value_or(60)));
     return EXIT_DONE;
 }
 
-ExitStatus run_position(Context &context, Arguments &arguments)
+ExitStatus run_position(Context &context, const Arguments &arguments)
 {
     const bool watch = arguments.flag("--watch");
-    const auto seconds_text = arguments.value("--for");
-    arguments.words(0, 0);
-    if (seconds_text && !watch)
+    const auto seconds = arguments.number("--for");
+    if (seconds && !watch)
         throw usage_failure("--for says how long to watch; give --watch too");
-    const double seconds = seconds_text ? parse_number(*seconds_text, "--for", 0, kLongestWait) : G_MAXINT;
 
     Service &service = context.service();
     if (!watch) {
@@ -143,23 +186,18 @@ ExitStatus run_position(Context &context, Arguments &arguments)
     run_loop(kPositionEveryMs, [&] {
         const View view = view_of(service);
         const bool changed = view.position != last.position || view.link != last.link;
-        if (changed && context.json()) {
+        if (changed && context.json())
             context.object(view_object(view));
-        } else if (changed) {
-            std::string text;
-            for (const std::string &line : view_lines(view))
-                text += (text.empty() ? "" : " | ") + line;
-            context.line(text);
-        }
+        else if (changed)
+            context.line(view_line(view));
         last = view;
-        return static_cast<double>(steady_now() - start) < seconds * 1e6;
+        return static_cast<double>(steady_now() - start) < seconds.value_or(G_MAXINT) * 1e6;
     });
     return EXIT_DONE;
 }
 
-ExitStatus run_fov(Context &context, Arguments &arguments)
+ExitStatus run_fov(Context &context, const Arguments & /*unused*/)
 {
-    arguments.words(0, 0);
     GVariantOwned fields = context.service().result("GetFieldOfView", nullptr, "(a{sd})");
     if (context.json()) {
         context.object(fields.get());
@@ -173,32 +211,43 @@ ExitStatus run_fov(Context &context, Arguments &arguments)
     return EXIT_DONE;
 }
 
-ExitStatus run_angle_to_zoom(Context &context, Arguments &arguments)
+// The driver gives the nearest position that it has for any angle: whether that shows it, is found by asking further.
+ExitStatus run_angle_to_zoom(Context &context, const Arguments &arguments)
 {
-    const auto scale_text = arguments.value("--scale");
-    const double angle = parse_number(arguments.words(1, 1)[0], "the angle");
-    const double scale = scale_text ? parse_number(*scale_text, "--scale") : 100;
-
-    GVariantOwned zoom = context.service().result("AngleToZoom", g_variant_new("(dd)", angle, scale), "(d)");
+    constexpr double kNarrowest = 0.001; // degrees
+    constexpr double kWider = 1.02;      // some positions of zoom, at every one
+    const double angle = parse_number(arguments.words()[0], "ANGLE");
+    const double scale = arguments.number("--scale").value_or(100);
+    Service &service = context.service();
+    const GVariantOwned fields = service.result("GetFieldOfView", nullptr, "(a{sd})");
+    double widest = 0;
+    if (g_variant_lookup(fields.get(), "widest", "d", &widest) && angle * 100 / scale > widest)
+        throw Failure(EXIT_REFUSED, "OutOfRange",
+                      format_text("%.10g degrees are more than the lens shows; it is at most %.10g degrees wide",
+                                  angle * 100 / scale, widest));
+    const double zoom = ask_zoom(service, angle, scale);
+    const double last = ask_zoom(service, kNarrowest, 100);
+    if (zoom >= last && ask_zoom(service, std::min(angle * kWider, 180.0), scale) >= last)
+        throw Failure(EXIT_REFUSED, "OutOfRange",
+                      format_text("%.10g degrees are less than the camera shows at its last zoom position, %.0f",
+                                  angle * 100 / scale, last));
+    const int position = within_limit(static_cast<int>(std::lround(zoom)), zoom_limit(service));
     if (context.json())
-        context.object_of("zoom", zoom.get());
+        context.object_of("zoom", g_variant_new_int32(position));
     else
-        context.line(value_text(zoom.get()));
+        context.line(std::to_string(position));
     return EXIT_DONE;
 }
 
-ExitStatus run_capabilities(Context &context, Arguments &arguments)
+ExitStatus run_capabilities(Context &context, const Arguments &arguments)
 {
-    const std::vector<std::string> words = arguments.words(0, 1);
-    const std::string category = words.empty() ? "" : words[0];
-    context.texts("capabilities", context.service().result("GetCapabilities",
-                                                           g_variant_new("(s)", valid_text(category).c_str()), "(as)"));
+    const char *category = arguments.words().empty() ? "" : arguments.words()[0].c_str();
+    context.texts("capabilities", context.service().result("GetCapabilities", g_variant_new("(s)", category), "(as)"));
     return EXIT_DONE;
 }
 
-ExitStatus run_published(Context &context, Arguments &arguments)
+ExitStatus run_published(Context &context, const Arguments & /*unused*/)
 {
-    arguments.words(0, 0);
     Service &service = context.service();
     GVariantOwned published = service.result("GetPublished", nullptr, "(a{sa{sv}})");
     GVariantOwned caches = service.result("GetDataCaches", nullptr, "(a{sa{sv}})");

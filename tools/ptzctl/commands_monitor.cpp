@@ -62,9 +62,8 @@ std::string report_label(const char *name)
 
 void show_status(Context &context, GVariant *status)
 {
-    const auto row = [&](const std::string &label, const std::string &text) {
-        context.line(format_text("%-12s %s", label.c_str(), text.c_str()));
-    };
+    std::vector<std::vector<std::string>> rows;
+    const auto row = [&](const std::string &label, const std::string &text) { rows.push_back({label, text}); };
     gint32 state = 0;
     const char *text = "";
     g_variant_lookup(status, "state", "i", &state);
@@ -101,6 +100,7 @@ void show_status(Context &context, GVariant *status)
         g_variant_get(report.get(), "{&s&s}", &name, &text);
         row(report_label(name), printable(text));
     }
+    context.table(rows);
 }
 
 void on_signal(GDBusConnection *, const char *, const char *, const char *, const char *name, GVariant *parameters,
@@ -121,9 +121,8 @@ void on_vanished(GDBusConnection *, const char *, gpointer data)
 
 } // namespace
 
-ExitStatus run_status(Context &context, Arguments &arguments)
+ExitStatus run_status(Context &context, const Arguments & /*unused*/)
 {
-    arguments.words(0, 0);
     GVariantOwned status = ask_status(context.service());
     if (context.json())
         context.object(status.get());
@@ -132,9 +131,8 @@ ExitStatus run_status(Context &context, Arguments &arguments)
     return EXIT_DONE;
 }
 
-ExitStatus run_monitor(Context &context, Arguments &arguments)
+ExitStatus run_monitor(Context &context, const Arguments & /*unused*/)
 {
-    arguments.words(0, 0);
     Monitor monitor(context);
     monitor.signals =
         g_dbus_connection_signal_subscribe(monitor.bus, kServiceName, kServiceInterface, nullptr, kServicePath, nullptr,

@@ -2,9 +2,9 @@
 #include "camera.h"
 #include "command.h"
 #include "move_wait.h"
-#include "numbers.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace {
 
@@ -16,7 +16,7 @@ struct MoveOptions {
     std::optional<double> seconds; // of a continuous move
 };
 
-MoveOptions take_options(Arguments &arguments)
+MoveOptions take_options(const Arguments &arguments)
 {
     MoveOptions options;
     int types = 0;
@@ -28,10 +28,8 @@ MoveOptions take_options(Arguments &arguments)
     }
     if (types > 1)
         throw usage_failure("--absolute, --relative and --continuous exclude each other; mix types as in pan=rel:5");
-    if (auto speed = arguments.value("--speed"))
-        options.speed = parse_number(*speed, "--speed", 0, 100);
-    if (auto seconds = arguments.value("--for"))
-        options.seconds = parse_number(*seconds, "--for", 0, kLongestWait);
+    options.speed = arguments.number("--speed").value_or(0);
+    options.seconds = arguments.number("--for");
     options.preset = arguments.flag("--preset");
     options.wait = arguments.flag("--wait");
     return options;
@@ -67,11 +65,12 @@ void show_result(Context &context, const MoveResult &result)
 
 } // namespace
 
-ExitStatus run_move(Context &context, Arguments &arguments)
+ExitStatus run_move(Context &context, const Arguments &arguments)
 {
     const MoveOptions options = take_options(arguments);
-    const std::vector<AxisMove> moves = parse_axes(arguments.words(1, 6), options.default_type);
+    const std::vector<AxisMove> moves = parse_axes(arguments.words(), options.default_type);
     const auto is_continuous = [](const AxisMove &move) { return move.type == "continuous"; };
+    const auto is_place = [](const AxisMove &move) { return move.type == "absolute"; };
     // A continuous move with all speeds 0 is over at once: nobody has to hold it.
     const bool runs_on = std::any_of(moves.begin(), moves.end(),
                                      [&](const auto &move) { return is_continuous(move) && move.value != 0; });
@@ -79,6 +78,9 @@ ExitStatus run_move(Context &context, Arguments &arguments)
         throw usage_failure("--speed is for absolute and relative moves; the value of a continuous move is its speed");
     if (options.seconds && !runs_on)
         throw usage_failure("--for is for continuous moves; use --wait to wait for the end of this one");
+
+    if (options.preset && !std::all_of(moves.begin(), moves.end(), is_place))
+        throw usage_failure("--preset is for absolute moves; a preset is a place");
 
     Service &service = context.service();
     if (!runs_on && !options.wait) {
@@ -94,14 +96,15 @@ ExitStatus run_move(Context &context, Arguments &arguments)
         service.call("Stop", nullptr, "()");
         result = move.wait();
     }
+    if (!result && !context.json())
+        std::fputs("ptzctl: interrupted; the move goes on, 'ptzctl stop' stops it\n", stderr);
     show_result(context, result.value_or(MoveResult{false, "not waited for", {}}));
     const bool good = result && (result->reached || (runs_on && is_expected_end(result->reason)));
     return good ? EXIT_DONE : EXIT_NOT_REACHED;
 }
 
-ExitStatus run_stop(Context &context, Arguments &arguments)
+ExitStatus run_stop(Context &context, const Arguments & /*unused*/)
 {
-    arguments.words(0, 0);
     context.service().call("Stop", nullptr, "()");
     context.done("stopped");
     return EXIT_DONE;

@@ -2,12 +2,9 @@
 #include "command.h"
 #include "numbers.h"
 
-#include <algorithm>
-#include <array>
-
-ExitStatus run_special(Context &context, Arguments &arguments)
+ExitStatus run_special(Context &context, const Arguments &arguments)
 {
-    const std::vector<std::string> words = arguments.words(0, 1);
+    const std::vector<std::string> &words = arguments.words();
     if (words.empty() || words[0] == "list") {
         context.texts("commands", context.service().result("ListSpecialCommands", nullptr, "(as)"));
         return EXIT_DONE;
@@ -17,26 +14,21 @@ ExitStatus run_special(Context &context, Arguments &arguments)
     return EXIT_DONE;
 }
 
-ExitStatus run_mode(Context &context, Arguments &arguments)
+ExitStatus run_mode(Context &context, const Arguments &arguments)
 {
-    const std::vector<std::string> words = arguments.words(2, 2);
-    require_choice(words[0], "mode", {"iris", "focus", "backlight"});
-    const bool backlight = words[0] == "backlight";
-    if (backlight)
-        require_choice(words[1], "backlight mode", {"on", "off"});
-    else
-        require_choice(words[1], "mode of iris and focus", {"auto", "manual"});
-    const char *method = backlight ? "SetBacklightMode" : words[0] == "iris" ? "SetIrisMode" : "SetFocusMode";
+    const std::vector<std::string> &words = arguments.words();
+    const char *method = words[0] == "backlight" ? "SetBacklightMode"
+                         : words[0] == "iris"    ? "SetIrisMode"
+                                                 : "SetFocusMode";
     context.service().call(method, g_variant_new("(s)", words[1].c_str()), "()");
     context.done("set");
     return EXIT_DONE;
 }
 
-ExitStatus run_speed_factor(Context &context, Arguments &arguments)
+ExitStatus run_speed_factor(Context &context, const Arguments &arguments)
 {
-    const std::vector<std::string> words = arguments.words(2, 2);
-    require_choice(words[0], "word before the percent", {"on", "off"});
-    const int percent = parse_integer(words[1], "the percent", G_MININT16, G_MAXINT16);
+    const std::vector<std::string> &words = arguments.words();
+    const int percent = parse_integer(words[1], "PERCENT", G_MININT16, G_MAXINT16);
     context.service().call("SetSpeedFactor", g_variant_new("(bn)", words[0] == "on", percent), "()");
     context.done("set");
     return EXIT_DONE;

@@ -45,12 +45,14 @@ const std::vector<Way> kFarAway = {{"pan", "absolute", -160, -1, -160}};
 
 // Operations by a method of the service with a word.
 struct Mode {
+    const char *name;
     const char *method;
     const char *word;
 };
 constexpr Mode kModes[] = {
-    {"SetIrisMode", "manual"}, {"SetIrisMode", "auto"},    {"SetFocusMode", "manual"},
-    {"SetFocusMode", "auto"},  {"SetBacklightMode", "on"}, {"SetBacklightMode", "off"},
+    {"iris mode", "SetIrisMode", "manual"},   {"iris mode", "SetIrisMode", "auto"},
+    {"focus mode", "SetFocusMode", "manual"}, {"focus mode", "SetFocusMode", "auto"},
+    {"backlight", "SetBacklightMode", "on"},  {"backlight", "SetBacklightMode", "off"},
 };
 
 // A parameter of each family; has its former value again after its step.
@@ -109,7 +111,7 @@ class Tour {
             const double wanted = place.value + (relative ? at(place.axis) : 0);
             const auto result = move_to_its_end(service_, {{place.axis, place.type, place.value}});
             if (!result)
-                throw Failure(EXIT_REFUSED, "Interrupted", "interrupted");
+                throw Interrupted();
             const double found = at(place.axis);
             end(result->reached && std::fabs(found - wanted) <= place.tolerance,
                 "at " + number_text(found) + (result->reached ? "" : " (" + printable(result->reason) + ")"));
@@ -155,7 +157,7 @@ class Tour {
     void modes()
     {
         for (const Mode &mode : kModes) {
-            step_ = mode.method;
+            step_ = mode.name;
             service_.call(mode.method, g_variant_new("(s)", mode.word), "()");
             end(true, mode.word);
         }
@@ -227,10 +229,9 @@ class Tour {
 
 } // namespace
 
-ExitStatus run_tour(Context &context, Arguments &arguments)
+ExitStatus run_tour(Context &context, const Arguments &arguments)
 {
     const bool no_reset = arguments.flag("--no-reset");
-    arguments.words(0, 0);
     Tour tour(context);
     try {
         tour.running();

@@ -34,10 +34,9 @@ std::string upgrade_text(GVariant *status)
            (held ? " (not tried again; 'ptzctl upgrade --retry' does)" : "");
 }
 
-ExitStatus run_upgrade(Context &context, Arguments &arguments)
+ExitStatus run_upgrade(Context &context, const Arguments &arguments)
 {
     const bool retry = arguments.flag("--retry");
-    arguments.words(0, 0);
     if (retry) {
         context.service().call("RetryUpgrade", nullptr, "()");
         context.done("done");

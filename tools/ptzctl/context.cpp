@@ -1,10 +1,29 @@
 #include "command.h"
 
+#include "columns.h"
 #include "json.h"
 
-#include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+// The columns of the terminal that standard output is, else those of COLUMNS, else 0: no bound.
+std::size_t terminal_width()
+{
+    winsize size{};
+    if (isatty(STDOUT_FILENO) != 0 && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+        return size.ws_col;
+    const char *columns = g_getenv("COLUMNS");
+    return columns != nullptr ? std::strtoul(columns, nullptr, 10) : 0;
+}
+
+} // namespace
 
 Service &Context::service()
 {
@@ -17,8 +36,13 @@ void Context::line(const std::string &text)
 {
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fputc('\n', stdout);
-    if (std::fflush(stdout) != 0)
-        throw Failure(EXIT_REFUSED, "Output", "standard output takes no more");
+    if (std::fflush(stdout) == 0)
+        return;
+    if (errno == EPIPE) { // GLib has the signal ignored
+        std::signal(SIGPIPE, SIG_DFL);
+        (void)std::raise(SIGPIPE);
+    }
+    throw Failure(EXIT_REFUSED, "Output", "standard output takes no more");
 }
 
 void Context::object(GVariant *object)
@@ -47,6 +71,13 @@ void Context::texts(const char *key, const GVariantOwned &list)
     }
 }
 
+void Context::table(const std::vector<std::vector<std::string>> &rows)
+{
+    std::string text = in_columns(rows, terminal_width());
+    text.erase(text.find_last_not_of('\n') + 1);
+    line(text);
+}
+
 void Context::done(const std::string &text)
 {
     if (!json_) {
@@ -63,14 +94,4 @@ std::string format_text(const char *format, ...)
     GText text(g_strdup_vprintf(format, arguments));
     va_end(arguments);
     return text.get();
-}
-
-void require_choice(const std::string &word, const char *what, std::initializer_list<const char *> choices)
-{
-    if (std::find(choices.begin(), choices.end(), word) != choices.end())
-        return;
-    std::string list;
-    for (const char *choice : choices)
-        list += (list.empty() ? "" : ", ") + std::string(choice);
-    throw usage_failure(std::string("no ") + what + " '" + printable(word) + "'; there are " + list);
 }

@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-// Exit statuses, as `ptzctl --help` and the man page list them.
+// Exit statuses, as the table of the command line explains them.
 enum ExitStatus {
     EXIT_DONE = 0,
     EXIT_REFUSED = 1,     // the service refused or failed; a trace with lines that cannot be read
@@ -15,6 +15,7 @@ enum ExitStatus {
     EXIT_NO_SERVICE = 3,  // no bus, or no ptzd on it
     EXIT_NO_ANSWER = 4,   // not within the time given
     EXIT_NOT_REACHED = 5, // a move that was waited for ended elsewhere
+    EXIT_INTERRUPTED = 130,
 };
 
 // Thrown by commands, caught in run_ptzctl(); never passes a C frame.
@@ -31,6 +32,12 @@ class Failure : public std::runtime_error {
   private:
     ExitStatus status_;
     std::string code_;
+};
+
+// Ctrl-C while an answer was waited for.
+class Interrupted : public Failure {
+  public:
+    Interrupted() : Failure(EXIT_INTERRUPTED, "Interrupted", "interrupted") {}
 };
 
 inline Failure usage_failure(const std::string &message)

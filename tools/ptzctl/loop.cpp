@@ -1,5 +1,6 @@
 #include "loop.h"
 
+#include "failure.h"
 #include "glib_owned.h"
 
 #include <exception>
@@ -20,6 +21,8 @@ gboolean on_tick(gpointer data)
     bool more = false;
     try {
         more = (*loop->tick)();
+    } catch (const Interrupted &) {
+        loop->interrupted = true;
     } catch (...) {
         loop->failure = std::current_exception();
     }
@@ -52,8 +55,12 @@ gint64 camera_now()
 
 LoopEnd run_loop(unsigned interval_ms, const std::function<bool()> &tick)
 {
-    if (!tick())
-        return LoopEnd::Finished;
+    try {
+        if (!tick())
+            return LoopEnd::Finished;
+    } catch (const Interrupted &) {
+        return LoopEnd::Interrupted;
+    }
     Loop loop;
     loop.tick = &tick;
     const guint interrupt = g_unix_signal_add(SIGINT, on_interrupt, &loop);

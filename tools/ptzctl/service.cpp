@@ -4,6 +4,8 @@
 #include "numbers.h"
 
 #include <algorithm>
+#include <csignal>
+#include <glib-unix.h>
 
 namespace {
 
@@ -17,7 +19,7 @@ std::string message_of(GError *error)
     return printable(error->message);
 }
 
-Failure failure_of(GError *error, const char *method, int timeout_ms)
+Failure failure_of(GError *error, int timeout_ms)
 {
     GText remote(g_dbus_error_get_remote_error(error));
     const std::string name = remote ? remote.get() : "";
@@ -33,22 +35,44 @@ Failure failure_of(GError *error, const char *method, int timeout_ms)
     if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) ||
         g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_TIMED_OUT))
         return {EXIT_NO_ANSWER, "NoAnswer",
-                std::string("no answer to ") + method + " within " + number_text(timeout_ms / 1000.0) +
+                "no answer within " + number_text(timeout_ms / 1000.0) +
                     " s; the operation goes on, see 'ptzctl state', or give more time with --timeout"};
     if (g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY))
         return {EXIT_NO_SERVICE, "NoService",
-                std::string("ptzd left the bus before it answered ") + method + "; see the system log, then start it"};
+                "ptzd left the bus before it answered; see the system log, then start it"};
+    // What the bus says of these two is in the words of its interface.
     if (g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_ACCESS_DENIED))
-        return {EXIT_REFUSED, "AccessDenied",
-                std::string("the bus does not let you call ") + method + "; run ptzctl as root (" + text + ")"};
+        return {EXIT_REFUSED, "AccessDenied", "the bus does not let you do that; run ptzctl as root"};
     if (g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_METHOD) ||
         g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_INVALID_ARGS))
-        return {EXIT_REFUSED, "WrongVersion",
-                std::string("ptzd does not understand ") + method + "; use ptzctl and ptzd of one version (" + text +
-                    ")"};
+        return {EXIT_REFUSED, "WrongVersion", "ptzd does not understand that; use ptzctl and ptzd of one version"};
     if (error->domain == G_IO_ERROR)
         return {EXIT_NO_SERVICE, "NoBus", "the bus went away (" + text + "); " + kNoBus};
-    return {EXIT_REFUSED, "Failed", std::string(method) + ": " + text};
+    return {EXIT_REFUSED, "Failed", text};
+}
+
+// A call under way, on a main loop of its own: what else arrives on the bus waits.
+struct Pending {
+    GOwned<GMainContext, g_main_context_unref> context{g_main_context_new()};
+    GMainLoopOwned loop{g_main_loop_new(context.get(), FALSE)};
+    GVariantOwned results;
+    GErrorSlot error;
+    bool interrupted = false;
+};
+
+void on_answer(GObject *connection, GAsyncResult *result, gpointer data)
+{
+    auto *pending = static_cast<Pending *>(data);
+    pending->results.reset(g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, pending->error));
+    g_main_loop_quit(pending->loop.get());
+}
+
+gboolean on_interrupt(gpointer data)
+{
+    auto *pending = static_cast<Pending *>(data);
+    pending->interrupted = true;
+    g_main_loop_quit(pending->loop.get());
+    return G_SOURCE_CONTINUE;
 }
 
 } // namespace
@@ -65,13 +89,30 @@ Service::Service(double timeout_s) : timeout_ms_(static_cast<int>(std::min(timeo
 
 GVariantOwned Service::call(const char *method, GVariant *arguments, const char *reply)
 {
-    GErrorSlot error;
-    GVariantOwned results(g_dbus_connection_call_sync(connection_.get(), kServiceName, kServicePath, kServiceInterface,
-                                                      method, arguments, G_VARIANT_TYPE(reply),
-                                                      G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout_ms_, nullptr, error));
-    if (!results)
-        throw failure_of(error.get(), method, timeout_ms_);
-    return results;
+    Pending pending;
+    const GOwned<GCancellable, g_object_unref> leaving(g_cancellable_new());
+    GSource *interrupt = g_unix_signal_source_new(SIGINT);
+    g_source_set_callback(interrupt, on_interrupt, &pending, nullptr);
+    g_source_attach(interrupt, pending.context.get());
+
+    g_main_context_push_thread_default(pending.context.get());
+    g_dbus_connection_call(connection_.get(), kServiceName, kServicePath, kServiceInterface, method, arguments,
+                           G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout_ms_, leaving.get(),
+                           on_answer, &pending);
+    g_main_loop_run(pending.loop.get());
+    const bool interrupted = pending.interrupted && !pending.results && !pending.error;
+    if (interrupted) { // nobody is called back for it any more once that has come
+        g_cancellable_cancel(leaving.get());
+        g_main_loop_run(pending.loop.get());
+    }
+    g_main_context_pop_thread_default(pending.context.get());
+    g_source_destroy(interrupt);
+    g_source_unref(interrupt);
+    if (interrupted)
+        throw Interrupted();
+    if (!pending.results)
+        throw failure_of(pending.error.get(), timeout_ms_);
+    return std::move(pending.results);
 }
 
 Position position_from(GVariant *axes)

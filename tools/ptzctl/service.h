@@ -25,7 +25,7 @@ class Service {
     explicit Service(double timeout_s);
 
     // Calls a method and returns its results, a tuple of the type `reply`. A floating `arguments` is taken over.
-    // Throws Failure: what the service says is wrong, no service, no answer in time.
+    // Throws Failure: what the service says is wrong, no service, no answer in time; Interrupted on Ctrl-C.
     GVariantOwned call(const char *method, GVariant *arguments, const char *reply);
 
     // The same for a method with one result: that.

@@ -51,7 +51,7 @@ std::optional<CallError> restart_error(const PtzService &service)
     return CallError{ErrorKind::failed,
                      "The camera runs, but its firmware was not upgraded: " +
                          (held ? "this image failed three times in a row and is tried again when it is another one, or "
-                                 "by RetryUpgrade (ptzctl upgrade --retry)"
+                                 "by 'ptzctl upgrade --retry'"
                                : image->result) +
                          "."};
 }

@@ -62,7 +62,7 @@ CallError unknown(const ParamStore &store, const std::string &group)
 CallError unknown_in(const std::string &group, const std::string &name)
 {
     return {ErrorKind::unknown_parameter,
-            "Group " + group + " has no parameter " + quoted(name) + "; ListParameters names them all."};
+            "Group " + group + " has no parameter " + quoted(name) + "; 'ptzctl params list' names them all."};
 }
 
 // The group, or null after refusing the call.

@@ -35,6 +35,7 @@ void call_get_status(PtzService &service, const CallPtr &call)
     }
     if (const std::string failure = service.failure(); !failure.empty())
         g_variant_builder_add(&status, "{sv}", "failure", g_variant_new_string(failure.c_str()));
+    service.upgrades().seen(service.host().firmware());
     if (GVariant *upgrade = service.upgrades().variant())
         g_variant_builder_add(&status, "{sv}", "upgrade", upgrade);
     g_variant_builder_add(&status, "{sv}", "link", g_variant_new_string(service.link_watch().link()));
@@ -42,6 +43,7 @@ void call_get_status(PtzService &service, const CallPtr &call)
         g_variant_builder_add(&status, "{sv}", "status-age", g_variant_new_double(*age));
     g_variant_builder_add(&status, "{sv}", "resets", g_variant_new_uint32(service.link_watch().resets()));
     g_variant_builder_add(&status, "{sv}", "reboots", g_variant_new_uint32(service.link_watch().reboots()));
+    g_variant_builder_add(&status, "{sv}", "tasks", g_variant_new_uint32(static_cast<guint32>(service.tasks())));
     g_variant_builder_add(&status, "{sv}", "reports", reports(service.params()));
     call->answer(g_variant_new("(a{sv})", &status));
 }

@@ -13,6 +13,8 @@ namespace {
 // last.
 constexpr double CHUNK_PATIENCE = 14;
 constexpr double CHUNK_LOOK = 0.1; // between two looks at that
+// A camera whose configuration is wrong is not waited for as one that may only be slow.
+constexpr double HURRIED_START = 15;
 // A close takes hardly more than a second where all is well.
 constexpr double CLOSE_PATIENCE = 10;
 constexpr double END_PATIENCE = 18; // leaves two seconds for what a cancelled close still does
@@ -34,7 +36,7 @@ bool starting(int state)
 } // namespace
 
 Deadlines::Deadlines(DriverHost &host, TaskQueue &queue, double start_timeout_s, double time_scale)
-    : host_(host), queue_(queue), start_timeout_(start_timeout_s), time_scale_(time_scale), timer_(make_timer())
+    : host_(host), queue_(queue), time_scale_(time_scale), start_timeout_(start_timeout_s), timer_(make_timer())
 {
     const auto on_time = [](gpointer data) -> gboolean {
         static_cast<Deadlines *>(data)->look();
@@ -53,6 +55,12 @@ Deadlines::~Deadlines()
 double Deadlines::now() const
 {
     return static_cast<double>(g_get_monotonic_time()) / 1e6 * time_scale_;
+}
+
+void Deadlines::hurry()
+{
+    const std::lock_guard lock(mutex_);
+    start_timeout_ = start_timeout_ > 0 ? std::min(start_timeout_, HURRIED_START) : HURRIED_START;
 }
 
 void Deadlines::state_changed(int state)

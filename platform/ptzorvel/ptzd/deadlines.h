@@ -26,6 +26,8 @@ class Deadlines {
     Deadlines(const Deadlines &) = delete;
     Deadlines &operator=(const Deadlines &) = delete;
 
+    // Command thread, before the first state: starts without an answer are given up soon, whatever the start time-out.
+    void hurry();
     // Command thread: the driver has this state now (PTZ_STATE_*).
     void state_changed(int state);
     // Main thread: the service ends.
@@ -53,11 +55,11 @@ class Deadlines {
 
     DriverHost &host_;
     TaskQueue &queue_;
-    const double start_timeout_;
     const double time_scale_;
 
     mutable std::mutex mutex_; // of all that follows
     Phase phase_ = Phase::idle;
+    double start_timeout_;
     int state_ = 0;
     double started_ = 0; // when the camera's start began
     double ended_ = 0;   // when the end was asked for, or the last chunk was taken after that

@@ -124,14 +124,24 @@ std::optional<double> DriverHost::chunk_age() const
     return read(DRIVER_HOST_CHUNK_AGE, &age) ? seconds(g_value_get_int64(&age)) : std::nullopt;
 }
 
-std::string DriverHost::failure() const
+std::string DriverHost::text_of(const char *property) const
 {
     GValue value = G_VALUE_INIT;
-    if (!read(DRIVER_HOST_FAILURE, &value))
+    if (!read(property, &value))
         return "";
     const GText text(g_value_dup_string(&value));
     g_value_unset(&value);
     return text != nullptr ? text.get() : "";
+}
+
+std::string DriverHost::failure() const
+{
+    return text_of(DRIVER_HOST_FAILURE);
+}
+
+std::string DriverHost::firmware() const
+{
+    return text_of(DRIVER_HOST_FIRMWARE);
 }
 
 std::optional<ImageReport> DriverHost::upgrade() const

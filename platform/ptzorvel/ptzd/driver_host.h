@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 // What became of the firmware image in the last start of the camera (DRIVER_HOST_UPGRADE).
 struct ImageReport {
@@ -50,6 +51,11 @@ class DriverHost {
     std::optional<double> chunk_age() const;
     std::string failure() const;
     std::optional<ImageReport> upgrade() const;
+    // Any thread: the camera block's version as "to" of an upgrade has it; empty when the driver does not tell.
+    std::string firmware() const;
+    // Any thread: what is wrong in the driver's configuration, a line each, as `ptzd --check` prints them; none also
+    // when the driver does not tell.
+    std::vector<std::string> config_problems() const;
     // Command thread: the image with this id is not transferred; empty: none is held back.
     void hold_image(const std::string &image);
     // Any thread: good statuses so far; none when the driver does not tell.
@@ -64,6 +70,7 @@ class DriverHost {
   private:
     bool read(const char *property, GValue *value) const;
     unsigned count_of(const char *property) const;
+    std::string text_of(const char *property) const;
 
     GCancellable *const cancel_;
     GCancellable *const interrupt_;

@@ -54,11 +54,13 @@ double LinkWatch::now() const
 void LinkWatch::state_changed(int state)
 {
     const Lock lock(mutex_);
-    state_ = state;
     const bool of_a_reset =
         state == PTZ_STATE_INITIALISING || state == PTZ_STATE_UPGRADING || state == PTZ_STATE_FAILED;
     if (!of_a_reset || (state == PTZ_STATE_INITIALISING && !resetting_))
         ladder_.over();
+    else if (state == PTZ_STATE_FAILED && state_ != PTZ_STATE_FAILED && !resetting_)
+        ladder_.down(now());
+    state_ = state;
     starts_seen_ = service_.host().reboots(); // those of a start-up are wanted
     applies_left_ = 0;
     look();
@@ -185,7 +187,9 @@ void LinkWatch::reset(PTZDriver *driver)
             return;
         }
         resetting_ = true;
-        syslog(LOG_WARNING, "The camera block is still silent: reset %u", ladder_.resets());
+        syslog(LOG_WARNING, "%s: reset %u",
+               state_ == PTZ_STATE_FAILED ? "The camera has failed" : "The camera block is still silent",
+               ladder_.resets());
     }
     PTZ_DRIVER_GET_CLASS(driver)->run_special_command(driver, "reset");
     const Lock lock(mutex_);

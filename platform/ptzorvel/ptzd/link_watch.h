@@ -2,8 +2,8 @@
 //
 // Down after a second of silence, up with the first answer, off while the block is not expected to talk. A block that
 // was away for more than two seconds, or has started anew by itself, is given all parameters again; one that stays away
-// is reset (reset_ladder.h). Looks at the driver at most four times a second of the camera's time, on the main thread,
-// and not at all while there is nothing to wait for.
+// is reset, and so is one whose start-up has failed (reset_ladder.h). Looks at the driver at most four times a second
+// of the camera's time, on the main thread, and not at all while there is nothing to wait for.
 #pragma once
 
 #include "ptzorvel/ptz_driver.h"
@@ -29,7 +29,8 @@ class LinkWatch {
 
     // Any thread. "up", "down" or "off".
     const char *link() const;
-    // Resets since the link went down, and how often the block has started anew by itself since the service began.
+    // Resets since the link went down or a start-up failed, and how often the block has started anew by itself since
+    // the service began.
     unsigned resets() const;
     unsigned reboots() const { return reboots_; }
 

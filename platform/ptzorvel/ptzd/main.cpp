@@ -2,6 +2,7 @@
 #include "glib_owned.h"
 #include "ptzorvel/ptzd/board_lock.h"
 #include "ptzorvel/ptzd/bus_relay.h"
+#include "ptzorvel/ptzd/driver_host.h"
 #include "ptzorvel/ptzd/param_file.h"
 #include "ptzorvel/ptzd/plugin.h"
 #include "ptzorvel/ptzd/service.h"
@@ -28,6 +29,7 @@ struct CommandLine {
     double start_timeout = 180;
     double link_timeout = 30;
     gboolean foreground = FALSE;
+    gboolean check = FALSE;
     gboolean version = FALSE;
 
     CommandLine() = default;
@@ -66,38 +68,42 @@ bool is_timeout(double seconds)
 bool parse(int *argc, char ***argv, CommandLine &line)
 {
     const GOptionEntry entries[] = {
-        {"plugin", 'p', 0, G_OPTION_ARG_FILENAME, &line.plugin, "Driver plug-in (default: " PTZD_DEFAULT_PLUGIN ")",
-         "FILE"},
+        {"plugin", 'p', 0, G_OPTION_ARG_FILENAME, &line.plugin, "Driver plug-in (default: see below)", "FILE"},
         {"channel", 'c', 0, G_OPTION_ARG_INT, &line.channel, "Number of the video channel (default: 1)", "N"},
         {"id", 'i', 0, G_OPTION_ARG_INT, &line.id, "Number of the driver on that channel (default: 0)", "N"},
-        {"state-dir", 0, 0, G_OPTION_ARG_FILENAME, &line.state_dir,
-         "Keep parameter values in this folder (default: see below)", "DIR"},
+        {"state-dir", 0, 0, G_OPTION_ARG_FILENAME, &line.state_dir, "Keep values in this folder (default: see below)",
+         "DIR"},
         {"start-timeout", 0, 0, G_OPTION_ARG_DOUBLE, &line.start_timeout,
-         "Give up a start of the camera after so long without an answer (default: 180; 0: never)", "SECONDS"},
-        {"link-timeout", 0, 0, G_OPTION_ARG_DOUBLE, &line.link_timeout,
-         "Reset a camera block that is silent for so long; 0: never (default: 30)", "SECONDS"},
+         "Give a silent start up (default: 180; 0: never)", "SECONDS"},
+        {"link-timeout", 0, 0, G_OPTION_ARG_DOUBLE, &line.link_timeout, "Reset a silent block (default: 30; 0: never)",
+         "SECONDS"},
         {"foreground", 'f', 0, G_OPTION_ARG_NONE, &line.foreground, "Show log messages on standard error too", nullptr},
+        {"check", 0, 0, G_OPTION_ARG_NONE, &line.check, "Say what is wrong in the configuration, and end", nullptr},
         {"version", 0, 0, G_OPTION_ARG_NONE, &line.version, "Show the version and end", nullptr},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr},
     };
     const GOptionContextOwned context(g_option_context_new("- the PTZ service"));
     g_option_context_add_main_entries(context.get(), entries, nullptr);
     g_option_context_set_description(
-        context.get(),
-        "Runs the driver plug-in and serves it as com.orna.PTZ on the system bus until it gets SIGTERM or\n"
-        "SIGINT, which end it within 20 seconds; while a firmware upgrade gets on, it is waited for. A second\n"
-        "signal ends it at once. It stays in the foreground.\n\n"
-        "Parameters that were set keep their values in DIR/parameters.conf; the last\n"
-        "firmware upgrade is in DIR/upgrade.conf.\n\n"
-        "Environment:\n"
-        "  STATE_DIRECTORY          folder to keep parameter values in (default: $PTZ_BOARD, else\n"
-        "                           /var/lib/ptz)\n"
-        "  DBUS_SYSTEM_BUS_ADDRESS  the system bus\n"
-        "  PTZ_DATA_DIR             folder of the configuration (default: /usr/share/ptz)\n"
-        "  PTZ_BOARD                folder of a simulated board\n"
-        "  PTZ_TIME_SCALE           run this many times faster (PC and tests)\n\n"
-        "Exit status: 0 ended by a signal, 1 no usable driver, 2 wrong arguments, 3 no bus, or another PTZ\n"
-        "service on it or for this board.\n");
+        context.get(), "Runs the driver plug-in and serves it as com.orna.PTZ on the system bus until\n"
+                       "it gets SIGTERM or SIGINT, which end it within 20 seconds; while a firmware\n"
+                       "upgrade gets on, it is waited for. A second signal ends it at once. It stays in\n"
+                       "the foreground.\n\n"
+                       "Parameters that were set keep their values in DIR/parameters.conf; the last\n"
+                       "firmware upgrade is in DIR/upgrade.conf. A start is given up, and a block reset,\n"
+                       "that has been without a good answer for the time-out.\n\n"
+                       "Without --plugin it loads\n"
+                       "  " PTZD_DEFAULT_PLUGIN "\n\n"
+                       "Environment:\n"
+                       "  STATE_DIRECTORY          folder to keep parameter values in\n"
+                       "                           (default: $PTZ_BOARD, else /var/lib/ptz)\n"
+                       "  DBUS_SYSTEM_BUS_ADDRESS  the system bus\n"
+                       "  PTZ_DATA_DIR             folder of the configuration (default: /usr/share/ptz)\n"
+                       "  PTZ_BOARD                folder of a simulated board\n"
+                       "  PTZ_TIME_SCALE           run this many times faster (PC and tests)\n\n"
+                       "Exit status: 0 ended by a signal, 1 no usable driver or --check found\n"
+                       "something, 2 wrong arguments, 3 no bus, or another PTZ service on it or for\n"
+                       "this board.\n");
     GErrorSlot error;
     const bool good = g_option_context_parse(context.get(), argc, argv, error) != FALSE && *argc == 1;
     const bool timed = is_timeout(line.start_timeout) && is_timeout(line.link_timeout);
@@ -128,6 +134,25 @@ bool parse_time_scale(double &scale)
     char *end = nullptr;
     scale = g_ascii_strtod(text, &end);
     return *end == '\0' && scale >= 1e-3 && scale <= 1e6;
+}
+
+// A line for each thing that is wrong in the configuration. The driver is made and not opened.
+int check(PTZDriverNewFunc driver_new, const CommandLine &line)
+{
+    // What the driver and GLib say of it is said better below.
+    setlogmask(LOG_MASK(LOG_EMERG));
+    g_log_set_default_handler([](const char *, GLogLevelFlags, const char *, gpointer) {}, nullptr);
+    PTZDriver *driver = driver_new(line.channel, line.id);
+    if (driver == nullptr)
+        return complain(EXIT_NO_DRIVER, "The plug-in made no driver.");
+    DriverHost host;
+    host.attach(driver, 1);
+    const auto problems = host.config_problems();
+    host.detach();
+    g_object_unref(driver);
+    for (const std::string &problem : problems)
+        std::puts(problem.c_str());
+    return problems.empty() ? EXIT_OK : EXIT_NO_DRIVER;
 }
 
 gboolean on_signal(gpointer data)
@@ -203,6 +228,8 @@ int main(int argc, char *argv[])
     options.driver_new = load_plugin(line.plugin != nullptr ? line.plugin : PTZD_DEFAULT_PLUGIN, problem);
     if (options.driver_new == nullptr)
         return complain(EXIT_NO_DRIVER, problem);
+    if (line.check != FALSE)
+        return check(options.driver_new, line);
     options.video_channel = line.channel;
     options.id = line.id;
     options.start_timeout_s = line.start_timeout;

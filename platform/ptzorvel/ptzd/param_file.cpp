@@ -1,66 +1,13 @@
 #include "ptzorvel/ptzd/param_file.h"
 
 #include "glib_owned.h"
-#include "ptzorvel/common/regular_file.h"
+#include "ptzorvel/ptzd/state_file.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <fcntl.h>
 #include <syslog.h>
-#include <unistd.h>
 
 namespace {
 
-constexpr std::size_t kMostBytes = 1 << 20;
 constexpr char kFileName[] = "parameters.conf";
-constexpr char kTemporary[] = "parameters.conf.XXXXXX"; // the last six are anything
-
-std::string file_in(const std::string &folder)
-{
-    return folder + "/" + kFileName;
-}
-
-bool write_whole(int fd, const std::string &text)
-{
-    for (std::size_t at = 0; at < text.size();) {
-        const ssize_t written = write(fd, text.data() + at, text.size() - at);
-        if (written < 0 && errno != EINTR)
-            return false;
-        at += written > 0 ? static_cast<std::size_t>(written) : 0;
-    }
-    return true;
-}
-
-// A name is safe when the folder that has it is.
-bool sync_folder(const std::string &folder)
-{
-    const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const bool synced = fd >= 0 && fsync(fd) == 0;
-    const int error = errno;
-    if (fd >= 0)
-        close(fd);
-    errno = error;
-    return synced;
-}
-
-// Written beside the old one, which it then replaces: there is always a whole file. False with errno.
-bool replace_file(const std::string &folder, const std::string &text)
-{
-    std::string temporary = folder + "/" + kTemporary;
-    const int fd = g_mkstemp_full(temporary.data(), O_WRONLY | O_CLOEXEC, 0644);
-    if (fd < 0)
-        return false;
-    const bool written = write_whole(fd, text) && fsync(fd) == 0;
-    const int error = errno;
-    close(fd);
-    errno = error;
-    if (written && std::rename(temporary.c_str(), file_in(folder).c_str()) == 0)
-        return sync_folder(folder);
-    const int reason = errno;
-    unlink(temporary.c_str());
-    errno = reason;
-    return false;
-}
 
 void load_param(GKeyFile *file, PTZDynamicalProperties &group, const ParamInfo &info)
 {
@@ -97,21 +44,12 @@ std::string default_state_folder()
 
 void load_params(const std::string &folder, ParamStore &store)
 {
-    if (folder.empty())
-        return;
-    const std::string path = file_in(folder);
-    if (access(path.c_str(), F_OK) != 0 && errno == ENOENT)
-        return;
     std::string problem;
-    const auto text = read_regular_file(path, kMostBytes, problem);
-    const GKeyFileOwned file(g_key_file_new());
-    GErrorSlot error;
-    if (text && !g_key_file_load_from_data(file.get(), text->data(), text->size(), G_KEY_FILE_NONE, error))
-        problem = std::string("is no key file: ") + error->message;
-    if (!problem.empty()) {
-        syslog(LOG_WARNING, "Kept parameters are not used: %s %s", path.c_str(), problem.c_str());
+    const GKeyFileOwned file = read_state_file(folder, kFileName, problem);
+    if (!problem.empty())
+        syslog(LOG_WARNING, "Kept parameters are not used: %s", problem.c_str());
+    if (file == nullptr)
         return;
-    }
     for (PTZDynamicalProperties *group : store.groups())
         for (const ParamInfo &info : group->list())
             load_param(file.get(), *group, info);
@@ -130,19 +68,10 @@ std::string params_text(const ParamStore &store)
 
 std::string write_params(const std::string &folder, const std::string &text)
 {
-    if (folder.empty())
-        return "";
-    if (g_mkdir_with_parents(folder.c_str(), 0755) == 0 && replace_file(folder, text))
-        return "";
-    return file_in(folder) + " cannot be written: " + g_strerror(errno) + ".";
+    return write_state_file(folder, kFileName, text);
 }
 
 void remove_stray_params(const std::string &folder)
 {
-    constexpr std::size_t kLength = std::size(kTemporary) - 1;
-    constexpr char kPrefix[] = "parameters.conf.";
-    const GOwned<GDir, g_dir_close> files(folder.empty() ? nullptr : g_dir_open(folder.c_str(), 0, nullptr));
-    while (const char *name = files ? g_dir_read_name(files.get()) : nullptr)
-        if (std::string_view(name).size() == kLength && g_str_has_prefix(name, kPrefix))
-            unlink((folder + "/" + name).c_str());
+    remove_stray_state_files(folder, kFileName);
 }

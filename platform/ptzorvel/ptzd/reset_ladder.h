@@ -1,4 +1,5 @@
-// When a camera block that has stopped answering is reset, and when again. Seconds of the camera's time.
+// When a camera block that has stopped answering, or has not come up, is reset, and when again. Seconds of the camera's
+// time.
 #pragma once
 
 #include <limits>
@@ -7,10 +8,10 @@ class ResetLadder {
   public:
     static constexpr double kNever = std::numeric_limits<double>::infinity();
 
-    // `timeout`: for how long the block may be silent before the first reset; 0: it is never reset.
+    // `timeout`: for how long the block may be away before the first reset; 0: it is never reset.
     explicit ResetLadder(double timeout) : timeout_(timeout > 0 ? timeout : kNever) {}
 
-    // The block says nothing since then: the first reset falls due.
+    // The block is away since then: the first reset falls due.
     void down(double since);
     // It answers, it has been started by somebody, or it is not to talk: no reset is wanted any more.
     void over();

@@ -177,6 +177,7 @@ bool PtzService::make_driver(const Failed &failed)
     driver_ = driver;
     host_.attach(driver, options_.time_scale);
     host_.hold_image(upgrades_.held_image());
+    note_config();
     connect_driver(driver, this);
     PTZ_DRIVER_GET_CLASS(driver)->install_params(driver);
     const auto params = driver_private(driver).params;
@@ -184,6 +185,22 @@ bool PtzService::make_driver(const Failed &failed)
     const std::lock_guard lock(mutex_);
     params_ = params;
     return true;
+}
+
+void PtzService::note_config()
+{
+    std::string fault;
+    for (const std::string &problem : host_.config_problems()) {
+        const bool serious = problem.find(": error: ") != std::string::npos;
+        syslog(serious ? LOG_ERR : LOG_WARNING, "%s", problem.c_str());
+        if (serious && fault.empty())
+            fault = problem;
+    }
+    if (fault.empty())
+        return;
+    deadlines_.hurry();
+    const std::lock_guard lock(mutex_);
+    config_fault_ = fault;
 }
 
 void PtzService::release_driver()
@@ -281,7 +298,10 @@ std::string PtzService::failure() const
     if (state_ != PTZ_STATE_FAILED)
         return "";
     const std::string cut = deadlines_.start_cut();
-    const std::string text = cut.empty() ? host_.failure() : cut;
+    std::string text = cut.empty() ? host_.failure() : cut;
+    const std::lock_guard lock(mutex_);
+    if (!config_fault_.empty())
+        text += (text.empty() ? "" : "; ") + config_fault_;
     return text.empty() ? "see the system log" : text;
 }
 

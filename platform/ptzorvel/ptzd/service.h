@@ -108,6 +108,8 @@ class PtzService {
     void perform(std::function<void(PTZDriver *driver)> work);
     DriverHost &host() { return host_; }
     const LinkWatch &link_watch() const { return *link_watch_; }
+    // Pieces of work that wait for the command thread or repeat there. Any thread.
+    std::size_t tasks() const { return queue_.queue.waiting() + queue_.queue.repeating(); }
     const KnownPosition &known_position() const { return known_position_; }
     // Any thread. Tells the bus; a floating value is taken over.
     void emit(const char *interface, const char *signal, GVariant *parameters);
@@ -137,6 +139,7 @@ class PtzService {
 
     // Command thread
     bool make_driver(const Failed &failed);
+    void note_config();
     void release_driver();
     void state_changed(int state);
     void note_upgrade(int state);
@@ -163,7 +166,8 @@ class PtzService {
     std::unique_ptr<ParamKeeper> keeper_;
     PTZDriver *driver_ = nullptr; // command thread
     bool upgrade_noted_ = false;  // command thread: that of this start
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
+    std::string config_fault_;                // under the mutex: the first that is an error
     std::shared_ptr<ParamStore> params_;      // under the mutex
     std::optional<Event> last_event_;         // under the mutex
     std::shared_ptr<GVariant> camera_signal_; // under the mutex: the latest that waits

@@ -2,6 +2,7 @@
 
 #include "glib_owned.h"
 #include "host/driver_host.h"
+#include "ptzorvel/ptzd/state_file.h"
 
 #include <algorithm>
 #include <syslog.h>
@@ -10,6 +11,7 @@
 namespace {
 
 constexpr int FAILURES_MAX = 3;
+constexpr char FILE_NAME[] = "upgrade.conf";
 constexpr char GROUP[] = "LastUpgrade";
 
 struct Field {
@@ -29,15 +31,15 @@ bool tells_of_the_image(const ImageReport &report)
 
 } // namespace
 
-UpgradeLog::UpgradeLog(const std::string &folder) : file_(folder.empty() ? "" : folder + "/upgrade.conf")
+UpgradeLog::UpgradeLog(const std::string &folder) : folder_(folder)
 {
-    const GKeyFileOwned file(g_key_file_new());
-    GErrorSlot error;
-    if (file_.empty() || g_key_file_load_from_file(file.get(), file_.c_str(), G_KEY_FILE_NONE, error) == FALSE) {
-        if (error && !g_error_matches(error.get(), G_FILE_ERROR, G_FILE_ERROR_NOENT))
-            syslog(LOG_WARNING, "The last firmware upgrade is not known: %s: %s", file_.c_str(), error->message);
+    remove_stray_state_files(folder_, FILE_NAME);
+    std::string problem;
+    const GKeyFileOwned file = read_state_file(folder_, FILE_NAME, problem);
+    if (!problem.empty())
+        syslog(LOG_WARNING, "The last firmware upgrade is not known: %s", problem.c_str());
+    if (file == nullptr)
         return;
-    }
     for (const auto &[key, text] : FIELDS)
         if (const GText value(g_key_file_get_string(file.get(), GROUP, key, nullptr)); value != nullptr)
             last_.*text = value.get();
@@ -61,6 +63,17 @@ void UpgradeLog::ended(const ImageReport &report, bool counts)
         syslog(LOG_WARNING, "The camera's firmware was not upgraded from %s to %s: %s%s", report.from.c_str(),
                report.to.c_str(), report.result.c_str(),
                failures_ == FAILURES_MAX ? ". This image is not tried again; ptzctl upgrade --retry does." : "");
+    save();
+}
+
+void UpgradeLog::seen(const std::string &version)
+{
+    const std::lock_guard lock(mutex_);
+    if (last_.to != version || last_.result.empty() || last_.result == DRIVER_HOST_UPGRADE_DONE || version == "unknown")
+        return;
+    last_.result = DRIVER_HOST_UPGRADE_DONE;
+    failures_ = 0;
+    syslog(LOG_INFO, "The camera's firmware is %s after all", version.c_str());
     save();
 }
 
@@ -94,16 +107,12 @@ GVariant *UpgradeLog::variant() const
 
 void UpgradeLog::save() const
 {
-    if (file_.empty())
-        return;
     const GKeyFileOwned file(g_key_file_new());
     for (const auto &[key, text] : FIELDS)
         g_key_file_set_string(file.get(), GROUP, key, (last_.*text).c_str());
     g_key_file_set_int64(file.get(), GROUP, "When", when_);
     g_key_file_set_integer(file.get(), GROUP, "Failures", failures_);
-    const GText folder(g_path_get_dirname(file_.c_str()));
-    g_mkdir_with_parents(folder.get(), 0755); // what is wrong with it shows when the file is written
-    GErrorSlot error;
-    if (g_key_file_save_to_file(file.get(), file_.c_str(), error) == FALSE)
-        syslog(LOG_WARNING, "The last firmware upgrade is not kept: %s", error->message);
+    const GText text(g_key_file_to_data(file.get(), nullptr, nullptr));
+    if (const std::string problem = write_state_file(folder_, FILE_NAME, text.get()); !problem.empty())
+        syslog(LOG_WARNING, "The last firmware upgrade is not kept: %s", problem.c_str());
 }
