@@ -83,10 +83,11 @@ bool ptz_driver_canon_fw_upgrade_file(const char *path)
     struct stat status {};
     if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
         return unreadable();
-    // One byte too many is enough to be refused.
-    const std::size_t size = std::min(static_cast<std::size_t>(status.st_size), FW_IMAGE_MAX + 1);
-    const std::unique_ptr<guint8[]> image(new (std::nothrow) guint8[size]);
-    if (image == nullptr || file.read_up_to(image.get(), size) != size)
+    const auto size = static_cast<std::size_t>(status.st_size);
+    // What is too long is refused for that, unread.
+    const std::size_t wanted = size <= FW_IMAGE_MAX ? size : 0;
+    const std::unique_ptr<guint8[]> image(new (std::nothrow) guint8[wanted]);
+    if (image == nullptr || file.read_up_to(image.get(), wanted) != wanted)
         return unreadable();
     return ptz_driver_canon_fw_upgrade(image.get(), size);
 }

@@ -24,8 +24,11 @@ using spidev_wire::Op;
 using spidev_wire::Reply;
 using spidev_wire::Request;
 
-// How long an answer may be overdue.
+// How long an answer may be overdue, and how long a call lasts at most.
 constexpr std::int64_t kPeerTimeoutNs = 10'000'000'000;
+// So many answers to earlier requests may come ahead of one; more are no answers.
+constexpr int kMostLate = 64;
+constexpr std::int32_t kLastErrno = 4095; // as the kernel has it
 // A board answers within some 20 us: asking again and again is far quicker then than being woken up.
 constexpr std::int64_t kSpinNs = 60'000;
 // Waking up takes up to this long.
@@ -120,12 +123,19 @@ int send_request(int fd, const Request &request, const void *data)
     }
 }
 
+// Whether a board can have said that of this request.
+bool is_answer(const Request &request, const Reply &reply)
+{
+    return reply.status >= -kLastErrno && reply.status <= static_cast<std::int32_t>(request.length) &&
+           reply.busy_ns <= kPeerTimeoutNs;
+}
+
 // Receives the answer to a request; answers to earlier ones that timed out are dropped. The data part goes to `data`
 // when that is given.
 int receive_reply(int fd, const Request &request, Reply &reply, void *data)
 {
     std::array<iovec, 2> parts{{{&reply, sizeof reply}, {data, data ? request.length : 0}}};
-    for (;;) {
+    for (int late = 0; late <= kMostLate;) {
         msghdr message{};
         message.msg_iov = parts.data();
         message.msg_iovlen = parts.size();
@@ -135,12 +145,13 @@ int receive_reply(int fd, const Request &request, Reply &reply, void *data)
         if (got > 0 && static_cast<std::size_t>(got) < sizeof reply)
             return fail(EPROTO);
         if (got > 0 && reply.sequence == request.sequence)
-            return 0;
-        if (got < 0 && errno != EAGAIN && errno != EINTR)
-            return -1;
-        if (got < 0 && await_answer(fd, request) != 0)
+            return is_answer(request, reply) ? 0 : fail(EPROTO);
+        if (got > 0)
+            late++;
+        else if ((errno != EAGAIN && errno != EINTR) || await_answer(fd, request) != 0)
             return -1;
     }
+    return fail(EPROTO);
 }
 
 int exchange(int fd, Request request, const void *tx, void *rx, std::uint32_t *value)

@@ -71,8 +71,11 @@ ReplyPtr Client::send_to(const char *path, const char *interface, const char *me
     return reply;
 }
 
-BusTest::BusTest() : bus_(g_test_dbus_new(G_TEST_DBUS_NONE))
+BusTest::BusTest(std::string address) : bus_(nullptr), address_(std::move(address))
 {
+    if (!address_.empty())
+        return;
+    bus_ = g_test_dbus_new(G_TEST_DBUS_NONE);
     g_test_dbus_up(bus_);
     address_ = g_test_dbus_get_bus_address(bus_);
 }

@@ -56,7 +56,8 @@ class Client {
 
 class BusTest : public testing::Test {
   protected:
-    BusTest();
+    // A bus on which everybody may do all; with an address, that one, which is somebody else's.
+    explicit BusTest(std::string address = "");
     ~BusTest() override { stop_bus(); }
 
     const std::string &address() const { return address_; }

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 
 namespace {
@@ -140,6 +141,32 @@ std::size_t SystemTest::ptzd_descriptors() const
         least = std::min(least, static_cast<std::size_t>(std::distance(begin(entries), end(entries))));
     }
     return least;
+}
+
+std::string SystemTest::state_at_once()
+{
+    Reply reply;
+    gint64 took_us = G_USEC_PER_SEC;
+    for (int attempt = 0; attempt < 2 && took_us >= G_USEC_PER_SEC; ++attempt) {
+        const gint64 begin = g_get_monotonic_time();
+        reply = client.call("GetState");
+        took_us = g_get_monotonic_time() - begin;
+    }
+    EXPECT_LT(took_us, G_USEC_PER_SEC);
+    return reply.said();
+}
+
+void SystemTest::expect_life() const
+{
+    ASSERT_FALSE(ptzd->ended()) << ptzd->output();
+    [[maybe_unused]] std::size_t most_kb = 0;
+    std::ifstream status("/proc/" + ptzd->pid() + "/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("VmHWM:"))
+            most_kb = std::stoul(line.substr(6));
+#if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__) // which take several times as much
+    EXPECT_LT(most_kb, 32u * 1024);
+#endif
 }
 
 std::size_t SystemTest::count_of(const std::string &text, const std::string &log)

@@ -13,6 +13,8 @@ using Counts = std::map<std::string, unsigned>;
 
 class SystemTest : public BusTest {
   protected:
+    explicit SystemTest(const std::string &bus_address = "") : BusTest(bus_address) {}
+
     void start_sim(const std::vector<std::string> &options = {});
     // Starts ptzd; does not wait for the camera.
     void start_ptzd(const std::vector<std::string> &options = {});
@@ -34,6 +36,10 @@ class SystemTest : public BusTest {
     std::unique_ptr<Process> run(const std::vector<std::string> &command, const std::string &log_name,
                                  const Process::Variables &more = {});
     std::size_t ptzd_descriptors() const;
+    // GetState, which has to be answered within a second; where the machine was busy elsewhere, the second time.
+    std::string state_at_once();
+    // ptzd runs, and never had more than 32 MB.
+    void expect_life() const;
     // How often a text stands in ptzd's log, and in the simulator's.
     std::size_t logged(const std::string &text) const { return count_of(text, ptzd->output()); }
     std::size_t logged_in_sim(const std::string &text) const { return count_of(text, sim->output()); }

@@ -7,7 +7,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
 
@@ -18,21 +17,38 @@ std::vector<char> bytes_of(const std::string &text)
     return {text.begin(), text.end()};
 }
 
+GDBusMessage *call_of(const char *service, const char *path, const char *method, GVariant *arguments)
+{
+    GDBusMessage *message = g_dbus_message_new_method_call(service, path, service, method);
+    if (arguments != nullptr)
+        g_dbus_message_set_body(message, arguments);
+    return message;
+}
+
+// The kernel tells the bus whose connection it is: who makes it.
+GSocketConnection *connect_as(uid_t user, const std::string &address)
+{
+    const uid_t before = geteuid();
+    EXPECT_EQ(seteuid(user), 0);
+    GIOStream *stream = g_dbus_address_get_stream_sync(address.c_str(), nullptr, nullptr, nullptr);
+    EXPECT_EQ(seteuid(before), 0);
+    return G_SOCKET_CONNECTION(stream);
+}
+
 } // namespace
 
-RawClient::RawClient(const std::string &address)
-    : stream_(G_SOCKET_CONNECTION(g_dbus_address_get_stream_sync(address.c_str(), nullptr, nullptr, nullptr))),
-      fd_(g_socket_get_fd(g_socket_connection_get_socket(stream_)))
+RawClient::RawClient(const std::string &address, uid_t user)
+    : stream_(connect_as(user, address)), fd_(g_socket_get_fd(g_socket_connection_get_socket(stream_)))
 {
-    std::string user;
-    for (const char digit : std::to_string(getuid()))
-        user += "3" + std::string(1, digit); // in hexadecimal
-    write(bytes_of(std::string(1, '\0') + "AUTH EXTERNAL " + user + "\r\n"), 0);
+    std::string name;
+    for (const char digit : std::to_string(user))
+        name += "3" + std::string(1, digit); // in hexadecimal
+    write(bytes_of(std::string(1, '\0') + "AUTH EXTERNAL " + name + "\r\n"), 0);
     EXPECT_TRUE(read_line().starts_with("OK "));
     write(bytes_of("NEGOTIATE_UNIX_FD\r\n"), 0);
     EXPECT_EQ(read_line(), "AGREE_UNIX_FD");
     write(bytes_of("BEGIN\r\n"), 0);
-    send(g_dbus_message_new_method_call("org.freedesktop.DBus", "/", "org.freedesktop.DBus", "Hello"));
+    ask_bus("Hello");
     read();
 }
 
@@ -58,10 +74,12 @@ std::string RawClient::read_line()
 
 bool RawClient::call(const char *method, GVariant *arguments, int descriptors)
 {
-    GDBusMessage *message = g_dbus_message_new_method_call("com.orna.PTZ", "/com/orna/PTZ", "com.orna.PTZ", method);
-    if (arguments != nullptr)
-        g_dbus_message_set_body(message, arguments);
-    return send(message, descriptors);
+    return send(call_of("com.orna.PTZ", "/com/orna/PTZ", method, arguments), descriptors);
+}
+
+bool RawClient::ask_bus(const char *method, GVariant *arguments)
+{
+    return send(call_of("org.freedesktop.DBus", "/", method, arguments));
 }
 
 bool RawClient::send(GDBusMessage *message, int descriptors)

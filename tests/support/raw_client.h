@@ -4,11 +4,18 @@
 #include <gio/gio.h>
 
 #include <string>
+#include <unistd.h>
 #include <vector>
+
+// Whom the bus takes a client for, by what the shipped policy allows. Only root can be somebody else.
+namespace user {
+inline const bool MANY = geteuid() == 0;                       // these are several
+inline const uid_t STRANGER = MANY ? uid_t{65534} : geteuid(); // may look
+} // namespace user
 
 class RawClient {
   public:
-    explicit RawClient(const std::string &address);
+    explicit RawClient(const std::string &address, uid_t user = geteuid());
     RawClient(const RawClient &) = delete;
     ~RawClient();
 
@@ -17,6 +24,7 @@ class RawClient {
     bool send(GDBusMessage *message, int descriptors = 0);
     // A call of com.orna.PTZ; `arguments` floating, null for none.
     bool call(const char *method, GVariant *arguments = nullptr, int descriptors = 0);
+    bool ask_bus(const char *method, GVariant *arguments = nullptr);
     // Reads until there was a reply, or nothing for that long, and answers nothing: how many replies it was.
     std::size_t read(int wait_ms = 5000);
     const std::string &last_error() const { return last_error_; } // the name of the latest reply's, or nothing

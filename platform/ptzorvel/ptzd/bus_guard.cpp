@@ -14,6 +14,7 @@
 namespace {
 
 constexpr char kDaemon[] = "org.freedesktop.DBus";
+constexpr char kPictureService[] = "com.orna.ImageControl";     // whose changes the driver follows
 constexpr std::size_t kLongestMessage = std::size_t{64} * 1024; // what a message says, with the path that it goes to
 constexpr std::size_t kHeaderSize = 128;                        // about
 
@@ -52,11 +53,28 @@ std::optional<std::string> client_that_left(GVariant *arguments)
     return *name == ':' && *new_owner == '\0' ? std::optional<std::string>(name) : std::nullopt;
 }
 
+// Who has that name now; nobody: empty.
+std::string owner_of(GDBusConnection *connection, const char *name)
+{
+    const GVariantOwned reply(g_dbus_connection_call_sync(
+        connection, kDaemon, "/org/freedesktop/DBus", kDaemon, "GetNameOwner", g_variant_new("(s)", name),
+        G_VARIANT_TYPE("(s)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
+    const char *owner = "";
+    if (reply != nullptr)
+        g_variant_get(reply.get(), "(&s)", &owner);
+    return owner;
+}
+
+bool tells_of_properties(GDBusMessage *message)
+{
+    return g_strcmp0(g_dbus_message_get_member(message), "PropertiesChanged") == 0;
+}
+
 // Whether a signal can be one that somebody here waits for.
 bool well_formed_signal(GDBusMessage *message)
 {
     const bool to_all = g_dbus_message_get_destination(message) == nullptr;
-    const bool properties = g_strcmp0(g_dbus_message_get_member(message), "PropertiesChanged") == 0;
+    const bool properties = tells_of_properties(message);
     return to_all && size_of(message) <= kLongestMessage &&
            (!properties || g_strcmp0(g_dbus_message_get_signature(message), "sa{sv}as") == 0);
 }
@@ -74,6 +92,7 @@ class BusGuard::Post {
     GDBusMessage *look_at(GDBusConnection *connection, GDBusMessage *message, bool incoming);
 
     // Main thread
+    void picture_service_was(const std::string &owner);
     void client_left(const std::string &client);
     void take_stops();
     void signals_handled() { clients_.signals_handled(); }
@@ -85,6 +104,8 @@ class BusGuard::Post {
     GDBusMessage *goes(GDBusConnection *connection, Message message);
     GDBusMessage *call_came(GDBusConnection *connection, Message message);
     GDBusMessage *signal_came(Message message);
+    void owner_changed(GVariant *arguments);
+    bool counts(GDBusMessage *signal);
     GDBusMessage *reply_came(Message message);
     void ask(GDBusConnection *connection, const std::string &client, Clients::Witness witness);
     unsigned count_stops(bool one_more);
@@ -95,6 +116,7 @@ class BusGuard::Post {
     std::deque<CallPtr> waiting_stops_; // for the main thread
     MainWake *stops_came_ = nullptr;
     MainWake *signals_came_ = nullptr;
+    std::optional<std::string> picture_service_; // its owner, nobody: empty; none as long as that is not known
 
     std::shared_ptr<Post> self_;
     Clients clients_;
@@ -157,8 +179,9 @@ GDBusMessage *BusGuard::Post::call_came(GDBusConnection *connection, Message mes
     }
     if (*kind == Clients::Kind::refusal) {
         Call(connection, message.get(), 0)
-            .refuse(fault.value_or(CallError{ErrorKind::limits_exceeded,
-                                             "You have 32 calls in work; wait for answers before you send more."}));
+            .refuse(fault.value_or(
+                CallError{ErrorKind::limits_exceeded,
+                          "You have as many calls in work as you may; wait for answers before you send more."}));
         return nullptr;
     }
     // Every call is answered, so that its end is seen; an answer that nobody waits for is dropped on its way out.
@@ -181,18 +204,36 @@ GDBusMessage *BusGuard::Post::signal_came(Message message)
 {
     const char *sender = g_dbus_message_get_sender(message.get());
     if (std::string_view(sender) == kDaemon) {
-        // The handlers hear of it behind all that the client has sent.
         if (g_strcmp0(g_dbus_message_get_member(message.get()), "NameOwnerChanged") == 0)
-            if (const auto client = client_that_left(g_dbus_message_get_body(message.get())))
-                clients_.left(*client);
+            owner_changed(g_dbus_message_get_body(message.get()));
         return message.release();
     }
-    if (!well_formed_signal(message.get()) || !clients_.signal_came(sender))
+    if (!well_formed_signal(message.get()) || !counts(message.get()) || !clients_.signal_came(sender))
         return nullptr;
     const std::lock_guard lock(mutex_);
     if (on_duty_)
         signals_came_->wake(); // with this one, or after it
     return message.release();
+}
+
+void BusGuard::Post::owner_changed(GVariant *arguments)
+{
+    // The handlers hear of it behind all that the client has sent.
+    if (const auto client = client_that_left(arguments))
+        clients_.left(*client);
+    const char *name = nullptr;
+    const char *owner = nullptr;
+    g_variant_get(arguments, "(&s&s&s)", &name, nullptr, &owner);
+    const std::lock_guard lock(mutex_);
+    if (std::string_view(name) == kPictureService)
+        picture_service_ = owner;
+}
+
+// The driver follows changed properties whoever tells of them, and each costs pictures.
+bool BusGuard::Post::counts(GDBusMessage *signal)
+{
+    const std::lock_guard lock(mutex_);
+    return !tells_of_properties(signal) || !picture_service_ || *picture_service_ == g_dbus_message_get_sender(signal);
 }
 
 GDBusMessage *BusGuard::Post::reply_came(Message message)
@@ -274,6 +315,13 @@ CallPtr BusGuard::Post::take(GDBusMethodInvocation *invocation)
     return call;
 }
 
+void BusGuard::Post::picture_service_was(const std::string &owner)
+{
+    const std::lock_guard lock(mutex_);
+    if (!picture_service_) // else it has changed meanwhile
+        picture_service_ = owner;
+}
+
 void BusGuard::Post::client_left(const std::string &client)
 {
     handlers_.left(client);
@@ -299,6 +347,7 @@ BusGuard::BusGuard(GDBusConnection *connection, Handlers handlers)
             return static_cast<Post *>(data)->look_at(source, message, incoming != FALSE);
         },
         post_.get(), [](gpointer data) { static_cast<Post *>(data)->end_of_filter(); });
+    post_->picture_service_was(owner_of(connection_, kPictureService));
 }
 
 BusGuard::~BusGuard()

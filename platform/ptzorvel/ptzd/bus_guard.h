@@ -3,7 +3,8 @@
 //
 // - Calls and signals longer than any that means something are refused or dropped.
 // - A client that has as much in work as it may gets LimitsExceeded; one that does not read what it gets, nothing more.
-// - Signals sent to the service alone are dropped, and floods of others; they come from strangers.
+// - Signals sent to the service alone are dropped, and floods of others; they come from strangers. Changed properties
+//   count from the owner of com.orna.ImageControl alone.
 // - Stop overtakes whatever waits in the main loop, and counts from here on: a move that came before it and is handled
 //   after it knows by Call::stops_before().
 #pragma once

@@ -1,5 +1,7 @@
 #include "ptzorvel/ptzd/clients.h"
 
+#include <iterator>
+
 std::optional<Clients::Kind> Clients::call_came(const std::string &client, guint32 serial, Kind kind, bool wants_reply,
                                                 unsigned stops)
 {
@@ -8,15 +10,15 @@ std::optional<Clients::Kind> Clients::call_came(const std::string &client, guint
     const bool mute = does_not_read(account) && kind != Kind::stop;
     if (mute || account.waiting.size() >= kMostUnanswered || account.waiting.count(serial) != 0)
         return std::nullopt;
-    if (account.in_work[static_cast<std::size_t>(kind)] >= kMostInWork)
+    if (full(account, kind))
         kind = Kind::refusal;
-    if (kind == Kind::refusal && !wants_reply)
+    if (kind == Kind::refusal && (!wants_reply || full(account, kind)))
         return std::nullopt;
     if (!account.waiting.empty())
         account.modest = false;
     account.waiting[serial] = {kind, wants_reply, stops};
-    if (kind != Kind::refusal)
-        account.in_work[static_cast<std::size_t>(kind)]++;
+    account.in_work[static_cast<std::size_t>(kind)]++;
+    in_work_[static_cast<std::size_t>(kind)]++;
     return kind;
 }
 
@@ -43,8 +45,8 @@ bool Clients::reply_goes(const std::string &client, guint32 serial, std::size_t 
     if (waiting != account.waiting.end()) {
         const Waiting call = waiting->second;
         account.waiting.erase(waiting);
-        if (call.kind != Kind::refusal)
-            account.in_work[static_cast<std::size_t>(call.kind)]--;
+        account.in_work[static_cast<std::size_t>(call.kind)]--;
+        in_work_[static_cast<std::size_t>(call.kind)]--;
         if (!call.wants_reply)
             return false;
     }
@@ -62,7 +64,8 @@ bool Clients::worth_asking(const std::string &client, Witness witness) const
     const std::lock_guard lock(mutex_);
     const auto found = accounts_.find(client);
     return found != accounts_.end() && found->second.sent - found->second.read > kAskAfter &&
-           !found->second.asked[static_cast<std::size_t>(witness)] && (witness == Witness::client || daemon_tells_);
+           !found->second.asked[static_cast<std::size_t>(witness)] &&
+           (witness == Witness::client ? pings_ < kMostPings : daemon_tells_);
 }
 
 void Clients::asked(const std::string &client, Witness witness, guint32 serial)
@@ -73,6 +76,7 @@ void Clients::asked(const std::string &client, Witness witness, guint32 serial)
         return;
     found->second.asked[static_cast<std::size_t>(witness)] = true;
     questions_[serial] = {client, witness, found->second.sent};
+    pings_ += witness == Witness::client ? 1 : 0;
 }
 
 bool Clients::answered(const std::string &sender, guint32 serial, std::optional<std::size_t> left)
@@ -82,7 +86,7 @@ bool Clients::answered(const std::string &sender, guint32 serial, std::optional<
     if (found == questions_.end() || (found->second.witness == Witness::client && found->second.client != sender))
         return false;
     const Question question = found->second;
-    questions_.erase(found);
+    forget(found);
     const auto entry = accounts_.find(question.client);
     if (question.witness == Witness::client)
         left = 0; // it has read the question, and all before it
@@ -124,8 +128,11 @@ void Clients::left(const std::string &client)
         return;
     unread_ -= found->second.sent - found->second.read;
     abandoned_ += found->second.waiting.size();
+    for (std::size_t kind = 0; kind < in_work_.size(); ++kind)
+        in_work_[kind] -= found->second.in_work[kind];
     accounts_.erase(found);
-    std::erase_if(questions_, [&](const auto &asked) { return asked.second.client == client; });
+    for (auto asked = questions_.begin(); asked != questions_.end();)
+        asked = asked->second.client == client ? forget(asked) : std::next(asked);
 }
 
 bool Clients::drop_abandoned(const std::string &client)
@@ -141,6 +148,19 @@ std::size_t Clients::unread() const
 {
     const std::lock_guard lock(mutex_);
     return unread_;
+}
+
+Clients::Questions::iterator Clients::forget(Questions::iterator question)
+{
+    pings_ -= question->second.witness == Witness::client ? 1 : 0;
+    return questions_.erase(question);
+}
+
+bool Clients::full(const Account &account, Kind kind) const
+{
+    const auto at = static_cast<std::size_t>(kind);
+    const Limit &limit = kLimits[at];
+    return account.in_work[at] >= (in_work_[at] < limit.together ? limit.each : limit.then);
 }
 
 bool Clients::does_not_read(const Account &account) const

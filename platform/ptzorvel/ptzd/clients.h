@@ -13,10 +13,10 @@
 
 class Clients {
   public:
-    static constexpr unsigned kMostInWork = 32;                            // calls of one client; as many stops besides
-    static constexpr unsigned kMostUnanswered = 1024;                      // with the refusals that are on their way
-    static constexpr unsigned kMostOfGone = 64;                            // calls of clients that have left
-    static constexpr unsigned kMostSignals = 64;                           // of one client that are not handled yet
+    static constexpr unsigned kMostUnanswered = 1024; // calls of one client, with the refusals that are on their way
+    static constexpr unsigned kMostOfGone = 64;       // calls of clients that have left
+    static constexpr unsigned kMostSignals = 64;      // of one client that are not handled yet
+    static constexpr unsigned kMostPings = 64;        // unanswered; the bus allows 128 calls
     static constexpr std::size_t kAskAfter = std::size_t{16} * 1024;       // bytes that may be unread
     static constexpr std::size_t kMostUnread = std::size_t{1024} * 1024;   // of one client
     static constexpr std::size_t kMostTogether = std::size_t{8192} * 1024; // of all; beyond it one client may have
@@ -24,8 +24,15 @@ class Clients {
     static constexpr std::size_t kSmallReply = std::size_t{4} * 1024;
 
     enum class Kind { work, stop, refusal };
+    // How many calls of a kind one client may have; when all together have many, how many then.
+    struct Limit {
+        unsigned each, together, then;
+    };
+    static constexpr std::array<Limit, 3> kLimits{{{32, 64, 1}, {32, 64, 32}, {1024, 256, 4}}};
+
     // A call has come in. What it is to be treated as, refusal when the client has as many of that kind as it may;
-    // nothing when it is to be dropped without an answer: the client wants none, or does not read and it is no stop.
+    // nothing when it is to be dropped without an answer: the client wants none, or has as many refusals on their way
+    // as it may, or does not read and it is no stop.
     // `stops`: how many stops had come before it.
     std::optional<Kind> call_came(const std::string &client, guint32 serial, Kind kind, bool wants_reply,
                                   unsigned stops = 0);
@@ -76,11 +83,17 @@ class Clients {
         std::size_t sent; // to the client by then
     };
 
+    using Questions = std::map<guint32, Question>;
+
     bool does_not_read(const Account &account) const;
+    bool full(const Account &account, Kind kind) const;
+    Questions::iterator forget(Questions::iterator question);
 
     mutable std::mutex mutex_;
     std::unordered_map<std::string, Account> accounts_;
-    std::map<guint32, Question> questions_; // by the serial of the message that asks
+    Questions questions_;               // by the serial of the message that asks
+    std::array<unsigned, 3> in_work_{}; // calls of all, by kind
+    std::size_t pings_ = 0;             // those of them that clients are to answer
     std::size_t unread_ = 0;
     std::size_t abandoned_ = 0; // calls of clients that have left
     bool daemon_tells_ = true;
