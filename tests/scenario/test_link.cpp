@@ -95,7 +95,9 @@ TEST_F(Link, ABlockThatLostItsSettingsIsGivenThemAgain)
     }
     EXPECT_GE(logged("The camera block has started anew by itself: applying all parameters again"), 1u);
     EXPECT_THAT(client.call("GetStatus").text, HasSubstr("'reboots': <uint32 1>"));
-    EXPECT_EQ(sim_counts("Offences"), Counts{});
+    Counts offences = sim_counts("Offences");
+    offences.erase("burst-without-request"); // the block may fall silent between the host's look and its burst
+    EXPECT_EQ(offences, Counts{});
 }
 
 TEST_F(Link, ABlockThatStaysAwayIsResetAgainAndAgain)
@@ -120,7 +122,7 @@ TEST_F(Link, AStartThatFailsIsTriedAgain)
 {
     start_sim();
     sim_command("fault init-done never");
-    start_ptzd();
+    start_ptzd({"--start-timeout", "20", "--link-timeout", "5"});
     await_state(7);
     sim_command("clear faults");
     await_state(1);
