@@ -42,8 +42,8 @@ bool clock_cancelled();
 void clock_sleep_us(std::int64_t us);
 int clock_wait_exceptional(int fd, std::int64_t timeout_us);
 
-// How often one of them has begun or ended; goes round at its largest. Whoever sees it grow knows that the driver is not
-// stuck, however long what it does takes. Any thread.
+// How often one of them has begun or ended; goes round at its largest. Whoever sees it grow knows that the driver is
+// not stuck, however long what it does takes. Any thread.
 unsigned clock_waits();
 
 inline std::time_t clock_calendar_time()

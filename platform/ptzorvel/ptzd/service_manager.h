@@ -1,9 +1,9 @@
 // What the service manager (systemd) hears of the service: that it is ready, how the camera is, that the command thread
 // lives, and that a start or an end that gets on takes longer. Nothing of it happens where no manager listens.
 //
-// The command thread lives when it has come round to a question of the main thread, or when the driver has begun or ended
-// a wait since the last look: a long wait for the camera block is no hang, a call that never returns is one. The main
-// thread tells, so its own hang is noticed as well.
+// The command thread lives when it has come round to a question of the main thread, or when the driver has begun or
+// ended a wait since the last look: a long wait for the camera block is no hang, a call that never returns is one. The
+// main thread tells, so its own hang is noticed as well.
 #pragma once
 
 #include "ptzorvel/common/task_queue.h"
