@@ -45,14 +45,15 @@ stop_all() {
 inside() {
     local -a ours=(krx-sim ptzd ptzctl) version
     export DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8
+    echo "APT::Install-Recommends \"false\";" >/etc/apt/apt.conf.d/90plain
     apt-get -q update
     everything >/tmp/before
     apt-get -q -y install /debs/old/{krx-sim,ptzd,ptzctl}_*.deb || fail 'the previous packages cannot be installed'
-    for who in operator:ptz admin:ptz-admin stranger:users; do useradd -M -s /bin/sh -G "${who#*:}" "${who%%:*}"; done
+    for who in mover:ptz manager:ptz-admin stranger:users; do useradd -M -s /bin/sh -G "${who#*:}" "${who%%:*}"; done
     echo '# mine' >>/etc/ptz/krx_port.conf
     mkdir -p /run/dbus && dbus-daemon --system --fork
     start_all
-    user operator ptzctl params set ImageSource.WDR on || fail 'a member of the group cannot set a parameter'
+    user mover ptzctl params set ImageSource.WDR on || fail 'a member of the group cannot set a parameter'
     stop_all
 
     apt-get -q -y install /debs/{krx-sim,ptzd,ptzctl}_*.deb || fail 'the upgrade failed'
@@ -60,10 +61,10 @@ inside() {
     grep -qx '# mine' /usr/share/ptz/krx_port.conf || fail 'the upgrade lost a change of the configuration'
     start_all
     [[ $(user stranger ptzctl params get ImageSource.WDR) == *on* ]] || fail 'the upgrade lost a setting'
-    /debs/check-rights.sh /debs/rights.md everybody="$(ids stranger)" ptz="$(ids operator)" ptz-admin="$(ids admin)" \
+    /debs/check-rights.sh /debs/rights.md everybody="$(ids stranger)" ptz="$(ids mover)" ptz-admin="$(ids manager)" \
         root="$(ids root)" >/tmp/rights || { cat /tmp/rights >&3; fail 'rights are not as the table says'; }
     ! user stranger ptzctl move pan=10 || fail 'a stranger moves the camera'
-    user operator ptzctl move pan=10 || fail 'a member of the group cannot move the camera'
+    user mover ptzctl move pan=10 || fail 'a member of the group cannot move the camera'
     for ((i = 0; i < 300; ++i)); do user stranger ptzctl --json position | grep -Eq '"pan":(10[,.]|9\.9[5-9])' && break; sleep 0.1; done
     ((i < 300)) || fail 'the camera does not look where it was told to'
     stop_all
@@ -98,7 +99,7 @@ for deb in "$debs"/*.deb; do [[ $deb == *-dbgsym_* ]] || dpkg-deb -x "$deb" "$ro
 rm -rf "$root/shipped"
 
 fresh=$debs/debian12.tar
-[[ -f $fresh ]] || { mmdebstrap --variant=minbase --include=dbus,systemd bookworm "$fresh.new" && mv "$fresh.new" "$fresh"; } ||
+[[ -f $fresh ]] || { mmdebstrap --format=tar --variant=minbase --include=dbus,systemd bookworm "$fresh.new" && mv "$fresh.new" "$fresh"; } ||
     fail 'a fresh Debian 12 cannot be made'
 tar -x -C "$root" --exclude='./dev/*' -f "$fresh"
 mkdir -p "$root/debs/old"
@@ -116,5 +117,5 @@ cp /etc/resolv.conf "$root/etc/resolv.conf"
 unshare --mount --pid --fork --kill-child bash -c '
     mount -t proc proc "$0/proc" && mount -t tmpfs tmpfs "$0/dev" &&
     for node in null:3 zero:5 full:7 random:8 urandom:9; do mknod -m 666 "$0/dev/${node%:*}" c 1 "${node#*:}"; done &&
-    mkdir "$0/dev/pts" && mount -t devpts -o newinstance,ptmxmode=0666 devpts "$0/dev/pts" && ln -s pts/ptmx "$0/dev/ptmx" &&
+    mkdir "$0/dev/pts" && mount -t devpts -o newinstance,ptmxmode=0666 devpts "$0/dev/pts" && ln -s pts/ptmx "$0/dev/ptmx" && ln -s /proc/self/fd "$0/dev/fd" &&
     exec env NEW_VERSION="$1" chroot "$0" bash /debs/deb-test.sh inside' "$root" "$new"
