@@ -15,19 +15,21 @@ value() { sed -n "s/^$2=//p" /lib/systemd/system/"$1".service; }
 
 # Starts a unit as its file and what is added to it say.
 start() {
-    local unit=$1 name folder before
+    local unit=$1 name folder
+    local -a before command
     for name in RuntimeDirectory:/run StateDirectory:/var/lib; do
         folder=$(value "$unit" "${name%%:*}")
         [[ -z $folder ]] || install -d -o "$(value "$unit" User)" -g "$(value "$unit" Group)" -m 0770 "${name#*:}/$folder"
     done
-    before=$(value "$unit" ExecStartPre)
-    [[ -z $before ]] || user "$(value "$unit" User)" $before
+    read -r -a before < <(value "$unit" ExecStartPre) || true
+    ((${#before[@]} == 0)) || user "$(value "$unit" User)" "${before[@]}"
+    read -r -a command < <(value "$unit" ExecStart)
     local -a variables=("STATE_DIRECTORY=/var/lib/$(value "$unit" StateDirectory)")
     while read -r name; do [[ ! -f $name ]] || mapfile -t -O "${#variables[@]}" variables <"$name"; done \
         < <(sed -n 's/^EnvironmentFile=-//p' /lib/systemd/system/"$unit".service.d/*.conf 2>/dev/null)
     (umask "$(value "$unit" UMask)"
      exec setpriv --reuid "$(value "$unit" User)" --regid "$(value "$unit" Group)" --init-groups --no-new-privs --bounding-set=-all \
-        env "${variables[@]}" $(value "$unit" ExecStart)) &
+        env "${variables[@]}" "${command[@]}") &
     pids+=($!)
 }
 start_all() {
@@ -43,13 +45,14 @@ stop_all() {
 }
 
 inside() {
-    local -a ours=(krx-sim ptzd ptzctl) version
+    local -a ours=(krx-sim ptzd ptzctl)
     export DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8
     echo "APT::Install-Recommends \"false\";" >/etc/apt/apt.conf.d/90plain
     apt-get -q update
+    for who in mover manager stranger; do useradd -M -s /bin/sh "$who"; done
     everything >/tmp/before
     apt-get -q -y install /debs/old/{krx-sim,ptzd,ptzctl}_*.deb || fail 'the previous packages cannot be installed'
-    for who in mover:ptz manager:ptz-admin stranger:users; do useradd -M -s /bin/sh -G "${who#*:}" "${who%%:*}"; done
+    usermod -aG ptz mover && usermod -aG ptz-admin manager
     echo '# mine' >>/etc/ptz/krx_port.conf
     mkdir -p /run/dbus && dbus-daemon --system --fork
     start_all
@@ -114,6 +117,7 @@ for deb in "$root"/debs/{krx-sim,ptzd,ptzctl}_*.deb; do
 done
 cp /etc/resolv.conf "$root/etc/resolv.conf"
 # Processes and mounts of its own, which end with it.
+# shellcheck disable=SC2016 # the other shell's
 unshare --mount --pid --fork --kill-child bash -c '
     mount -t proc proc "$0/proc" && mount -t tmpfs tmpfs "$0/dev" &&
     for node in null:3 zero:5 full:7 random:8 urandom:9; do mknod -m 666 "$0/dev/${node%:*}" c 1 "${node#*:}"; done &&

@@ -6,6 +6,7 @@ build=$1 root=$2 cc=$3 ptzd=$4 ptzctl=$5 source=$2/docs/examples/still_camera.c
 dir=$(mktemp -d /tmp/ptz-plugin.XXXXXX)
 trap 'kill $(jobs -p) 2>/dev/null; rm -rf "$dir"' EXIT
 
+# shellcheck disable=SC2016 # no command
 sed -n '/^```c$/,/^```$/p' "$root/docs/plugins.md" | sed '1d;$d' | diff - "$source"
 
 meson install -C "$build" --no-rebuild --quiet --destdir "$dir/stage" >"$dir/log" 2>&1 || { cat "$dir/log"; exit 1; }
