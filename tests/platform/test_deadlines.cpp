@@ -6,7 +6,6 @@
 #include "tests/platform/bus_fixture.h"
 #include "tests/support/temp_folder.h"
 
-#include <cstring>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -134,7 +133,7 @@ class ServiceManagerTest : public DeadlinesTest {
     {
         sockaddr_un name{};
         name.sun_family = AF_UNIX;
-        std::strcpy(name.sun_path, folder.file("notify").c_str());
+        folder.file("notify").copy(name.sun_path, sizeof name.sun_path - 1);
         EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr *>(&name), sizeof name), 0);
         setenv("NOTIFY_SOCKET", name.sun_path, 1);
         setenv("WATCHDOG_USEC", "4000", 1);

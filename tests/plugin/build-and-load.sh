@@ -25,6 +25,9 @@ for ((i = 0; i < 600; ++i)); do [[ -s $dir/address ]] && break; sleep 0.05; done
 DBUS_SYSTEM_BUS_ADDRESS=$(<"$dir/address")
 export DBUS_SYSTEM_BUS_ADDRESS PTZ_BOARD=$dir
 "$ptzd" --plugin "$dir/still_camera.so" &
+pid=$!
 "$ptzctl" state --wait 1 --within 30
 "$ptzctl" move pan=10 tilt=-5
 "$ptzctl" --json position | grep '"pan":10.*"tilt":-5\|"tilt":-5.*"pan":10'
+kill -TERM $pid
+wait $pid

@@ -3,7 +3,6 @@
 #include "ptzorvel/ptz_driver.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <string>
 #include <systemd/sd-daemon.h>
 #include <utility>

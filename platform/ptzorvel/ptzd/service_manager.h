@@ -12,6 +12,7 @@
 #include "ptzorvel/ptzd/main_timer.h"
 
 #include <atomic>
+#include <cstdint>
 
 class ServiceManager {
   public:
@@ -32,7 +33,7 @@ class ServiceManager {
     TaskQueue &queue_;
     DriverHost &host_;
     const Deadlines &deadlines_;
-    const unsigned long long patience_us_; // the manager's, with a silent service
+    const std::uint64_t patience_us_; // the manager's, with a silent service
     std::atomic<bool> ready_{false};
     std::atomic<bool> came_round_{true};
     unsigned waits_ = 0; // main thread
