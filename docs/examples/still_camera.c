@@ -5,7 +5,6 @@ typedef struct {
     PTZDriver parent_instance;
     gint32 where[6]; /* pan, tilt, zoom, iris, focus, brightness; 16.16 */
 } StillCamera;
-
 typedef struct {
     PTZDriverClass parent_class;
 } StillCameraClass;
