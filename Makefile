@@ -1,7 +1,7 @@
 # What a person types here; `make` alone lists it. Meson and Ninja do the work, in build/.
 
 .DEFAULT_GOAL := help
-.PHONY: help run test asan tsan tsan-mutants coverage fuzz lint campaign calls soak bench install clean deps
+.PHONY: help run test asan tsan tsan-mutants coverage fuzz lint campaign calls soak bench install deb deb-test clean deps
 
 PREFIX ?= /usr/local
 SECONDS ?= 60
@@ -22,6 +22,8 @@ help:
 	@echo 'make calls    every system call of ptzd fails, at more places of a step than in the suite'
 	@echo 'make soak     random faults and requests for MINUTES=$(MINUTES); whether anything grows (SEED=N)'
 	@echo 'make bench    the benchmarks'
+	@echo 'make deb      the Debian packages, in build/deb'
+	@echo 'make deb-test install, use, upgrade and purge them in a fresh Debian 12 (as root or through sudo)'
 	@echo 'make install  install under $$DESTDIR$$PREFIX (PREFIX=$(PREFIX))'
 	@echo 'make clean    remove build/'
 	@echo
@@ -32,7 +34,7 @@ deps:
 
 # Not -O3: there gcc 12 warns of overlapping and overrun memory in its own library, wrongly.
 build/release/build.ninja: | deps
-	meson setup build/release --buildtype=release -Doptimization=2 --prefix='$(PREFIX)'
+	meson setup build/release --buildtype=release -Doptimization=2
 build/asan/build.ninja: | deps
 	meson setup build/asan -Db_sanitize=address,undefined -Db_lundef=false -Dbench=disabled
 build/tsan/build.ninja: | deps
@@ -95,11 +97,23 @@ bench: deps build/release/build.ninja
 	ninja -C build/release
 	meson test -C build/release --no-rebuild --benchmark --verbose
 
-install: deps build/release/build.ninja
-	meson configure build/release --prefix='$(PREFIX)'
-	ninja -C build/release
-	meson install -C build/release --no-rebuild $(if $(DESTDIR),--destdir '$(DESTDIR)')
-	$(if $(DESTDIR),,-ldconfig)
+# In a folder of its own, where nothing is built that does not get installed.
+install:
+	@tools/install-deps.sh install
+	@[ -f build/install/build.ninja ] || meson setup build/install --buildtype=release -Doptimization=2 \
+	    -Dtests=false -Dbench=disabled
+	meson configure build/install --prefix='$(PREFIX)'
+	ninja -C build/install
+	meson install -C build/install --no-rebuild $(if $(DESTDIR),--destdir '$(DESTDIR)')
+	$(if $(DESTDIR),,tools/after-install.sh)
+
+deb:
+	@tools/install-deps.sh deb
+	tools/deb.sh
+
+deb-test: deb
+	@tools/install-deps.sh deb-test
+	tools/deb-test.sh build/deb
 
 clean:
 	rm -rf build

@@ -92,6 +92,15 @@ MachineClock &machine()
 }
 
 std::atomic<Clock *> replacement{nullptr};
+std::atomic<unsigned> waits{0};
+
+// Counts the wait that it lives for.
+struct CountedWait {
+    CountedWait() { waits.fetch_add(1, std::memory_order_relaxed); }
+    CountedWait(const CountedWait &) = delete;
+    CountedWait &operator=(const CountedWait &) = delete;
+    ~CountedWait() { waits.fetch_add(1, std::memory_order_relaxed); }
+};
 
 } // namespace
 
@@ -126,11 +135,18 @@ bool clock_cancelled()
 
 void clock_sleep_us(std::int64_t us)
 {
+    const CountedWait counted;
     if (us > 0 && !clock_cancelled())
         clock_get().sleep_us(us);
 }
 
 int clock_wait_exceptional(int fd, std::int64_t timeout_us)
 {
+    const CountedWait counted;
     return clock_cancelled() ? 0 : clock_get().wait_exceptional(fd, timeout_us);
+}
+
+unsigned clock_waits()
+{
+    return waits.load(std::memory_order_relaxed);
 }

@@ -41,6 +41,10 @@ bool clock_cancelled();
 void clock_sleep_us(std::int64_t us);
 int clock_wait_exceptional(int fd, std::int64_t timeout_us);
 
+// How often one of them has begun or ended; goes round at its largest. Whoever sees it grow knows that the driver is
+// not stuck, however long what it does takes. Any thread.
+unsigned clock_waits();
+
 inline std::time_t clock_calendar_time()
 {
     return static_cast<std::time_t>(clock_get().now_us() / 1000000);

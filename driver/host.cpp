@@ -29,7 +29,8 @@ enum PropertyId {
     PROP_CONFIG,
     PROP_FIRMWARE,
     PROP_REBOOTS,
-    PROP_STATUSES
+    PROP_STATUSES,
+    PROP_WAITS
 };
 
 GVariant *upgrade_variant()
@@ -119,6 +120,9 @@ void get_property(GObject *, guint id, GValue *value, GParamSpec *)
         break;
     case PROP_STATUSES:
         g_value_set_uint(value, host_statuses());
+        break;
+    case PROP_WAITS:
+        g_value_set_uint(value, clock_waits());
         break;
     }
 }
@@ -221,6 +225,8 @@ void ptz_driver_canon_install_host(GObjectClass *klass)
                               G_MAXUINT, 0, GET));
     install(klass, PROP_STATUSES,
             g_param_spec_uint(DRIVER_HOST_STATUSES, "Statuses", "Good statuses that have come", 0, G_MAXUINT, 0, GET));
+    install(klass, PROP_WAITS,
+            g_param_spec_uint(DRIVER_HOST_WAITS, "Waits", "Waits that have begun or ended", 0, G_MAXUINT, 0, GET));
     install_action(klass, DRIVER_HOST_REFRESH, G_CALLBACK(refresh), G_TYPE_NONE);
     install_action(klass, DRIVER_HOST_APPLY, G_CALLBACK(apply), G_TYPE_BOOLEAN);
     install_action(klass, DRIVER_HOST_SETTLE, G_CALLBACK(settle), G_TYPE_NONE);

@@ -47,15 +47,21 @@ GVariant *garbage()
     return g_variant_new("(s)", "%s%n garbage\n");
 }
 
-// Asks the bus about a name; 0 when it does not answer.
+// Asks the bus about a name; 0, and a message that says why, when it refuses.
 guint32 ask_for_name(GDBusConnection *connection, const char *method, GVariant *arguments)
 {
     guint32 answer = 0;
+    GErrorSlot error;
     const GVariantOwned reply(g_dbus_connection_call_sync(connection, kDBus, "/org/freedesktop/DBus", kDBus, method,
                                                           arguments, G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1,
-                                                          nullptr, nullptr));
+                                                          nullptr, error));
     if (reply)
         g_variant_get(reply.get(), "(u)", &answer);
+    else if (g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_ACCESS_DENIED))
+        g_printerr(
+            "krx-sim: running without a name on D-Bus: %s. Start the service krx-sim, or name a bus of your own in "
+            "DBUS_SYSTEM_BUS_ADDRESS.\n",
+            error->message);
     return answer;
 }
 

@@ -31,6 +31,7 @@ LISTS = {
         Names("data/com.orna.PTZ.xml", r'<method name="(\w+)"'),
         Names("platform/ptzorvel/ptzd/face.cpp", r'\{"(\w+)", call_'),
         Names("data/dbus/com.orna.PTZ.conf", r'send_interface="com\.orna\.PTZ" send_member="(\w+)"'),
+        Names("docs/rights.md", r"^\| `com\.orna\.PTZ\.(\w+)`"),
     ],
     **{
         f"option of {program}": [
@@ -51,11 +52,13 @@ LISTS = {
     "key of krx_driver.conf": [
         Names("driver/config.cpp", r'^    \{"(\w+)", Kind::'),
         Names("docs/configuration.md", r"^\| `(\w+)`", r"\n## krx_driver\.conf\n(.*?)\n## "),
+        Names("data/conf/krx_driver.conf", r"^#?(\w+)="),
     ],
     "key of krx_port.conf": [
         Names("port/config.cpp", r'(?:group|COMMON_GROUP), "(\w+)"'),
         Names("driver/config_check.cpp", r'^        \{"(\w+)", (?:integer|boolean|text|pin),'),
         Names("docs/configuration.md", r"^\| `(\w+)`", r"\n## krx_port\.conf\n(.*)"),
+        Names("data/conf/krx_port.conf", r"^#?(\w+)="),
     ],
     "status field": [
         Names("vcc/status.h", r"\bvccif_get_(\w+)\(\)\n\{"),

@@ -19,8 +19,11 @@ def run(*command):
     return subprocess.run(command, check=True, capture_output=True, text=True).stdout
 
 
-def needed(file):
-    return re.findall(r"\(NEEDED\).*\[(.*)\]", run("readelf", "-dW", file))
+def needed(file, wanted):
+    """Libraries by the names that a board has; the version of a stand-in's is left out."""
+    for name in re.findall(r"\(NEEDED\).*\[(.*)\]", run("readelf", "-dW", file)):
+        plain = name.removesuffix(".1")
+        yield plain if plain in wanted else name
 
 
 def symbols(file, *options):
@@ -47,13 +50,14 @@ def paths(plugin):
         match = re.match(r"\s*(\S+) => (/\S+)", line)
         if match:
             yield match.group(1), match.group(2)
+            yield match.group(1).removesuffix(".1"), match.group(2)
 
 
 def update(plugin, path):
     found = dict(paths(plugin))
     left = set(symbols(plugin, "--undefined-only"))
     text = HEAD
-    for library in sorted(needed(plugin)):
+    for library in sorted(needed(plugin, read(path))):
         taken = left & set(symbols(found[library], "--defined-only"))
         left -= taken
         text += "\n[" + library + "]\n" + "".join(name + "\n" for name in sorted(taken))
@@ -66,7 +70,7 @@ def main():
     if "--update" in sys.argv[3:]:
         sys.exit("nobody defines " + ", ".join(sorted(left)) if (left := update(plugin, path)) else 0)
     wanted = read(path)
-    problems = [f"needs the library {library}" for library in needed(plugin) if library not in wanted]
+    problems = [f"needs the library {library}" for library in needed(plugin, wanted) if library not in wanted]
     known = set().union(*wanted.values())
     problems += [f"needs the symbol {name}" for name in sorted(set(symbols(plugin, "--undefined-only")) - known)]
     for problem in problems:

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""Usage: tools/config-pages.py PAGE FILE.conf sample|manual
+"""Usage: tools/config-pages.py PAGE FILE.conf
 
-Makes of the table of a configuration file in docs/configuration.md the commented sample or the manual page, on stdout.
+Makes of the table of a configuration file in docs/configuration.md its manual page, on stdout.
 """
 import re
 import sys
@@ -27,28 +27,6 @@ def section(page, name):
     return plain(found[1]), rows
 
 
-def group_of(name, key):
-    if name == "krx_driver.conf":
-        return "KRX_DRIVER"
-    return "KRX_PORTS" if key in ("Ports", "BigEndian") else "KRX_PORT0"
-
-
-def comment(text):
-    return textwrap.fill(text, WIDTH, initial_indent="# ", subsequent_indent="# ", break_on_hyphens=False)
-
-
-def sample(name, intro, rows):
-    print(comment(f"{name}: see {name}(5). {intro}"))
-    group = None
-    for key, kind, default, example, text in rows:
-        if group_of(name, key) != group:
-            group = group_of(name, key)
-            print(f"\n[{group}]")
-        needed = default == "required"
-        print("\n" + comment(f"{kind}; {default if needed else 'without it: ' + default}. {text[0].upper()}{text[1:]}."))
-        print(("" if needed else "#") + f"{key}={example}")
-
-
 def escaped(text):
     text = textwrap.fill(text, WIDTH, break_on_hyphens=False).replace("\\", "\\e").replace("-", "\\-")
     return re.sub(r"^([.'])", r"\\&\1", text, flags=re.MULTILINE)
@@ -70,9 +48,9 @@ def manual(name, intro, rows):
 
 
 def main():
-    page, name, form = sys.argv[1:]
+    page, name = sys.argv[1:]
     with open(page, encoding="utf-8") as file:
-        {"sample": sample, "manual": manual}[form](name, *section(file.read(), name))
+        manual(name, *section(file.read(), name))
 
 
 main()

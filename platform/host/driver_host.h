@@ -77,6 +77,10 @@
 /* guint: good statuses that have come since the process began, each counted when what it brought is published. */
 #define DRIVER_HOST_STATUSES "host-statuses"
 
+/* guint, from its largest on again from 0: how often a wait of the driver has begun or ended. No wait is longer than ten
+ * seconds of the driver's time: an operation during which this stands still for longer is stuck. */
+#define DRIVER_HOST_WAITS "host-waits"
+
 /* Action signals, emitted on the command thread. */
 
 /* void (void): reads the status once. Does nothing while the driver is not running. */

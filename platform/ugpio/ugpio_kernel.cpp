@@ -8,13 +8,14 @@
 #include <fcntl.h>
 #include <linux/gpio.h>
 #include <memory>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace ugpio_internal {
 namespace {
 
-// Tests put a folder of their own in the place of the kernel's.
+// Another folder may stand in the place of the kernel's.
 std::string root(const char *variable, const char *usual)
 {
     const char *other = std::getenv(variable);
@@ -56,6 +57,16 @@ std::string read_text(const std::string &path)
     return result;
 }
 
+// An exported line is root's at first; the device manager hands it over to the service's group a moment later.
+int handed_over(int number)
+{
+    constexpr int LOOKS = 200, PAUSE_MS = 10;
+    const std::string direction = attribute(number, "direction");
+    for (int look = 0; look < LOOKS && access(direction.c_str(), W_OK) != 0 && errno == EACCES; ++look)
+        poll(nullptr, 0, PAUSE_MS);
+    return number;
+}
+
 // Exports the line if it is not yet. It stays exported: the kernel guarantees an output's level only that long.
 int find_number(int number) noexcept
 {
@@ -64,7 +75,7 @@ int find_number(int number) noexcept
     // EBUSY: somebody exported it between the two lines.
     if (write_text(sysfs_root() + "/export", std::to_string(number)) != 0 && errno != EBUSY)
         return -1;
-    return number;
+    return handed_over(number);
 }
 
 int find_name(const char *name) noexcept

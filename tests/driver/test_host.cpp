@@ -56,7 +56,9 @@ TEST_F(Host, SilenceBeginsWithTheFirstExchangeThatBringsNothingGood)
     }
     log.take();
     port.deaf = true;
+    const unsigned waits = count_of(DRIVER_HOST_WAITS);
     EXPECT_FALSE(ptz_driver_canon_cmd_stop(driver));
+    EXPECT_EQ(count_of(DRIVER_HOST_WAITS) - waits, 20u); // its ten pauses, begun and ended
     EXPECT_EQ(sends_failed(), 1u);
     EXPECT_EQ(time_of(DRIVER_HOST_SILENCE), 10 * 5000); // its ten attempts
     port.deaf = false;

@@ -135,6 +135,12 @@ bool Deadlines::ending() const
     return phase_ > Phase::start_cancelled;
 }
 
+bool Deadlines::waits_for_upgrade() const
+{
+    const std::lock_guard lock(mutex_);
+    return phase_ == Phase::upgrade_goes_on;
+}
+
 std::string Deadlines::start_cut() const
 {
     const std::lock_guard lock(mutex_);

@@ -38,6 +38,8 @@ class Deadlines {
     void look();
 
     bool ending() const;
+    // Whether the end waits for an upgrade that gets on. Any thread.
+    bool waits_for_upgrade() const;
     // Why the last start was cancelled; empty when it was not. Any thread.
     std::string start_cut() const;
 

@@ -113,6 +113,11 @@ unsigned DriverHost::sends_failed() const
     return count_of(DRIVER_HOST_SENDS_FAILED);
 }
 
+unsigned DriverHost::waits() const
+{
+    return count_of(DRIVER_HOST_WAITS);
+}
+
 unsigned DriverHost::reboots() const
 {
     return count_of(DRIVER_HOST_REBOOTS);

@@ -43,6 +43,8 @@ class DriverHost {
     std::optional<double> silence() const;
     // Any thread: commands that the camera block has not taken; 0 when the driver does not tell.
     unsigned sends_failed() const;
+    // Any thread: waits of the driver that have begun or ended; 0 when the driver does not tell.
+    unsigned waits() const;
     // Any thread: starts of the camera block that its status has shown; 0 when the driver does not tell.
     unsigned reboots() const;
 

@@ -102,7 +102,7 @@ bool parse(int *argc, char ***argv, CommandLine &line)
                        "  DBUS_SYSTEM_BUS_ADDRESS  the system bus\n"
                        "  PTZ_DATA_DIR             folder of the configuration (default: /usr/share/ptz)\n"
                        "  PTZ_BOARD                folder of a simulated board\n"
-                       "  PTZ_TIME_SCALE           run this many times faster (PC and tests)\n\n"
+                       "  PTZ_TIME_SCALE           run this many times faster (simulated camera)\n\n"
                        "Exit status: 0 ended by a signal, 1 no usable driver or --check found\n"
                        "something, 2 wrong arguments, 3 no bus, or another PTZ service on it or for\n"
                        "this board.\n");

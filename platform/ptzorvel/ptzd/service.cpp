@@ -146,6 +146,7 @@ void PtzService::close(Done closed)
     if (closing_.exchange(true))
         return;
     deadlines_.end();
+    manager_.end();
     queue_.queue.post(
         [this, closed = std::move(closed)] {
             deadlines_.close_begins();

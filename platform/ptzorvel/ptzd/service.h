@@ -18,6 +18,7 @@
 #include "ptzorvel/ptzd/motion.h"
 #include "ptzorvel/ptzd/move_owners.h"
 #include "ptzorvel/ptzd/param_keeper.h"
+#include "ptzorvel/ptzd/service_manager.h"
 #include "ptzorvel/ptzd/stopper.h"
 #include "ptzorvel/ptzd/upgrade_log.h"
 
@@ -155,6 +156,7 @@ class PtzService {
     FairQueue works_{queue_.queue}; // of the clients
     DriverHost host_;
     Deadlines deadlines_;
+    ServiceManager manager_{queue_.queue, host_, deadlines_};
     UpgradeLog upgrades_;
     KnownPosition known_position_{host_, options_.time_scale};
     std::unique_ptr<LinkWatch> link_watch_;

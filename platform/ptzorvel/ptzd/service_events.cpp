@@ -42,6 +42,7 @@ void PtzService::state_changed(int state)
 {
     note_upgrade(state);
     deadlines_.state_changed(state);
+    manager_.state_changed(state, state_text(state));
     if (state != PTZ_STATE_RUNNING)
         known_position_.keep();
     state_ = state;
