@@ -165,7 +165,9 @@ TEST_F(Program, PassesOnWhyTheServiceRefused)
     refusal = "org.freedesktop.DBus.Error.UnknownMethod"; // a service of another version
     EXPECT_THAT(ptzctl("stop --json").output, HasSubstr("\"code\":\"WrongVersion\""));
     refusal = "org.freedesktop.DBus.Error.AccessDenied";
-    EXPECT_EQ(ptzctl("special reset").errors, "ptzctl: the bus does not let you do that; run ptzctl as root\n");
+    EXPECT_EQ(ptzctl("special reset").errors,
+              "ptzctl: the bus does not let you do that: members of the group ptz move and set the camera, those of "
+              "ptz-admin reset and upgrade it\n");
 }
 
 TEST_F(Program, SaysAtCtrlCWhatGoesOnWithoutIt)

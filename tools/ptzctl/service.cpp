@@ -42,7 +42,10 @@ Failure failure_of(GError *error, int timeout_ms)
                 "ptzd left the bus before it answered; see the system log, then start it"};
     // What the bus says of these two is in the words of its interface.
     if (g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_ACCESS_DENIED))
-        return {EXIT_REFUSED, "AccessDenied", "the bus does not let you do that; run ptzctl as root"};
+        return {
+            EXIT_REFUSED, "AccessDenied",
+            "the bus does not let you do that: members of the group ptz move and set the camera, those of ptz-admin "
+            "reset and upgrade it"};
     if (g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_METHOD) ||
         g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_INVALID_ARGS))
         return {EXIT_REFUSED, "WrongVersion", "ptzd does not understand that; use ptzctl and ptzd of one version"};
