@@ -47,14 +47,22 @@ Number read_number(const void *address)
     return number;
 }
 
-bool set_param(Group &group, const ScParam &param)
+// `place`: where it is when all come in the order of the last time, as they do.
+Entry &entry_of(Group &group, std::size_t place, const char *key)
+{
+    if (place < group.entries.size() && group.entries[place].key == key)
+        return group.entries[place];
+    return find_or_add(group.entries, &Entry::key, key);
+}
+
+bool set_param(Group &group, std::size_t place, const ScParam &param)
 {
     if (param.key == nullptr || param.value == nullptr || param.size != 4)
         return false;
     if (param.type == SC_TYPE_INTEGER)
-        find_or_add(group.entries, &Entry::key, param.key).value = read_number<gint32>(param.value);
+        entry_of(group, place, param.key).value = read_number<gint32>(param.value);
     else if (param.type == SC_TYPE_REAL)
-        find_or_add(group.entries, &Entry::key, param.key).value = read_number<float>(param.value);
+        entry_of(group, place, param.key).value = read_number<float>(param.value);
     else
         return false;
     return true;
@@ -69,8 +77,8 @@ int sc_set_group(const char *group, const ScParam *const *params, int)
     const std::lock_guard lock(cache_mutex);
     Group &target = find_or_add(cache, &Group::name, group);
     int count = 0;
-    for (; *params != nullptr; params++)
-        count += set_param(target, **params) ? 1 : 0;
+    for (std::size_t place = 0; params[place] != nullptr; place++)
+        count += set_param(target, place, *params[place]) ? 1 : 0;
     return count;
 }
 
