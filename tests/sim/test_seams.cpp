@@ -31,7 +31,8 @@ TEST_F(Seams, ABoardIsASocketAndEverythingElseTheKernels)
     const int made = open(folder.file("made").c_str(), O_RDWR | O_CREAT | O_EXCL, 0604);
     transfer.len = 5000;
     expect_failure(ioctl(port, SPI_IOC_MESSAGE(1), &transfer) == -1, EMSGSIZE);
-    expect_failure(ioctl(kernel, SPI_IOC_RD_MODE32, &word) == -1, ENOTTY);
+    EXPECT_EQ(ioctl(kernel, SPI_IOC_RD_MODE32, &word), -1);
+    EXPECT_TRUE(errno == ENOTTY || errno == ENOSYS) << errno; // ENOSYS: emulators of another machine's kernel
     struct stat info {};
     EXPECT_EQ(fstat(made, &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0604u);

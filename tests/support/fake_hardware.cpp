@@ -149,6 +149,20 @@ bool spidev_seam_open(const char *path, int flags, int *fd)
     return true;
 }
 
+// A setting is one byte or four, whichever end of a 32-bit number comes first.
+static std::uint32_t read_setting(const void *arg, std::size_t size)
+{
+    return size == 1 ? *static_cast<const std::uint8_t *>(arg) : *static_cast<const std::uint32_t *>(arg);
+}
+
+static void write_setting(void *arg, std::size_t size, std::uint32_t value)
+{
+    if (size == 1)
+        *static_cast<std::uint8_t *>(arg) = static_cast<std::uint8_t>(value);
+    else
+        *static_cast<std::uint32_t *>(arg) = value;
+}
+
 static int device_request(unsigned long request, void *arg)
 {
     if (request == SPI_IOC_MESSAGE(1))
@@ -159,15 +173,12 @@ static int device_request(unsigned long request, void *arg)
         {SPI_IOC_WR_BITS_PER_WORD, {"wr-bits ", nullptr}}, {SPI_IOC_RD_BITS_PER_WORD, {"rd-bits", &fake.bits}},
         {SPI_IOC_WR_MAX_SPEED_HZ, {"wr-speed ", nullptr}}, {SPI_IOC_RD_MAX_SPEED_HZ, {"rd-speed", &fake.speed}}};
     auto [call, read_back] = settings.at(request);
-    std::uint32_t written = 0;
-    if (read_back == nullptr) {
-        std::memcpy(&written, arg, _IOC_SIZE(request));
-        call += std::to_string(written);
-    }
+    if (read_back == nullptr)
+        call += std::to_string(read_setting(arg, _IOC_SIZE(request)));
     if (fake.fails(call))
         return -1;
     if (read_back != nullptr)
-        std::memcpy(arg, read_back, _IOC_SIZE(request));
+        write_setting(arg, _IOC_SIZE(request), *read_back);
     return 0;
 }
 
