@@ -11,6 +11,8 @@
 #include <iterator>
 #include <linux/spi/spidev.h>
 #include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
 
 std::vector<std::string> FakeHardware::calls_of(std::initializer_list<std::string> operations) const
 {
@@ -140,9 +142,19 @@ void ugpio_free(ugpio *line)
     errno = EBADMSG;
 }
 
+static int open_text(const std::string &text)
+{
+    if (text.empty())
+        return errno = ENOENT, -1;
+    const int fd = memfd_create("text", MFD_CLOEXEC);
+    return pwrite(fd, text.data(), text.size(), 0) < 0 ? -1 : fd;
+}
+
 // Every device is a fake one while there is fake hardware.
 bool spidev_seam_open(const char *path, int flags, int *fd)
 {
+    if (hardware != nullptr && std::string_view(path) == "/sys/module/spidev/parameters/bufsiz")
+        return *fd = open_text(hardware->bufsiz), true;
     if (hardware == nullptr || !std::string_view(path).starts_with("/dev/spidev"))
         return false;
     *fd = hardware->fails(std::string("spi-open ") + path) ? -1 : open("/dev/null", flags | hardware->device_flags);
