@@ -2,7 +2,6 @@
 #include "sim_fixture.h"
 
 #include "ugpio/ugpio.h"
-#include "ugpio/ugpio_backend.h"
 
 #include <fcntl.h>
 #include <linux/spi/spidev.h>
@@ -93,34 +92,6 @@ TEST_F(Seams, AnEdgeIsPendingUntilTheLevelIsRead)
     ugpio_free(line);
     EXPECT_EQ(fcntl(fd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
     close(fd);
-}
-
-TEST(KernelLines, ANameIsFoundThroughItsChipAndALineIsItsFiles)
-{
-    const TempFolder folder{"UGPIO_SYSFS_ROOT"};
-    for (const char *file : {"dev/gpiochip0", "export", "gpio502/direction", "gpio502/edge", "gpiochip9/label"})
-        folder.write(file, "");
-    folder.write("gpiochip500/label", "bank\n");
-    folder.write("gpiochip500/ngpio", "3\n");
-    folder.write("gpiochip500/base", "500\n");
-    const auto chip = [](const char *, std::string &label, unsigned &lines) {
-        label = "bank";
-        return static_cast<int>(lines = 3);
-    };
-    const auto name = [](const char *, unsigned offset, std::string &text) {
-        text = offset == 2 ? "imc_req" : "";
-        return 0;
-    };
-    EXPECT_EQ(ugpio_internal::find_kernel_line("imc_req", folder.file("dev"), folder.path(), {chip, name}), 502);
-
-    folder.write("gpio502/value", "1\n");
-    ugpio *line = ugpio_request_one(502, UGPIO_OUT_HIGH, nullptr);
-    ASSERT_EQ(ugpio_full_open(line), 0);
-    EXPECT_EQ(ugpio_get_value(line), 1);
-    EXPECT_EQ(ugpio_set_edge(line, UGPIO_EDGE_RISING), 0);
-    ugpio_free(line);
-    ugpio_free(ugpio_request(13, nullptr));
-    EXPECT_EQ(folder.read("gpio502/edge") + folder.read("gpio502/direction") + folder.read("export"), "risinghigh13");
 }
 
 } // namespace

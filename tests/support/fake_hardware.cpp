@@ -161,20 +161,6 @@ bool spidev_seam_open(const char *path, int flags, int *fd)
     return true;
 }
 
-// A setting is one byte or four, whichever end of a 32-bit number comes first.
-static std::uint32_t read_setting(const void *arg, std::size_t size)
-{
-    return size == 1 ? *static_cast<const std::uint8_t *>(arg) : *static_cast<const std::uint32_t *>(arg);
-}
-
-static void write_setting(void *arg, std::size_t size, std::uint32_t value)
-{
-    if (size == 1)
-        *static_cast<std::uint8_t *>(arg) = static_cast<std::uint8_t>(value);
-    else
-        *static_cast<std::uint32_t *>(arg) = value;
-}
-
 static int device_request(unsigned long request, void *arg)
 {
     if (request == SPI_IOC_MESSAGE(1))
@@ -185,12 +171,17 @@ static int device_request(unsigned long request, void *arg)
         {SPI_IOC_WR_BITS_PER_WORD, {"wr-bits ", nullptr}}, {SPI_IOC_RD_BITS_PER_WORD, {"rd-bits", &fake.bits}},
         {SPI_IOC_WR_MAX_SPEED_HZ, {"wr-speed ", nullptr}}, {SPI_IOC_RD_MAX_SPEED_HZ, {"rd-speed", &fake.speed}}};
     auto [call, read_back] = settings.at(request);
+    auto *byte = static_cast<std::uint8_t *>(arg);
+    auto *word = static_cast<std::uint32_t *>(arg);
+    const bool is_byte = _IOC_SIZE(request) == 1;
     if (read_back == nullptr)
-        call += std::to_string(read_setting(arg, _IOC_SIZE(request)));
+        call += std::to_string(is_byte ? *byte : *word);
     if (fake.fails(call))
         return -1;
-    if (read_back != nullptr)
-        write_setting(arg, _IOC_SIZE(request), *read_back);
+    if (read_back != nullptr && is_byte)
+        *byte = static_cast<std::uint8_t>(*read_back);
+    else if (read_back != nullptr)
+        *word = *read_back;
     return 0;
 }
 
