@@ -13,7 +13,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using Lines = std::set<std::string>;
+using Lines = std::map<std::string, std::string>;
 
 struct Chip {
     std::string parent; // the hardware's folder below devices/, if it has one
@@ -55,19 +55,6 @@ class FakeKernel {
         link(at, "class/gpio/" + number);
         link(device(name), "bus/gpio/devices/" + name);
     }
-    // The lines that are exported with their directions, "gpiochip0/gpio37 high".
-    Lines exported() const
-    {
-        Lines lines;
-        for (const auto &entry : fs::directory_iterator(folder.file("class/gpio"))) {
-            const std::string name = entry.path().filename(),
-                              chip = fs::weakly_canonical(entry.path() / "device").filename();
-            if (fs::exists(entry.path() / "value"))
-                lines.insert(chip + "/" + name + " " + folder.read("class/gpio/" + name + "/direction"));
-        }
-        return lines;
-    }
-
     std::string configured() const
     {
         return std::to_string(config.flags) + " " + std::to_string(config.attrs[0].attr.values);
@@ -77,6 +64,7 @@ class FakeKernel {
     std::map<std::string, Chip> chips;
     std::set<std::string> unreadable, held; // chips; lines that somebody else has
     bool old = false;                       // before the second version of the character devices
+    Lines lines; // that are exported, "gpiochip0/gpio37", with what was written to an attribute of theirs last
     int calls = 0, taken = 0, line_error = 0, level = 0;
     gpio_v2_line_config config{};   // of a line that was taken
     ugpio_internal::OwnedFd events; // what is written here, the line that was taken last reads
@@ -134,8 +122,10 @@ class FakeKernel {
     int write(const fs::path &path, const std::string &text)
     {
         const std::string file = path.filename();
-        if (file != "export" && file != "unexport")
-            return fs::exists(path) ? (std::ofstream(path) << text, 0) : ENOENT;
+        if (file != "export" && file != "unexport") {
+            const fs::path line = path.parent_path(), chip = line.parent_path().parent_path();
+            return fs::exists(path) ? (lines[chip.filename() / line.filename()] = text, 0) : ENOENT;
+        }
         for (const auto &[name, chip] : chips) {
             const auto offset = static_cast<std::size_t>(std::stoi(text) - chip.base);
             if (offset >= chip.names.size())
@@ -143,6 +133,7 @@ class FakeKernel {
             const bool own = chip.own_names && !chip.names[offset].empty();
             const std::string entry = own ? chip.names[offset] : "gpio" + text, at = device(name) + "/gpio/" + entry;
             if (file == "unexport") {
+                lines.erase(name + "/" + entry);
                 fs::remove(folder.file("class/gpio/" + entry));
                 return fs::remove_all(folder.file(at)) > 0 ? 0 : EINVAL;
             }
@@ -152,26 +143,21 @@ class FakeKernel {
                 folder.write(at + attribute, "1\n");
             link(device(name), at + "/device");
             link(at, "class/gpio/" + entry);
+            lines[name + "/" + entry];
             return 0;
         }
         return EINVAL;
     }
 };
 
-// The error of a request, 0 for none.
-int done(ugpio *line)
+// The error of a request by number or by name, 0 for none.
+int drive(const char *which, unsigned flags)
 {
+    const int number = std::atoi(which);
+    ugpio *line = number ? ugpio_request_one(number, flags, nullptr) : ugpio_request_one_named(which, flags);
     const int error = line ? 0 : errno;
     ugpio_free(line);
     return error;
-}
-int drive(const char *name, unsigned flags)
-{
-    return done(ugpio_request_one_named(name, flags));
-}
-int drive(int number, unsigned flags)
-{
-    return done(ugpio_request_one(number, flags, nullptr));
 }
 
 const std::vector<std::string> NAMELESS(8);
@@ -182,15 +168,15 @@ TEST(KernelLines, AreThoseOfTheirChipBesideATwinUnderEitherName)
         for (const bool own : {false, true}) {
             FakeKernel kernel({{"gpiochip0", {"board", 32, own}}, {"gpiochip1", {parent, base, false, NAMELESS}}});
             kernel.old = base == 16;
-            const std::string line = own ? "gpiochip0/imc_req " : "gpiochip0/gpio37 ";
+            const std::string line = own ? "gpiochip0/imc_req" : "gpiochip0/gpio37";
             EXPECT_EQ(drive("imc_req", UGPIO_OUT_HIGH), 0);
-            EXPECT_EQ(kernel.exported(), Lines{line + "high"}) << parent << base;
+            EXPECT_EQ(kernel.lines, (Lines{{line, "high"}})) << parent << base;
             // Two chips on one piece of hardware cannot be told apart by the numbers of lines with names of their own.
             const bool either = own && parent == std::string("board");
-            EXPECT_EQ(drive(37, UGPIO_OUT_LOW), either ? EBUSY : 0);
-            EXPECT_EQ(drive(39, UGPIO_IN), either ? ENOTUNIQ : 0);
-            EXPECT_EQ(kernel.exported().size(), either ? 1u : 2u);
-            EXPECT_EQ(kernel.exported().count(line + "low"), either ? 0u : 1u) << parent << base;
+            EXPECT_EQ(drive("37", UGPIO_OUT_LOW), either ? EBUSY : 0);
+            EXPECT_EQ(drive("39", UGPIO_IN), either ? ENOTUNIQ : 0);
+            EXPECT_EQ(kernel.lines.size(), either ? 1u : 2u);
+            EXPECT_EQ(kernel.lines[line], either ? "high" : "low") << parent << base;
         }
 }
 
@@ -207,9 +193,9 @@ TEST(KernelLines, FailWithTheTrueErrorAndLookingForANameTakesNothing)
     kernel.unreadable.clear();
     kernel.held = {"imc_req"};
     EXPECT_EQ(drive("imc_req", UGPIO_IN), EBUSY);
-    EXPECT_EQ(drive(37, UGPIO_IN), EBUSY);
-    EXPECT_EQ(drive(99, UGPIO_IN), EINVAL);
-    EXPECT_EQ(kernel.exported(), Lines{});
+    EXPECT_EQ(drive("37", UGPIO_IN), EBUSY);
+    EXPECT_EQ(drive("99", UGPIO_IN), EINVAL);
+    EXPECT_EQ(kernel.lines, Lines{});
 }
 
 TEST(KernelLines, AreFoundOnceAndAgainWhenTheirChipHasMoved)
@@ -226,7 +212,7 @@ TEST(KernelLines, AreFoundOnceAndAgainWhenTheirChipHasMoved)
         EXPECT_EQ(ugpio_get_value(line), 1);
         EXPECT_EQ(kernel.calls, 0);
         EXPECT_EQ(ugpio_set_edge(line, UGPIO_EDGE_RISING), 0);
-        EXPECT_EQ(kernel.folder.read("class/gpio/gpio" + std::to_string(base + 5) + "/edge"), "rising");
+        EXPECT_EQ(kernel.lines["gpiochip0/gpio" + std::to_string(base + 5)], "rising");
         ugpio_free(line);
     }
 }
@@ -235,7 +221,7 @@ TEST(KernelLines, WithoutSysfsAreTakenFromTheirChipAndTellOfEdges)
 {
     FakeKernel kernel({{"gpiochip0", {"board", 32}}, {"gpiochip1", {"board", 64, false, NAMELESS}}});
     fs::remove_all(kernel.folder.file("class"));
-    EXPECT_EQ(drive(37, UGPIO_IN), EOPNOTSUPP);
+    EXPECT_EQ(drive("37", UGPIO_IN), EOPNOTSUPP);
     kernel.held = {"cam_power"};
     EXPECT_EQ(drive("cam_power", UGPIO_OUT_LOW), EBUSY);
     kernel.held.clear();
