@@ -4,9 +4,11 @@
 #include "port/settings.h"
 #include "port/transfer.h"
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <linux/spi/spidev.h>
 #include <sys/ioctl.h>
+#include <unistd.h>
 #include <utility>
 
 G_DEFINE_TYPE(PTZPortCanon, ptz_port_canon, ptz_port_get_type())
@@ -91,6 +93,28 @@ int open_device(const char *device)
         close_fd(&fd);
     }
     return fd;
+}
+
+// The most bytes of one burst, or 0 where that cannot be told: spidev's parameter, set when it was loaded.
+int device_buffer_size()
+{
+    int fd = open("/sys/module/spidev/parameters/bufsiz", O_RDONLY | O_CLOEXEC);
+    char text[16] = {};
+    if (fd < 0 || read(fd, text, sizeof text - 1) < 0)
+        text[0] = '\0';
+    close_fd(&fd);
+    return std::atoi(text);
+}
+
+// The device refuses each burst that its buffer does not hold, and says no more than that the message is too long.
+void check_burst_length(const PTZPortCanon *self)
+{
+    const int burst = ptz_port_canon_clocked_length(self->burst_len), size = device_buffer_size();
+    if (0 < size && size < burst)
+        log_error(
+            "Bursts of %d bytes are more than device \"%s\" takes: set the kernel's parameter spidev.bufsiz, now %d, "
+            "to at least as many.",
+            burst, text_of(self->device), size);
 }
 
 int port_open(PTZPort *port)
@@ -246,6 +270,7 @@ int ptz_port_canon_set_spidev(PTZPortCanon *self)
     if (fd < 0)
         return -1;
     put_in_force(self);
+    check_burst_length(self);
     PTZPort *port = &self->parent_instance;
     PTZ_PORT_GET_CLASS(port)->port_opened(port);
     return fd;

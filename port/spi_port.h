@@ -25,7 +25,8 @@ struct PTZPortCanonClass {
 GType ptz_port_canon_get_type();
 
 // Opens and sets up the device and puts the port's burst length and trigger mode in force for all transfers of the
-// process. A device that is still open is closed first. Returns the descriptor, or -1 after a message.
+// process. A device that is still open is closed first. Returns the descriptor, or -1 after a message. A burst that is
+// longer than the device takes is told of, and the port is open all the same.
 int ptz_port_canon_set_spidev(PTZPortCanon *self);
 
 // The framework's port_config: non-zero values of `config` replace the port's own, unchecked; a null config changes

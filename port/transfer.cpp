@@ -6,16 +6,20 @@
 #include "port/settings.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <linux/spi/spidev.h>
 #include <sys/ioctl.h>
 
 namespace {
 
+// What the device made of the burst; negative with errno on failure.
 int send_message(int fd, PortFrame &received, const PortFrame &sent, int clocked)
 {
-    if (clocked < PORT_FRAME_HEADER)
+    if (clocked < PORT_FRAME_HEADER) {
+        errno = EINVAL;
         return -1;
+    }
     spi_ioc_transfer transfer{};
     transfer.tx_buf = reinterpret_cast<std::uintptr_t>(sent.bytes);
     transfer.rx_buf = reinterpret_cast<std::uintptr_t>(received.bytes);
@@ -78,9 +82,12 @@ int ptz_port_canon_transfer(int fd, PortFrame &received, const PortFrame &sent, 
         log_warning("Abort waiting the request for communication start");
         return -1;
     }
-    const int result = send_message(fd, received, sent, ptz_port_canon_clocked_length(burst_length));
+    const int clocked = ptz_port_canon_clocked_length(burst_length);
+    const int result = send_message(fd, received, sent, clocked);
     if (result < 0) {
+        const int error = errno; // before the log changes it
         log_warning("Could not send spi message");
+        log_warning("A burst of %d bytes failed. (%s:%d)", clocked, g_strerror(error), error);
         return -1;
     }
     return result;

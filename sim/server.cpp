@@ -111,7 +111,9 @@ void Server::set_timer()
     itimerspec when{};
     if (wait) {
         const std::int64_t ns = *wait > 0 ? *wait : 1;
-        when.it_value = {ns / 1'000'000'000, ns % 1'000'000'000};
+        // The fields are narrower on 32-bit machines.
+        when.it_value.tv_sec = static_cast<decltype(when.it_value.tv_sec)>(ns / 1'000'000'000);
+        when.it_value.tv_nsec = static_cast<decltype(when.it_value.tv_nsec)>(ns % 1'000'000'000);
     }
     timerfd_settime(timer_, 0, &when, nullptr);
 }

@@ -47,6 +47,14 @@ std::int64_t monotonic_ns()
     return now.tv_sec * std::int64_t{1'000'000'000} + now.tv_nsec;
 }
 
+timespec timespec_of(std::int64_t ns)
+{
+    timespec time{}; // whose fields are narrower than this on 32-bit machines
+    time.tv_sec = static_cast<decltype(time.tv_sec)>(ns / 1'000'000'000);
+    time.tv_nsec = static_cast<decltype(time.tv_nsec)>(ns % 1'000'000'000);
+    return time;
+}
+
 bool is_board(int fd)
 {
     int type = 0;
@@ -77,7 +85,7 @@ int connect_board(const char *path)
 int wait_ready(int fd, short events, std::int64_t timeout_ns)
 {
     pollfd entry{fd, events, 0};
-    const timespec timeout{timeout_ns / 1'000'000'000, timeout_ns % 1'000'000'000};
+    const timespec timeout = timespec_of(timeout_ns);
     int ready = 0;
     do {
         ready = ppoll(&entry, 1, &timeout, nullptr);
@@ -97,7 +105,7 @@ int await_answer(int fd, const Request &request)
 void wait_until(std::int64_t end)
 {
     const std::int64_t wake = end - kAwakeNs;
-    const timespec until{wake / 1'000'000'000, wake % 1'000'000'000};
+    const timespec until = timespec_of(wake);
     while (monotonic_ns() < wake)
         clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
     while (monotonic_ns() < end) {

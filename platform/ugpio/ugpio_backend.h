@@ -3,7 +3,6 @@
 #define UGPIO_UGPIO_BACKEND_H
 
 #include <cerrno>
-#include <string>
 
 namespace ugpio_internal {
 struct Backend;
@@ -11,8 +10,8 @@ struct Backend;
 
 struct ugpio {
     const ugpio_internal::Backend *backend;
-    int line;      // kernel: GPIO number; board: index in its line table
-    int fd;        // kernel: value file; board: edge descriptor; -1 while there is none
+    int line;      // index in the kernel backend's table of lines, or in the board's
+    int fd;        // value file or, of a board or a character device, edge descriptor; -1 while there is none
     bool open;     // between ugpio_full_open and ugpio_close
     unsigned edge; // as given to ugpio_set_edge
     bool pooled;
@@ -40,18 +39,6 @@ struct Backend {
 
 extern const Backend kKernelBackend;
 extern const Backend kBoardBackend;
-
-// What the GPIO character device tells about one chip, and one of its lines.
-struct ChipReader {
-    int (*chip)(const char *path, std::string &label, unsigned &lines);
-    int (*line)(const char *path, unsigned offset, std::string &name);
-};
-extern const ChipReader kCharacterDevice;
-
-// The kernel's number of the line called `name`: the chips of `dev_root` are searched for it, the chip's first number
-// is the sysfs chip of the same label and size below `sysfs_root`. ENOENT when there is none.
-int find_kernel_line(const char *name, const std::string &dev_root, const std::string &sysfs_root,
-                     const ChipReader &reader);
 
 } // namespace ugpio_internal
 

@@ -1,204 +1,178 @@
-// Kernel GPIO: levels and edges through the sysfs value files, names through the GPIO character devices.
+// Kernel GPIO behind the C interface: sysfs where the kernel has it, else the character devices. What a name or number
+// leads to is found once and kept; when it is there no more, because its chip went or the line was taken back, it is
+// found again.
+#include "ugpio/ugpio_kernel.h"
+
 #include "ugpio/ugpio.h"
 #include "ugpio/ugpio_backend.h"
 
-#include <cstdlib>
-#include <cstring>
-#include <dirent.h>
+#include <deque>
 #include <fcntl.h>
-#include <linux/gpio.h>
-#include <memory>
-#include <poll.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 namespace ugpio_internal {
 namespace {
 
-// Another folder may stand in the place of the kernel's.
-std::string root(const char *variable, const char *usual)
+struct Line {
+    const int number;       // -1 for a name
+    const std::string name; // empty for a number
+    // Where it was found: neither before and after that.
+    std::string folder; // of a line in sysfs
+    OwnedFd fd;         // holds a line that has none
+    std::unique_ptr<EdgeWatcher> watcher;
+};
+
+struct Lines {
+    std::mutex mutex;
+    std::deque<Line> all; // a handle has the index
+};
+
+// Never destroyed: other libraries' threads may still read lines while the process ends.
+Lines &lines()
 {
-    const char *other = std::getenv(variable);
-    return other && *other ? other : usual;
+    static auto &instance = *new Lines;
+    return instance;
 }
 
-std::string sysfs_root()
+int find(Line &line)
 {
-    return root("UGPIO_SYSFS_ROOT", "/sys/class/gpio");
-}
-
-std::string attribute(int number, const char *name)
-{
-    return sysfs_root() + "/gpio" + std::to_string(number) + "/" + name;
-}
-
-int write_text(const std::string &path, const std::string &text)
-{
-    const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    if (fd < 0)
+    if (!line.folder.empty() || line.fd)
+        return 0;
+    const bool sysfs = has_sysfs_lines();
+    if (line.number >= 0)
+        return sysfs ? export_number(line.number, line.folder) : fail(EOPNOTSUPP); // numbers are those of sysfs
+    ChipLine found;
+    if (find_named_line(line.name.c_str(), found) < 0)
         return -1;
-    const ssize_t written = write(fd, text.data(), text.size());
-    const int error = errno;
-    close(fd);
-    return written == static_cast<ssize_t>(text.size()) ? 0 : fail(written < 0 ? error : EIO);
+    if (sysfs)
+        return export_named(line.name.c_str(), found, line.folder);
+    line.fd = OwnedFd(take_line(found));
+    return line.fd ? 0 : -1;
 }
 
-std::string read_text(const std::string &path)
+void forget(Line &line)
 {
-    char text[128];
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
-        return {};
-    const ssize_t got = read(fd, text, sizeof text);
-    close(fd);
-    std::string result(text, got > 0 ? static_cast<std::size_t>(got) : 0);
-    while (!result.empty() && result.back() == '\n')
-        result.pop_back();
-    return result;
+    line.folder.clear();
+    line.watcher.reset(); // before the line that it watches
+    line.fd = OwnedFd();
 }
 
-// An exported line is root's at first; the device manager hands it over to the service's group a moment later.
-int handed_over(int number)
+int find_line(int number, const char *name)
 {
-    constexpr int LOOKS = 200, PAUSE_MS = 10;
-    const std::string direction = attribute(number, "direction");
-    for (int look = 0; look < LOOKS && access(direction.c_str(), W_OK) != 0 && errno == EACCES; ++look)
-        poll(nullptr, 0, PAUSE_MS);
-    return number;
+    const std::lock_guard lock(lines().mutex);
+    std::deque<Line> &all = lines().all;
+    std::size_t i = 0;
+    while (i < all.size() && (all[i].number != number || all[i].name != name))
+        ++i;
+    if (i == all.size())
+        all.push_back({number, name, {}, OwnedFd(), nullptr});
+    return find(all[i]) < 0 ? -1 : static_cast<int>(i);
 }
 
-// Exports the line if it is not yet. It stays exported: the kernel guarantees an output's level only that long.
 int find_number(int number) noexcept
 {
-    if (access(attribute(number, "value").c_str(), F_OK) == 0)
-        return number;
-    // EBUSY: somebody exported it between the two lines.
-    if (write_text(sysfs_root() + "/export", std::to_string(number)) != 0 && errno != EBUSY)
-        return -1;
-    return handed_over(number);
+    return find_line(number, "");
 }
 
 int find_name(const char *name) noexcept
 {
-    const int number = find_kernel_line(name, root("UGPIO_DEV_ROOT", "/dev"), sysfs_root(), kCharacterDevice);
-    return number < 0 ? -1 : find_number(number);
+    return find_line(-1, name);
 }
 
 int knows_name(const char *name) noexcept
 {
-    const int number = find_kernel_line(name, root("UGPIO_DEV_ROOT", "/dev"), sysfs_root(), kCharacterDevice);
-    if (number < 0)
-        return errno == ENOENT ? 0 : -1;
-    return 1;
+    ChipLine found;
+    if (find_named_line(name, found) == 0)
+        return 1;
+    return errno == ENOENT ? 0 : -1;
 }
 
-int set_direction(int line, unsigned flags) noexcept
+// Does something with a line where it was found and, when it is there no more, once again where it is now.
+template <typename Use>
+int on_line(int index, Use use)
 {
-    const char *direction = flags == UGPIO_OUT_HIGH ? "high" : flags == UGPIO_OUT_LOW ? "low" : "in";
-    return write_text(attribute(line, "direction"), direction);
+    const std::lock_guard lock(lines().mutex);
+    Line &line = lines().all[static_cast<std::size_t>(index)];
+    int result = find(line) < 0 ? -1 : use(line);
+    if (result < 0 && (errno == ENOENT || errno == ENODEV)) {
+        forget(line);
+        result = find(line) < 0 ? -1 : use(line);
+    }
+    return result;
 }
 
-int open_value(ugpio &handle) noexcept
+int write_attribute(const Line &line, const char *name, const char *text)
 {
-    handle.fd = open(attribute(handle.line, "value").c_str(), O_RDONLY | O_CLOEXEC);
-    return handle.fd < 0 ? -1 : 0;
+    return kernel_calls.write((line.folder + "/" + name).c_str(), text) < 0 ? -1 : 0;
 }
 
-int read_value(ugpio &handle) noexcept
+int set_direction(int index, unsigned flags) noexcept
+{
+    return on_line(index, [flags](const Line &line) {
+        const bool high = flags == UGPIO_OUT_HIGH, low = flags == UGPIO_OUT_LOW;
+        if (line.fd)
+            return use_line(line.fd.get(), high ? LineUse::high : low ? LineUse::low : LineUse::input);
+        return write_attribute(line, "direction", high ? "high" : low ? "low" : "in");
+    });
+}
+
+int open_line(ugpio &handle) noexcept
+{
+    return on_line(handle.line, [&handle](const Line &line) {
+        if (line.fd)
+            return 0;
+        handle.fd = open((line.folder + "/value").c_str(), O_RDONLY | O_CLOEXEC);
+        return handle.fd < 0 ? -1 : 0;
+    });
+}
+
+int read_value_file(int fd)
 {
     char text = 0;
-    const ssize_t got = pread(handle.fd, &text, 1, 0);
+    const ssize_t got = pread(fd, &text, 1, 0);
     if (got != 1)
         return got < 0 ? -1 : fail(EIO);
     return text == '1' ? 1 : 0;
 }
 
+int read_level(ugpio &handle) noexcept
+{
+    return on_line(handle.line, [&handle](const Line &line) {
+        if (!line.fd)
+            return read_value_file(handle.fd);
+        // The notification first: an edge between the two is then notified again rather than lost.
+        char status = 0;
+        while (handle.fd >= 0 && read(handle.fd, &status, 1) == 1) {
+        }
+        return read_line_level(line.fd.get());
+    });
+}
+
 int set_edge(ugpio &handle, unsigned flags) noexcept
 {
-    return write_text(attribute(handle.line, "edge"), flags == UGPIO_EDGE_RISING ? "rising" : "none");
+    return on_line(handle.line, [flags](const Line &line) {
+        const bool rising = flags == UGPIO_EDGE_RISING;
+        if (line.fd)
+            return use_line(line.fd.get(), rising ? LineUse::edges : LineUse::input);
+        return write_attribute(line, "edge", rising ? "rising" : "none");
+    });
 }
 
 // A duplicate shares the open file, so that reading the level through the handle takes the notification back.
 int make_fd(ugpio &handle) noexcept
 {
-    return fcntl(handle.fd, F_DUPFD_CLOEXEC, 0);
-}
-
-struct CloseDir {
-    void operator()(DIR *dir) const { closedir(dir); }
-};
-using Directory = std::unique_ptr<DIR, CloseDir>;
-
-int with_chip(const char *path, unsigned long request, void *arg)
-{
-    const int fd = open(path, O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
-        return -1;
-    const int result = ioctl(fd, request, arg);
-    close(fd);
-    return result;
-}
-
-int read_chip(const char *path, std::string &label, unsigned &lines)
-{
-    gpiochip_info info{};
-    if (with_chip(path, GPIO_GET_CHIPINFO_IOCTL, &info) < 0)
-        return -1;
-    label.assign(info.label, strnlen(info.label, sizeof info.label));
-    lines = info.lines;
-    return 0;
-}
-
-int read_line(const char *path, unsigned offset, std::string &name)
-{
-    gpio_v2_line_info info{};
-    info.offset = offset;
-    if (with_chip(path, GPIO_V2_GET_LINEINFO_IOCTL, &info) < 0)
-        return -1;
-    name.assign(info.name, strnlen(info.name, sizeof info.name));
-    return 0;
-}
-
-// First kernel number of the chip with that label and size.
-int chip_base(const std::string &sysfs, const std::string &label, unsigned lines)
-{
-    const Directory dir(opendir(sysfs.c_str()));
-    while (const dirent *entry = dir ? readdir(dir.get()) : nullptr) {
-        if (std::strncmp(entry->d_name, "gpiochip", 8) != 0)
-            continue;
-        std::string chip = sysfs;
-        chip.append("/").append(entry->d_name);
-        if (read_text(chip + "/label") == label && read_text(chip + "/ngpio") == std::to_string(lines))
-            return std::atoi(read_text(chip + "/base").c_str());
-    }
-    return -1;
+    return on_line(handle.line, [&handle](Line &line) {
+        if (line.fd && handle.fd < 0) {
+            if (!line.watcher)
+                line.watcher = EdgeWatcher::start(line.fd.get());
+            handle.fd = line.watcher ? line.watcher->add().release() : -1;
+        }
+        return handle.fd < 0 ? -1 : fcntl(handle.fd, F_DUPFD_CLOEXEC, 0);
+    });
 }
 
 } // namespace
 
-int find_kernel_line(const char *name, const std::string &dev_root, const std::string &sysfs_root,
-                     const ChipReader &reader)
-{
-    const Directory dir(opendir(dev_root.c_str()));
-    while (const dirent *entry = dir ? readdir(dir.get()) : nullptr) {
-        const std::string chip = dev_root + "/" + entry->d_name;
-        std::string label;
-        unsigned lines = 0;
-        if (std::strncmp(entry->d_name, "gpiochip", 8) != 0 || reader.chip(chip.c_str(), label, lines) < 0)
-            continue;
-        for (unsigned offset = 0; offset < lines; ++offset) {
-            std::string line_name;
-            if (reader.line(chip.c_str(), offset, line_name) < 0 || line_name != name)
-                continue;
-            const int base = chip_base(sysfs_root, label, lines);
-            return base < 0 ? fail(ENOENT) : base + static_cast<int>(offset);
-        }
-    }
-    return fail(ENOENT);
-}
-
-const ChipReader kCharacterDevice{read_chip, read_line};
 const Backend kKernelBackend{find_number, find_name,  knows_name, set_direction,
-                             open_value,  read_value, set_edge,   make_fd};
+                             open_line,   read_level, set_edge,   make_fd};
 
 } // namespace ugpio_internal

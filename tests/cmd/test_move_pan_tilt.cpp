@@ -111,6 +111,9 @@ TEST_F(PanTiltContinuous, SpeedFollowsTheFieldOfViewOrTheResponseProfile)
     now().response_profile = 0;
     expect_continuous({{100, "00 01 86 A0"}, {50, "00 00 50 DB"}}); // 20699
     EXPECT_EQ(now().pan_speed, 20);
+    // 4738 and 9785, worked out with every step rounded to single precision: one more or less when the compiler fuses
+    // a product with the sum that it goes into, in either place of the curve.
+    expect_continuous({{1150149 / 65536.0, "00 00 12 82"}, {2095799 / 65536.0, "00 00 26 39"}});
     model.response_profile_supported = FALSE;
     expect_continuous({{50, "00 00 C3 50"}});
     EXPECT_EQ(ptz_driver_canon_apply_responsiveness(50, 1.1f), 50);

@@ -77,6 +77,18 @@ TEST_F(PortObjectTest, EveryFailingStepOfTheSetUpIsReportedAndClosesTheDevice)
     ptz_port_canon_close_unref(nullptr);
 }
 
+TEST_F(PortObjectTest, ABurstThatTheDeviceDoesNotTakeIsToldOfWhenThePortOpens)
+{
+    const Lines told{"error: Bursts of 1024 bytes are more than device \"/dev/spidev1.0\" takes: set the kernel's "
+                     "parameter spidev.bufsiz, now 1023, to at least as many."};
+    for (const auto &[bufsiz, messages] : std::initializer_list<std::pair<const char *, Lines>>{
+             {"1023\n", told}, {"1024\n", {}}, {"4096", {}}, {"0\n", {}}, {"", {}}}) {
+        hardware.bufsiz = bufsiz;
+        EXPECT_GE(open_port(port), 0);
+        EXPECT_EQ(log.take(), messages) << bufsiz;
+    }
+}
+
 TEST_F(PortObjectTest, DescriptorZeroIsAsGoodAsAnyOther)
 {
     const int saved = dup(0);

@@ -9,9 +9,15 @@ namespace {
 using Bytes = FakeHardware::Bytes;
 
 const std::string SEND = "warning: Could not send spi message", ERROR = "error: Failed to communicate, could not ";
-const Lines UNSENT{SEND, ERROR + "write data", SEND, ERROR + "read data"};
 const Bytes EMPTY_FRAME{0, 0, 0, 0};
 const Bytes ABC_FRAME{0x03, 0x00, 0xDA, 0xFE, 'a', 'b', 'c'}; // as received: least significant byte first
+
+// What a write and a read say whose burst failed for `cause`.
+Lines unsent(const std::string &cause)
+{
+    const std::string burst = "warning: A burst of " + cause;
+    return {SEND, burst, ERROR + "write data", SEND, burst, ERROR + "read data"};
+}
 
 class TransferTest : public PortTest {
   protected:
@@ -111,13 +117,13 @@ TEST_F(TransferTest, NeverClocksMoreThanAFrameHoldsNorLessThanAHeader)
     hardware.replies = {{0x7D, 0x07, 0, 0}, {0x7D, 0x07, 0, 0}};
     EXPECT_EQ(fail(), Lines(2, "warning: Transports data size is invalid: 1921(0781)"));
     port_transfer_settings.burst_length = 3;
-    EXPECT_EQ(fail(), UNSENT);
+    EXPECT_EQ(fail(), unsent("3 bytes failed. (Invalid argument:22)"));
 }
 
 TEST_F(TransferTest, AFailedBurstAndAClosedPortAreReported)
 {
-    hardware.failing["message"] = EIO;
-    EXPECT_EQ(fail(), UNSENT);
+    hardware.failing["message"] = EMSGSIZE;
+    EXPECT_EQ(fail(), unsent("1024 bytes failed. (Message too long:90)"));
     close_port(port);
     hardware.calls.clear();
     EXPECT_EQ(fail(), Lines(2, "warning: The port is not open"));

@@ -3,7 +3,6 @@
 
 #include "spidev/wire.h"
 #include "ugpio/ugpio.h"
-#include "ugpio/ugpio_backend.h"
 
 #include <fcntl.h>
 #include <linux/spi/spidev.h>
@@ -39,7 +38,8 @@ TEST_F(Seams, ABoardIsASocketAndEverythingElseTheKernels)
     const int made = open(folder.file("made").c_str(), O_RDWR | O_CREAT | O_EXCL, 0604);
     transfer.len = 5000;
     expect_failure(ioctl(port, SPI_IOC_MESSAGE(1), &transfer) == -1, EMSGSIZE);
-    expect_failure(ioctl(kernel, SPI_IOC_RD_MODE32, &word) == -1, ENOTTY);
+    EXPECT_EQ(ioctl(kernel, SPI_IOC_RD_MODE32, &word), -1);
+    EXPECT_TRUE(errno == ENOTTY || errno == ENOSYS) << errno; // ENOSYS: emulators of another machine's kernel
     struct stat info {};
     EXPECT_EQ(fstat(made, &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0604u);
@@ -133,49 +133,6 @@ TEST_F(Seams, AnEdgeIsPendingUntilTheLevelIsRead)
     ugpio_free(line);
     EXPECT_EQ(fcntl(fd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
     close(fd);
-}
-
-TEST(KernelLines, ANameIsFoundThroughItsChipAndALineIsItsFiles)
-{
-    const TempFolder folder{"UGPIO_SYSFS_ROOT"};
-    for (const char *file : {"dev/gpiochip0", "export", "gpio502/direction", "gpio502/edge", "gpiochip9/label"})
-        folder.write(file, "");
-    folder.write("gpiochip500/label", "bank\n");
-    folder.write("gpiochip500/ngpio", "3\n");
-    folder.write("gpiochip500/base", "500\n");
-    const auto chip = [](const char *, std::string &label, unsigned &lines) {
-        label = "bank";
-        return static_cast<int>(lines = 3);
-    };
-    const auto name = [](const char *, unsigned offset, std::string &text) {
-        text = offset == 2 ? "imc_req" : "";
-        return 0;
-    };
-    EXPECT_EQ(ugpio_internal::find_kernel_line("imc_req", folder.file("dev"), folder.path(), {chip, name}), 502);
-    EXPECT_EQ(ugpio_internal::find_kernel_line("imc_req", folder.file("dev"), folder.file("dev"), {chip, name}), -1);
-
-    folder.write("gpio502/value", "1\n");
-    ugpio *line = ugpio_request_one(502, UGPIO_OUT_HIGH, nullptr);
-    ASSERT_EQ(ugpio_full_open(line), 0);
-    EXPECT_EQ(ugpio_get_value(line), 1);
-    EXPECT_EQ(ugpio_set_edge(line, UGPIO_EDGE_RISING), 0);
-    ugpio_free(line);
-    ugpio_free(ugpio_request(13, nullptr));
-    const Environment devices("UGPIO_DEV_ROOT", folder.file("dev"));
-    expect_failure(!ugpio_request_named("imc_req"), ENOENT); // a file is no chip
-    folder.write("gpio502/value", "");
-    line = ugpio_request(502, nullptr);
-    EXPECT_EQ(ugpio_fd(line), -1); // not opened
-    EXPECT_EQ(ugpio_full_open(line), 0);
-    expect_failure(ugpio_get_value(line) == -1, EIO);
-    const int fd = ugpio_fd(line);
-    EXPECT_GE(fd, 0);
-    close(fd);
-    ugpio_free(line);
-    expect_failure(ugpio_full_open(line = ugpio_request(13, nullptr)) == -1, ENOENT); // exported, and not there yet
-    expect_failure(ugpio_set_edge(line, UGPIO_EDGE_NONE) == -1, ENOENT);
-    ugpio_free(line);
-    EXPECT_EQ(folder.read("gpio502/edge") + folder.read("gpio502/direction") + folder.read("export"), "risinghigh13");
 }
 
 } // namespace

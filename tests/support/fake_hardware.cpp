@@ -11,6 +11,8 @@
 #include <iterator>
 #include <linux/spi/spidev.h>
 #include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
 
 std::vector<std::string> FakeHardware::calls_of(std::initializer_list<std::string> operations) const
 {
@@ -140,9 +142,19 @@ void ugpio_free(ugpio *line)
     errno = EBADMSG;
 }
 
+static int open_text(const std::string &text)
+{
+    if (text.empty())
+        return errno = ENOENT, -1;
+    const int fd = memfd_create("text", MFD_CLOEXEC);
+    return pwrite(fd, text.data(), text.size(), 0) < 0 ? -1 : fd;
+}
+
 // Every device is a fake one while there is fake hardware.
 bool spidev_seam_open(const char *path, int flags, int *fd)
 {
+    if (hardware != nullptr && std::string_view(path) == "/sys/module/spidev/parameters/bufsiz")
+        return *fd = open_text(hardware->bufsiz), true;
     if (hardware == nullptr || !std::string_view(path).starts_with("/dev/spidev"))
         return false;
     *fd = hardware->fails(std::string("spi-open ") + path) ? -1 : open("/dev/null", flags | hardware->device_flags);
@@ -159,15 +171,17 @@ static int device_request(unsigned long request, void *arg)
         {SPI_IOC_WR_BITS_PER_WORD, {"wr-bits ", nullptr}}, {SPI_IOC_RD_BITS_PER_WORD, {"rd-bits", &fake.bits}},
         {SPI_IOC_WR_MAX_SPEED_HZ, {"wr-speed ", nullptr}}, {SPI_IOC_RD_MAX_SPEED_HZ, {"rd-speed", &fake.speed}}};
     auto [call, read_back] = settings.at(request);
-    std::uint32_t written = 0;
-    if (read_back == nullptr) {
-        std::memcpy(&written, arg, _IOC_SIZE(request));
-        call += std::to_string(written);
-    }
+    auto *byte = static_cast<std::uint8_t *>(arg);
+    auto *word = static_cast<std::uint32_t *>(arg);
+    const bool is_byte = _IOC_SIZE(request) == 1;
+    if (read_back == nullptr)
+        call += std::to_string(is_byte ? *byte : *word);
     if (fake.fails(call))
         return -1;
-    if (read_back != nullptr)
-        std::memcpy(arg, read_back, _IOC_SIZE(request));
+    if (read_back != nullptr && is_byte)
+        *byte = static_cast<std::uint8_t>(*read_back);
+    else if (read_back != nullptr)
+        *word = *read_back;
     return 0;
 }
 

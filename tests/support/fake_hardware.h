@@ -36,6 +36,7 @@ class FakeHardware {
 
     int device_flags = 0;                              // what the device is opened with besides the driver's own
     std::uint32_t mode = 9, bits = 8, speed = 3000000; // what the device reads back
+    std::string bufsiz;                                // what the kernel tells of its buffer, if anything
 
     using Bytes = std::vector<std::uint8_t>;
     std::vector<Bytes> sent;                         // what each burst clocked out
