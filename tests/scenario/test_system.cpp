@@ -67,7 +67,7 @@ TEST_F(System, AStopOvertakesWhatWaits)
     EXPECT_EQ(client.call("GetState").error, ""); // answered after all of them have been taken in
     sim->signal(SIGCONT);
     run_until([&] { return stop->done; });
-    EXPECT_TRUE(stop->error == "" || stop->error == "StillMoving") << stop->error; // which a second is given for
+    EXPECT_TRUE(stop->error.empty() || stop->error == "StillMoving") << stop->error; // which a second is given for
     run_until([&] { return std::all_of(moves.begin(), moves.end(), [](const ReplyPtr &move) { return move->done; }); });
     // Those that had not begun when the stop came were given up.
     EXPECT_LT(sim_counts("Records")["Pan position"], 20u);

@@ -3,7 +3,6 @@
 #include "ugpio/ugpio.h"
 #include "ugpio/ugpio_kernel.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
 #include <linux/gpio.h>
 #include <map>
@@ -91,9 +90,9 @@ class FakeKernel {
         if (request == GPIO_GET_CHIPINFO_IOCTL)
             static_cast<gpiochip_info *>(arg)->lines = static_cast<std::uint32_t>(names.size());
         else if (auto *older = static_cast<gpioline_info *>(arg); request == GPIO_GET_LINEINFO_IOCTL)
-            std::strcpy(older->name, names.at(older->line_offset).c_str());
+            names.at(older->line_offset).copy(older->name, sizeof older->name);
         else if (auto *info = static_cast<gpio_v2_line_info *>(arg); request == GPIO_V2_GET_LINEINFO_IOCTL)
-            std::strcpy(info->name, names.at(info->offset).c_str());
+            names.at(info->offset).copy(info->name, sizeof info->name);
         else
             return take(*static_cast<gpio_v2_line_request *>(arg), names);
         return 0;
@@ -131,9 +130,10 @@ class FakeKernel {
             if (offset >= chip.names.size())
                 continue;
             const bool own = chip.own_names && !chip.names[offset].empty();
-            const std::string entry = own ? chip.names[offset] : "gpio" + text, at = device(name) + "/gpio/" + entry;
+            const std::string entry = own ? chip.names[offset] : "gpio" + text, at = device(name) + "/gpio/" + entry,
+                              line = fs::path(name) / entry;
             if (file == "unexport") {
-                lines.erase(name + "/" + entry);
+                lines.erase(line);
                 fs::remove(folder.file("class/gpio/" + entry));
                 return fs::remove_all(folder.file(at)) > 0 ? 0 : EINVAL;
             }
@@ -143,7 +143,7 @@ class FakeKernel {
                 folder.write(at + attribute, "1\n");
             link(device(name), at + "/device");
             link(at, "class/gpio/" + entry);
-            lines[name + "/" + entry];
+            lines[line];
             return 0;
         }
         return EINVAL;
