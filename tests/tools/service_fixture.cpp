@@ -48,8 +48,10 @@ void Program::on_call(GDBusConnection *, const char *, const char *, const char 
         asked.replace(asked.rfind(number), number.size(), "N");
     }
     self->calls += (self->calls.empty() ? "" : " ") + asked;
-    if (self->is_silent)
+    if (self->is_silent) {
+        g_object_unref(invocation);
         return;
+    }
     const auto answer = kAnswers.find(method);
     if (!self->refusal.empty())
         g_dbus_method_invocation_return_dbus_error(invocation, self->refusal.c_str(),
