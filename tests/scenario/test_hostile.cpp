@@ -176,7 +176,6 @@ TEST_F(Hostile, AConfigurationIsTakenOrRefusedInWords)
     for (const auto &files : turns)
         for (const std::string &file : files)
             good[file] = folder.read(file);
-    std::map<std::string, int> states;
     for (int round = 0; round < 2 * ROUNDS && !HasFailure(); ++round) {
         std::string spoilt_ones;
         for (const auto &[file, text] : good)
@@ -195,13 +194,14 @@ TEST_F(Hostile, AConfigurationIsTakenOrRefusedInWords)
         if (state == "(7, 'failed')") {
             EXPECT_THAT(client.call("GetStatus").text, HasSubstr("'failure': <'"));
         }
-        ++states[state];
         expect_life();
         ptzd->signal(SIGTERM);
         EXPECT_EQ(ptzd->wait(), 0) << ptzd->output();
     }
-    for (const char *state : {"(1, 'running')", "(7, 'failed')"})
-        EXPECT_GT(states[state], 0) << state;
+    for (const auto &[file, text] : good)
+        folder.write(file, text);
+    start_ptzd(); // as good as ever
+    await_state(1);
 }
 
 TEST_F(Hostile, AnImageIsTakenOrRefusedInWords)
