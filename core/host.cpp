@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr guint32 NO_REVISION = 0xFFFFFFFF;
+
 constexpr std::int64_t NEVER = -1;
 // A camera block that starts says nothing for longer than this, and its lens is busy when it is back.
 constexpr std::int64_t REBOOT_PAUSE_US = 200000;
@@ -26,6 +28,7 @@ std::atomic<unsigned> reboots{0};
 bool lens_was_busy = false;
 bool starting_anew = false;
 std::atomic<unsigned> statuses{0};
+std::atomic<guint32> told_revision{NO_REVISION};
 std::atomic<bool> is_there{false};
 GCancellable *interrupt = nullptr;
 
@@ -73,8 +76,9 @@ void host_note_status_wanted()
     want(status_wanted_at);
 }
 
-void host_note_status(bool lens_busy)
+void host_note_status(bool lens_busy, guint32 fw_revision)
 {
+    told_revision.store(fw_revision, std::memory_order_relaxed);
     answer_wanted_at.store(NEVER, std::memory_order_relaxed);
     status_wanted_at.store(NEVER, std::memory_order_relaxed);
     const std::int64_t now = now_us();
@@ -200,6 +204,11 @@ unsigned host_reboots()
     return reboots.load(std::memory_order_relaxed);
 }
 
+guint32 host_fw_revision()
+{
+    return told_revision.load(std::memory_order_relaxed);
+}
+
 unsigned host_statuses()
 {
     return statuses.load(std::memory_order_acquire);
@@ -239,5 +248,6 @@ void host_forget()
     host_note_start();
     host_set_held_image(nullptr);
     sends_failed = reboots = statuses = 0;
+    told_revision = NO_REVISION;
     lens_was_busy = starting_anew = false;
 }

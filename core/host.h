@@ -9,11 +9,11 @@
 #include <string_view>
 
 // A command goes out; the camera block has answered it. A status is asked for; a good one has come, which says whether
-// the lens is busy, and answers what went before.
+// the lens is busy and which firmware runs, and answers what went before.
 void host_note_command();
 void host_note_answer();
 void host_note_status_wanted();
-void host_note_status(bool lens_busy);
+void host_note_status(bool lens_busy, guint32 fw_revision);
 // A command was not taken in any of its attempts.
 void host_note_failed_send();
 
@@ -54,6 +54,8 @@ void host_set_held_image(const char *image);
 std::string host_held_image();
 unsigned host_reboots();
 unsigned host_statuses();
+// What the last status told; 0xFFFFFFFF while none has.
+guint32 host_fw_revision();
 
 // Both hold a reference of their own; null takes it away.
 void host_set_cancel(GCancellable *cancel);

@@ -11,7 +11,6 @@
 #include "driver/startup.h"
 #include "host/driver_host.h"
 #include "utils/status.h"
-#include "vcc/status.h"
 
 namespace {
 
@@ -113,7 +112,7 @@ void get_property(GObject *, guint id, GValue *value, GParamSpec *)
         g_value_set_variant(value, config_variant());
         break;
     case PROP_FIRMWARE:
-        g_value_set_string(value, ptz_driver_canon_firmware_text(vccif_get_fw_revision()).c_str());
+        g_value_set_string(value, ptz_driver_canon_firmware_text(host_fw_revision()).c_str());
         break;
     case PROP_REBOOTS:
         g_value_set_uint(value, host_reboots());

@@ -75,7 +75,7 @@ void ptz_driver_canon_cmd_receive_status(PTZDriverCanon *self)
         ptz_driver_canon_utils_publish_status(self);
     // Last: who sees the count sees what this status brought.
     if (good)
-        host_note_status(vccif_is_lens_busy());
+        host_note_status(vccif_is_lens_busy(), vccif_get_fw_revision());
 }
 
 gboolean ptz_driver_canon_cmd_update_status(PTZDriverCanon *self)
