@@ -232,7 +232,7 @@ class Calls : public Rig {
     void check_start()
     {
         double rate = 0;
-        for (int look = 0; look < 3 && (rate < 5 || rate > 45); ++look) {
+        for (int look = 0; look < 20 && (rate < 5 || rate > 45); ++look) {
             const double before = strikes("delay-edge"), from = now();
             pass(0.5);
             rate = (strikes("delay-edge") - before) / (now() - from);
