@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr guint32 NO_REVISION = 0xFFFFFFFF;
-
 constexpr std::int64_t NEVER = -1;
 // A camera block that starts says nothing for longer than this, and its lens is busy when it is back.
 constexpr std::int64_t REBOOT_PAUSE_US = 200000;
@@ -28,7 +26,7 @@ std::atomic<unsigned> reboots{0};
 bool lens_was_busy = false;
 bool starting_anew = false;
 std::atomic<unsigned> statuses{0};
-std::atomic<guint32> told_revision{NO_REVISION};
+std::atomic<guint32> told_revision{HOST_NO_REVISION};
 std::atomic<bool> is_there{false};
 GCancellable *interrupt = nullptr;
 
@@ -248,6 +246,6 @@ void host_forget()
     host_note_start();
     host_set_held_image(nullptr);
     sends_failed = reboots = statuses = 0;
-    told_revision = NO_REVISION;
+    told_revision = HOST_NO_REVISION;
     lens_was_busy = starting_anew = false;
 }

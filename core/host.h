@@ -54,7 +54,8 @@ void host_set_held_image(const char *image);
 std::string host_held_image();
 unsigned host_reboots();
 unsigned host_statuses();
-// What the last status told; 0xFFFFFFFF while none has.
+// What the last status told; HOST_NO_REVISION while none has.
+inline constexpr guint32 HOST_NO_REVISION = 0xFFFFFFFF;
 guint32 host_fw_revision();
 
 // Both hold a reference of their own; null takes it away.

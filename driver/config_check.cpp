@@ -1,6 +1,9 @@
 #include "driver/config_check.h"
 
 #include "driver/config_file.h"
+#include "port/config.h"
+#include "port/frame.h"
+#include "port/settings.h"
 
 #include <algorithm>
 #include <array>
@@ -21,9 +24,6 @@ constexpr Range RANGES[] = {
     {"PTZCounterUpdateInterval", 0, 1e6},
 };
 
-constexpr char PORTS[] = "KRX_PORTS";
-constexpr int PORTS_MAX = 256;
-
 const std::vector<ConfigRule> &common_port_rules()
 {
     static const std::vector<ConfigRule> rules = {
@@ -37,9 +37,9 @@ const std::vector<ConfigRule> &port_rules()
 {
     static const std::vector<ConfigRule> rules = {
         {"Device", text, true, false, 0, 0, false},
-        {"RequestPin", pin, true, false, 0, 0, false},
-        {"BurstLenght", integer, false, false, 16, 1920, true},
-        {"TriggerMode", integer, false, false, 0, 3, false},
+        {"RequestPin", pin, true, false, 0, PORT_REQUEST_PIN_MAX, false},
+        {"BurstLenght", integer, false, false, PORT_BURST_LENGTH_MIN, PORT_FRAME_MAX, true},
+        {"TriggerMode", integer, false, false, 0, PORT_TRIGGER_MAX, false},
     };
     return rules;
 }
@@ -94,20 +94,20 @@ void check_ports(ConfigReport &report)
     ConfigFile file("krx_port.conf", report);
     if (!file.load())
         return;
-    file.check(PORTS, common_port_rules());
-    const int count = static_cast<int>(std::clamp(file.number(PORTS, "Ports").value_or(0), 0.0, 0.0 + PORTS_MAX));
-    std::vector<std::string> groups = {PORTS};
+    file.check(PORTS_GROUP, common_port_rules());
+    const int count = static_cast<int>(std::clamp(file.number(PORTS_GROUP, "Ports").value_or(0), 0.0, 0.0 + PORTS_MAX));
+    std::vector<std::string> groups = {PORTS_GROUP};
     for (int i = 0; i < count; ++i) {
-        const std::string group = "KRX_PORT" + std::to_string(i);
+        const std::string group = ptz_port_canon_group(i);
         groups.push_back(group);
         if (file.has(group))
             check_port(file, group, report);
         else
-            file.error(PORTS, "Ports", "[" + group + "] is missing");
+            file.error(PORTS_GROUP, "Ports", "[" + group + "] is missing");
     }
     file.check_groups(groups);
     if (count == 1)
-        file.warning(PORTS, "Ports", "without a second port the firmware cannot be upgraded");
+        file.warning(PORTS_GROUP, "Ports", "without a second port the firmware cannot be upgraded");
 }
 
 } // namespace

@@ -15,9 +15,8 @@
 
 namespace {
 
-// Of a firmware file that is no image, and of a camera block that does not tell its own.
+// Of a firmware file that is no image.
 constexpr guint32 NO_VERSION = 0;
-constexpr guint32 NO_REVISION = 0xFFFFFFFF;
 
 std::string version_text(guint32 version, guint32 unknown)
 {
@@ -55,8 +54,8 @@ void note_upgrade_end(PTZDriverCanon *self, guint32 version, bool back)
     else if (!back)
         result += (failure.empty() ? "" : ", and ") + std::string("the camera block did not come back");
     else if (failure.empty())
-        result = now == NO_REVISION ? "the camera block does not tell its version"
-                                    : "the camera block still has version " + ptz_driver_canon_firmware_text(now);
+        result = now == HOST_NO_REVISION ? "the camera block does not tell its version"
+                                         : "the camera block still has version " + ptz_driver_canon_firmware_text(now);
     host_note_upgrade_result(result);
 }
 
@@ -64,7 +63,7 @@ void note_upgrade_end(PTZDriverCanon *self, guint32 version, bool back)
 
 std::string ptz_driver_canon_firmware_text(guint32 revision)
 {
-    return version_text(revision, NO_REVISION);
+    return version_text(revision, HOST_NO_REVISION);
 }
 
 gboolean ptz_driver_canon_upgrade_firmware(PTZDriverCanon *self)

@@ -19,10 +19,6 @@ constexpr char INTROSPECTION[] = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?><no
                                  "    <property name=\"TriggerMode\" type=\"i\" access=\"write\"/>"
                                  "  </interface></node>";
 
-constexpr char COMMON_GROUP[] = "KRX_PORTS";
-// No board has more; a number beyond is a slip of the pen that would keep the loading busy for hours.
-constexpr int PORTS_MAX = 256;
-
 struct PortRecord {
     GText device;
     int request_pin = 0;
@@ -39,11 +35,6 @@ std::optional<PortTable> port_table; // none until loaded
 int port_count()
 {
     return static_cast<int>(port_table->size());
-}
-
-std::string group_name(int index)
-{
-    return "KRX_PORT" + std::to_string(index);
 }
 
 constexpr char READ_FAILURE[] = "Failed to read config file parameter %s:%s";
@@ -90,16 +81,16 @@ PortRecord read_record(GKeyFile *file, const char *group)
 bool read_common(GKeyFile *file, int *ports)
 {
     GErrorSlot error;
-    *ports = g_key_file_get_integer(file, COMMON_GROUP, "Ports", error);
+    *ports = g_key_file_get_integer(file, PORTS_GROUP, "Ports", error);
     if (error || *ports > PORTS_MAX) {
-        log_error(READ_FAILURE, COMMON_GROUP, "Ports");
+        log_error(READ_FAILURE, PORTS_GROUP, "Ports");
         return false;
     }
-    if (!g_key_file_has_key(file, COMMON_GROUP, "BigEndian", nullptr))
+    if (!g_key_file_has_key(file, PORTS_GROUP, "BigEndian", nullptr))
         return true;
-    const bool big_endian = g_key_file_get_boolean(file, COMMON_GROUP, "BigEndian", error) != FALSE;
+    const bool big_endian = g_key_file_get_boolean(file, PORTS_GROUP, "BigEndian", error) != FALSE;
     if (error) {
-        log_error(READ_FAILURE, COMMON_GROUP, "BigEndian");
+        log_error(READ_FAILURE, PORTS_GROUP, "BigEndian");
         return false;
     }
     port_transfer_settings.big_endian = big_endian;
@@ -122,7 +113,7 @@ bool load_ports()
         return false;
     PortTable table;
     for (int i = 0; i < ports; ++i) {
-        const std::string group = group_name(i);
+        const std::string group = ptz_port_canon_group(i);
         std::optional<PortRecord> &entry = table.emplace_back();
         if (g_key_file_has_group(file.get(), group.c_str()))
             entry = read_record(file.get(), group.c_str());
@@ -135,6 +126,11 @@ bool load_ports()
 
 } // namespace
 
+std::string ptz_port_canon_group(int port_index)
+{
+    return "KRX_PORT" + std::to_string(port_index);
+}
+
 PTZPort *ptz_port_canon_new(int port_index)
 {
     if (!port_table && !load_ports())
@@ -142,7 +138,7 @@ PTZPort *ptz_port_canon_new(int port_index)
     GUARD(0 <= port_index && port_index < port_count(), nullptr);
     const std::optional<PortRecord> &record = (*port_table)[static_cast<std::size_t>(port_index)];
     if (!record) {
-        log_error("Could not find group %s", group_name(port_index).c_str());
+        log_error("Could not find group %s", ptz_port_canon_group(port_index).c_str());
         return nullptr;
     }
     auto *self = static_cast<PTZPortCanon *>(g_object_new(ptz_port_canon_get_type(), nullptr));

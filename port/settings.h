@@ -5,6 +5,7 @@
 
 inline constexpr int PORT_BURST_LENGTH_MIN = 16; // bytes; the most is PORT_FRAME_MAX
 inline constexpr int PORT_BURST_LENGTH_DEFAULT = 1024;
+inline constexpr int PORT_REQUEST_PIN_MAX = 9999;
 
 // How the request line is awaited before a burst. The numbers stand in configuration files.
 enum PortTriggerMode {

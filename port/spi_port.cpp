@@ -230,7 +230,7 @@ void install_properties(GObjectClass *klass)
                                         g_param_spec_int(name, nick, blurb, min, max, fallback, G_PARAM_READWRITE));
     };
     text(PROP_DEVICE, "device", "Device name", "PTZ Port Device Name", "/dev/spidev1.0");
-    number(PROP_REQUEST_PIN, "request_pin", "request pin number", "PTZ Port Request Pin", -1, 9999, -1);
+    number(PROP_REQUEST_PIN, "request_pin", "request pin number", "PTZ Port Request Pin", -1, PORT_REQUEST_PIN_MAX, -1);
     text(PROP_REQUEST_PIN_NAMED, "request_pin_named", "request pin name", "PTZ Port Request Pin", "imc_req");
     number(PROP_BURST_LEN, "burst_len", "Burst Length", "PTZ Burst Length", PORT_BURST_LENGTH_MIN, PORT_FRAME_MAX,
            PORT_BURST_LENGTH_DEFAULT);

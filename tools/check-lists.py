@@ -55,7 +55,7 @@ LISTS = {
         Names("data/conf/krx_driver.conf", r"^#?(\w+)="),
     ],
     "key of krx_port.conf": [
-        Names("port/config.cpp", r'(?:group|COMMON_GROUP), "(\w+)"'),
+        Names("port/config.cpp", r'(?:group|PORTS_GROUP), "(\w+)"'),
         Names("driver/config_check.cpp", r'^        \{"(\w+)", (?:integer|boolean|text|pin),'),
         Names("docs/configuration.md", r"^\| `(\w+)`", r"\n## krx_port\.conf\n(.*)"),
         Names("data/conf/krx_port.conf", r"^#?(\w+)="),

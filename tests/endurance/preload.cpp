@@ -1,5 +1,6 @@
 // Lets a program's wall clock be set from outside, and counts its heap blocks.
 #include "tests/endurance/page.h"
+#include "tests/support/shared_page.h"
 
 #include <cstdlib>
 #include <ctime>
@@ -21,7 +22,7 @@ std::atomic<Page *> page{&before};
 __attribute__((constructor)) void begin()
 {
     const char *file = std::getenv(kPageVariable);
-    Page *shared = file != nullptr ? map_page(file) : nullptr;
+    Page *shared = file != nullptr ? map_page<Page>(file) : nullptr;
     if (shared == nullptr)
         return;
     shared->heap_blocks = before.heap_blocks.load();

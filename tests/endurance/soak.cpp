@@ -3,6 +3,7 @@
 #include "tests/campaign/classes.h"
 #include "tests/campaign/rig.h"
 #include "tests/endurance/page.h"
+#include "tests/support/shared_page.h"
 
 #include <algorithm>
 #include <cmath>
@@ -89,7 +90,7 @@ class Soak {
     std::vector<const FaultClass *> faults_;
     Rig rig_;
     TempFolder folder_;
-    Page *page_ = map_page(folder_.file("page").c_str());
+    Page *page_ = map_page<Page>(folder_.file("page").c_str());
     std::string what_;
     unsigned requests_ = 0;
     std::vector<double> at_;

@@ -1,6 +1,7 @@
 // Settings and moves where the disk fails, the clock jumps, or the process is stopped or killed.
 #include "tests/endurance/page.h"
 #include "tests/scenario/system_fixture.h"
+#include "tests/support/shared_page.h"
 
 #include <csignal>
 #include <gmock/gmock.h>
@@ -192,7 +193,7 @@ TEST_F(Endurance, AClockThatJumpsAYearChangesNothing)
 #ifndef PRELOAD_FILE
     GTEST_SKIP() << "the sanitizer's own library has to come first";
 #else
-    Page *page = map_page(folder.file("page").c_str());
+    Page *page = map_page<Page>(folder.file("page").c_str());
     setenv(kPageVariable, folder.file("page").c_str(), 1);
     setenv("LD_PRELOAD", PRELOAD_FILE, 1);
     start_all();

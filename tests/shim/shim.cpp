@@ -8,6 +8,7 @@
 // regular file makes its open() wait), only what makes a descriptor runs out of them, only what makes a file grow out
 // of room, poll() out of memory.
 #include "tests/shim/page.h"
+#include "tests/support/shared_page.h"
 
 #include <cerrno>
 #include <csignal>
@@ -19,7 +20,6 @@
 #include <poll.h>
 #include <string>
 #include <string_view>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -145,15 +145,13 @@ __attribute__((constructor)) void begin()
     Dl_info about{};
     if (file == nullptr || board == nullptr || dladdr(reinterpret_cast<void *>(begin), &about) == 0)
         std::abort();
-    const int fd = open(file, O_RDWR | O_CLOEXEC);
-    void *memory = mmap(nullptr, sizeof(shim::Page), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    close(fd);
-    if (memory == MAP_FAILED)
+    auto *shared = map_page<shim::Page>(file);
+    if (shared == nullptr)
         std::abort();
     folder = board; // both texts stay where they are
     root = about.dli_fname;
     root = root.substr(0, root.rfind("/tests/"));
-    page = static_cast<shim::Page *>(memory);
+    page = shared;
     struct sigaction count {};
     count.sa_handler = [](int) { ++page->signals; }; // and no SA_RESTART
     sigaction(SIGUSR1, &count, nullptr);

@@ -8,6 +8,7 @@
 // and so on up to their number.
 #include "tests/campaign/rig.h"
 #include "tests/shim/page.h"
+#include "tests/support/shared_page.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -34,12 +35,8 @@ class Calls : public Rig {
     Calls()
     {
         const std::string file = page_folder_.file("page");
-        const int fd = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-        g_assert_true(ftruncate(fd, sizeof(shim::Page)) == 0);
-        void *memory = mmap(nullptr, sizeof(shim::Page), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-        close(fd);
-        g_assert_true(memory != MAP_FAILED);
-        page = static_cast<shim::Page *>(memory);
+        page = map_page<shim::Page>(file.c_str());
+        g_assert_true(page != nullptr);
         // AddressSanitizer's runtime would rather be the first library, but can do without.
         const char *options = std::getenv("ASAN_OPTIONS");
         ptzd_variables = {{"LD_PRELOAD", SHIM_FILE},

@@ -13,8 +13,8 @@ class UpgradeLog {
     explicit UpgradeLog(const std::string &folder);
 
     // An upgrade has ended; `counts`: it was not the service's own end that cut it off. Keeps it, which waits
-    // for the disk, and says in the log
-    // when its image will not be tried again. One of an image that is held back is none.
+    // for the disk, and says in the log when its image will not be tried again. One of an image that is held back is
+    // none.
     void ended(const ImageReport &report, bool counts);
     // The camera block tells that version: where it is the image's, the upgrade is done after all.
     void seen(const std::string &version);
