@@ -1,5 +1,6 @@
 // Any parameters.conf: values that fit are taken, and kept again as they are.
 #include "ptzorvel/ptzd/param_file.h"
+#include "ptzorvel/ptzd/state_file.h"
 
 #include "fuzz/params.h"
 #include "fuzz/target.h"
@@ -16,7 +17,7 @@ FUZZ_TARGET(param_file)
         HOLDS(param_fit(info, value).empty() || std::holds_alternative<std::monostate>(info.value));
         HOLDS(info.writable || param_value_to_text(info.value) == "fine");
     }
-    HOLDS(write_params(folder.path(), params_text(read.store)).empty());
+    HOLDS(write_state_file(folder.path(), kParamFile, params_text(read.store)).empty());
     FuzzParams kept;
     load_params(folder.path(), kept.store);
     const std::vector<ParamInfo> former = read.list(), now = kept.list();

@@ -33,6 +33,12 @@ LISTS = {
         Names("data/dbus/com.orna.PTZ.conf", r'send_interface="com\.orna\.PTZ" send_member="(\w+)"'),
         Names("docs/rights.md", r"^\| `com\.orna\.PTZ\.(\w+)`"),
     ],
+    "method of the presets": [
+        Names("data/com.orna.PTZ.Presets.xml", r'<method name="(\w+)"'),
+        Names("platform/ptzorvel/ptzd/presets_face.cpp", r'\{"(\w+)", preset_'),
+        Names("data/dbus/com.orna.PTZ.conf", r'send_interface="com\.orna\.PTZ\.Presets" send_member="(\w+)"'),
+        Names("docs/rights.md", r"^\| `com\.orna\.PTZ com\.orna\.PTZ\.Presets\.(\w+)`"),
+    ],
     **{
         f"option of {program}": [
             Names(source, r'^ +\{"([a-z-]+)", (?:\'.\'|0), '),

@@ -23,7 +23,7 @@ stopper|$ptzorvel/ptzd/stopper.cpp|
 main-timer|$ptzorvel/ptzd/main_timer.cpp|
 link-watch|$ptzorvel/ptzd/link_watch.cpp|
 driver-host|$ptzorvel/ptzd/driver_host.cpp|
-param-keeper|$ptzorvel/ptzd/param_keeper.cpp|
+state-keeper|$ptzorvel/ptzd/state_keeper.cpp|
 service-params|$ptzorvel/ptzd/service.cpp|PtzService::params
 service-event|$ptzorvel/ptzd/service.cpp|PtzService::last_event
 service-signal|$ptzorvel/ptzd/service_events.cpp|PtzService::camera_signal

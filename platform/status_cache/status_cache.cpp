@@ -55,18 +55,24 @@ Entry &entry_of(Group &group, std::size_t place, const char *key)
     return find_or_add(group.entries, &Entry::key, key);
 }
 
-bool set_param(Group &group, std::size_t place, const ScParam &param)
+// `changed` becomes true when it has another value now.
+bool set_param(Group &group, std::size_t place, const ScParam &param, bool &changed)
 {
     if (param.key == nullptr || param.value == nullptr || param.size != 4)
         return false;
-    if (param.type == SC_TYPE_INTEGER)
-        entry_of(group, place, param.key).value = read_number<gint32>(param.value);
-    else if (param.type == SC_TYPE_REAL)
-        entry_of(group, place, param.key).value = read_number<float>(param.value);
-    else
+    if (param.type != SC_TYPE_INTEGER && param.type != SC_TYPE_REAL)
         return false;
+    const Value value = param.type == SC_TYPE_INTEGER ? Value(read_number<gint32>(param.value))
+                                                      : Value(read_number<float>(param.value));
+    Value &kept = entry_of(group, place, param.key).value;
+    changed = changed || kept != value;
+    kept = value;
     return true;
 }
+
+std::mutex listener_mutex; // held while the listener runs
+StatusCacheChanged listener = nullptr;
+gpointer listener_data = nullptr;
 
 } // namespace
 
@@ -74,12 +80,27 @@ int sc_set_group(const char *group, const ScParam *const *params, int)
 {
     if (group == nullptr || *group == '\0' || params == nullptr)
         return -1;
-    const std::lock_guard lock(cache_mutex);
-    Group &target = find_or_add(cache, &Group::name, group);
     int count = 0;
-    for (std::size_t place = 0; params[place] != nullptr; place++)
-        count += set_param(target, place, *params[place]) ? 1 : 0;
+    bool changed = false;
+    {
+        const std::lock_guard lock(cache_mutex);
+        Group &target = find_or_add(cache, &Group::name, group);
+        for (std::size_t place = 0; params[place] != nullptr; place++)
+            count += set_param(target, place, *params[place], changed) ? 1 : 0;
+    }
+    if (!changed)
+        return count;
+    const std::lock_guard lock(listener_mutex);
+    if (listener != nullptr)
+        listener(listener_data);
     return count;
+}
+
+void status_cache_set_listener(StatusCacheChanged changed, gpointer data)
+{
+    const std::lock_guard lock(listener_mutex);
+    listener = changed;
+    listener_data = data;
 }
 
 GVariant *status_cache_snapshot(void)

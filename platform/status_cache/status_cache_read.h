@@ -10,6 +10,11 @@ G_BEGIN_DECLS
  * which they first appeared. */
 GVariant *status_cache_snapshot (void);
 
+/* Called after a call has given a group another value than it had, on the caller's thread; it must not call back into
+ * the cache. One at a time: NULL takes it away, and it is not called any more when this returns. */
+typedef void (*StatusCacheChanged) (gpointer data);
+void status_cache_set_listener (StatusCacheChanged changed, gpointer data);
+
 /* Forgets every group. */
 void status_cache_clear (void);
 

@@ -4,6 +4,7 @@
 // folder are there in the order in which they came, up to any of them.
 #include "glib_owned.h"
 #include "ptzorvel/ptzd/param_file.h"
+#include "ptzorvel/ptzd/state_file.h"
 #include "ptzorvel/ptzd/upgrade_log.h"
 #include "tests/support/temp_folder.h"
 
@@ -187,7 +188,7 @@ constexpr Kept kKept[] = {
      [](const std::string &folder, const char *value) {
          Params params(folder);
          params.group("Limit")->set("MinPan", std::atoi(value));
-         EXPECT_EQ(write_params(folder, params_text(params)), "");
+         EXPECT_EQ(write_state_file(folder, kParamFile, params_text(params)), "");
      },
      [](const std::string &folder) {
          return param_value_to_text(Params(folder).group("Limit")->find("MinPan")->value);

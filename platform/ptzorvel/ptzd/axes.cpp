@@ -19,13 +19,26 @@ std::optional<double> number_in(GVariant *group, const char *key)
 
 } // namespace
 
+std::optional<std::size_t> find_axis(std::string_view name)
+{
+    for (std::size_t axis = 0; axis < AXIS_COUNT; axis++)
+        if (name == kAxes[axis].name)
+            return axis;
+    return std::nullopt;
+}
+
 AxisPositions published_positions()
 {
-    AxisPositions positions;
     const GVariantOwned groups(g_variant_ref_sink(status_cache_snapshot()));
     const GVariantOwned group(g_variant_lookup_value(groups.get(), "PTZ_POSITION_IS1", G_VARIANT_TYPE_VARDICT));
-    for (std::size_t axis = 0; axis < AXIS_COUNT && group != nullptr; axis++) {
-        positions[axis] = number_in(group.get(), kAxes[axis].published);
+    return group != nullptr ? published_positions(group.get()) : AxisPositions{};
+}
+
+AxisPositions published_positions(GVariant *position_group)
+{
+    AxisPositions positions;
+    for (std::size_t axis = 0; axis < AXIS_COUNT; axis++) {
+        positions[axis] = number_in(position_group, kAxes[axis].published);
         // Positions, unlike angles, begin at 1; -1 says that one is not known.
         if (kAxes[axis].whole && positions[axis] && *positions[axis] < 0)
             positions[axis].reset();

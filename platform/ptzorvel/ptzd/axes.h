@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <optional>
+#include <string_view>
 
 #include <gio/gio.h>
 
@@ -20,11 +21,13 @@ constexpr AxisMask axis_bit(std::size_t axis)
 // What a stop stops; focus goes on when it moves by itself.
 inline constexpr AxisMask kStoppedAxes = 1u << AXIS_PAN | 1u << AXIS_TILT | 1u << AXIS_ZOOM;
 
+struct AxisRange {
+    double low, high;
+};
+
 struct AxisRow {
     const char *name;
-    struct {
-        double low, high;
-    } absolute, relative; // relative: from one end to the other and back
+    AxisRange absolute, relative; // relative: from one end to the other and back
     double tolerance;     // how far from its target it may stand and have reached it
     bool whole;           // positions are whole numbers, angles need not be
     const char *unit;
@@ -42,11 +45,16 @@ inline constexpr AxisRow kAxes[AXIS_COUNT] = {
     {"brightness", {1, 9999}, {-9998, 9998}, 1, true, "", "MinBrightness", "MaxBrightness", "BRIGHTNESS_ZENTA"},
 };
 
+// The axis of that name.
+std::optional<std::size_t> find_axis(std::string_view name);
+
 // Where the axes are, in degrees and positions; none where the driver does not know or has published nothing.
 using AxisPositions = std::array<std::optional<double>, AXIS_COUNT>;
 
 // What the driver has published last, in the 1/65536 of all its numbers. Any thread.
 AxisPositions published_positions();
+// The same of that group of it.
+AxisPositions published_positions(GVariant *position_group);
 
 // a{sd}, floating, and "as" of the axes in the mask.
 GVariant *axis_positions_variant(const AxisPositions &positions);

@@ -25,6 +25,8 @@ const char *error_name(ErrorKind kind)
         return "com.orna.PTZ.Error.OutOfRange";
     case ErrorKind::unknown_parameter:
         return "com.orna.PTZ.Error.UnknownParameter";
+    case ErrorKind::unknown_preset:
+        return "com.orna.PTZ.Error.UnknownPreset";
     case ErrorKind::not_ready:
         return "com.orna.PTZ.Error.NotReady";
     case ErrorKind::busy:

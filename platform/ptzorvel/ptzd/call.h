@@ -11,6 +11,7 @@ enum class ErrorKind {
     invalid_argument,
     out_of_range,
     unknown_parameter,
+    unknown_preset,
     not_ready,
     busy,
     not_supported,

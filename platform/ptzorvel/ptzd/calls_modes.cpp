@@ -75,6 +75,7 @@ void set_mode(PtzService &service, const CallPtr &call, const ModeRow &row)
                                                  [&row, mode](PTZDriver *with) { return apply_mode(with, row, mode); },
                                                  [&row, former](PTZDriver *with) { with->*row.field = former; },
                                                  [&row](PTZDriver *with) { return apply_mode_again(with, row); }});
+        service.modes().look(driver);
         if (error)
             answered.refuse(*error);
         else

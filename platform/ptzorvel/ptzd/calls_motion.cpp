@@ -32,6 +32,8 @@ std::optional<CallError> carry_out(PtzService &service, PTZDriver *driver, const
     if (taken)
         return std::nullopt;
     ticket.end = MoveEnd::not_taken;
+    // Nor is what may have got through a move to a preset: the picture is not frozen for it.
+    ptz_driver_set_request(driver, nullptr);
     // The block may have taken more than it answered: nothing runs on that nobody knows of.
     if (move.running() != 0)
         service.stopper().stop_axes(move.running());
@@ -43,10 +45,15 @@ std::optional<CallError> carry_out(PtzService &service, PTZDriver *driver, const
 void call_move(PtzService &service, const CallPtr &call)
 {
     MoveRequest move;
-    auto error = parse_move(call->parameters(), move);
-    if (!error)
-        error = check_limits(axis_ways(service.params().get()), move);
-    if (error) {
+    if (const auto error = parse_move(call->parameters(), move))
+        call->refuse(*error);
+    else
+        move_camera(service, call, move, {});
+}
+
+void move_camera(PtzService &service, const CallPtr &call, const MoveRequest &move, const BeforeMove &before)
+{
+    if (const auto error = check_limits(axis_ways(service.params().get()), move)) {
         call->refuse(*error);
         return;
     }
@@ -55,15 +62,20 @@ void call_move(PtzService &service, const CallPtr &call)
     const auto claim = std::make_shared<MoveClaim>(service.move_owners(), call->sender(), move);
     const auto ticket = service.motion().accept(move);
     service.run(call, PtzService::Gate::running,
-                [&service, move, stops, claim, ticket](PTZDriver *driver, Call &answered) {
+                [&service, move, before, stops, claim, ticket](PTZDriver *driver, Call &answered) {
                     std::optional<CallError> refusal;
-                    if (service.stops() != stops) {
+                    if (before && service.stops() == stops) {
+                        ticket->end = MoveEnd::not_taken;
+                        refusal = before(driver);
+                    }
+                    if (!refusal && service.stops() != stops) {
                         ticket->end = MoveEnd::stopped;
                         refusal = CallError{ErrorKind::cancelled, "A stop came in before this move began; send it "
                                                                   "again if it is still wanted."};
-                    } else {
+                    } else if (!refusal) {
                         refusal = carry_out(service, driver, move, stops, *ticket);
                     }
+                    service.modes().look(driver);
                     if (refusal) {
                         answered.refuse(*refusal);
                         return;

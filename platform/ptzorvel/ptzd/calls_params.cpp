@@ -110,26 +110,11 @@ namespace {
 void set_parameter(PtzService &service, const CallPtr &call, const std::shared_ptr<ParamStore> &store,
                    const std::string &group, const std::string &name, const ParamValue &wanted, PTZDriver *driver)
 {
-    const std::string what = group + "." + name;
-    PTZDynamicalProperties *properties = store->group(group);
-    const auto former = properties->find(name);
-    const bool had_value = former && !std::holds_alternative<std::monostate>(former->value);
-    // Keeps the store: it may be done much later.
-    const Changes::Apply apply = [store, group, name](PTZDriver *with) {
-        return ptz_driver_param_changed(with, group, name) != FALSE;
-    };
-    const Changes::Change change{
-        what,
-        [=](PTZDriver *with) { return properties->begin_trial(name, wanted).empty() && apply(with); },
-        [=](PTZDriver *) { properties->end_trial(name, false); },
-        had_value ? apply : nullptr,
-    };
-    if (const auto error = service.changes().carry_out(driver, change)) {
+    if (const auto error = give_parameter(service, driver, store, group, name, wanted)) {
         call->refuse(*error);
         return;
     }
-    properties->end_trial(name, true);
-    service.param_was_set(group, name, [call, what](const std::string &problem) {
+    service.param_was_set(group, name, [call, what = group + "." + name](const std::string &problem) {
         if (problem.empty())
             call->answer();
         else
@@ -139,6 +124,28 @@ void set_parameter(PtzService &service, const CallPtr &call, const std::shared_p
 }
 
 } // namespace
+
+std::optional<CallError> give_parameter(PtzService &service, PTZDriver *driver, const std::shared_ptr<ParamStore> &store,
+                                        const std::string &group, const std::string &name, const ParamValue &wanted)
+{
+    PTZDynamicalProperties *properties = store->group(group);
+    const auto former = properties->find(name);
+    const bool had_value = former && !std::holds_alternative<std::monostate>(former->value);
+    // Keeps the store: it may be done much later.
+    const Changes::Apply apply = [store, group, name](PTZDriver *with) {
+        return ptz_driver_param_changed(with, group, name) != FALSE;
+    };
+    const Changes::Change change{
+        group + "." + name,
+        [=](PTZDriver *with) { return properties->begin_trial(name, wanted).empty() && apply(with); },
+        [=](PTZDriver *) { properties->end_trial(name, false); },
+        had_value ? apply : nullptr,
+    };
+    if (auto error = service.changes().carry_out(driver, change))
+        return error;
+    properties->end_trial(name, true);
+    return std::nullopt;
+}
 
 GVariant *param_variant(const ParamValue &value)
 {

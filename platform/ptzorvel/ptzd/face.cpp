@@ -64,6 +64,12 @@ GVariant *on_get_property(GDBusConnection *, const char *, const char *, const c
         return g_variant_new_string(service.link_watch().link());
     if (name == "Moving")
         return axis_names_variant(service.motion().under_way());
+    if (name == "Position")
+        return service.position_signals().position();
+    if (name == "LastMove")
+        return service.motion().last_move();
+    if (GVariant *mode = service.modes().property(property))
+        return mode;
     if (name == "VideoChannel")
         return g_variant_new_int32(service.options().video_channel);
     if (name == "Id")

@@ -14,7 +14,9 @@ class MainWake {
     MainWake &operator=(const MainWake &) = delete;
 
     // Any thread, while this lives.
-    void wake() { g_source_set_ready_time(source_, 0); }
+    void wake() { wake_at(0); }
+    // The same, not before that time of the monotonic clock. Of several the last one counts.
+    void wake_at(gint64 monotonic_us) { g_source_set_ready_time(source_, monotonic_us); }
 
   private:
     const std::function<void()> function_;

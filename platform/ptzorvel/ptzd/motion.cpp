@@ -4,6 +4,7 @@
 #include "ptzorvel/ptzd/driver_host.h"
 #include "ptzorvel/ptzd/face.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -21,8 +22,13 @@ Motion::Motion(Service service, const DriverHost &host, double time_scale)
 
 Motion::Ticket::~Ticket()
 {
-    if (!begun_)
-        motion_.tell({{id_, end}});
+    if (begun_)
+        return;
+    {
+        const std::lock_guard lock(motion_.mutex_);
+        motion_.note({{id_, end}});
+    }
+    motion_.tell({{id_, end}});
 }
 
 std::shared_ptr<Motion::Ticket> Motion::accept(const MoveRequest &request)
@@ -60,6 +66,7 @@ void Motion::begin(Ticket &ticket, const MoveRequest &request, const AxisWays &w
         for (const MoveTrack &track : tracks_)
             if (replaced(track))
                 ended.push_back({track.id(), MoveEnd::replaced});
+        note(ended);
         std::erase_if(tracks_, replaced);
         tracks_.emplace_back(ticket.id_, request, ways, from, look());
     }
@@ -84,6 +91,7 @@ void Motion::camera_stopped()
         const std::lock_guard lock(mutex_);
         for (const MoveTrack &track : std::exchange(tracks_, {}))
             ended.push_back({track.id(), MoveEnd::camera_stopped});
+        note(ended);
     }
     reported_ = 0;
     announce();
@@ -113,6 +121,7 @@ bool Motion::tick()
                 beyond |= track.take_beyond(now, service_.ways());
             return end.has_value();
         });
+        note(ended);
         more = !tracks_.empty();
     }
     announce();
@@ -150,6 +159,28 @@ void Motion::announce()
     g_variant_builder_add(&changed, "{sv}", "Moving", axis_names_variant(moving));
     service_.emit("org.freedesktop.DBus.Properties", "PropertiesChanged",
                   g_variant_new("(sa{sv}as)", kInterfaceName, &changed, nullptr));
+    service_.moving_changed();
+}
+
+bool Motion::goes_to_preset()
+{
+    const std::lock_guard lock(mutex_);
+    return std::any_of(tracks_.begin(), tracks_.end(), [](const MoveTrack &track) { return track.goes_to_preset(); });
+}
+
+GVariant *Motion::last_move()
+{
+    const std::lock_guard lock(mutex_);
+    const bool reached = last_.id != 0 && last_.end == MoveEnd::reached;
+    return g_variant_new("(ubs)", last_.id, static_cast<gboolean>(reached),
+                         last_.id != 0 ? move_end_text(last_.end) : "");
+}
+
+// Before the axes are announced to stand: who sees them stand finds how that came.
+void Motion::note(const std::vector<Ended> &ended)
+{
+    if (!ended.empty())
+        last_ = ended.back();
 }
 
 void Motion::tell(const std::vector<Ended> &ended)

@@ -24,6 +24,7 @@ class Motion {
         std::function<AxisWays()> ways;
         std::function<void(AxisMask axes)> stop_axes; // which have passed a limit
         std::function<void()> refresh;                // has the driver read the status
+        std::function<void()> moving_changed;         // what under_way() says
     };
     // `host` outlives it. Main thread, as the destructor.
     Motion(Service service, const DriverHost &host, double time_scale);
@@ -64,6 +65,10 @@ class Motion {
     // Axes that the driver reports as moving; and those that count as moving, as the property Moving has it.
     AxisMask reported() const { return reported_; }
     AxisMask under_way() const { return announced_; }
+    // Whether a move to a preset is under way that nobody has stopped.
+    bool goes_to_preset();
+    // (ubs) of the move that was the last to end, as MoveDone has it, floating; number 0 before the first.
+    GVariant *last_move();
 
   private:
     struct Ended {
@@ -74,6 +79,7 @@ class Motion {
     MotionLook look() const;
     bool tick();
     void announce();
+    void note(const std::vector<Ended> &ended); // under the mutex
     void tell(const std::vector<Ended> &ended);
     void keep_statuses_coming(const MotionLook &look);
 
@@ -81,6 +87,7 @@ class Motion {
     const DriverHost &host_;
     std::mutex mutex_;
     std::vector<MoveTrack> tracks_;     // under the mutex
+    Ended last_{0, MoveEnd::reached};   // under the mutex
     guint32 next_id_ = G_MAXINT32 + 1u; // main thread
     std::atomic<AxisMask> reported_{0};
     std::atomic<AxisMask> announced_{0};

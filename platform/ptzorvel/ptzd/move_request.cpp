@@ -21,28 +21,23 @@ CallError invalid(std::string text)
 
 std::optional<CallError> parse_axis(const char *axis, const char *type, double value, MoveRequest &request)
 {
-    std::size_t index = 0;
-    while (index < AXIS_COUNT && std::string_view(axis) != kAxes[index].name)
-        index++;
-    if (index == AXIS_COUNT)
-        return invalid("There is no axis " + quoted(axis) + "; there are pan, tilt, zoom, iris, focus and brightness.");
-    const AxisRow &row = kAxes[index];
+    const auto index = find_axis(axis);
+    if (!index)
+        return no_axis(axis);
+    const AxisRow &row = kAxes[*index];
     int move_type = PTZ_MOVE_CONTINUOUS;
     while (move_type > PTZ_MOVE_NONE && std::string_view(type) != kTypes[move_type])
         move_type--;
     if (move_type == PTZ_MOVE_NONE)
         return invalid(std::string(row.name) + ": there is no move type " + quoted(type) +
                        "; there are absolute, relative and continuous.");
-    PTZMotion &motion = request.axes[index];
+    PTZMotion &motion = request.axes[*index];
     if (motion.type != PTZ_MOVE_NONE)
         return invalid(std::string(row.name) + " is asked for twice; name each axis once.");
     const bool speed = move_type == PTZ_MOVE_CONTINUOUS;
-    const auto &[low, high] = move_type == PTZ_MOVE_RELATIVE ? row.relative : row.absolute;
     if (auto error = speed ? check_number(row.name, value, -kFullSpeed, kFullSpeed, " percent")
-                           : check_number(row.name, value, low, high, row.unit))
+                           : check_place(row, value, move_type == PTZ_MOVE_RELATIVE ? row.relative : row.absolute))
         return error;
-    if (!speed && row.whole && value != std::floor(value))
-        return invalid(std::string(row.name) + ": positions are whole numbers, not " + plain_number(value) + ".");
     motion.value = to_fixed(value);
     motion.type = move_type;
     return std::nullopt;
@@ -105,6 +100,20 @@ std::string plain_number(double value)
     char text[40];
     std::snprintf(text, sizeof text, "%.10g", value);
     return text;
+}
+
+CallError no_axis(std::string_view name)
+{
+    return invalid("There is no axis " + quoted(name) + "; there are pan, tilt, zoom, iris, focus and brightness.");
+}
+
+std::optional<CallError> check_place(const AxisRow &row, double value, const AxisRange &range)
+{
+    if (auto error = check_number(row.name, value, range.low, range.high, row.unit))
+        return error;
+    if (row.whole && value != std::floor(value))
+        return invalid(std::string(row.name) + ": positions are whole numbers, not " + plain_number(value) + ".");
+    return std::nullopt;
 }
 
 std::optional<CallError> check_number(std::string_view what, double value, double low, double high, const char *unit)

@@ -31,5 +31,10 @@ std::string plain_number(double value);
 // Reads the arguments of Move: a(ssd) axes, d speed, a{sv} options. What was wrong, or nothing.
 std::optional<CallError> parse_move(GVariant *parameters, MoveRequest &request);
 
+// What is said to the name of no axis.
+CallError no_axis(std::string_view name);
+// Whether an axis can be told to go to that place, or by so much; if not, what is wrong with it.
+std::optional<CallError> check_place(const AxisRow &row, double value, const AxisRange &range);
+
 // Whether `value` is a number in low..high; if not, what is wrong with it. `what` names it: "zoom", `unit`: " degrees".
 std::optional<CallError> check_number(std::string_view what, double value, double low, double high, const char *unit);

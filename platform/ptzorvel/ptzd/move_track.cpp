@@ -29,7 +29,7 @@ const char *move_end_text(MoveEnd end)
 
 MoveTrack::MoveTrack(guint32 id, const MoveRequest &request, const AxisWays &ways, const MotionLook &from,
                      const MotionLook &taken)
-    : id_(id), axes_(request.requested()), seen_(taken.statuses)
+    : id_(id), preset_(request.preset), axes_(request.requested()), seen_(taken.statuses)
 {
     for (std::size_t axis = 0; axis < AXIS_COUNT; axis++)
         goals_[axis] = goal_of(axis, request.axes[axis], ways[axis], from);

@@ -33,6 +33,8 @@ class MoveTrack {
     // A stop was asked for: wherever it now comes to a stand it was stopped, unless it has arrived.
     void stop() { stopping_ = true; }
 
+    bool goes_to_preset() const { return preset_ && !stopping_; }
+
     // How it ended; none while it goes on.
     std::optional<MoveEnd> look(const MotionLook &look);
 
@@ -53,6 +55,7 @@ class MoveTrack {
     MoveEnd verdict(const MotionLook &look) const;
 
     guint32 id_;
+    bool preset_;
     AxisMask axes_;
     std::array<Goal, AXIS_COUNT> goals_;
     std::optional<unsigned> seen_; // statuses

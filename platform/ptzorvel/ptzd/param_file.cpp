@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr char kFileName[] = "parameters.conf";
-
 void load_param(GKeyFile *file, PTZDynamicalProperties &group, const ParamInfo &info)
 {
     const char *group_name = info.group.c_str();
@@ -45,7 +43,7 @@ std::string default_state_folder()
 void load_params(const std::string &folder, ParamStore &store)
 {
     std::string problem;
-    const GKeyFileOwned file = read_state_file(folder, kFileName, problem);
+    const GKeyFileOwned file = read_state_file(folder, kParamFile, problem);
     if (!problem.empty())
         syslog(LOG_WARNING, "Kept parameters are not used: %s", problem.c_str());
     if (file == nullptr)
@@ -66,12 +64,7 @@ std::string params_text(const ParamStore &store)
     return GText(g_key_file_to_data(file.get(), nullptr, nullptr)).get();
 }
 
-std::string write_params(const std::string &folder, const std::string &text)
-{
-    return write_state_file(folder, kFileName, text);
-}
-
 void remove_stray_params(const std::string &folder)
 {
-    remove_stray_state_files(folder, kFileName);
+    remove_stray_state_files(folder, kParamFile);
 }

@@ -5,6 +5,8 @@
 
 #include <string>
 
+inline constexpr char kParamFile[] = "parameters.conf";
+
 // Where parameters are kept when the command line does not say: $STATE_DIRECTORY, which a service manager sets; else
 // the folder of the simulated board, if there is one; else /var/lib/ptz.
 std::string default_state_folder();
@@ -15,10 +17,6 @@ void load_params(const std::string &folder, ParamStore &store);
 
 // What is to be kept: the values that users may set and that are not the defaults.
 std::string params_text(const ParamStore &store);
-
-// Keeps that text in the place of the former one; back when it would outlive a loss of power. Waits for the disk. A
-// sentence when it could not be done: the former one is then still there. An empty folder name keeps nothing.
-std::string write_params(const std::string &folder, const std::string &text);
 
 // Removes what writers that were killed have left in the folder.
 void remove_stray_params(const std::string &folder);

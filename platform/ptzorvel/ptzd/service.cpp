@@ -51,6 +51,7 @@ PtzService::PtzService(GDBusConnection *connection, const Options &options)
 {
     link_watch_ = std::make_unique<LinkWatch>(*this, options.time_scale, options.link_timeout_s);
     move_owners_ = std::make_unique<MoveOwners>(connection, [this] { stop_abandoned_move(); });
+    make_position();
     make_motion();
     guard_ = std::make_unique<BusGuard>(
         connection, BusGuard::Handlers{&stops_, [this](const CallPtr &call) { call_stop(*this, call); },
@@ -75,6 +76,9 @@ PtzService::~PtzService()
     while (started_ && released.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
         deadlines_.look();
     queue_.queue.shutdown();
+    picture_guard_.reset();
+    position_signals_.reset();
+    presets_.reset();
     keeper_.reset();
     if (ptz_command_queue_current() == &queue_) {
         ptz_command_queue_set_current(nullptr);
@@ -82,8 +86,9 @@ PtzService::~PtzService()
     }
     guard_.reset();
     move_owners_.reset();
-    if (registration_ != 0)
-        g_dbus_connection_unregister_object(connection_, registration_);
+    for (const guint registration : {registration_, preset_registration_})
+        if (registration != 0)
+            g_dbus_connection_unregister_object(connection_, registration);
     release_name();
     g_object_unref(connection_);
 }
@@ -92,9 +97,10 @@ bool PtzService::export_object(std::string &problem)
 {
     GErrorSlot error;
     registration_ = register_face(*this, error);
-    if (registration_ == 0)
+    preset_registration_ = registration_ != 0 ? register_presets_face(*this, error) : 0;
+    if (preset_registration_ == 0)
         problem = std::string("Cannot put the PTZ service on the bus: ") + error->message;
-    return registration_ != 0;
+    return preset_registration_ != 0;
 }
 
 bool PtzService::take_name(std::string &problem)
@@ -180,6 +186,7 @@ bool PtzService::make_driver(const Failed &failed)
     host_.hold_image(upgrades_.held_image());
     note_config();
     connect_driver(driver, this);
+    modes_.look(driver);
     PTZ_DRIVER_GET_CLASS(driver)->install_params(driver);
     const auto params = driver_private(driver).params;
     keeper_->load(*params);

@@ -11,6 +11,7 @@
 #include "ptzorvel/ptzd/call.h"
 #include "ptzorvel/ptzd/changes.h"
 #include "ptzorvel/ptzd/deadlines.h"
+#include "ptzorvel/ptzd/driver_modes.h"
 #include "ptzorvel/ptzd/driver_host.h"
 #include "ptzorvel/ptzd/fair_queue.h"
 #include "ptzorvel/ptzd/known_position.h"
@@ -18,6 +19,9 @@
 #include "ptzorvel/ptzd/motion.h"
 #include "ptzorvel/ptzd/move_owners.h"
 #include "ptzorvel/ptzd/param_keeper.h"
+#include "ptzorvel/ptzd/picture_guard.h"
+#include "ptzorvel/ptzd/position_signals.h"
+#include "ptzorvel/ptzd/presets.h"
 #include "ptzorvel/ptzd/service_manager.h"
 #include "ptzorvel/ptzd/stopper.h"
 #include "ptzorvel/ptzd/upgrade_log.h"
@@ -120,6 +124,9 @@ class PtzService {
     void param_was_set(const std::string &group, const std::string &name, ParamKeeper::Done kept);
     // Command thread.
     Changes &changes() { return changes_; }
+    DriverModes &modes() { return modes_; }
+    const PositionSignals &position_signals() const { return *position_signals_; }
+    Presets &presets() { return *presets_; }
 
   private:
     PtzService(GDBusConnection *connection, const Options &options);
@@ -132,6 +139,7 @@ class PtzService {
     void post(const CallPtr &call, TaskQueue::Lane lane, Gate gate, Work work);
     std::function<void()> gated(const CallPtr &call, Gate gate, Work work);
     void make_motion();
+    void make_position();
     // Stops on behalf of a client that has gone.
     void stop_abandoned_move();
     // Whether this state alone says that nothing can be done; `call`, unless null, is then refused.
@@ -165,6 +173,10 @@ class PtzService {
     std::unique_ptr<Stopper> stopper_;
     std::unique_ptr<BusGuard> guard_;
     Changes changes_;
+    DriverModes modes_{[this](const char *name, GVariant *value) { property_changed(name, value); }};
+    std::unique_ptr<Presets> presets_;
+    std::unique_ptr<PictureGuard> picture_guard_;
+    std::unique_ptr<PositionSignals> position_signals_;
     std::unique_ptr<ParamKeeper> keeper_;
     PTZDriver *driver_ = nullptr; // command thread
     bool upgrade_noted_ = false;  // command thread: that of this start
@@ -181,6 +193,7 @@ class PtzService {
     std::promise<void> released_; // kept when close has done its work
     bool started_ = false;
     guint registration_ = 0;
+    guint preset_registration_ = 0;
     guint subscription_ = 0;
     bool owns_name_ = false;
 };

@@ -51,6 +51,9 @@ void PtzService::state_changed(int state)
     stopper_->state_changed(state == PTZ_STATE_RUNNING);
     if (state != PTZ_STATE_RUNNING)
         motion_->camera_stopped();
+    picture_guard_->look_soon();
+    if (driver_ != nullptr)
+        modes_.look(driver_);
     GVariantBuilder changed;
     g_variant_builder_init(&changed, G_VARIANT_TYPE("a{sv}"));
     g_variant_builder_add(&changed, "{sv}", "State", g_variant_new_int32(state));
