@@ -1,5 +1,6 @@
 #include "arguments.h"
 
+#include "condition.h"
 #include "glib_owned.h"
 #include "numbers.h"
 
@@ -49,6 +50,8 @@ void check_field(const Field &field, const std::string &what, const std::string 
         (void)parse_integer(word, what, static_cast<int>(field.least), static_cast<int>(field.most));
     else if (field.kind == Kind::State && find_state(word) == nullptr)
         throw usage_failure("there is no state '" + printable(word) + "'; 'ptzctl state --help' names them");
+    else if (field.kind == Kind::Condition)
+        (void)parse_condition(word);
 }
 
 // A word that no form has a place for.

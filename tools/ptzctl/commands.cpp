@@ -15,6 +15,8 @@ const std::vector<Option> kGeneralOptions = {
     {"--version", {}, "print the version"},
 };
 
+constexpr const char *kAxisChoice = "pan|tilt|zoom|focus|iris|brightness";
+
 constexpr StatusText kStatuses[] = {
     {EXIT_DONE, "done"},
     {EXIT_REFUSED, "the service refused or failed; a trace with lines that cannot be read"},
@@ -94,6 +96,59 @@ const std::vector<Command> kCommands = {
      .examples = {"ptzctl stop"},
      .left_behind = "the service goes on until the camera stands",
      .run = run_stop},
+    {.name = "wait",
+     .summary = "wait for the end of a move, a state, a link, a temperature",
+     .options = {{"--for", {Kind::Condition, "CONDITION"}, "what to wait for"}},
+     .text = "Conditions:\n"
+             "\n"
+             "  reached          nothing moves, and the last move has come to its place\n"
+             "  standing         nothing moves\n"
+             "  link=up          or down, off\n"
+             "  state=running    or another state, by number or name\n"
+             "  temperature<60   or >, degrees Celsius\n"
+             "\n"
+             "--timeout says how long to wait. A last move that has ended elsewhere ends the wait for reached; a ptzd "
+             "that is not there, any.",
+     .statuses = {{EXIT_NO_ANSWER, "not in that time"}, {EXIT_NOT_REACHED, "the last move has not come to its place"}},
+     .examples = {"ptzctl wait --for reached --timeout 20", "ptzctl wait --for 'temperature<60'"},
+     .run = run_wait},
+    {.name = "preset",
+     .summary = "keep places under names, and go to them",
+     .forms = {{{.kind = Kind::Word, .name = "list", .need = Need::Optional}},
+               {{.kind = Kind::Word, .name = "set"}, {.kind = Kind::Preset, .name = "NAME"}},
+               {{.kind = Kind::Word, .name = "set"},
+                {.kind = Kind::Preset, .name = "NAME"},
+                {.kind = Kind::Choice, .name = kAxisChoice, .need = Need::Many}},
+               {{.kind = Kind::Word, .name = "goto"}, {.kind = Kind::Preset, .name = "NAME"}},
+               {{.kind = Kind::Word, .name = "home"}, {.kind = Kind::Word, .name = "set", .need = Need::Optional}},
+               {{.kind = Kind::Word, .name = "which"}},
+               {{.kind = Kind::Word, .name = "which"},
+                {.kind = Kind::Axis, .name = "AXIS=TOLERANCE", .need = Need::Many}},
+               {{.kind = Kind::Word, .name = "rename"},
+                {.kind = Kind::Preset, .name = "NAME"},
+                {.kind = Kind::Preset, .name = "NEW-NAME"}},
+               {{.kind = Kind::Word, .name = "remove"}, {.kind = Kind::Preset, .name = "NAME"}},
+               {{.kind = Kind::Word, .name = "export"}, {.kind = Kind::File, .name = "FILE", .need = Need::Optional}},
+               {{.kind = Kind::Word, .name = "import"}, {.kind = Kind::File, .name = "FILE"}}},
+     .options = {{"--settings",
+                  {Kind::Parameter, "GROUP.NAME,..."},
+                  "of set: parameters whose present values belong to the preset"},
+                 {"--speed", {Kind::Number, "PERCENT", 0, 100}, "of goto and home; 0: as fast as the camera goes"},
+                 {"--wait", {}, "of goto and home: end when the move is over, and tell how it ended and where"},
+                 {"--alone", {}, "of import: presets that are not in the file are removed"}},
+     .text = "A preset is the place of some axes under a name (64 bytes, 256 presets), with values of parameters. They "
+             "are kept over restarts of ptzd.\n"
+             "\n"
+             "set keeps where the camera is: of the axes that are named, else pan, tilt, zoom and what is moved by "
+             "hand of focus, iris and brightness. goto sets the parameters, then moves; 'home' goes to the preset "
+             "home, 'home set' sets it. which names the presets that the camera is on, within a tolerance by axis. "
+             "export and import are JSON, FILE - is standard input; of a file with something wrong nothing is taken.",
+     .statuses = {{EXIT_NOT_REACHED, "waited for, and not where it was told to go"}},
+     .examples = {"ptzctl preset set Door", "ptzctl preset set Night pan tilt --settings ImageSource.WDR",
+                  "ptzctl preset goto Door --speed 50 --wait", "ptzctl preset which pan=0.5 zoom=100",
+                  "ptzctl preset export presets.json"},
+     .left_behind = "what was asked for goes on; 'ptzctl stop' stops a move",
+     .run = run_preset},
     {.name = "position",
      .summary = "where the camera looks",
      .options = {{"--watch", {}, "print a line whenever a position or the link changes, until Ctrl-C"},
@@ -151,20 +206,22 @@ const std::vector<Command> kCommands = {
      .examples = {"ptzctl capabilities zoom"},
      .run = run_capabilities},
     {.name = "mode",
-     .summary = "set the iris, focus and backlight modes",
-     .forms = {{{.kind = Kind::Choice, .name = "iris|focus"}, {.kind = Kind::Choice, .name = "auto|manual"}},
+     .summary = "show or set the iris, focus and backlight modes",
+     .forms = {{},
+               {{.kind = Kind::Choice, .name = "iris|focus"}, {.kind = Kind::Choice, .name = "auto|manual"}},
                {{.kind = Kind::Word, .name = "backlight"}, {.kind = Kind::Choice, .name = "on|off"}}},
-     .text = "Sets how the camera works; done when it has taken it.",
-     .examples = {"ptzctl mode focus manual", "ptzctl mode backlight on"},
+     .text = "Sets how the camera works; done when it has taken it. Alone it shows all three.",
+     .examples = {"ptzctl mode", "ptzctl mode focus manual", "ptzctl mode backlight on"},
      .left_behind = "the mode is set all the same",
      .run = run_mode},
     {.name = "speed-factor",
      .summary = "how fast continuous moves are",
-     .forms = {{{.kind = Kind::Choice, .name = "on|off"},
+     .forms = {{},
+               {{.kind = Kind::Choice, .name = "on|off"},
                 {.kind = Kind::Whole, .name = "PERCENT", .least = -32768, .most = 32767}}},
      .text = "on: continuous pan and tilt speeds follow the field of view, PERCENT of it per second at full speed. "
-             "off: they do not; PERCENT is kept for later.",
-     .examples = {"ptzctl speed-factor on 50"},
+             "off: they do not; PERCENT is kept for later. Alone it shows both.",
+     .examples = {"ptzctl speed-factor", "ptzctl speed-factor on 50"},
      .left_behind = "the factor is set all the same",
      .run = run_speed_factor},
     {.name = "published",
@@ -205,9 +262,15 @@ const std::vector<Command> kCommands = {
      .run = run_doctor},
     {.name = "monitor",
      .summary = "print state changes, events and new parameter values",
+     .options = {{"--positions", {}, "where the camera is instead, as it changes: JSON, one object per line"}},
      .text = "First a snapshot of the status, then one line for each signal of the service, as they come, until "
-             "Ctrl-C.",
-     .examples = {"ptzctl monitor"},
+             "Ctrl-C.\n"
+             "\n"
+             "With --positions a line for where the camera is, and one whenever that changes, at most 30 a second: "
+             "time (UTC, when the camera told so), age (seconds since then), the axes by name, horizontal and "
+             "vertical (the fields of view in degrees), moving (axes). The end of a move has its id as done, "
+             "reached, reason, and the axes.",
+     .examples = {"ptzctl monitor", "ptzctl monitor --positions"},
      .run = run_monitor},
     {.name = "tour",
      .summary = "show the camera in action and check each step",

@@ -2,6 +2,7 @@
 #include "command.h"
 #include "json.h"
 #include "loop.h"
+#include "position_lines.h"
 
 namespace {
 
@@ -20,14 +21,18 @@ struct Monitor {
 
     Context &context;
     GDBusConnection *bus;
+    void (*show)(Context &context, const char *name, GVariant *parameters) = nullptr;
     guint signals = 0;
     guint watch = 0;
     std::exception_ptr failure; // carried over GDBus's frames
     bool service_gone = false;
 };
 
+// Positions have lines of their own.
 void show_signal(Context &context, const char *name, GVariant *parameters)
 {
+    if (std::string_view(name) == "PositionChanged")
+        return;
     if (context.json()) {
         GVariantBuilder object;
         g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);
@@ -103,12 +108,14 @@ void show_status(Context &context, GVariant *status)
     context.table(rows);
 }
 
-void on_signal(GDBusConnection *, const char *, const char *, const char *, const char *name, GVariant *parameters,
-               gpointer data)
+void on_signal(GDBusConnection *, const char *, const char *, const char *interface, const char *name,
+               GVariant *parameters, gpointer data)
 {
     auto *monitor = static_cast<Monitor *>(data);
+    if (!std::string_view(interface).starts_with(kServiceInterface)) // PropertiesChanged
+        return;
     try {
-        show_signal(monitor->context, name, parameters);
+        monitor->show(monitor->context, name, parameters);
     } catch (...) {
         monitor->failure = std::current_exception();
     }
@@ -131,19 +138,26 @@ ExitStatus run_status(Context &context, const Arguments & /*unused*/)
     return EXIT_DONE;
 }
 
-ExitStatus run_monitor(Context &context, const Arguments & /*unused*/)
+ExitStatus run_monitor(Context &context, const Arguments &arguments)
 {
+    const bool positions = arguments.flag("--positions");
     Monitor monitor(context);
+    monitor.show = positions ? show_position_line : show_signal;
     monitor.signals =
-        g_dbus_connection_signal_subscribe(monitor.bus, kServiceName, kServiceInterface, nullptr, kServicePath, nullptr,
+        g_dbus_connection_signal_subscribe(monitor.bus, kServiceName, nullptr, nullptr, kServicePath, nullptr,
                                            G_DBUS_SIGNAL_FLAGS_NONE, on_signal, &monitor, nullptr);
     monitor.watch = g_bus_watch_name_on_connection(monitor.bus, kServiceName, G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr,
                                                    on_vanished, &monitor, nullptr);
     // What happens from here on is shown after it: signals are delivered by the loop.
-    GVariantOwned status = ask_status(context.service());
-    GVariant *snapshot[] = {status.get()};
-    GVariantOwned values(g_variant_ref_sink(g_variant_new_tuple(snapshot, 1)));
-    show_signal(context, "Snapshot", values.get());
+    if (positions) {
+        show_position_line(context, "PositionChanged",
+                           context.service().property("Position", "(xda{sd}a{sd}as)").get());
+    } else {
+        GVariantOwned status = ask_status(context.service());
+        GVariant *snapshot[] = {status.get()};
+        GVariantOwned values(g_variant_ref_sink(g_variant_new_tuple(snapshot, 1)));
+        show_signal(context, "Snapshot", values.get());
+    }
     run_loop(kLookEveryMs, [&] { return !monitor.failure && !monitor.service_gone; });
     if (monitor.failure)
         std::rethrow_exception(monitor.failure);

@@ -41,28 +41,6 @@ bool is_expected_end(const std::string &reason)
     return reason == "stopped" || reason == "replaced" || reason == "limit";
 }
 
-void show_result(Context &context, const MoveResult &result)
-{
-    GVariantBuilder axes;
-    g_variant_builder_init(&axes, G_VARIANT_TYPE("a{sd}"));
-    std::string text;
-    for (const auto &[axis, value] : result.position) {
-        text += (text.empty() ? ": " : ", ") + printable(axis) + format_text(" %.10g", value);
-        g_variant_builder_add(&axes, "{sd}", axis.c_str(), value);
-    }
-    if (!context.json()) {
-        context.line(printable(result.reason) + text);
-        g_variant_builder_clear(&axes);
-        return;
-    }
-    GVariantBuilder object;
-    g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);
-    g_variant_builder_add(&object, "{sv}", "reached", g_variant_new_boolean(result.reached));
-    g_variant_builder_add(&object, "{sv}", "reason", g_variant_new_string(result.reason.c_str()));
-    g_variant_builder_add(&object, "{sv}", "position", g_variant_builder_end(&axes));
-    context.object(g_variant_builder_end(&object));
-}
-
 } // namespace
 
 ExitStatus run_move(Context &context, const Arguments &arguments)
@@ -98,7 +76,7 @@ ExitStatus run_move(Context &context, const Arguments &arguments)
     }
     if (!result && !context.json())
         std::fputs("ptzctl: interrupted; the move goes on, 'ptzctl stop' stops it\n", stderr);
-    show_result(context, result.value_or(MoveResult{false, "not waited for", {}}));
+    show_move(context, result.value_or(MoveResult{false, "not waited for", {}}));
     const bool good = result && (result->reached || (runs_on && is_expected_end(result->reason)));
     return good ? EXIT_DONE : EXIT_NOT_REACHED;
 }

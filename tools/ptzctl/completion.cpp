@@ -4,7 +4,9 @@
 #include "arguments.h"
 #include "axes.h"
 #include "camera.h"
+#include "condition.h"
 #include "json.h"
+#include "preset_file.h"
 
 namespace {
 
@@ -56,6 +58,17 @@ void offer_special(Offers &offers)
     }
 }
 
+void offer_presets(Offers &offers)
+{
+    Service service(kPatience);
+    const GVariantOwned list = list_presets(service);
+    for (gsize i = 0; i < g_variant_n_children(list.get()); i++) {
+        const char *name = nullptr;
+        g_variant_get_child(list.get(), i, "(&s@a{sd}@a{ss})", &name, nullptr, nullptr);
+        offers.list.push_back({name, "preset"});
+    }
+}
+
 // `before`: the word ahead of it, which may be the parameter of a value.
 void offer_field(Offers &offers, const Field &field, const std::string &before)
 {
@@ -87,6 +100,13 @@ void offer_field(Offers &offers, const Field &field, const std::string &before)
         break;
     case Kind::Special:
         offer_special(offers);
+        break;
+    case Kind::Preset:
+        offer_presets(offers);
+        break;
+    case Kind::Condition:
+        for (const std::string &condition : all_conditions())
+            offers.list.push_back({condition, ""});
         break;
     case Kind::File:
         offers.kind = "files";

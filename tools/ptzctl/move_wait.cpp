@@ -1,6 +1,7 @@
 #include "move_wait.h"
 
 #include "camera.h"
+#include "command.h"
 #include "failure.h"
 #include "loop.h"
 
@@ -9,6 +10,28 @@ namespace {
 constexpr unsigned kLookEveryMs = 20;
 
 } // namespace
+
+void show_move(Context &context, const MoveResult &result)
+{
+    GVariantBuilder axes;
+    g_variant_builder_init(&axes, G_VARIANT_TYPE("a{sd}"));
+    std::string text;
+    for (const auto &[axis, value] : result.position) {
+        text += (text.empty() ? ": " : ", ") + printable(axis) + format_text(" %.10g", value);
+        g_variant_builder_add(&axes, "{sd}", axis.c_str(), value);
+    }
+    if (!context.json()) {
+        context.line(printable(result.reason) + text);
+        g_variant_builder_clear(&axes);
+        return;
+    }
+    GVariantBuilder object;
+    g_variant_builder_init(&object, G_VARIANT_TYPE_VARDICT);
+    g_variant_builder_add(&object, "{sv}", "reached", g_variant_new_boolean(result.reached));
+    g_variant_builder_add(&object, "{sv}", "reason", g_variant_new_string(result.reason.c_str()));
+    g_variant_builder_add(&object, "{sv}", "position", g_variant_builder_end(&axes));
+    context.object(g_variant_builder_end(&object));
+}
 
 // Numbers of others do no harm as long as they are not under way at the same time.
 FollowedMove::FollowedMove(Service &service)

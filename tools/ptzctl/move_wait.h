@@ -16,6 +16,11 @@ struct MoveResult {
     Position position;
 };
 
+class Context;
+
+// Tells the person or the machine.
+void show_move(Context &context, const MoveResult &result);
+
 class FollowedMove {
   public:
     // Hears from the service from now on.
@@ -26,6 +31,9 @@ class FollowedMove {
 
     // Sends the move, as send_move() does.
     void send(const std::vector<AxisMove> &moves, double speed = 0, bool preset = false);
+
+    // Its number, for those who send it by themselves.
+    guint32 id() const { return id_; }
 
     // Waits until it is over, `seconds` of the camera's time have passed, if given, or the person interrupts; the
     // result when it is over. Throws Failure when the service leaves the bus.

@@ -19,6 +19,11 @@ std::string message_of(GError *error)
     return printable(error->message);
 }
 
+Failure wrong_version()
+{
+    return {EXIT_REFUSED, "WrongVersion", "ptzd does not understand that; use ptzctl and ptzd of one version"};
+}
+
 Failure failure_of(GError *error, int timeout_ms)
 {
     GText remote(g_dbus_error_get_remote_error(error));
@@ -48,7 +53,7 @@ Failure failure_of(GError *error, int timeout_ms)
             "reset and upgrade it"};
     if (g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_METHOD) ||
         g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_INVALID_ARGS))
-        return {EXIT_REFUSED, "WrongVersion", "ptzd does not understand that; use ptzctl and ptzd of one version"};
+        return wrong_version();
     if (error->domain == G_IO_ERROR)
         return {EXIT_NO_SERVICE, "NoBus", "the bus went away (" + text + "); " + kNoBus};
     return {EXIT_REFUSED, "Failed", text};
@@ -90,7 +95,7 @@ Service::Service(double timeout_s) : timeout_ms_(static_cast<int>(std::min(timeo
     g_dbus_connection_set_exit_on_close(connection_.get(), FALSE);
 }
 
-GVariantOwned Service::call(const char *method, GVariant *arguments, const char *reply)
+GVariantOwned Service::call_of(const char *interface, const char *method, GVariant *arguments, const char *reply)
 {
     Pending pending;
     const GOwned<GCancellable, g_object_unref> leaving(g_cancellable_new());
@@ -99,7 +104,7 @@ GVariantOwned Service::call(const char *method, GVariant *arguments, const char 
     g_source_attach(interrupt, pending.context.get());
 
     g_main_context_push_thread_default(pending.context.get());
-    g_dbus_connection_call(connection_.get(), kServiceName, kServicePath, kServiceInterface, method, arguments,
+    g_dbus_connection_call(connection_.get(), kServiceName, kServicePath, interface, method, arguments,
                            G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout_ms_, leaving.get(),
                            on_answer, &pending);
     g_main_loop_run(pending.loop.get());
@@ -116,6 +121,17 @@ GVariantOwned Service::call(const char *method, GVariant *arguments, const char 
     if (!pending.results)
         throw failure_of(pending.error.get(), timeout_ms_);
     return std::move(pending.results);
+}
+
+GVariantOwned Service::property(const char *name, const char *type)
+{
+    const GVariantOwned reply =
+        call_of("org.freedesktop.DBus.Properties", "Get", g_variant_new("(ss)", kServiceInterface, name), "(v)");
+    const GVariantOwned boxed(g_variant_get_child_value(reply.get(), 0));
+    GVariantOwned value(g_variant_get_variant(boxed.get()));
+    if (g_variant_is_of_type(value.get(), G_VARIANT_TYPE(type)) == FALSE)
+        throw wrong_version();
+    return value;
 }
 
 Position position_from(GVariant *axes)

@@ -17,6 +17,7 @@ Position position_from(GVariant *axes);
 inline constexpr const char *kServiceName = "com.orna.PTZ";
 inline constexpr const char *kServicePath = "/com/orna/PTZ";
 inline constexpr const char *kServiceInterface = "com.orna.PTZ";
+inline constexpr const char *kPresetsInterface = "com.orna.PTZ.Presets";
 
 class Service {
   public:
@@ -26,13 +27,21 @@ class Service {
 
     // Calls a method and returns its results, a tuple of the type `reply`. A floating `arguments` is taken over.
     // Throws Failure: what the service says is wrong, no service, no answer in time; Interrupted on Ctrl-C.
-    GVariantOwned call(const char *method, GVariant *arguments, const char *reply);
+    GVariantOwned call(const char *method, GVariant *arguments, const char *reply)
+    {
+        return call_of(kServiceInterface, method, arguments, reply);
+    }
+    // The same for a method of another interface of the service.
+    GVariantOwned call_of(const char *interface, const char *method, GVariant *arguments, const char *reply);
 
     // The same for a method with one result: that.
     GVariantOwned result(const char *method, GVariant *arguments, const char *reply)
     {
         return GVariantOwned(g_variant_get_child_value(call(method, arguments, reply).get(), 0));
     }
+
+    // A property of the service. Throws Failure as call() does, WrongVersion when it is not of that type.
+    GVariantOwned property(const char *name, const char *type);
 
     // GetPosition, its age in seconds apart (where the service gives it), and GetState's number and words.
     Position position(std::optional<double> *age = nullptr);

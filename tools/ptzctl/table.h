@@ -28,6 +28,8 @@ enum class Kind {
     Parameter, // GROUP.NAME, or two words: GROUP NAME
     Value,     // for the parameter before it
     Special,   // a special command of the driver
+    Preset,    // the name of one
+    Condition, // of wait
     File,
 };
 
@@ -97,6 +99,8 @@ ExitStatus run_stop(Context &context, const Arguments &arguments);
 ExitStatus run_position(Context &context, const Arguments &arguments);
 ExitStatus run_fov(Context &context, const Arguments &arguments);
 ExitStatus run_angle_to_zoom(Context &context, const Arguments &arguments);
+ExitStatus run_wait(Context &context, const Arguments &arguments);
+ExitStatus run_preset(Context &context, const Arguments &arguments);
 ExitStatus run_special(Context &context, const Arguments &arguments);
 ExitStatus run_params(Context &context, const Arguments &arguments);
 ExitStatus run_capabilities(Context &context, const Arguments &arguments);

@@ -28,8 +28,8 @@ struct AxisRange {
 struct AxisRow {
     const char *name;
     AxisRange absolute, relative; // relative: from one end to the other and back
-    double tolerance;     // how far from its target it may stand and have reached it
-    bool whole;           // positions are whole numbers, angles need not be
+    double tolerance;             // how far from its target it may stand and have reached it
+    bool whole;                   // positions are whole numbers, angles need not be
     const char *unit;
     const char *min_limit, *max_limit; // parameters of the group "Limit"
     const char *published;             // its key in the status cache

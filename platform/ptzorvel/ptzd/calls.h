@@ -46,10 +46,11 @@ void call_get_video(PtzService &service, const CallPtr &call);
 std::optional<CallError> check_parameter(const std::optional<ParamInfo> &info, const std::string &group,
                                          const std::string &name, GVariant *value, ParamValue &wanted);
 
-// Gives the camera a value that check_parameter() has found good; command thread. An error when it has not taken it, and
-// which value is in force then; otherwise the parameter has it, and service.param_was_set() is to be told.
-std::optional<CallError> give_parameter(PtzService &service, PTZDriver *driver, const std::shared_ptr<ParamStore> &store,
-                                        const std::string &group, const std::string &name, const ParamValue &wanted);
+// Gives the camera a value that check_parameter() has found good; command thread. An error when it has not taken it,
+// and which value is in force then; otherwise the parameter has it, and service.param_was_set() is to be told.
+std::optional<CallError> give_parameter(PtzService &service, PTZDriver *driver,
+                                        const std::shared_ptr<ParamStore> &store, const std::string &group,
+                                        const std::string &name, const ParamValue &wanted);
 
 // calls_presets.cpp: com.orna.PTZ.Presets, as data/com.orna.PTZ.Presets.xml has it
 void preset_set(PtzService &service, const CallPtr &call);

@@ -127,18 +127,19 @@ void call_set_speed_factor(PtzService &service, const CallPtr &call)
     gboolean proportional = FALSE;
     gint16 percent = 0;
     g_variant_get(call->parameters(), "(bn)", &proportional, &percent);
-    service.run(call, PtzService::Gate::any_state, [&service, proportional, percent](PTZDriver *driver, Call &answered) {
-        if (!driver_replaces(driver, &PTZDriverClass::speed_factor_changed)) {
-            answered.refuse(not_supported("scale its speeds"));
-            return;
-        }
-        driver->proportional_speed = proportional != FALSE ? 1 : 0;
-        driver->speed_factor = percent;
-        const bool taken = PTZ_DRIVER_GET_CLASS(driver)->speed_factor_changed(driver) != FALSE;
-        service.modes().look(driver);
-        if (taken)
-            answered.answer();
-        else
-            answered.refuse({ErrorKind::failed, "The driver did not take the speed factor; see the system log."});
-    });
+    service.run(
+        call, PtzService::Gate::any_state, [&service, proportional, percent](PTZDriver *driver, Call &answered) {
+            if (!driver_replaces(driver, &PTZDriverClass::speed_factor_changed)) {
+                answered.refuse(not_supported("scale its speeds"));
+                return;
+            }
+            driver->proportional_speed = proportional != FALSE ? 1 : 0;
+            driver->speed_factor = percent;
+            const bool taken = PTZ_DRIVER_GET_CLASS(driver)->speed_factor_changed(driver) != FALSE;
+            service.modes().look(driver);
+            if (taken)
+                answered.answer();
+            else
+                answered.refuse({ErrorKind::failed, "The driver did not take the speed factor; see the system log."});
+        });
 }

@@ -125,8 +125,9 @@ void set_parameter(PtzService &service, const CallPtr &call, const std::shared_p
 
 } // namespace
 
-std::optional<CallError> give_parameter(PtzService &service, PTZDriver *driver, const std::shared_ptr<ParamStore> &store,
-                                        const std::string &group, const std::string &name, const ParamValue &wanted)
+std::optional<CallError> give_parameter(PtzService &service, PTZDriver *driver,
+                                        const std::shared_ptr<ParamStore> &store, const std::string &group,
+                                        const std::string &name, const ParamValue &wanted)
 {
     PTZDynamicalProperties *properties = store->group(group);
     const auto former = properties->find(name);

@@ -172,7 +172,8 @@ void preset_goto(PtzService &service, const CallPtr &call)
     guint32 id = 0;
     g_variant_get(call->parameters(), "(&sdu)", &name, &speed, &id);
     const Preset *found = service.presets().find(name);
-    auto error = found == nullptr ? std::optional(unknown_preset(name)) : check_number("speed", speed, 0, 100, " percent");
+    auto error =
+        found == nullptr ? std::optional(unknown_preset(name)) : check_number("speed", speed, 0, 100, " percent");
     if (!error && id > G_MAXINT32)
         error = check_number("id", id, 0, G_MAXINT32, "");
     if (error) {
@@ -188,9 +189,8 @@ void preset_goto(PtzService &service, const CallPtr &call)
     for (std::size_t axis = 0; axis < AXIS_COUNT; axis++)
         if (const auto &place = found->position[axis])
             move.axes[axis] = {to_fixed(*place), {}, PTZ_MOVE_ABSOLUTE};
-    move_camera(service, call, move, [&service, preset = *found](PTZDriver *driver) {
-        return give_settings(service, driver, preset);
-    });
+    move_camera(service, call, move,
+                [&service, preset = *found](PTZDriver *driver) { return give_settings(service, driver, preset); });
 }
 
 void preset_import(PtzService &service, const CallPtr &call)
@@ -207,19 +207,21 @@ void preset_import(PtzService &service, const CallPtr &call)
     for (gsize i = 0; i < g_variant_n_children(entries) && !error; i++) {
         const GVariantOwned entry(g_variant_get_child_value(entries, i));
         error = read_preset(params.get(), entry.get(), presets.emplace_back());
+        if (error)
+            error = of_preset(presets.back(), *error);
     }
     std::vector<Preset> whole;
     if (!error && !service.presets().take_part(call->sender(), part, parts, std::move(presets), whole))
-        error = CallError{ErrorKind::invalid_argument, "This part of a list is not the next one, or there are more than "
-                                                       "256 presets; begin again with part 0."};
+        error =
+            CallError{ErrorKind::invalid_argument, "This part of a list is not the next one, or there are more than "
+                                                   "256 presets; begin again with part 0."};
     if (error) {
         service.presets().drop_parts(call->sender());
         call->refuse(*error);
     } else if (part + 1 < parts) {
         call->answer();
     } else {
-        service.presets().change(call,
-                                 [&](PresetList &list) { return list.put(std::move(whole), alone != FALSE); });
+        service.presets().change(call, [&](PresetList &list) { return list.put(std::move(whole), alone != FALSE); });
     }
 }
 

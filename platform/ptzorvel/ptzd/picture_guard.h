@@ -15,10 +15,10 @@ class PictureGuard {
   public:
     // What it is told by the service. Main thread.
     struct Service {
-        std::function<bool()> running;      // the camera runs, and its block answers
-        std::function<bool()> moves;        // an axis moves, or is asked to
-        std::function<bool()> to_preset;    // a move to a preset is under way, and nobody has stopped it
-        std::function<bool()> freezes_all;  // the picture is to be frozen in every move
+        std::function<bool()> running;     // the camera runs, and its block answers
+        std::function<bool()> moves;       // an axis moves, or is asked to
+        std::function<bool()> to_preset;   // a move to a preset is under way, and nobody has stopped it
+        std::function<bool()> freezes_all; // the picture is to be frozen in every move
     };
     PictureGuard(Service service, double time_scale);
     // The picture lives afterwards. Main thread, when the driver is closed.

@@ -20,23 +20,29 @@ std::string shortest_text(double number)
     return {text, std::to_chars(text, text + sizeof text, number).ptr};
 }
 
-std::optional<CallError> check_preset(const Preset &preset)
+std::optional<CallError> preset_error(const Preset &preset)
 {
-    auto error = check_preset_name(preset.name);
+    if (auto error = check_preset_name(preset.name))
+        return error;
     bool has_axis = false;
-    for (std::size_t axis = 0; axis < AXIS_COUNT && !error; axis++) {
+    for (std::size_t axis = 0; axis < AXIS_COUNT; axis++) {
         has_axis = has_axis || preset.position[axis];
         if (preset.position[axis])
-            error = check_place(kAxes[axis], *preset.position[axis], kAxes[axis].absolute);
+            if (auto error = check_place(kAxes[axis], *preset.position[axis], kAxes[axis].absolute))
+                return error;
     }
-    if (!error && !has_axis)
-        error = CallError{ErrorKind::invalid_argument,
-                          "Preset " + quoted(preset.name) + " has no place of any axis; it needs one at least."};
-    if (!error && preset.settings.size() > PresetList::kMostSettings)
-        error = CallError{ErrorKind::invalid_argument,
-                          "Preset " + quoted(preset.name) + " has more than " +
-                              std::to_string(PresetList::kMostSettings) + " settings."};
-    return error;
+    if (!has_axis)
+        return CallError{ErrorKind::invalid_argument, "it has no place of any axis; it needs one at least."};
+    if (preset.settings.size() > PresetList::kMostSettings)
+        return CallError{ErrorKind::invalid_argument,
+                         "it has more than " + std::to_string(PresetList::kMostSettings) + " settings."};
+    return std::nullopt;
+}
+
+std::optional<CallError> check_preset(const Preset &preset)
+{
+    const auto error = preset_error(preset);
+    return error ? std::optional(of_preset(preset, *error)) : std::nullopt;
 }
 
 // What a key of the file says goes into the preset.
@@ -58,6 +64,11 @@ void read_key(GKeyFile *file, const char *group, const char *key, Preset &preset
 }
 
 } // namespace
+
+CallError of_preset(const Preset &preset, const CallError &error)
+{
+    return {error.kind, "Preset " + quoted(preset.name) + ": " + error.text};
+}
 
 CallError unknown_preset(const std::string &name)
 {

@@ -26,8 +26,8 @@ bool is_at(const Preset &preset, const AxisPositions &positions, const AxisToler
 class PresetList {
   public:
     static constexpr std::size_t kMost = 256;
-    static constexpr std::size_t kLongestName = 64;             // bytes
-    static constexpr std::size_t kMostSettings = 32;            // of one preset
+    static constexpr std::size_t kLongestName = 64;                    // bytes
+    static constexpr std::size_t kMostSettings = 32;                   // of one preset
     static constexpr std::size_t kMostBytes = std::size_t{512} * 1024; // of the file
 
     // In the order in which they were first set.
@@ -49,6 +49,8 @@ class PresetList {
     std::vector<Preset> presets_;
 };
 
+// An error with the preset's name in front.
+CallError of_preset(const Preset &preset, const CallError &error);
 // What is said to the name of none.
 CallError unknown_preset(const std::string &name);
 

@@ -58,10 +58,10 @@ void PtzService::make_position()
         const auto mode = group != nullptr ? group->find("CamImageFreeze") : std::nullopt;
         return mode && param_value_to_text(mode->value) == "on";
     };
-    picture_guard_ = std::make_unique<PictureGuard>(
-        PictureGuard::Service{answers, [moving] { return moving() != 0; },
-                              [this] { return motion_->goes_to_preset(); }, freezes_all},
-        options_.time_scale);
+    picture_guard_ =
+        std::make_unique<PictureGuard>(PictureGuard::Service{answers, [moving] { return moving() != 0; },
+                                                             [this] { return motion_->goes_to_preset(); }, freezes_all},
+                                       options_.time_scale);
 }
 
 void PtzService::stop(const CallPtr &call)
