@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -94,6 +95,20 @@ int sc_set_group(const char *group, const ScParam *const *params, int)
     if (listener != nullptr)
         listener(listener_data);
     return count;
+}
+
+void status_cache_numbers(const char *group, const char *const *keys, gsize count, double *numbers)
+{
+    const std::lock_guard lock(cache_mutex);
+    std::fill_n(numbers, count, std::numeric_limits<double>::quiet_NaN());
+    for (const Group &found : cache) {
+        if (found.name != group)
+            continue;
+        for (const Entry &entry : found.entries)
+            for (gsize i = 0; i < count; i++)
+                if (entry.key == keys[i])
+                    numbers[i] = std::visit([](auto value) { return static_cast<double>(value); }, entry.value);
+    }
 }
 
 void status_cache_set_listener(StatusCacheChanged changed, gpointer data)

@@ -10,6 +10,10 @@ G_BEGIN_DECLS
  * which they first appeared. */
 GVariant *status_cache_snapshot (void);
 
+/* What the keys of a group have, all from one call of sc_set_group() where they came in one; NAN for a key that is not
+ * there. For those who look often: nothing is allocated. */
+void status_cache_numbers (const char *group, const char *const *keys, gsize count, double *numbers);
+
 /* Called after a call has given a group another value than it had, on the caller's thread; it must not call back into
  * the cache. One at a time: NULL takes it away, and it is not called any more when this returns. */
 typedef void (*StatusCacheChanged) (gpointer data);

@@ -1,23 +1,8 @@
 #include "ptzorvel/ptzd/axes.h"
 
-#include "glib_owned.h"
 #include "status_cache/status_cache_read.h"
 
 #include <cmath>
-
-namespace {
-
-std::optional<double> number_in(GVariant *group, const char *key)
-{
-    const GVariantOwned value(g_variant_lookup_value(group, key, nullptr));
-    if (value == nullptr)
-        return std::nullopt;
-    if (g_variant_is_of_type(value.get(), G_VARIANT_TYPE_INT32))
-        return g_variant_get_int32(value.get());
-    return std::round(g_variant_get_double(value.get()) * 65536.0) / 65536.0;
-}
-
-} // namespace
 
 std::optional<std::size_t> find_axis(std::string_view name)
 {
@@ -27,23 +12,34 @@ std::optional<std::size_t> find_axis(std::string_view name)
     return std::nullopt;
 }
 
-AxisPositions published_positions()
+PublishedView published_view()
 {
-    const GVariantOwned groups(g_variant_ref_sink(status_cache_snapshot()));
-    const GVariantOwned group(g_variant_lookup_value(groups.get(), "PTZ_POSITION_IS1", G_VARIANT_TYPE_VARDICT));
-    return group != nullptr ? published_positions(group.get()) : AxisPositions{};
+    constexpr std::size_t kHorizontal = AXIS_COUNT, kVertical = AXIS_COUNT + 1;
+    static constexpr auto kKeys = [] {
+        std::array<const char *, AXIS_COUNT + 2> keys{};
+        for (std::size_t axis = 0; axis < AXIS_COUNT; axis++)
+            keys[axis] = kAxes[axis].published;
+        keys[kHorizontal] = "ZOOM_HFOV";
+        keys[kVertical] = "ZOOM_VFOV";
+        return keys;
+    }();
+    std::array<double, kKeys.size()> numbers{};
+    status_cache_numbers("PTZ_POSITION_IS1", kKeys.data(), kKeys.size(), numbers.data());
+    PublishedView view;
+    for (std::size_t axis = 0; axis < AXIS_COUNT; axis++) {
+        const double number = std::round(numbers[axis] * 65536.0) / 65536.0;
+        // Positions, unlike angles, begin at 1; -1 says that one is not known.
+        if (!std::isnan(number) && !(kAxes[axis].whole && number < 0))
+            view.positions[axis] = number;
+    }
+    view.horizontal = std::isnan(numbers[kHorizontal]) ? -1 : numbers[kHorizontal];
+    view.vertical = std::isnan(numbers[kVertical]) ? -1 : numbers[kVertical];
+    return view;
 }
 
-AxisPositions published_positions(GVariant *position_group)
+AxisPositions published_positions()
 {
-    AxisPositions positions;
-    for (std::size_t axis = 0; axis < AXIS_COUNT; axis++) {
-        positions[axis] = number_in(position_group, kAxes[axis].published);
-        // Positions, unlike angles, begin at 1; -1 says that one is not known.
-        if (kAxes[axis].whole && positions[axis] && *positions[axis] < 0)
-            positions[axis].reset();
-    }
-    return positions;
+    return published_view().positions;
 }
 
 GVariant *axis_positions_variant(const AxisPositions &positions)

@@ -51,10 +51,15 @@ std::optional<std::size_t> find_axis(std::string_view name);
 // Where the axes are, in degrees and positions; none where the driver does not know or has published nothing.
 using AxisPositions = std::array<std::optional<double>, AXIS_COUNT>;
 
-// What the driver has published last, in the 1/65536 of all its numbers. Any thread.
+// What the driver has published last, in the 1/65536 of all its numbers; and fields of view in degrees, below 0 as long
+// as they are not known. Any thread.
+struct PublishedView {
+    AxisPositions positions;
+    double horizontal = -1, vertical = -1;
+    bool operator==(const PublishedView &) const = default;
+};
+PublishedView published_view();
 AxisPositions published_positions();
-// The same of that group of it.
-AxisPositions published_positions(GVariant *position_group);
 
 // a{sd}, floating, and "as" of the axes in the mask.
 GVariant *axis_positions_variant(const AxisPositions &positions);

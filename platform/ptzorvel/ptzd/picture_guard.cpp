@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr double kLookEveryUs = 100000;
+constexpr double kLookEveryUs = 250000;
 // The driver does it within two of its statuses.
 constexpr std::int64_t kDriverTakesUs = 500000;
 // No picture is so old, however slow the move.

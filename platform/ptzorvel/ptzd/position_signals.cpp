@@ -1,15 +1,18 @@
 #include "ptzorvel/ptzd/position_signals.h"
 
-#include "glib_owned.h"
 #include "ptzorvel/ptzd/driver_host.h"
 #include "ptzorvel/ptzd/face.h"
 #include "status_cache/status_cache_read.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
 
-constexpr gint64 kLeastUs = 33334; // between two signals
+// Of two signals, one of which may be early: at most 30 in any second.
+constexpr gint64 kApartUs = 35088;
+// A change that comes too early waits for the next publication, which would wake the main loop anyway, or for this.
+constexpr gint64 kLatestUs = 40000;
 
 } // namespace
 
@@ -26,21 +29,13 @@ PositionSignals::~PositionSignals()
 
 void PositionSignals::look_soon()
 {
-    wake_.wake_at(next_us_);
+    const gint64 now = g_get_monotonic_time();
+    wake_.wake_at(now >= due_us_ ? 0 : now + kLatestUs);
 }
 
 PositionSignals::View PositionSignals::view() const
 {
-    View view;
-    const GVariantOwned groups(g_variant_ref_sink(status_cache_snapshot()));
-    const GVariantOwned group(g_variant_lookup_value(groups.get(), "PTZ_POSITION_IS1", G_VARIANT_TYPE_VARDICT));
-    if (group != nullptr) {
-        view.positions = published_positions(group.get());
-        g_variant_lookup(group.get(), "ZOOM_HFOV", "d", &view.horizontal);
-        g_variant_lookup(group.get(), "ZOOM_VFOV", "d", &view.vertical);
-    }
-    view.moving = service_.moving();
-    return view;
+    return {published_view(), service_.moving()};
 }
 
 GVariant *PositionSignals::variant(const View &view) const
@@ -49,11 +44,12 @@ GVariant *PositionSignals::variant(const View &view) const
     const auto ago_us = static_cast<gint64>(age < 0 ? 0 : age / time_scale_ * 1e6);
     GVariantBuilder fields;
     g_variant_builder_init(&fields, G_VARIANT_TYPE("a{sd}"));
-    for (const auto &[name, degrees] : {std::pair("horizontal", view.horizontal), std::pair("vertical", view.vertical)})
+    for (const auto &[name, degrees] :
+         {std::pair("horizontal", view.published.horizontal), std::pair("vertical", view.published.vertical)})
         if (degrees >= 0)
             g_variant_builder_add(&fields, "{sd}", name, degrees);
-    return g_variant_new("(xd@a{sd}a{sd}@as)", g_get_real_time() - ago_us, age, axis_positions_variant(view.positions),
-                         &fields, axis_names_variant(view.moving));
+    return g_variant_new("(xd@a{sd}a{sd}@as)", g_get_real_time() - ago_us, age,
+                         axis_positions_variant(view.published.positions), &fields, axis_names_variant(view.moving));
 }
 
 GVariant *PositionSignals::position() const
@@ -67,7 +63,7 @@ void PositionSignals::look()
     if (now == told_)
         return;
     told_ = now;
-    next_us_ = g_get_monotonic_time() + kLeastUs;
+    due_us_ = std::max<gint64>(due_us_, g_get_monotonic_time() - kApartUs) + kApartUs;
     service_.emit(kInterfaceName, "PositionChanged", variant(now));
-    service_.looked(now.positions);
+    service_.looked(now.published.positions);
 }

@@ -31,8 +31,7 @@ class PositionSignals {
 
   private:
     struct View {
-        AxisPositions positions;
-        double horizontal = -1, vertical = -1; // degrees
+        PublishedView published;
         AxisMask moving = 0;
         bool operator==(const View &) const = default;
     };
@@ -44,6 +43,6 @@ class PositionSignals {
     const DriverHost &host_;
     const double time_scale_;
     View told_;
-    std::atomic<gint64> next_us_{0}; // no signal before that, of the monotonic clock
+    std::atomic<gint64> due_us_{0}; // no signal before that, of the monotonic clock
     MainWake wake_;
 };
