@@ -4,6 +4,7 @@
 // folder are there in the order in which they came, up to any of them.
 #include "glib_owned.h"
 #include "ptzorvel/ptzd/param_file.h"
+#include "ptzorvel/ptzd/presets.h"
 #include "ptzorvel/ptzd/state_file.h"
 #include "ptzorvel/ptzd/upgrade_log.h"
 #include "tests/support/temp_folder.h"
@@ -205,6 +206,18 @@ constexpr Kept kKept[] = {
          if (last != nullptr)
              g_variant_lookup(last.get(), "result", "&s", &result);
          return std::string(result);
+     }},
+    {kPresetFile,
+     "",
+     {"Door", "Gate"},
+     [](const std::string &folder, const char *value) {
+         PresetList list;
+         EXPECT_EQ(list.put({{value, {10.0}, {}}}), std::nullopt);
+         EXPECT_EQ(write_state_file(folder, kPresetFile, list.text()), "");
+     },
+     [](const std::string &folder) {
+         const Presets presets({[](auto...) {}, [] { return 0u; }}, folder);
+         return presets.all().empty() ? "" : presets.all()[0].name;
      }},
 };
 

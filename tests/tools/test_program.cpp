@@ -45,7 +45,10 @@ TEST(CommandLine, IsRefusedInOneLineWhenItMeansNothing)
         "mode iris on\nmode zoom auto\nmode zoom\nspeed-factor on 32768\nspeed-factor on 1.5\n--timeout 0 stop\n"
         "stop now\ndecode\nhelp mvoe\nmvoe --help\nstate --wait ruining\nparams list A B\nparams reset\nstop --json=1\n"
         "move pan=1 --speed 1 --speed 2\nmove --preset pan=rel:1\nmove --preset pan=1 tilt=cont:5\nangle-to-zoom 0\n"
-        "angle-to-zoom 5 --scale 0.5\ncapabilities sound");
+        "angle-to-zoom 5 --scale 0.5\ncapabilities sound\nwait\nwait --for reach\nwait --for temperature=5\n"
+        "wait --for temperature<x\nwait --for state=9\nwait --for link>up\npreset set\npreset goto\npreset drop A\n"
+        "preset set A yaw\npreset rename A\npreset which pan\npreset import\npreset list --wait\n"
+        "preset home set --speed 5\npreset goto A --alone\nspeed-factor on");
     for (std::string line; std::getline(lines, line);) {
         const RunResult result = run_ptzctl(line);
         EXPECT_EQ(result.status, EXIT_USAGE) << line;

@@ -140,8 +140,8 @@ const std::vector<Command> kCommands = {
              "are kept over restarts of ptzd.\n"
              "\n"
              "set keeps where the camera is: of the axes that are named, else pan, tilt, zoom and what is moved by "
-             "hand of focus, iris and brightness. goto sets the parameters, then moves; 'home' goes to the preset "
-             "home, 'home set' sets it. which names the presets that the camera is on, within a tolerance by axis. "
+             "hand of focus, iris and brightness. goto sets the parameters, then moves; home goes to the preset "
+             "of that name, home set sets it. which names the presets that the camera is on, within a tolerance by axis. "
              "export and import are JSON, FILE - is standard input; of a file with something wrong nothing is taken.",
      .statuses = {{EXIT_NOT_REACHED, "waited for, and not where it was told to go"}},
      .examples = {"ptzctl preset set Door", "ptzctl preset set Night pan tilt --settings ImageSource.WDR",
