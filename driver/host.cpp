@@ -27,6 +27,7 @@ enum PropertyId {
     PROP_UPGRADE,
     PROP_CONFIG,
     PROP_FIRMWARE,
+    PROP_IMAGE_FILE,
     PROP_REBOOTS,
     PROP_STATUSES,
     PROP_WAITS
@@ -113,6 +114,9 @@ void get_property(GObject *, guint id, GValue *value, GParamSpec *)
         break;
     case PROP_FIRMWARE:
         g_value_set_string(value, ptz_driver_canon_firmware_text(host_fw_revision()).c_str());
+        break;
+    case PROP_IMAGE_FILE:
+        g_value_set_string(value, ptz_driver_canon_firmware_file().c_str());
         break;
     case PROP_REBOOTS:
         g_value_set_uint(value, host_reboots());
@@ -219,6 +223,9 @@ void ptz_driver_canon_install_host(GObjectClass *klass)
     install(
         klass, PROP_FIRMWARE,
         g_param_spec_string(DRIVER_HOST_FIRMWARE, "Firmware", "The camera block's firmware version", "unknown", GET));
+    install(
+        klass, PROP_IMAGE_FILE,
+        g_param_spec_string(DRIVER_HOST_IMAGE_FILE, "Image file", "Where a start looks for a firmware image", "", GET));
     install(klass, PROP_REBOOTS,
             g_param_spec_uint(DRIVER_HOST_REBOOTS, "Reboots", "Starts of the camera block that the status has shown", 0,
                               G_MAXUINT, 0, GET));

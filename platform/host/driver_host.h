@@ -70,6 +70,9 @@
 /* Text: the firmware version that the camera block's status told last, 8 hexadecimal digits, or "unknown". */
 #define DRIVER_HOST_FIRMWARE "host-firmware"
 
+/* Text: the file in which a start of the camera looks for a firmware image. */
+#define DRIVER_HOST_IMAGE_FILE "host-image-file"
+
 /* guint: how often the status has shown that the camera block has started, whoever started it, since the process began:
  * no status for a fifth of a second, then one with a busy lens. Counted when the lens is ready. */
 #define DRIVER_HOST_REBOOTS "host-reboots"

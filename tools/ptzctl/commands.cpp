@@ -182,15 +182,22 @@ const std::vector<Command> kCommands = {
      .examples = {"ptzctl status"},
      .run = run_status},
     {.name = "upgrade",
-     .summary = "the last upgrade of the camera's firmware, or another try",
-     .options = {{"--retry",
-                  {},
-                  "try such an image again: restarts the camera and waits for the end; may take "
-                  "minutes"}},
-     .text = "Prints from which version to which the camera's firmware was last to be upgraded, when, and what came of "
-             "it. The camera is upgraded when it starts, from the image IMC.APP in the configuration folder. An image "
-             "that failed three times in a row is not tried again until it is another one.",
-     .examples = {"ptzctl upgrade", "ptzctl upgrade --retry"},
+     .summary = "give the camera new firmware, or see what came of the last time",
+     .forms = {{{.kind = Kind::File, .name = "FILE", .need = Need::Optional}}},
+     .options = {{"--yes", {}, "do not ask"},
+                 {"--dry-run", {}, "say what would be done with FILE, and do nothing"},
+                 {"--retry", {}, "try the image that lies there again, though it has failed"}},
+     .text =
+         "With FILE: looks whether it is a firmware image and which version it holds, puts it where the driver looks "
+         "for one (which wants the right to write there: root), restarts the camera and shows how far it is. The "
+         "camera may take minutes; do not switch its power off.\n"
+         "\n"
+         "Without: prints from which version to which the firmware was last to be upgraded, when, and what came of "
+         "it. The camera looks for an image whenever it starts. One that failed three times in a row is not tried "
+         "again by itself until it is another one.",
+     .statuses = {{EXIT_REFUSED, "no firmware image, or the camera does not have its version"}},
+     .examples = {"ptzctl upgrade", "ptzctl upgrade IMC.APP --dry-run", "sudo ptzctl upgrade IMC.APP --yes",
+                  "ptzctl upgrade --retry"},
      .left_behind = "the upgrade goes on; 'ptzctl state' says when the camera runs, 'ptzctl upgrade' what came of it",
      .run = run_upgrade},
     {.name = "doctor",

@@ -1,11 +1,11 @@
 #include "service.h"
 
-#include "failure.h"
 #include "numbers.h"
 
 #include <algorithm>
 #include <csignal>
 #include <glib-unix.h>
+#include <memory>
 
 namespace {
 
@@ -116,6 +116,26 @@ GVariantOwned Service::call(const char *method, GVariant *arguments, const char 
     if (!pending.results)
         throw failure_of(pending.error.get(), timeout_ms_);
     return std::move(pending.results);
+}
+
+void Service::call_later(const char *method, GVariant *arguments, const char *reply, Answer answer)
+{
+    struct Later {
+        int timeout_ms;
+        Answer answer;
+    };
+    const auto done = +[](GObject *connection, GAsyncResult *result, gpointer data) {
+        const std::unique_ptr<Later> later(static_cast<Later *>(data));
+        GErrorSlot error;
+        GVariantOwned results(g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, error));
+        if (results)
+            return later->answer(std::move(results), nullptr);
+        const Failure failure = failure_of(error.get(), later->timeout_ms);
+        later->answer(nullptr, &failure);
+    };
+    g_dbus_connection_call(connection_.get(), kServiceName, kServicePath, kServiceInterface, method, arguments,
+                           G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout_ms_, nullptr, done,
+                           new Later{timeout_ms_, std::move(answer)});
 }
 
 Position position_from(GVariant *axes)

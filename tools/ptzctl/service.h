@@ -1,8 +1,10 @@
 // The PTZ service as ptzctl sees it: calls on com.orna.PTZ, and failures put in words.
 #pragma once
 
+#include "failure.h"
 #include "glib_owned.h"
 
+#include <functional>
 #include <gio/gio.h>
 #include <map>
 #include <optional>
@@ -33,6 +35,11 @@ class Service {
     {
         return GVariantOwned(g_variant_get_child_value(call(method, arguments, reply).get(), 0));
     }
+
+    // Calls without waiting: `answer` comes from the main loop, with the results or with what went wrong. The service
+    // must still be there then.
+    using Answer = std::function<void(GVariantOwned results, const Failure *failure)>;
+    void call_later(const char *method, GVariant *arguments, const char *reply, Answer answer);
 
     // GetPosition, its age in seconds apart (where the service gives it), and GetState's number and words.
     Position position(std::optional<double> *age = nullptr);

@@ -149,6 +149,13 @@ std::string DriverHost::firmware() const
     return text_of(DRIVER_HOST_FIRMWARE);
 }
 
+std::string DriverHost::image_file() const
+{
+    const std::string file = text_of(DRIVER_HOST_IMAGE_FILE);
+    const GText whole(file.empty() ? nullptr : g_canonicalize_filename(file.c_str(), nullptr));
+    return whole != nullptr ? whole.get() : "";
+}
+
 std::optional<ImageReport> DriverHost::upgrade() const
 {
     GValue value = G_VALUE_INIT;

@@ -55,6 +55,9 @@ class DriverHost {
     std::optional<ImageReport> upgrade() const;
     // Any thread: the camera block's version as "to" of an upgrade has it; empty when the driver does not tell.
     std::string firmware() const;
+    // Any thread: the file in which a start looks for a firmware image, from the root on; empty when the driver does
+    // not tell.
+    std::string image_file() const;
     // Any thread: what is wrong in the driver's configuration, a line each, as `ptzd --check` prints them; none also
     // when the driver does not tell.
     std::vector<std::string> config_problems() const;

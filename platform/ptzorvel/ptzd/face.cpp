@@ -62,6 +62,10 @@ GVariant *on_get_property(GDBusConnection *, const char *, const char *, const c
         return g_variant_new_double(service.speed());
     if (name == "Link")
         return g_variant_new_string(service.link_watch().link());
+    if (name == "Upgrading") {
+        const auto [sent, chunks] = service.upgrade_progress().now();
+        return g_variant_new("(uu)", sent, chunks);
+    }
     if (name == "Moving")
         return axis_names_variant(service.motion().under_way());
     if (name == "VideoChannel")

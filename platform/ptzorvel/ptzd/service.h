@@ -21,6 +21,7 @@
 #include "ptzorvel/ptzd/service_manager.h"
 #include "ptzorvel/ptzd/stopper.h"
 #include "ptzorvel/ptzd/upgrade_log.h"
+#include "ptzorvel/ptzd/upgrade_progress.h"
 
 #include <atomic>
 #include <functional>
@@ -99,6 +100,7 @@ class PtzService {
     std::optional<Event> last_event();
     // What became of the camera's firmware, over all starts.
     UpgradeLog &upgrades() { return upgrades_; }
+    const UpgradeProgress &upgrade_progress() const { return upgrade_progress_; }
     // What the driver says of the image in the last start. Any thread.
     std::optional<ImageReport> image() const { return host_.upgrade(); }
     // Why the camera has failed to start, in words; empty when it has not. Any thread.
@@ -158,6 +160,7 @@ class PtzService {
     Deadlines deadlines_;
     ServiceManager manager_{queue_.queue, host_, deadlines_};
     UpgradeLog upgrades_;
+    UpgradeProgress upgrade_progress_{*this};
     KnownPosition known_position_{host_, options_.time_scale};
     std::unique_ptr<LinkWatch> link_watch_;
     std::unique_ptr<MoveOwners> move_owners_;
