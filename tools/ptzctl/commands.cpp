@@ -94,6 +94,28 @@ const std::vector<Command> kCommands = {
      .examples = {"ptzctl stop"},
      .left_behind = "the service goes on until the camera stands",
      .run = run_stop},
+    {.name = "drive",
+     .summary = "move the camera by hand, with keys or a game controller",
+     .options = {{"--speed", {Kind::Number, "PERCENT", 1, 100}, "of the keys, at first (50)"},
+                 {"--gamepad", {}, "with the first game controller that is there, too"},
+                 {"--gamepad-device", {Kind::File, "FILE"}, "with that one: /dev/input/event7"}},
+     .text =
+         "Takes the terminal over and shows where the camera looks. What is held moves, and stands when it is let go:\n"
+         "\n"
+         "  arrows      pan and tilt         page up, down  zoom\n"
+         "  f, n        focus far, near      i, k           iris up, down\n"
+         "  +, -        speed                a, m           focus auto, manual\n"
+         "  0..9        go to a preset       q, Ctrl-C      quit\n"
+         "\n"
+         "Every other key stops the camera. Most terminals do not tell when a key is let go; there it counts as let "
+         "go when it is not repeated within 0.6 seconds, then 0.2. When the terminal is lost the camera is "
+         "stopped.\n"
+         "\n"
+         "A game controller: left stick pan and tilt, triggers zoom, shoulder buttons focus, upper and left button "
+         "iris, lower button stop, cross presets 1 to 4.",
+     .statuses = {{EXIT_REFUSED, "the terminal is too small, or there is no such controller"}},
+     .examples = {"ptzctl drive", "ptzctl drive --gamepad --speed 80"},
+     .run = run_drive},
     {.name = "position",
      .summary = "where the camera looks",
      .options = {{"--watch", {}, "print a line whenever a position or the link changes, until Ctrl-C"},

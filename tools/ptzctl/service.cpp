@@ -118,24 +118,35 @@ GVariantOwned Service::call(const char *method, GVariant *arguments, const char 
     return std::move(pending.results);
 }
 
-void Service::call_later(const char *method, GVariant *arguments, const char *reply, Answer answer)
+void Service::call_later(const char *method, GVariant *arguments, const char *reply, Answer answer,
+                         const char *interface)
 {
     struct Later {
-        int timeout_ms;
+        Service &service;
         Answer answer;
     };
     const auto done = +[](GObject *connection, GAsyncResult *result, gpointer data) {
         const std::unique_ptr<Later> later(static_cast<Later *>(data));
         GErrorSlot error;
         GVariantOwned results(g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, error));
+        later->service.later_--;
         if (results)
             return later->answer(std::move(results), nullptr);
-        const Failure failure = failure_of(error.get(), later->timeout_ms);
+        const Failure failure = failure_of(error.get(), later->service.timeout_ms_);
         later->answer(nullptr, &failure);
     };
-    g_dbus_connection_call(connection_.get(), kServiceName, kServicePath, kServiceInterface, method, arguments,
-                           G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout_ms_, nullptr, done,
-                           new Later{timeout_ms_, std::move(answer)});
+    g_dbus_connection_call(connection_.get(), kServiceName, kServicePath, interface, method, arguments,
+                           G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout_ms_, dropping_.get(), done,
+                           new Later{*this, std::move(answer)});
+    later_++;
+}
+
+void Service::drop_calls()
+{
+    g_cancellable_cancel(dropping_.get());
+    while (later_ > 0)
+        g_main_context_iteration(nullptr, TRUE);
+    g_cancellable_reset(dropping_.get());
 }
 
 Position position_from(GVariant *axes)

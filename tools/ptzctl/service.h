@@ -39,7 +39,11 @@ class Service {
     // Calls without waiting: `answer` comes from the main loop, with the results or with what went wrong. The service
     // must still be there then.
     using Answer = std::function<void(GVariantOwned results, const Failure *failure)>;
-    void call_later(const char *method, GVariant *arguments, const char *reply, Answer answer);
+    void call_later(const char *method, GVariant *arguments, const char *reply, Answer answer,
+                    const char *interface = kServiceInterface);
+
+    // Has every answer that is still to come be a failure, now.
+    void drop_calls();
 
     // GetPosition, its age in seconds apart (where the service gives it), and GetState's number and words.
     Position position(std::optional<double> *age = nullptr);
@@ -49,5 +53,7 @@ class Service {
 
   private:
     int timeout_ms_;
+    unsigned later_ = 0; // calls whose answers are still to come
+    GOwned<GCancellable, g_object_unref> dropping_{g_cancellable_new()};
     GOwned<GDBusConnection, g_object_unref> connection_;
 };

@@ -105,6 +105,7 @@ ExitStatus run_speed_factor(Context &context, const Arguments &arguments);
 ExitStatus run_published(Context &context, const Arguments &arguments);
 ExitStatus run_status(Context &context, const Arguments &arguments);
 ExitStatus run_upgrade(Context &context, const Arguments &arguments);
+ExitStatus run_drive(Context &context, const Arguments &arguments);
 ExitStatus run_doctor(Context &context, const Arguments &arguments);
 ExitStatus run_monitor(Context &context, const Arguments &arguments);
 ExitStatus run_tour(Context &context, const Arguments &arguments);
