@@ -18,6 +18,7 @@ enum PropertyId {
     PROP_TIME_SCALE = 1,
     PROP_CANCEL,
     PROP_INTERRUPT,
+    PROP_OBSERVER,
     PROP_STATUS_AGE,
     PROP_SILENCE,
     PROP_SENDS_FAILED,
@@ -81,6 +82,9 @@ void set_property(GObject *, guint id, const GValue *value, GParamSpec *)
         break;
     case PROP_INTERRUPT:
         host_set_interrupt(static_cast<GCancellable *>(g_value_get_object(value)));
+        break;
+    case PROP_OBSERVER:
+        host_set_observer(static_cast<const DriverHostObserver *>(g_value_get_pointer(value)));
         break;
     case PROP_HELD_IMAGE:
         host_set_held_image(g_value_get_string(value));
@@ -197,6 +201,8 @@ void ptz_driver_canon_install_host(GObjectClass *klass)
     install(klass, PROP_INTERRUPT,
             g_param_spec_object(DRIVER_HOST_INTERRUPT, "Interrupt", "Ends the reading from another service",
                                 G_TYPE_CANCELLABLE, SET));
+    install(klass, PROP_OBSERVER,
+            g_param_spec_pointer(DRIVER_HOST_OBSERVER, "Observer", "Hears of frames, commands and statuses", SET));
     install(klass, PROP_STATUS_AGE,
             g_param_spec_int64(DRIVER_HOST_STATUS_AGE, "Status age", "Microseconds since the last good status", -1,
                                G_MAXINT64, -1, GET));

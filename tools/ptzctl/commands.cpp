@@ -238,6 +238,13 @@ const std::vector<Command> kCommands = {
              "Ctrl-C.",
      .examples = {"ptzctl monitor"},
      .run = run_monitor},
+    {.name = "metrics",
+     .summary = "numbers over time: commands, frames, latencies, outages",
+     .text =
+         "Prints what ptzd has counted since it began, in the text form that Prometheus reads; with --json an object "
+         "for each number. 'ptzd --metrics FILE' writes the same into a file.",
+     .examples = {"ptzctl metrics", "ptzctl --json metrics"},
+     .run = run_metrics},
     {.name = "tour",
      .summary = "show the camera in action and check each step",
      .options = {{"--no-reset", {}, "do not restart the camera at the end"}},

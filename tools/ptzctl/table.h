@@ -107,6 +107,7 @@ ExitStatus run_status(Context &context, const Arguments &arguments);
 ExitStatus run_upgrade(Context &context, const Arguments &arguments);
 ExitStatus run_drive(Context &context, const Arguments &arguments);
 ExitStatus run_doctor(Context &context, const Arguments &arguments);
+ExitStatus run_metrics(Context &context, const Arguments &arguments);
 ExitStatus run_monitor(Context &context, const Arguments &arguments);
 ExitStatus run_tour(Context &context, const Arguments &arguments);
 ExitStatus run_decode(Context &context, const Arguments &arguments);

@@ -69,6 +69,11 @@ void call_get_data_caches(PtzService &, const CallPtr &call)
     call->answer(g_variant_new("(@a{sa{sv}})", ptz_data_caches_snapshot()));
 }
 
+void call_get_metrics(PtzService &service, const CallPtr &call)
+{
+    call->answer(g_variant_new("(s)", service.metrics().c_str()));
+}
+
 void call_get_video(PtzService &, const CallPtr &call)
 {
     gboolean blanked = FALSE;

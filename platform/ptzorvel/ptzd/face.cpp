@@ -34,6 +34,7 @@ constexpr MethodRow kMethods[] = {
     {"GetPublished", call_get_published},
     {"GetDataCaches", call_get_data_caches},
     {"GetVideo", call_get_video},
+    {"GetMetrics", call_get_metrics},
 };
 
 void on_method_call(GDBusConnection *, const char *, const char *, const char *, const char *method, GVariant *,
