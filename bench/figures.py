@@ -17,10 +17,14 @@ import sys
 import tempfile
 import time
 
+import instructions
+
 # what it is, benchmark, its value, unit, digits, target ("<=" or ">=" and a number; None: for information)
 FIGURES = [
     ("frame encode plus check, 1 KiB payload", "frame_encode_and_check", "cpu_time", "ns", 0, ("<=", 200)),
     ("append and derivation of a full status run", "status_append_and_derive", "cpu_time", "ns", 0, ("<=", 1000)),
+    (instructions.STEPS["refresh"], "refresh", "instructions", "", 0, ("<=", 10000)),
+    (instructions.STEPS["move"], "move", "instructions", "", 0, ("<=", 35000)),
     ("heap allocations of the plug-in per refresh with publication, steady state",
      "refresh_allocations", "driver", "", 0, ("<=", 0)),
     ("the same, in the libraries of `platform/`", "refresh_allocations", "stand_ins", "", 0, None),
@@ -203,6 +207,7 @@ def main():
     load_before = os.getloadavg()[0]
     try:
         values, built_with = run_benchmarks(build, arguments.repetitions)
+        values.update({step: {"instructions": instructions.count(build, step)[0]} for step in instructions.STEPS})
         values.update(measure_ptzd(build))
     except (OSError, RuntimeError, ValueError, subprocess.SubprocessError) as problem:
         print(f"figures: {problem}", file=sys.stderr)
