@@ -4,7 +4,8 @@
 Runs the benchmarks of a build (5 repetitions) and starts ptzd with the plug-in on a simulated camera for its memory,
 processor time and calls.
 Prints every figure beside its target as the table of docs/performance.md, and the machine that they come from, and
-with --page writes them into that page; each figure is the median of the repetitions. Status 1 when a target is missed or something could not be measured.
+with --page writes them into that page; each figure is the median of the repetitions. Status 1 when a target is missed
+or something could not be measured.
 """
 import argparse
 import json

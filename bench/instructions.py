@@ -32,7 +32,8 @@ def count(build, step, top=0):
         total = next(line for line in profile.read_text().splitlines() if line.startswith(("totals:", "summary:")))
         lines = []
         if top > 0:
-            listing = subprocess.run(["callgrind_annotate", "--auto=no", profile], check=True, text=True, stdout=subprocess.PIPE)
+            listing = subprocess.run(["callgrind_annotate", "--auto=no", profile], check=True, text=True,
+                                     stdout=subprocess.PIPE)
             lines = [line for line in listing.stdout.splitlines() if "%)" in line and "PROGRAM" not in line][:top]
         return int(total.split()[1]) / TIMES, lines
 

@@ -59,7 +59,8 @@ ROWS = [
     Row("exchange, 99th percentile", "exchange p99_ns", "us", 1, 1e-3, most=45),
     Row("call that gets a position, median", "get median_ns", "us", 0, 1e-3),
     Row("call that sets a mode, median", "set median_ns", "us", 0, 1e-3),
-    Row("call that sets, without its {exchanges} exchanges", "set_beside_exchanges", "us", 0, 1e-3, most_beside="GDBus"),
+    Row("call that sets, without its {exchanges} exchanges", "set_beside_exchanges", "us", 0, 1e-3,
+        most_beside="GDBus"),
     Row("processor time of 1000 calls that get", "get server_us", "ms", 0),
     Row("processor time of 1000 calls that set", "set server_us", "ms", 0),
     Row("processor time at rest", "idle", "% of a core", 2, most=0.4),
@@ -92,7 +93,8 @@ class Figures:
 
 def start_ptzd(here):
     """A ptzd whose bursts are noted."""
-    return here.start_ptzd(LD_PRELOAD=str(here.build / "bench/peers/libburst_times.so"), BURST_TIMES=str(here.folder / "bursts"))
+    return here.start_ptzd(LD_PRELOAD=str(here.build / "bench/peers/libburst_times.so"),
+                           BURST_TIMES=str(here.folder / "bursts"))
 
 
 def bursts(here):
@@ -235,9 +237,11 @@ def main():
         own = exchanges * exchange if contender == "ours" else 0
         figures.add("set_beside_exchanges", contender, *(value - own for value in values))
     text, goals, missed = table(figures, exchanges=exchanges, seconds=SECONDS)
-    page.put(arguments.page, "peers", f"{text}\n\nThe machine: {page.machine()}. The load average was {load_before:.1f} at the start.")
-    behind = f"; missed: {', '.join(missed)}" if missed else ""
-    print(f"\nbench-peers: compared in {time.monotonic() - began:.0f} s, {goals - len(missed)} of {goals} goals met{behind}.")
+    page.put(arguments.page, "peers", f"{text}\n\nThe machine: {page.machine()}. "
+             f"The load average was {load_before:.1f} at the start.")
+    behind = f"; missed: {'; '.join(missed)}" if missed else ""
+    print(f"\nbench-peers: compared in {time.monotonic() - began:.0f} s, "
+          f"{goals - len(missed)} of {goals} goals met{behind}.")
     return 0
 
 

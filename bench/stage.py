@@ -39,7 +39,8 @@ class Stage:
         name = pathlib.Path(program).name
         command = self.build / program if "/" in program else program
         with open(self.folder / f"{name}.log", "w", encoding="utf-8") as errors:
-            process = subprocess.Popen([command, *words], env=self.environment, stdout=subprocess.PIPE, stderr=errors, text=True)
+            process = subprocess.Popen([command, *words], env=self.environment, stdout=subprocess.PIPE, stderr=errors,
+                                       text=True)
         self.running.append(process)
         return process
 
@@ -53,7 +54,8 @@ class Stage:
     def start_ptzd(self, **variables):
         """A ptzd that starts the camera up, with further variables of the environment."""
         self.environment.update(variables)
-        ptzd = self.start("platform/ptzorvel/ptzd/ptzd", "--plugin", self.build / "driver/plugin/libptz_driver_canon.so")
+        plugin = self.build / "driver/plugin/libptz_driver_canon.so"
+        ptzd = self.start("platform/ptzorvel/ptzd/ptzd", "--plugin", plugin)
         for name in variables:
             del self.environment[name]
         return ptzd
