@@ -11,6 +11,8 @@ import argparse
 import json
 import os
 import pathlib
+import pty
+import statistics
 import subprocess
 import sys
 import tempfile
@@ -57,12 +59,18 @@ FIGURES = [
      "us", 0, ("<=", 1000)),
     ("the same behind 10000 moves of 200 clients", "ptzd_calls", "stop_behind_us", "us", 0, ("<=", 5000)),
     ("position, median", "ptzd_calls", "position_us", "us", 0, None),
+    ("`ptzctl drive`, from the key to its record on the wire, median", "drive", "key_us", "us", 0, ("<=", 5000)),
     ("position while a reset runs, median", "ptzd_calls", "position_reset_us", "us", 0, ("<=", 1000)),
 ]
 
 MOVES = (["move", "pan=10", "tilt=5", "zoom=2000", "--wait"], ["move", "pan=-10", "tilt=15", "zoom=4000", "--wait"])
 
 IDLE_SECONDS = 10
+
+KEYS = 50
+# As a terminal sends them that tells when a key is let go.
+TELLS_RELEASES, RIGHT, RIGHT_RELEASED = b"\x1b[?11u", b"\x1b[C", b"\x1b[1;1:3C"
+PAN_SPEED = "07010200"  # how its record begins
 
 def measure_ptzd(build):
     """What ptzd takes: its memory after start-up and a few moves, and its processor time while it idles."""
@@ -77,6 +85,39 @@ def measure_ptzd(build):
         resident = stage.memory_mb(ptzd.pid, "Rss")
         calls = json.loads(here.run("bench/service_calls", str(ptzd.pid)))
         return {"ptzd_memory": {"resident_mb": resident}, "ptzd_idle": {"cpu_percent": idle}, "ptzd_calls": calls}
+
+
+def measure_drive(build):
+    """How long a key of 'ptzctl drive' takes to the wire, as the simulator's trace shows it."""
+    with tempfile.TemporaryDirectory(prefix="ptz-bench-") as name, stage.Stage(build, pathlib.Path(name)) as here:
+        wire = here.folder / "wire"
+        here.start_board("--trace", wire)
+        here.start_ptzd()
+        here.wait_running()
+        pid, terminal = pty.fork()
+        if pid == 0:
+            os.execve(build / "tools/ptzctl/ptzctl", ["ptzctl", "drive", "--speed", "1"],
+                      here.environment | {"TERM": "xterm"})
+        shown = b""
+        while b"link up" not in shown:
+            shown += os.read(terminal, 65536)
+        os.write(terminal, TELLS_RELEASES)
+        took = []
+        with open(wire, encoding="ascii") as trace:
+            for _ in range(KEYS):
+                trace.seek(0, os.SEEK_END)
+                began = time.monotonic()
+                os.write(terminal, RIGHT)
+                while PAN_SPEED not in trace.read():
+                    pass
+                took.append(1e6 * (time.monotonic() - began))
+                os.write(terminal, RIGHT_RELEASED)
+                time.sleep(0.2)
+                os.read(terminal, 65536)
+        os.write(terminal, b"q")
+        os.waitpid(pid, 0)
+        os.close(terminal)
+        return {"drive": {"key_us": statistics.median(took)}}
 
 
 def run_benchmarks(build, repetitions):
@@ -131,6 +172,7 @@ def main():
         values, built_with = run_benchmarks(build, arguments.repetitions)
         values.update({step: {"instructions": instructions.count(build, step)[0]} for step in instructions.STEPS})
         values.update(measure_ptzd(build))
+        values.update(measure_drive(build))
     except (OSError, RuntimeError, ValueError, subprocess.SubprocessError) as problem:
         print(f"figures: {problem}", file=sys.stderr)
         return 1

@@ -89,7 +89,7 @@ Screen::Screen()
     if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0)
         throw usage_failure("driving wants a terminal; 'ptzctl move --continuous' does without");
     winsize size{};
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && !fits(size.ws_row, size.ws_col))
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 && !fits(size.ws_row, size.ws_col))
         throw too_small(size.ws_row, size.ws_col);
     SCREEN *screen = newterm(nullptr, stdout, stdin);
     if (screen == nullptr)
@@ -114,7 +114,7 @@ Screen::~Screen()
 void Screen::resized()
 {
     winsize size{};
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0)
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0)
         resizeterm(size.ws_row, size.ws_col);
     clearok(curscr, TRUE);
 }
