@@ -93,9 +93,10 @@ calls: deps build/release/build.ninja
 	CALLS=all build/release/tests/shim/test_calls
 
 bench: deps build/release/build.ninja
+	@tools/install-deps.sh bench
 	meson configure build/release -Dbench=enabled
 	ninja -C build/release
-	meson test -C build/release --no-rebuild --benchmark --verbose
+	bench/figures.py build/release --page docs/performance.md
 
 # In a folder of its own, where nothing is built that does not get installed.
 install:
