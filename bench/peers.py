@@ -41,27 +41,34 @@ class Row(NamedTuple):
     most_beside: str | None = None  # goal: at most what that peer takes
 
 
+def cameras_rows(count):
+    """What is told of that many cameras at once."""
+    who = f"{count} camera{'s' * (count > 1)}"
+    last = count == CAMERAS[-1]
+    return [
+        Row(f"{who}: processor time of each `ptzd`", f"each_{count}", "% of a core", 2),
+        Row(f"{who}: of all `ptzd`", f"all_{count}", "% of a core", 2, most=6 if last else None),
+        Row(f"{who}: of all simulators", f"simulators_{count}", "% of a core", 2),
+        Row(f"{who}: largest error of a period of 33 ms", f"error_{count}", "ms", 2, most=2 if last else None)]
+
+
 ROWS = [
     Row("status run of 24 numbers: encode, check, decode", "status median_ns", "ns", 0),
     Row("largest command: encode, check, decode", "command median_ns", "ns", 0),
     Row("exchange of 1 KiB with another process, median", "exchange median_ns", "us", 1, 1e-3),
-    Row("the same, 99th percentile", "exchange p99_ns", "us", 1, 1e-3, most=45),
+    Row("exchange, 99th percentile", "exchange p99_ns", "us", 1, 1e-3, most=45),
     Row("call that gets a position, median", "get median_ns", "us", 0, 1e-3),
     Row("call that sets a mode, median", "set median_ns", "us", 0, 1e-3),
-    Row("the same without its {bursts} exchanges", "set_beside_exchanges", "us", 0, 1e-3, most_beside="GDBus"),
+    Row("call that sets, without its {bursts} exchanges", "set_beside_exchanges", "us", 0, 1e-3, most_beside="GDBus"),
     Row("processor time of 1000 calls that get", "get server_us", "ms", 0),
     Row("processor time of 1000 calls that set", "set server_us", "ms", 0),
     Row("processor time at rest", "idle", "% of a core", 2, most=0.4),
     Row("resident memory after 4000 calls", "rss", "MB", 1),
-    Row("the same, what is shared counted by halves and so on", "pss", "MB", 1),
+    Row("the same, of what is shared only its part", "pss", "MB", 1),
     Row("largest error of a period of 33 ms", "period_error", "ms", 2),
     Row("drift of 33 ms in {seconds} s", "drift", "ms", 2),
     Row("cold start", "start median_ns", "ms", 1, 1e-6),
-    *(row for cameras in CAMERAS for row in (
-        Row(f"cameras: {cameras}; processor time of each `ptzd`", f"each_{cameras}", "% of a core", 2),
-        Row("of all", f"all_{cameras}", "% of a core", 2, most=6 if cameras == 16 else None),
-        Row("of all simulators", f"simulators_{cameras}", "% of a core", 2),
-        Row("largest error of a period of 33 ms", f"error_{cameras}", "ms", 2, most=2 if cameras == 16 else None)))
+    *(row for count in CAMERAS for row in cameras_rows(count)),
 ]
 
 
@@ -92,10 +99,10 @@ def trace_times(folder, since_us=0):
 
 
 def grid(times):
-    """Largest error of a period and the drift over all of them, in ms."""
-    errors = [abs(later - former - PERIOD_US) for former, later in zip(times, times[1:])]
-    drift = abs(times[-1] - times[0] - PERIOD_US * (len(times) - 1))
-    return max(errors) / 1000, drift / 1000
+    """Largest error of a period and the drift over all of them, in ms; a period that was left out is no drift."""
+    periods = [later - former for former, later in zip(times, times[1:])]
+    drift = sum(period - PERIOD_US * max(1, round(period / PERIOD_US)) for period in periods)
+    return max(abs(period - PERIOD_US) for period in periods) / 1000, abs(drift) / 1000
 
 
 def bursts_of_a_call(folder):
@@ -119,13 +126,13 @@ def beside_bare_services(build, figures):
         pids = {"GDBus": here.start("bench/peers/bare_gdbus").pid, "sd-bus": here.start("bench/peers/bare_sdbus").pid}
         pids["ours"] = here.start_ptzd().pid
         here.wait_running()
+        since = trace_times(here.folder)[-1][0]
         ticker = here.start("bench/peers/ticker", str(SECONDS))
         for contender, percent in zip(pids, percent_of(pids.values(), SECONDS)):
             figures.add("idle", contender, percent)
-        times = [time_us for time_us, _ in trace_times(here.folder)]
-        for contender, each in (("ours", [at for at in times if at > times[-1] - SECONDS * 1000000 + 500000]),
-                                ("g_timeout_add", list(map(int, ticker.communicate()[0].split())))):
-            error, drift = grid(each)
+        for contender, times in (("ours", [at for at, _ in trace_times(here.folder, since)]),
+                                 ("g_timeout_add", list(map(int, ticker.communicate()[0].split())))):
+            error, drift = grid(times)
             figures.add("period_error", contender, error)
             figures.add("drift", contender, drift)
         figures.contest(here.run(PROGRAM, "get", "set"))
@@ -209,8 +216,10 @@ def main():
     build = arguments.build.resolve()
     began, load_before, figures = time.monotonic(), os.getloadavg()[0], Figures()
     try:
-        contests = subprocess.run([build / PROGRAM, "status", "command", "exchange"], check=True, text=True,
-                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, timeout=300)
+        contests = subprocess.run([build / PROGRAM, "status", "command", "exchange"], check=False, text=True,
+                                  capture_output=True, timeout=300)
+        if contests.returncode != 0:
+            raise RuntimeError(contests.stderr)
         figures.contest(contests.stdout)
         bursts = beside_bare_services(build, figures)
         cold_start(build, figures)

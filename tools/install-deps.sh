@@ -14,6 +14,7 @@ declare -A groups=(
     [lint]="clang clang-format clang-tidy clang-tools shellcheck"
     [coverage]="gcovr"
     [bench]="valgrind"
+    [bench-peers]="nanopb libnanopb-dev protobuf-compiler libmsgpack-dev libcbor-dev libmodbus-dev libsystemd-dev"
 )
 
 wanted=()

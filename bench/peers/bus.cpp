@@ -175,7 +175,7 @@ Contest start()
             1,
             1,
             {launch({"ours", ptzd, PTZD.name, "StateChanged", nullptr, is_state_1}),
-             launch(owner("ours, until it has its name", PTZD, ptzd)),
+             launch(owner("`ptzd`, until it has its name", PTZD, ptzd)),
              launch(owner("GDBus", BARE_GDBUS, {BARE_GDBUS_PROGRAM})),
              launch(owner("sd-bus", BARE_SDBUS, {BARE_SDBUS_PROGRAM}))}};
 }
