@@ -107,6 +107,8 @@ TEST_F(Seams, WhatDoesNotExistIsRefused)
         EXPECT_EQ(errno == ENAMETOOLONG, !path.empty());
         EXPECT_EQ(ugpio_get_value(line), 1); // a line that is held stays with its board
     }
+    board.stop();
+    expect_failure(ugpio_get_value(line) == -1, ENOENT); // and has the level of a board that is there
     ugpio_free(line);
 }
 
