@@ -26,9 +26,10 @@ struct Group {
 std::mutex cache_mutex;
 std::vector<Group> cache; // few groups of few keys: a list searched in order, updated in place
 
-// The element with that name, made when missing. `Name` is the member that holds the name.
+// The element with that name, made when missing. `Name` is the member that holds the name. Seldom called, and kept out
+// of the registers of who does.
 template <typename Element, typename Name>
-auto find_or_add(std::vector<Element> &list, Name name, const char *text)
+[[gnu::noinline]] auto find_or_add(std::vector<Element> &list, Name name, const char *text)
 {
     const std::string_view wanted = text;
     const auto found = std::find_if(list.begin(), list.end(), [&](const Element &e) { return e.*name == wanted; });
