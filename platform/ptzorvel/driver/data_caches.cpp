@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <iterator>
 #include <mutex>
 
 namespace {
@@ -34,11 +35,11 @@ struct Cache {
 };
 
 std::mutex caches_mutex;
-Cache zoom_cache{"zoom", kZoomFields};
-Cache flip_cache{"flip", kFlipFields};
-Cache position_cache{"position", kPositionFields};
-Cache moving_cache{"moving", kMovingFields};
-Cache speed_cache{"speed", kSpeedFields};
+Cache<std::size(kZoomFields)> zoom_cache{"zoom", kZoomFields};
+Cache<std::size(kFlipFields)> flip_cache{"flip", kFlipFields};
+Cache<std::size(kPositionFields)> position_cache{"position", kPositionFields};
+Cache<std::size(kMovingFields)> moving_cache{"moving", kMovingFields};
+Cache<std::size(kSpeedFields)> speed_cache{"speed", kSpeedFields};
 
 template <std::size_t Count>
 int open_cache(Cache<Count> &cache)
