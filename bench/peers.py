@@ -7,11 +7,11 @@ Prints each figure beside the peer's and beside the goal where there is one; wit
 when something could not be measured; a missed goal is told, and is no failure: it is said in the page why.
 """
 import argparse
+import array
 import contextlib
 import json
 import os
 import pathlib
-import re
 import statistics
 import subprocess
 import sys
@@ -59,7 +59,7 @@ ROWS = [
     Row("exchange, 99th percentile", "exchange p99_ns", "us", 1, 1e-3, most=45),
     Row("call that gets a position, median", "get median_ns", "us", 0, 1e-3),
     Row("call that sets a mode, median", "set median_ns", "us", 0, 1e-3),
-    Row("call that sets, without its {bursts} exchanges", "set_beside_exchanges", "us", 0, 1e-3, most_beside="GDBus"),
+    Row("call that sets, without its {exchanges} exchanges", "set_beside_exchanges", "us", 0, 1e-3, most_beside="GDBus"),
     Row("processor time of 1000 calls that get", "get server_us", "ms", 0),
     Row("processor time of 1000 calls that set", "set server_us", "ms", 0),
     Row("processor time at rest", "idle", "% of a core", 2, most=0.4),
@@ -90,12 +90,14 @@ class Figures:
                     self.add(f"{entry['contest']} {key}", entry["contender"], *entry[key])
 
 
-def trace_times(folder, since_us=0):
-    """When the board of the folder had bursts, in its microseconds; and the host's bytes in each."""
-    text = (folder / "trace").read_text(encoding="ascii")
-    bursts = re.findall(r"^(\d+)\.(\d+) port0 host \d+ ?(\w*)", text, re.MULTILINE)
-    times = [(int(seconds) * 1000000 + int(fraction), sent) for seconds, fraction, sent in bursts]
-    return [each for each in times if each[0] >= since_us]
+def start_ptzd(here):
+    """A ptzd whose bursts are noted."""
+    return here.start_ptzd(LD_PRELOAD=str(here.build / "bench/peers/libburst_times.so"), BURST_TIMES=str(here.folder / "bursts"))
+
+
+def bursts(here):
+    """When its bursts were, in microseconds; negative where one carried something."""
+    return array.array("q", (here.folder / "bursts").read_bytes())
 
 
 def grid(times):
@@ -105,9 +107,9 @@ def grid(times):
     return max(abs(period - PERIOD_US) for period in periods) / 1000, abs(drift) / 1000
 
 
-def bursts_of_a_call(folder):
-    """Exchanges of a call that sets: how far the board hears two of them apart that follow one another."""
-    at = [number for number, (_, sent) in enumerate(trace_times(folder)) if sent]
+def bursts_of_a_call(here):
+    """Exchanges of a call that sets: how far two of its commands are apart that follow one another."""
+    at = [number for number, time_us in enumerate(bursts(here)) if time_us < 0]
     return statistics.mode(later - former for former, later in zip(at, at[1:]))
 
 
@@ -122,15 +124,15 @@ def percent_of(pids, seconds):
 def beside_bare_services(build, figures):
     """ptzd at rest and called, beside services that do nothing. Exchanges that a call takes."""
     with tempfile.TemporaryDirectory(prefix="ptz-peers-") as name, stage.Stage(build, pathlib.Path(name)) as here:
-        here.start_board("--trace", here.folder / "trace")
+        here.start_board()
         pids = {"GDBus": here.start("bench/peers/bare_gdbus").pid, "sd-bus": here.start("bench/peers/bare_sdbus").pid}
-        pids["ours"] = here.start_ptzd().pid
+        pids["ours"] = start_ptzd(here).pid
         here.wait_running()
-        since = trace_times(here.folder)[-1][0]
+        so_far = len(bursts(here))
         ticker = here.start("bench/peers/ticker", str(SECONDS))
         for contender, percent in zip(pids, percent_of(pids.values(), SECONDS)):
             figures.add("idle", contender, percent)
-        for contender, times in (("ours", [at for at, _ in trace_times(here.folder, since)]),
+        for contender, times in (("ours", bursts(here)[so_far:]),
                                  ("g_timeout_add", list(map(int, ticker.communicate()[0].split())))):
             error, drift = grid(times)
             figures.add("period_error", contender, error)
@@ -139,7 +141,7 @@ def beside_bare_services(build, figures):
         for contender, pid in pids.items():
             figures.add("rss", contender, stage.memory_mb(pid, "Rss"))
             figures.add("pss", contender, stage.memory_mb(pid, "Pss"))
-        return bursts_of_a_call(here.folder)
+        return bursts_of_a_call(here)
 
 
 def cold_start(build, figures):
@@ -157,14 +159,14 @@ def cameras_at_once(build, count, figures):
         for _ in range(count):
             name = stack.enter_context(tempfile.TemporaryDirectory(prefix="ptz-peers-"))
             stages.append(stack.enter_context(stage.Stage(build, pathlib.Path(name))))
-        boards = [each.start_board("--trace", each.folder / "trace") for each in stages]
-        drivers = [each.start_ptzd() for each in stages]
+        boards = [each.start_board() for each in stages]
+        drivers = [start_ptzd(each) for each in stages]
         for each in stages:
             each.wait_running()
         time.sleep(1)
-        since = [trace_times(each.folder)[-1][0] for each in stages]
+        so_far = [len(bursts(each)) for each in stages]
         percents = percent_of([process.pid for process in drivers + boards], SECONDS)
-        errors = [grid([at for at, _ in trace_times(each.folder, begin)])[0] for each, begin in zip(stages, since)]
+        errors = [grid(bursts(each)[begin:])[0] for each, begin in zip(stages, so_far)]
         for each in stages:
             each.ask_to_end()
     figures.add(f"each_{count}", "ours", *percents[:count])
@@ -221,7 +223,7 @@ def main():
         if contests.returncode != 0:
             raise RuntimeError(contests.stderr)
         figures.contest(contests.stdout)
-        bursts = beside_bare_services(build, figures)
+        exchanges = beside_bare_services(build, figures)
         cold_start(build, figures)
         for count in CAMERAS:
             cameras_at_once(build, count, figures)
@@ -230,9 +232,9 @@ def main():
         return 1
     exchange = statistics.median(figures.all["exchange median_ns"]["ours"])
     for contender, values in figures.all["set median_ns"].items():
-        own = bursts * exchange if contender == "ours" else 0
+        own = exchanges * exchange if contender == "ours" else 0
         figures.add("set_beside_exchanges", contender, *(value - own for value in values))
-    text, goals, missed = table(figures, bursts=bursts, seconds=SECONDS)
+    text, goals, missed = table(figures, exchanges=exchanges, seconds=SECONDS)
     page.put(arguments.page, "peers", f"{text}\n\nThe machine: {page.machine()}. The load average was {load_before:.1f} at the start.")
     behind = f"; missed: {', '.join(missed)}" if missed else ""
     print(f"\nbench-peers: compared in {time.monotonic() - began:.0f} s, {goals - len(missed)} of {goals} goals met{behind}.")

@@ -50,9 +50,13 @@ class Stage:
             raise RuntimeError("krx-sim does not start: " + (self.folder / "krx-sim.log").read_text())
         return simulator
 
-    def start_ptzd(self):
-        """A ptzd that starts the camera up."""
-        return self.start("platform/ptzorvel/ptzd/ptzd", "--plugin", self.build / "driver/plugin/libptz_driver_canon.so")
+    def start_ptzd(self, **variables):
+        """A ptzd that starts the camera up, with further variables of the environment."""
+        self.environment.update(variables)
+        ptzd = self.start("platform/ptzorvel/ptzd/ptzd", "--plugin", self.build / "driver/plugin/libptz_driver_canon.so")
+        for name in variables:
+            del self.environment[name]
+        return ptzd
 
     def start_camera(self):
         """A ptzd whose camera runs."""
