@@ -67,8 +67,9 @@ bool port_is_open(const PTZPortCanon *self)
 
 int transfer_of_port(PTZPortCanon *self, PortFrame &received, const PortFrame &sent)
 {
-    // What a burst leaves untouched must not be read as an answer.
-    std::memset(received.bytes, 0, sizeof received.bytes);
+    // What a burst leaves untouched must not be read as an answer; what it does not reach is not read at all.
+    const int reached = std::max(ptz_port_canon_clocked_length(port_transfer_settings.burst_length), 0);
+    std::memset(received.bytes, 0, static_cast<std::size_t>(reached));
     return ptz_port_canon_transfer(self->parent_instance.fd, received, sent, self->request,
                                    port_transfer_settings.burst_length, port_transfer_settings.trigger_mode);
 }
@@ -104,10 +105,9 @@ int ptz_port_canon_read_frame(PTZPortCanon *self, void *destination, int capacit
     GUARD(destination != nullptr || capacity <= 0, -1);
     if (!port_is_open(self))
         return -1;
-    PortFrame sent;
+    static constexpr PortFrame EMPTY{};
     PortFrame received;
-    std::memset(sent.bytes, 0, sizeof sent.bytes);
-    if (transfer_of_port(self, received, sent) < 0) {
+    if (transfer_of_port(self, received, EMPTY) < 0) {
         host_note_frame(DRIVER_HOST_FRAME_FAILED);
         log_error("Failed to communicate, could not read data");
         return -1;
