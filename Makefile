@@ -1,7 +1,7 @@
 # What a person types here; `make` alone lists it. Meson and Ninja do the work, in build/.
 
 .DEFAULT_GOAL := help
-.PHONY: help run test asan tsan tsan-mutants coverage fuzz lint campaign calls soak bench install deb deb-test clean deps
+.PHONY: help run test asan tsan tsan-mutants coverage fuzz lint campaign calls soak bench bench-peers install deb deb-test clean deps
 
 PREFIX ?= /usr/local
 SECONDS ?= 60
@@ -21,7 +21,8 @@ help:
 	@echo 'make campaign every fault of the simulated board in every phase; writes docs/reliability.md (SEED=N)'
 	@echo 'make calls    every system call of ptzd fails, at more places of a step than in the suite'
 	@echo 'make soak     random faults and requests for MINUTES=$(MINUTES); whether anything grows (SEED=N)'
-	@echo 'make bench    the benchmarks'
+	@echo 'make bench    the benchmarks; writes docs/performance.md'
+	@echo 'make bench-peers the same work beside other libraries and bare services; writes docs/performance.md'
 	@echo 'make deb      the Debian packages, in build/deb'
 	@echo 'make deb-test install, use, upgrade and purge them in a fresh Debian 12 (as root or through sudo)'
 	@echo 'make install  install under $$DESTDIR$$PREFIX (PREFIX=$(PREFIX))'
@@ -93,9 +94,17 @@ calls: deps build/release/build.ninja
 	CALLS=all build/release/tests/shim/test_calls
 
 bench: deps build/release/build.ninja
+	@tools/install-deps.sh bench
 	meson configure build/release -Dbench=enabled
 	ninja -C build/release
-	meson test -C build/release --no-rebuild --benchmark --verbose
+	bench/figures.py build/release --page docs/performance.md
+
+# Says meson setup, as a folder from before knows nothing of the option.
+bench-peers: deps build/release/build.ninja
+	@tools/install-deps.sh bench-peers
+	meson setup --reconfigure build/release -Dpeers=true
+	ninja -C build/release peers
+	@bench/peers.py build/release --page docs/performance.md
 
 # In a folder of its own, where nothing is built that does not get installed.
 install:

@@ -2,29 +2,10 @@
 #include "bench/camera.h"
 #include "bench/samples.h"
 #include "bench/wire.h"
-#include "core/fixed_point.h"
 
 #include <benchmark/benchmark.h>
 
 namespace {
-
-PTZMotion absolute(int value)
-{
-    return {fixed_from_integer(value), {0, 0}, PTZ_MOVE_ABSOLUTE};
-}
-
-// There and back, so that every move really moves.
-gboolean move(PTZDriverCanon *driver, bool there)
-{
-    const PTZMotion none{};
-    const PTZMotion pan = absolute(there ? 10 : -10);
-    const PTZMotion tilt = absolute(there ? 5 : 15);
-    const PTZMotion zoom = absolute(there ? 2000 : 4000);
-    const PTZSpeed full_speed{};
-    PTZDriver *base = ptz_driver_of(driver);
-    base->zoom_requested = TRUE;
-    return PTZ_DRIVER_GET_CLASS(base)->move(base, &pan, &tilt, &zoom, &none, &none, &none, &full_speed);
-}
 
 void measure_moves(benchmark::State &state, Wire wire)
 {
@@ -40,7 +21,7 @@ void measure_moves(benchmark::State &state, Wire wire)
         there = !there;
         const std::int64_t began = monotonic_ns();
         const std::int64_t calls_before = wire_meter().call_ns;
-        if (!move(driver, there))
+        if (!camera_move(driver, there))
             state.SkipWithError("a move failed");
         const std::int64_t elapsed = monotonic_ns() - began;
         whole.add(elapsed);

@@ -1,5 +1,6 @@
 #include "bench/camera.h"
 
+#include "core/fixed_point.h"
 #include "core/log.h"
 #include "driver/type.h"
 #include "port/config.h"
@@ -122,6 +123,11 @@ PTZDriverCanon *start_driver(const std::string &folder)
     return self;
 }
 
+PTZMotion absolute(int value)
+{
+    return {fixed_from_integer(value), {0, 0}, PTZ_MOVE_ABSOLUTE};
+}
+
 } // namespace
 
 void camera_use_bus()
@@ -158,6 +164,18 @@ bool camera_put_away()
     const bool good = camera->simulator.stop();
     camera.reset();
     return good;
+}
+
+gboolean camera_move(PTZDriverCanon *driver, bool there)
+{
+    const PTZMotion none{};
+    const PTZMotion pan = absolute(there ? 10 : -10);
+    const PTZMotion tilt = absolute(there ? 5 : 15);
+    const PTZMotion zoom = absolute(there ? 2000 : 4000);
+    const PTZSpeed full_speed{};
+    PTZDriver *base = ptz_driver_of(driver);
+    base->zoom_requested = TRUE;
+    return PTZ_DRIVER_GET_CLASS(base)->move(base, &pan, &tilt, &zoom, &none, &none, &none, &full_speed);
 }
 
 int camera_messages()

@@ -15,5 +15,9 @@ PTZDriverCanon *camera_driver(Wire wire);
 // Closes the driver and ends the simulator. False when the simulator counted an offence against the protocol.
 bool camera_put_away();
 
+// A whole absolute move of zoom, pan and tilt through the framework's call: there or back, so that every one of a row
+// really moves. False when it failed.
+gboolean camera_move(PTZDriverCanon *driver, bool there);
+
 // Messages that the driver has logged: a benchmark during which there was one measured something else.
 int camera_messages();

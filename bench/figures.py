@@ -1,26 +1,33 @@
 #!/usr/bin/python3
-"""Usage: bench/figures.py BUILD_DIR [--repetitions N]
+"""Usage: bench/figures.py BUILD_DIR [--repetitions N] [--page FILE]
 
 Runs the benchmarks of a build (5 repetitions) and starts ptzd with the plug-in on a simulated camera for its memory,
 processor time and calls.
-Prints every figure beside its target as the table of docs/performance.md, and the machine that they come from; each
-figure is the median of the repetitions. Status 1 when a target is missed or something could not be measured.
+Prints every figure beside its target as the table of docs/performance.md, and the machine that they come from, and
+with --page writes them into that page; each figure is the median of the repetitions. Status 1 when a target is missed
+or something could not be measured.
 """
 import argparse
 import json
 import os
 import pathlib
-import platform
-import signal
+import pty
+import statistics
 import subprocess
 import sys
 import tempfile
 import time
 
+import instructions
+import page
+import stage
+
 # what it is, benchmark, its value, unit, digits, target ("<=" or ">=" and a number; None: for information)
 FIGURES = [
     ("frame encode plus check, 1 KiB payload", "frame_encode_and_check", "cpu_time", "ns", 0, ("<=", 200)),
     ("append and derivation of a full status run", "status_append_and_derive", "cpu_time", "ns", 0, ("<=", 1000)),
+    (instructions.STEPS["refresh"], "refresh", "instructions", "", 0, ("<=", 10000)),
+    (instructions.STEPS["move"], "move", "instructions", "", 0, ("<=", 35000)),
     ("heap allocations of the plug-in per refresh with publication, steady state",
      "refresh_allocations", "driver", "", 0, ("<=", 0)),
     ("the same, in the libraries of `platform/`", "refresh_allocations", "stand_ins", "", 0, None),
@@ -52,6 +59,7 @@ FIGURES = [
      "us", 0, ("<=", 1000)),
     ("the same behind 10000 moves of 200 clients", "ptzd_calls", "stop_behind_us", "us", 0, ("<=", 5000)),
     ("position, median", "ptzd_calls", "position_us", "us", 0, None),
+    ("`ptzctl drive`, from the key to its record on the wire, median", "drive", "key_us", "us", 0, ("<=", 5000)),
     ("position while a reset runs, median", "ptzd_calls", "position_reset_us", "us", 0, ("<=", 1000)),
 ]
 
@@ -59,87 +67,57 @@ MOVES = (["move", "pan=10", "tilt=5", "zoom=2000", "--wait"], ["move", "pan=-10"
 
 IDLE_SECONDS = 10
 
-BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <listen>unix:path={folder}/bus</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default"><allow send_destination="*"/><allow eavesdrop="true"/><allow own="*"/></policy>
-</busconfig>
-"""
-
-
-class Processes:
-    """Programs with their output in the folder; all are ended, the last one first, at the end of a with block."""
-
-    def __init__(self, folder, environment):
-        self.folder, self.environment, self.running = folder, environment, []
-
-    def __enter__(self):
-        return self
-
-    def start(self, name, *command):
-        """The running program; what it prints can be read from its stdout, its messages go to NAME.log."""
-        errors = open(self.folder / f"{name}.log", "w", encoding="utf-8")
-        process = subprocess.Popen(command, env=self.environment, stdout=subprocess.PIPE, stderr=errors, text=True)
-        self.running.append(process)
-        return process
-
-    def __exit__(self, *_):
-        for process in reversed(self.running):
-            process.send_signal(signal.SIGTERM)
-            try:
-                process.wait(timeout=20)
-            except subprocess.TimeoutExpired:
-                process.kill()
-                process.wait()
-
-
-def resident_mb(pid):
-    for line in pathlib.Path(f"/proc/{pid}/status").read_text(encoding="ascii").splitlines():
-        if line.startswith("VmRSS:"):
-            return int(line.split()[1]) / 1024
-    raise RuntimeError("ptzd has no resident memory")
-
-
-def processor_seconds(pid):
-    fields = pathlib.Path(f"/proc/{pid}/stat").read_text(encoding="ascii").rsplit(")", 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
-
+KEYS = 50
+# As a terminal sends them that tells when a key is let go.
+TELLS_RELEASES, RIGHT, RIGHT_RELEASED = b"\x1b[?11u", b"\x1b[C", b"\x1b[1;1:3C"
+PAN_SPEED = "07010200"  # how its record begins
 
 def measure_ptzd(build):
     """What ptzd takes: its memory after start-up and a few moves, and its processor time while it idles."""
-    with tempfile.TemporaryDirectory(prefix="ptz-bench-") as name:
-        folder = pathlib.Path(name)
-        board = folder / "board"
-        (folder / "bus.conf").write_text(BUS_CONFIG.format(folder=folder), encoding="ascii")
-        environment = dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=f"unix:path={folder}/bus", PTZ_DATA_DIR=str(board),
-                           PTZ_BOARD=str(board))
-        environment.pop("PTZ_TIME_SCALE", None)
-        with Processes(folder, environment) as processes:
-            bus = processes.start("bus", "dbus-daemon", f"--config-file={folder}/bus.conf", "--nofork", "--nopidfile",
-                                  "--print-address=1")
-            bus.stdout.readline()
-            simulator = processes.start("sim", build / "sim/krx-sim", "--board", board, "--quiet")
-            if simulator.stdout.readline() != "ready\n":
-                raise RuntimeError("krx-sim does not start: " + (folder / "sim.log").read_text())
-            ptzd = processes.start("ptzd", build / "platform/ptzorvel/ptzd/ptzd", "--plugin",
-                                   build / "driver/plugin/libptz_driver_canon.so")
+    with tempfile.TemporaryDirectory(prefix="ptz-bench-") as name, stage.Stage(build, pathlib.Path(name)) as here:
+        ptzd = here.start_camera()
+        for words in MOVES * 2:
+            here.ptzctl(*words)
+        here.ptzctl("published")
+        began, used = time.monotonic(), stage.processor_seconds(ptzd.pid)
+        time.sleep(IDLE_SECONDS)
+        idle = 100 * (stage.processor_seconds(ptzd.pid) - used) / (time.monotonic() - began)
+        resident = stage.memory_mb(ptzd.pid, "Rss")
+        calls = json.loads(here.run("bench/service_calls", str(ptzd.pid)))
+        return {"ptzd_memory": {"resident_mb": resident}, "ptzd_idle": {"cpu_percent": idle}, "ptzd_calls": calls}
 
-            def ptzctl(*words):
-                subprocess.run([build / "tools/ptzctl/ptzctl", *words], env=environment, check=True,
-                               stdout=subprocess.DEVNULL, timeout=120)
-            ptzctl("state", "--wait", "1", "--within", "60")
-            for words in MOVES * 2:
-                ptzctl(*words)
-            ptzctl("published")
-            began, used = time.monotonic(), processor_seconds(ptzd.pid)
-            time.sleep(IDLE_SECONDS)
-            idle = 100 * (processor_seconds(ptzd.pid) - used) / (time.monotonic() - began)
-            resident = resident_mb(ptzd.pid)
-            calls = json.loads(subprocess.run([build / "bench/service_calls", str(ptzd.pid)], env=environment, check=True, timeout=300,
-                                              stdout=subprocess.PIPE).stdout)
-            return {"ptzd_memory": {"resident_mb": resident}, "ptzd_idle": {"cpu_percent": idle}, "ptzd_calls": calls}
+
+def measure_drive(build):
+    """How long a key of 'ptzctl drive' takes to the wire, as the simulator's trace shows it."""
+    with tempfile.TemporaryDirectory(prefix="ptz-bench-") as name, stage.Stage(build, pathlib.Path(name)) as here:
+        wire = here.folder / "wire"
+        here.start_board("--trace", wire)
+        here.start_ptzd()
+        here.wait_running()
+        pid, terminal = pty.fork()
+        if pid == 0:
+            os.execve(build / "tools/ptzctl/ptzctl", ["ptzctl", "drive", "--speed", "1"],
+                      here.environment | {"TERM": "xterm"})
+        shown = b""
+        while b"link up" not in shown:
+            shown += os.read(terminal, 65536)
+        os.write(terminal, TELLS_RELEASES)
+        took = []
+        with open(wire, encoding="ascii") as trace:
+            for _ in range(KEYS):
+                trace.seek(0, os.SEEK_END)
+                began = time.monotonic()
+                os.write(terminal, RIGHT)
+                while PAN_SPEED not in trace.read():
+                    pass
+                took.append(1e6 * (time.monotonic() - began))
+                os.write(terminal, RIGHT_RELEASED)
+                time.sleep(0.2)
+                os.read(terminal, 65536)
+        os.write(terminal, b"q")
+        os.waitpid(pid, 0)
+        os.close(terminal)
+        return {"drive": {"key_us": statistics.median(took)}}
 
 
 def run_benchmarks(build, repetitions):
@@ -159,28 +137,16 @@ def run_benchmarks(build, repetitions):
     return medians, report["context"]["built_with"]
 
 
-def machine(built_with):
-    model = "unknown processor"
-    for line in pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines():
-        if line.startswith("model name"):
-            model = line.split(":", 1)[1].strip()
-            break
-    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
-    release = platform.freedesktop_os_release().get("PRETTY_NAME", "Linux")
-    return (f"{os.cpu_count()} x {model}, {memory:.0f} GB, {release}, Linux {platform.release()}, "
-            f"{built_with}")
-
-
 def target_text(target, unit):
     if target is None:
         return ""
     return f"{'at most' if target[0] == '<=' else 'at least'} {target[1]} {unit}".rstrip()
 
 
-def print_table(values):
-    """True when every target is met."""
+def table(values):
+    """The page's table, and whether every target is met."""
     good = True
-    print("| what | target | measured |\n|---|---|---|")
+    lines = ["| what | target | measured |", "|---|---|---|"]
     for what, benchmark, key, unit, digits, target in FIGURES:
         value = values.get(benchmark, {}).get(key)
         if value is None:
@@ -189,27 +155,30 @@ def print_table(values):
             text = f"{value:.{digits}f} {unit}".rstrip()
         met = value is not None and (
             target is None or (value <= target[1] if target[0] == "<=" else value >= target[1]))
-        print(f"| {what} | {target_text(target, unit)} | {text}{'' if met or value is None else ' (missed)'} |")
+        lines.append(f"| {what} | {target_text(target, unit)} | {text}{'' if met or value is None else ' (missed)'} |")
         good = good and met
-    return good
+    return "\n".join(lines), good
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("--repetitions", type=int, default=5)
+    parser.add_argument("--page", type=pathlib.Path)
     arguments = parser.parse_args()
     build = arguments.build.resolve()
     load_before = os.getloadavg()[0]
     try:
         values, built_with = run_benchmarks(build, arguments.repetitions)
+        values.update({step: {"instructions": instructions.count(build, step)[0]} for step in instructions.STEPS})
         values.update(measure_ptzd(build))
+        values.update(measure_drive(build))
     except (OSError, RuntimeError, ValueError, subprocess.SubprocessError) as problem:
         print(f"figures: {problem}", file=sys.stderr)
         return 1
-    good = print_table(values)
-    print(f"\nThe machine: {machine(built_with)}. Medians of {arguments.repetitions} repetitions; "
-          f"the load average was {load_before:.1f} at the start.")
+    text, good = table(values)
+    page.put(arguments.page, "figures", f"{text}\n\nThe machine: {page.machine()}, {built_with}. Medians of "
+             f"{arguments.repetitions} repetitions; the load average was {load_before:.1f} at the start.")
     return 0 if good else 1
 
 

@@ -27,6 +27,7 @@ bool lens_was_busy = false;
 bool starting_anew = false;
 std::atomic<unsigned> statuses{0};
 std::atomic<guint32> told_revision{HOST_NO_REVISION};
+std::atomic<const DriverHostObserver *> observed_by{nullptr};
 std::atomic<bool> is_there{false};
 GCancellable *interrupt = nullptr;
 
@@ -81,6 +82,8 @@ void host_note_status(bool lens_busy, guint32 fw_revision)
     status_wanted_at.store(NEVER, std::memory_order_relaxed);
     const std::int64_t now = now_us();
     const std::int64_t last = status_at.exchange(now, std::memory_order_relaxed);
+    if (const DriverHostObserver *observer = observed_by; observer != nullptr && last != NEVER)
+        observer->status(observer->data, now - last);
     // Either alone may be a bad link or a lens in trouble. Counted once the lens is ready: what is sent to the camera
     // block before may be lost.
     if (lens_busy && !lens_was_busy && now - last > REBOOT_PAUSE_US)
@@ -94,6 +97,34 @@ void host_note_status(bool lens_busy, guint32 fw_revision)
 void host_note_failed_send()
 {
     sends_failed.fetch_add(1, std::memory_order_relaxed);
+}
+
+bool host_is_observed()
+{
+    return observed_by.load(std::memory_order_relaxed) != nullptr;
+}
+
+void host_note_frame(DriverHostFrame outcome)
+{
+    if (const DriverHostObserver *observer = observed_by)
+        observer->frame(observer->data, outcome);
+}
+
+void host_note_retry()
+{
+    if (const DriverHostObserver *observer = observed_by)
+        observer->retry(observer->data);
+}
+
+void host_note_record(const char *name, std::int64_t since, bool taken)
+{
+    if (const DriverHostObserver *observer = observed_by)
+        observer->command(observer->data, name, now_us() - since, taken ? 1 : 0);
+}
+
+void host_set_observer(const DriverHostObserver *observer)
+{
+    observed_by = observer;
 }
 
 std::int64_t host_status_age_us()
@@ -242,6 +273,7 @@ void host_forget()
 {
     host_set_cancel(nullptr);
     host_set_interrupt(nullptr);
+    host_set_observer(nullptr);
     status_at = answer_wanted_at = status_wanted_at = NEVER;
     host_note_start();
     host_set_held_image(nullptr);

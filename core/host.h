@@ -2,6 +2,8 @@
 // host reaches this). Of the one camera of the process, as the status store is. Any thread.
 #pragma once
 
+#include "host/driver_host.h"
+
 #include <gio/gio.h>
 
 #include <cstdint>
@@ -16,6 +18,12 @@ void host_note_status_wanted();
 void host_note_status(bool lens_busy, guint32 fw_revision);
 // A command was not taken in any of its attempts.
 void host_note_failed_send();
+// For a host that observes: what became of a frame, of an attempt, of a record that was first tried to be sent at
+// `since` (microseconds of the clock). Nothing where none does.
+bool host_is_observed();
+void host_note_frame(DriverHostFrame outcome);
+void host_note_retry();
+void host_note_record(const char *name, std::int64_t since, bool taken);
 
 // The camera is being started: what follows is of this start. One of its steps has failed, with that message.
 void host_note_start();
@@ -57,6 +65,9 @@ unsigned host_statuses();
 // What the last status told; HOST_NO_REVISION while none has.
 inline constexpr guint32 HOST_NO_REVISION = 0xFFFFFFFF;
 guint32 host_fw_revision();
+
+// Not taken over.
+void host_set_observer(const DriverHostObserver *observer);
 
 // Both hold a reference of their own; null takes it away.
 void host_set_cancel(GCancellable *cancel);

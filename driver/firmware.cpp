@@ -61,6 +61,11 @@ void note_upgrade_end(PTZDriverCanon *self, guint32 version, bool back)
 
 } // namespace
 
+std::string ptz_driver_canon_firmware_file()
+{
+    return data_path("IMC.APP");
+}
+
 std::string ptz_driver_canon_firmware_text(guint32 revision)
 {
     return version_text(revision, HOST_NO_REVISION);
@@ -70,7 +75,7 @@ gboolean ptz_driver_canon_upgrade_firmware(PTZDriverCanon *self)
 {
     if (!self->firmware_do_upgrade || clock_cancelled())
         return TRUE;
-    const std::string file = data_path("IMC.APP");
+    const std::string file = ptz_driver_canon_firmware_file();
     const guint32 version = ptz_driver_canon_fw_file_version(file.c_str());
     if (version == static_cast<guint32>(self->fw_version) || !note_image(self, file.c_str(), version) ||
         version == NO_VERSION)

@@ -5,6 +5,9 @@
 
 #include <string>
 
+// The path of the file that holds the image.
+std::string ptz_driver_canon_firmware_file();
+
 // Brings the camera block to the version of the firmware file, if there is one and it is another. Whatever the transfer
 // reports, the block decides: FALSE when it does not come back from it. A host is told what becomes of the image, and
 // may hold it back.

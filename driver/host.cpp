@@ -18,6 +18,7 @@ enum PropertyId {
     PROP_TIME_SCALE = 1,
     PROP_CANCEL,
     PROP_INTERRUPT,
+    PROP_OBSERVER,
     PROP_STATUS_AGE,
     PROP_SILENCE,
     PROP_SENDS_FAILED,
@@ -27,6 +28,7 @@ enum PropertyId {
     PROP_UPGRADE,
     PROP_CONFIG,
     PROP_FIRMWARE,
+    PROP_IMAGE_FILE,
     PROP_REBOOTS,
     PROP_STATUSES,
     PROP_WAITS
@@ -81,6 +83,9 @@ void set_property(GObject *, guint id, const GValue *value, GParamSpec *)
     case PROP_INTERRUPT:
         host_set_interrupt(static_cast<GCancellable *>(g_value_get_object(value)));
         break;
+    case PROP_OBSERVER:
+        host_set_observer(static_cast<const DriverHostObserver *>(g_value_get_pointer(value)));
+        break;
     case PROP_HELD_IMAGE:
         host_set_held_image(g_value_get_string(value));
         break;
@@ -113,6 +118,9 @@ void get_property(GObject *, guint id, GValue *value, GParamSpec *)
         break;
     case PROP_FIRMWARE:
         g_value_set_string(value, ptz_driver_canon_firmware_text(host_fw_revision()).c_str());
+        break;
+    case PROP_IMAGE_FILE:
+        g_value_set_string(value, ptz_driver_canon_firmware_file().c_str());
         break;
     case PROP_REBOOTS:
         g_value_set_uint(value, host_reboots());
@@ -193,6 +201,8 @@ void ptz_driver_canon_install_host(GObjectClass *klass)
     install(klass, PROP_INTERRUPT,
             g_param_spec_object(DRIVER_HOST_INTERRUPT, "Interrupt", "Ends the reading from another service",
                                 G_TYPE_CANCELLABLE, SET));
+    install(klass, PROP_OBSERVER,
+            g_param_spec_pointer(DRIVER_HOST_OBSERVER, "Observer", "Hears of frames, commands and statuses", SET));
     install(klass, PROP_STATUS_AGE,
             g_param_spec_int64(DRIVER_HOST_STATUS_AGE, "Status age", "Microseconds since the last good status", -1,
                                G_MAXINT64, -1, GET));
@@ -219,6 +229,9 @@ void ptz_driver_canon_install_host(GObjectClass *klass)
     install(
         klass, PROP_FIRMWARE,
         g_param_spec_string(DRIVER_HOST_FIRMWARE, "Firmware", "The camera block's firmware version", "unknown", GET));
+    install(
+        klass, PROP_IMAGE_FILE,
+        g_param_spec_string(DRIVER_HOST_IMAGE_FILE, "Image file", "Where a start looks for a firmware image", "", GET));
     install(klass, PROP_REBOOTS,
             g_param_spec_uint(DRIVER_HOST_REBOOTS, "Reboots", "Starts of the camera block that the status has shown", 0,
                               G_MAXUINT, 0, GET));

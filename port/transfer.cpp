@@ -1,6 +1,7 @@
 #include "port/transfer.h"
 
 #include "core/guard.h"
+#include "core/host.h"
 #include "core/log.h"
 #include "port/request.h"
 #include "port/settings.h"
@@ -35,20 +36,24 @@ int check_frame(const PortFrame &frame, bool empty_allowed)
 {
     const PortFrameHeader header = ptz_port_canon_decode_header(frame, port_transfer_settings.big_endian);
     if (header.length == 0 && !empty_allowed) {
+        host_note_frame(DRIVER_HOST_FRAME_LENGTH);
         log_warning("Transports payload data size is invalid: %d(%04x)", 0, 0u);
         return -1;
     }
     const int size = header.length + PORT_FRAME_HEADER;
     if (size > ptz_port_canon_clocked_length(port_transfer_settings.burst_length)) {
+        host_note_frame(DRIVER_HOST_FRAME_LENGTH);
         log_warning("Transports data size is invalid: %d(%04x)", size, static_cast<unsigned>(size));
         return -1;
     }
     const std::uint16_t calculated = ptz_port_canon_checksum(frame.payload(), header.length);
     if (calculated != header.checksum) {
+        host_note_frame(DRIVER_HOST_FRAME_CHECKSUM);
         log_warning("Checksum does not match, received checksum: %04x calculated checksum: %04x", header.checksum,
                     calculated);
         return -1;
     }
+    host_note_frame(DRIVER_HOST_FRAME_GOOD);
     return header.length;
 }
 
@@ -62,8 +67,9 @@ bool port_is_open(const PTZPortCanon *self)
 
 int transfer_of_port(PTZPortCanon *self, PortFrame &received, const PortFrame &sent)
 {
-    // What a burst leaves untouched must not be read as an answer.
-    std::memset(received.bytes, 0, sizeof received.bytes);
+    // What a burst leaves untouched must not be read as an answer; what it does not reach is not read at all.
+    const int reached = std::max(ptz_port_canon_clocked_length(port_transfer_settings.burst_length), 0);
+    std::memset(received.bytes, 0, static_cast<std::size_t>(reached));
     return ptz_port_canon_transfer(self->parent_instance.fd, received, sent, self->request,
                                    port_transfer_settings.burst_length, port_transfer_settings.trigger_mode);
 }
@@ -99,10 +105,10 @@ int ptz_port_canon_read_frame(PTZPortCanon *self, void *destination, int capacit
     GUARD(destination != nullptr || capacity <= 0, -1);
     if (!port_is_open(self))
         return -1;
-    PortFrame sent;
+    static constexpr PortFrame EMPTY{};
     PortFrame received;
-    std::memset(sent.bytes, 0, sizeof sent.bytes);
-    if (transfer_of_port(self, received, sent) < 0) {
+    if (transfer_of_port(self, received, EMPTY) < 0) {
+        host_note_frame(DRIVER_HOST_FRAME_FAILED);
         log_error("Failed to communicate, could not read data");
         return -1;
     }
@@ -126,6 +132,7 @@ int ptz_port_canon_write_frame(PTZPortCanon *self, const void *source, int lengt
     PortFrame received;
     ptz_port_canon_encode_frame(sent, source, count);
     if (transfer_of_port(self, received, sent) < 0) {
+        host_note_frame(DRIVER_HOST_FRAME_FAILED);
         log_error("Failed to communicate, could not write data");
         return -1;
     }

@@ -26,7 +26,7 @@ CommandResult clear(const Call &call)
 {
     const std::string_view what = call.words.size() == 1 ? "all" : call.words[1];
     if (call.words.size() > 2 || (what != "all" && what != "faults" && what != "status" && what != "offences"))
-        return usage("clear [faults|status|offences]");
+        return usage(kClearForm);
     if (what == "all" || what == "faults") {
         call.target.faults.clear();
         call.target.camera.faults_cleared(call.now);
@@ -42,7 +42,7 @@ CommandResult seed(const Call &call)
 {
     const auto value = call.words.size() == 2 ? to_integer<std::uint64_t>(call.words[1]) : std::nullopt;
     if (!value)
-        return usage("seed NUMBER");
+        return usage(kSeedForm);
     call.target.faults.seed(*value);
     return ok("done");
 }
@@ -68,10 +68,7 @@ CommandResult run_command(std::string_view line, const CommandTarget &target, st
 
 std::string command_help()
 {
-    return set_help() +
-           "  seed NUMBER\n"
-           "  clear [faults|status|offences]\n" +
-           fault_help();
+    return set_help() + "  " + kSeedForm + "\n  " + kClearForm + "\n" + fault_help();
 }
 
 bool parse_duration(std::string_view text, std::int64_t &us)

@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace sim {
 
@@ -32,6 +33,17 @@ CommandResult run_command(std::string_view line, const CommandTarget &target, st
 
 // What the language knows, for --help.
 std::string command_help();
+
+// Every form of a command: "set pan VALUE", "fault silence DURATION|WHEN", "clear [faults|status|offences]". Capitals
+// stand for what is filled in, WHEN for once, COUNT, forever, for DURATION or 1/N; what is in brackets may be left out.
+std::vector<std::string> command_forms();
+// The words that may stand at the end of a command that begins so.
+std::vector<std::string> next_words(const std::vector<std::string> &before);
+// The faults, a line each: what it takes and what it does.
+struct FaultText {
+    std::string form, text;
+};
+std::vector<FaultText> fault_texts();
 
 // "5s", "200ms", "300us", or a plain number of seconds: microseconds. False when it is none of these, or negative.
 bool parse_duration(std::string_view text, std::int64_t &us);

@@ -188,4 +188,12 @@ std::string fault_help()
                              kWidth - 1);
 }
 
+std::vector<FaultText> fault_texts()
+{
+    std::vector<FaultText> texts;
+    for (std::size_t i = 0; i < kFaultCount; ++i)
+        texts.push_back({fault_form(static_cast<Fault>(i)), row(static_cast<Fault>(i)).help});
+    return texts;
+}
+
 } // namespace sim

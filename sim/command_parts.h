@@ -57,5 +57,10 @@ CommandResult run_set(const Call &call);
 CommandResult run_fault(const Call &call);
 std::string set_help();
 std::string fault_help();
+// The forms of "set ...".
+std::vector<std::string> set_forms();
+
+inline constexpr char kClearForm[] = "clear [faults|status|offences]";
+inline constexpr char kSeedForm[] = "seed NUMBER";
 
 } // namespace sim

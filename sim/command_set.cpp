@@ -77,16 +77,20 @@ void force(Camera &camera, const ForcedBits &bits, bool release)
         camera.forced.push_back(bits);
 }
 
+constexpr char kStatusBitForm[] = "set status-bit lens|pan-tilt 0|1|2|3|4|5|6|7 on|off|auto";
+constexpr char kByteForm[] = "set byte f8|e0|60|40 OFFSET HEX-VALUE|auto";
+constexpr char kFirmwareForm[] = "set firmware HEX-VERSION";
+constexpr char kCaptureForm[] = "set video-capture-mode TEXT";
+
 CommandResult set_status_bit(const Call &call)
 {
     const Words &words = call.words;
-    constexpr const char *kUsage = "set status-bit lens|pan-tilt 0..7 on|off|auto";
     if (words.size() != 5 || (words[2] != "lens" && words[2] != "pan-tilt") ||
         (words[4] != "on" && words[4] != "off" && words[4] != "auto"))
-        return usage(kUsage);
+        return usage(kStatusBitForm);
     const auto bit = to_integer<unsigned>(words[3]);
     if (!bit || *bit > 7)
-        return usage(kUsage);
+        return usage(kStatusBitForm);
     const auto mask = static_cast<std::uint8_t>(1u << *bit);
     const bool lens = words[2] == "lens";
     const ForcedBits bits{static_cast<std::uint8_t>(lens ? 0xF8 : 0xE0), static_cast<std::uint16_t>(lens ? 29 : 4),
@@ -98,14 +102,13 @@ CommandResult set_status_bit(const Call &call)
 CommandResult set_byte(const Call &call)
 {
     const Words &words = call.words;
-    constexpr const char *kUsage = "set byte f8|e0|60|40 OFFSET HEX-VALUE|auto, the offset above 3 and in the block";
     if (words.size() != 5)
-        return usage(kUsage);
+        return usage(std::string(kByteForm) + ", the offset above 3 and in the block");
     const auto tag = to_integer<std::uint8_t>(words[2], 16);
     const auto offset = to_integer<std::uint16_t>(words[3]);
     const auto value = to_integer<std::uint8_t>(words[4], 16);
     if (!tag || !offset || *offset < 4 || *offset > 527 || (!value && words[4] != "auto"))
-        return usage(kUsage);
+        return usage(std::string(kByteForm) + ", the offset above 3 and in the block");
     force(call.target.camera, {*tag, *offset, 0xFF, value.value_or(0)}, !value);
     return ok("done");
 }
@@ -117,7 +120,7 @@ CommandResult set_firmware(const Call &call)
         digits.remove_prefix(2);
     const auto value = to_integer<std::uint32_t>(digits, 16);
     if (!value)
-        return usage("set firmware HEX-VERSION");
+        return usage(kFirmwareForm);
     call.target.camera.set_kept({*value, call.target.camera.kept().sensor_frequency});
     return ok("done");
 }
@@ -125,7 +128,7 @@ CommandResult set_firmware(const Call &call)
 CommandResult set_video_capture_mode(const Call &call)
 {
     if (call.words.size() != 3)
-        return usage("set video-capture-mode TEXT, such as 1080p50");
+        return usage(std::string(kCaptureForm) + ", such as 1080p50");
     call.target.services.video_capture_mode = call.words[2];
     call.target.services.tell(ServiceChange::video_capture_mode);
     return ok("done");
@@ -181,11 +184,18 @@ std::string set_help()
     std::string delays;
     for (const Delay &delay : kDelays)
         delays += std::string(delay.name) + " ";
-    return in_columns({{"  set NAME VALUE", quantities}, {"  set NAME DURATION", delays}}, 80) +
-           "  set firmware HEX-VERSION\n"
-           "  set video-capture-mode TEXT\n"
-           "  set status-bit lens|pan-tilt BIT on|off|auto\n"
-           "  set byte f8|e0|60|40 OFFSET HEX-VALUE|auto\n";
+    return in_columns({{"  set NAME VALUE", quantities}, {"  set NAME DURATION", delays}}, 80) + "  " + kFirmwareForm +
+           "\n  " + kCaptureForm + "\n  " + kStatusBitForm + "\n  " + kByteForm + "\n";
+}
+
+std::vector<std::string> set_forms()
+{
+    std::vector<std::string> forms{kFirmwareForm, kCaptureForm, kStatusBitForm, kByteForm};
+    for (const Quantity &quantity : kQuantities)
+        forms.push_back("set " + std::string(quantity.name) + " VALUE");
+    for (const Delay &delay : kDelays)
+        forms.push_back("set " + std::string(delay.name) + " DURATION");
+    return forms;
 }
 
 } // namespace sim

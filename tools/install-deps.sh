@@ -5,15 +5,17 @@ set -euo pipefail
 
 declare -A groups=(
     [install]="make meson ninja-build g++ pkg-config libglib2.0-dev libasound2-dev libsystemd-dev
-             libjson-glib-dev"
-    [build]="make meson ninja-build g++ pkg-config libglib2.0-dev libasound2-dev libsystemd-dev libjson-glib-dev dbus dbus-daemon
-             python3-gi libgtest-dev libgmock-dev libbenchmark-dev mandoc"
+             libjson-glib-dev libncurses-dev libevdev-dev"
+    [build]="make meson ninja-build g++ pkg-config libglib2.0-dev libasound2-dev libsystemd-dev libjson-glib-dev libncurses-dev
+             libevdev-dev dbus dbus-daemon python3-gi libgtest-dev libgmock-dev libbenchmark-dev mandoc"
     [deb]="make build-essential debhelper dh-sequence-installsysusers lintian meson pkg-config libglib2.0-dev
-           libasound2-dev libsystemd-dev libjson-glib-dev"
+           libasound2-dev libsystemd-dev libjson-glib-dev libncurses-dev libevdev-dev"
     [deb-test]="mmdebstrap binutils"
     [fuzz]="clang libclang-rt-14-dev"
     [lint]="clang clang-format clang-tidy clang-tools shellcheck"
     [coverage]="gcovr"
+    [bench]="valgrind"
+    [bench-peers]="nanopb libnanopb-dev protobuf-compiler libmsgpack-dev libcbor-dev libmodbus-dev libsystemd-dev"
 )
 
 wanted=()

@@ -1,5 +1,6 @@
 #include "vcc/rows.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -15,6 +16,17 @@ constexpr VccRowInfo ALL_ROWS[] = {
 std::span<const VccRowInfo> vcc_rows()
 {
     return ALL_ROWS;
+}
+
+const VccRowInfo *vcc_row_of(std::span<const guint8> record)
+{
+    const VccRowInfo *found = nullptr;
+    // Where the parameter of one row is a fixed byte of another, the other says more.
+    for (const VccRowInfo &row : ALL_ROWS)
+        if (row.size() == record.size() && std::equal(row.fixed.begin(), row.fixed.end(), record.begin() + 1) &&
+            (found == nullptr || row.fixed.size() > found->fixed.size()))
+            found = &row;
+    return found;
 }
 
 std::string vcc_row_pattern(const VccRowInfo &row)

@@ -5,6 +5,7 @@
 // its place until a newer one of its tag arrives or the store is cleared; a shorter one leaves zeroes behind its end.
 #pragma once
 
+#include <cstring>
 #include <glib.h>
 
 inline constexpr guint8 STATUS_TAG_CAMERA = 0xF8;   // lens, exposure, image
@@ -20,7 +21,48 @@ struct StatusEntry {
     guint8 *buffer;    // the latest block, header included; all zero when there is none
     unsigned capacity; // bytes of `buffer`
     unsigned max_length;
+
+    bool is_available() const { return buffer[0] == tag; }
 };
+
+// The store itself, here so that a field whose place is known when the code is compiled is found then.
+namespace status_store {
+
+inline constexpr unsigned CAMERA_SIZE = 528, PAN_TILT_SIZE = 128, SYSTEM_SIZE = 64, REVISION_SIZE = 32;
+// Behind the end, so that four bytes can be read from the place of the last one on; always zero.
+inline constexpr unsigned SLACK = 3;
+
+inline guint8 camera[CAMERA_SIZE + SLACK];
+inline guint8 pan_tilt[PAN_TILT_SIZE + SLACK];
+inline guint8 system_video[SYSTEM_SIZE + SLACK];
+inline guint8 revision[REVISION_SIZE + SLACK];
+
+} // namespace status_store
+
+// By check index.
+inline constexpr StatusEntry STATUS_ENTRIES[STATUS_CHECK_MAX] = {
+    {STATUS_TAG_CAMERA, status_store::camera, status_store::CAMERA_SIZE, status_store::CAMERA_SIZE},
+    {STATUS_TAG_PAN_TILT, status_store::pan_tilt, status_store::PAN_TILT_SIZE, status_store::PAN_TILT_SIZE},
+    {STATUS_TAG_SYSTEM, status_store::system_video, status_store::SYSTEM_SIZE, status_store::SYSTEM_SIZE},
+    {STATUS_TAG_REVISION, status_store::revision, status_store::REVISION_SIZE, status_store::REVISION_SIZE},
+};
+
+// The store's entry of a tag, null for an unknown one. Constant for the life of the process.
+constexpr const StatusEntry *vccif_get_status_entry(guint8 tag)
+{
+    switch (tag) {
+    case STATUS_TAG_CAMERA:
+        return &STATUS_ENTRIES[0];
+    case STATUS_TAG_PAN_TILT:
+        return &STATUS_ENTRIES[1];
+    case STATUS_TAG_SYSTEM:
+        return &STATUS_ENTRIES[2];
+    case STATUS_TAG_REVISION:
+        return &STATUS_ENTRIES[3];
+    default:
+        return nullptr;
+    }
+}
 
 // Takes a run of `len` bytes of status blocks into the store. Blocks with unknown tags are skipped with a warning.
 // False for an empty or missing run (guards) and, with the error "Invalid status length", at a block whose length is 0
@@ -38,12 +80,21 @@ bool vccif_is_all_status_available();
 
 // The unsigned number of `size` bytes (1 to 4; 0 gives 0), most significant first, at `offset` of the tag's block,
 // counted from its tag byte. What lies outside the buffer, or belongs to an unknown tag, reads as 0.
-unsigned vccif_read_status_value(guint8 tag, unsigned offset, unsigned size);
+inline unsigned vccif_read_status_value(guint8 tag, unsigned offset, unsigned size)
+{
+    const StatusEntry *entry = vccif_get_status_entry(tag);
+    if (entry == nullptr || size == 0 || size > 4 || offset > entry->capacity || size > entry->capacity - offset)
+        return 0;
+    guint32 four = 0;
+    std::memcpy(&four, entry->buffer + offset, sizeof four);
+    return GUINT32_FROM_BE(four) >> 8 * (4 - size);
+}
 // The same, 0 while no block of this tag is there.
-unsigned vccif_get_status_value(guint8 tag, unsigned offset, unsigned size);
-
-// The store's entry of a tag, null for an unknown one. Constant for the life of the process.
-const StatusEntry *vccif_get_status_entry(guint8 tag);
+inline unsigned vccif_get_status_value(guint8 tag, unsigned offset, unsigned size)
+{
+    const StatusEntry *entry = vccif_get_status_entry(tag);
+    return entry != nullptr && entry->is_available() ? vccif_read_status_value(tag, offset, size) : 0;
+}
 
 // The payload length that the header of `block` (at least 4 bytes) states.
 unsigned vccif_get_status_length(const guint8 *block);

@@ -22,6 +22,29 @@
  * a capture-mode refresh that was cut short waits for its turn again. From any thread; the host resets it. */
 #define DRIVER_HOST_INTERRUPT "host-interrupt"
 
+/* What becomes of single frames, commands and statuses. Called on the command thread; must be quick. */
+typedef enum {
+    DRIVER_HOST_FRAME_GOOD,
+    DRIVER_HOST_FRAME_FAILED, /* the burst was not carried out */
+    DRIVER_HOST_FRAME_LENGTH, /* what came back has an impossible length */
+    DRIVER_HOST_FRAME_CHECKSUM,
+    DRIVER_HOST_FRAME_OUTCOMES
+} DriverHostFrame;
+typedef struct {
+    void *data;
+    void (*frame)(void *data, DriverHostFrame outcome);
+    /* A record that was sent, by its name, which lives as long as the driver's code: microseconds of the driver's time
+     * from the first attempt until the block has taken it, or until it was given up. */
+    void (*command)(void *data, const char *record, long long us, int taken);
+    /* An attempt to send records has failed, and there is another one. */
+    void (*retry)(void *data);
+    /* A good status has come, that many microseconds of the driver's time after the one before. */
+    void (*status)(void *data, long long us);
+} DriverHostObserver;
+
+/* Pointer to a DriverHostObserver, at first NULL; it lives until it is taken away with NULL. */
+#define DRIVER_HOST_OBSERVER "host-observer"
+
 /* Set at any time between two starts of the camera. */
 
 /* Text, at first NULL: the id of a firmware image (see below) that is not to be transferred, because it has failed
@@ -69,6 +92,9 @@
 
 /* Text: the firmware version that the camera block's status told last, 8 hexadecimal digits, or "unknown". */
 #define DRIVER_HOST_FIRMWARE "host-firmware"
+
+/* Text: the file in which a start of the camera looks for a firmware image. */
+#define DRIVER_HOST_IMAGE_FILE "host-image-file"
 
 /* guint: how often the status has shown that the camera block has started, whoever started it, since the process began:
  * no status for a fifth of a second, then one with a busy lens. Counted when the lens is ready. */

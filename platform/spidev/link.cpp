@@ -29,10 +29,17 @@ constexpr std::int64_t kPeerTimeoutNs = 10'000'000'000;
 // So many answers to earlier requests may come ahead of one; more are no answers.
 constexpr int kMostLate = 64;
 constexpr std::int32_t kLastErrno = 4095; // as the kernel has it
-// A board answers within some 20 us: asking again and again is far quicker then than being woken up.
-constexpr std::int64_t kSpinNs = 60'000;
-// Waking up takes up to this long.
-constexpr std::int64_t kAwakeNs = 500'000;
+// A board that is awake answers within some 20 us: asking again and again is far quicker then than being woken up, but
+// not for long, as it may be waiting for this very processor. One that was not asked for longer than kAwakeNs is
+// asleep, and its answer is slept for, too.
+constexpr std::int64_t kSpinNs = 30'000;
+constexpr std::int64_t kAwakeNs = 1'000'000;
+// Waking up takes this long at least and at most.
+constexpr std::int64_t kShortestWakeNs = 20'000, kLongestWakeNs = 500'000;
+
+// When a board has answered last, and how long waking up takes at present.
+std::atomic<std::int64_t> answered_ns{0};
+std::atomic<std::int64_t> wake_ns{kLongestWakeNs};
 
 int fail(int error)
 {
@@ -98,16 +105,26 @@ int wait_ready(int fd, short events, std::int64_t timeout_ns)
 // Lets time pass until the answer may be there: 0, or -1 with errno when it will not come any more.
 int await_answer(int fd, const Request &request)
 {
-    return monotonic_ns() < request.sent_ns + kSpinNs ? 0 : wait_ready(fd, POLLIN, kPeerTimeoutNs);
+    const bool awake = request.sent_ns < answered_ns.load(std::memory_order_relaxed) + kAwakeNs;
+    return awake && monotonic_ns() < request.sent_ns + kSpinNs ? 0 : wait_ready(fd, POLLIN, kPeerTimeoutNs);
 }
 
-// Returns at `end`, on CLOCK_MONOTONIC.
+// Returns at `end`, on CLOCK_MONOTONIC: asleep until so long before it as waking up takes. What that is follows the
+// machine, up at once and down slowly.
 void wait_until(std::int64_t end)
 {
-    const std::int64_t wake = end - kAwakeNs;
+    const std::int64_t expected = wake_ns.load(std::memory_order_relaxed);
+    const std::int64_t wake = end - expected;
     const timespec until = timespec_of(wake);
-    while (monotonic_ns() < wake)
+    std::int64_t now = monotonic_ns();
+    const bool sleeps = now < wake;
+    while (now < wake) {
         clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
+        now = monotonic_ns();
+    }
+    if (sleeps)
+        wake_ns.store(std::clamp(std::max(now - wake, expected - expected / 16), kShortestWakeNs, kLongestWakeNs),
+                      std::memory_order_relaxed);
     while (monotonic_ns() < end) {
     }
 }
@@ -172,6 +189,7 @@ int exchange(int fd, Request request, const void *tx, void *rx, std::uint32_t *v
         return -1;
     if (receive_reply(fd, request, reply, rx) != 0)
         return -1;
+    answered_ns.store(monotonic_ns(), std::memory_order_relaxed);
     if (reply.busy_ns > 0)
         wait_until(request.sent_ns + reply.busy_ns); // a board whose wire takes its time
     if (reply.status < 0)

@@ -2,21 +2,21 @@
 #include "status_cache/status_cache_read.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <limits>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <variant>
 #include <vector>
 
 namespace {
 
-using Value = std::variant<gint32, float>;
-
 struct Entry {
     std::string key;
-    Value value;
+    const char *known_as; // the text that it was last set by, which is constant
+    gint32 type;          // SC_TYPE_INTEGER or SC_TYPE_REAL
+    guint32 value;        // as it lies in memory
 };
 
 struct Group {
@@ -27,48 +27,24 @@ struct Group {
 std::mutex cache_mutex;
 std::vector<Group> cache; // few groups of few keys: a list searched in order, updated in place
 
-// The element with that name, made when missing. `Name` is the member that holds the name.
+// The element with that name, made when missing. `Name` is the member that holds the name. Seldom called, and kept out
+// of the registers of who does.
 template <typename Element, typename Name>
-Element &find_or_add(std::vector<Element> &list, Name name, const char *text)
+[[gnu::noinline]] auto find_or_add(std::vector<Element> &list, Name name, const char *text)
 {
     const std::string_view wanted = text;
     const auto found = std::find_if(list.begin(), list.end(), [&](const Element &e) { return e.*name == wanted; });
     if (found != list.end())
-        return *found;
+        return found;
     Element element{};
     element.*name = text;
-    return list.emplace_back(std::move(element));
+    return list.insert(list.end(), std::move(element));
 }
 
-template <typename Number>
-Number read_number(const void *address)
+bool is_sound(const ScParam &param)
 {
-    Number number;
-    std::memcpy(&number, address, sizeof number);
-    return number;
-}
-
-// `place`: where it is when all come in the order of the last time, as they do.
-Entry &entry_of(Group &group, std::size_t place, const char *key)
-{
-    if (place < group.entries.size() && group.entries[place].key == key)
-        return group.entries[place];
-    return find_or_add(group.entries, &Entry::key, key);
-}
-
-// `changed` becomes true when it has another value now.
-bool set_param(Group &group, std::size_t place, const ScParam &param, bool &changed)
-{
-    if (param.key == nullptr || param.value == nullptr || param.size != 4)
-        return false;
-    if (param.type != SC_TYPE_INTEGER && param.type != SC_TYPE_REAL)
-        return false;
-    const Value value = param.type == SC_TYPE_INTEGER ? Value(read_number<gint32>(param.value))
-                                                      : Value(read_number<float>(param.value));
-    Value &kept = entry_of(group, place, param.key).value;
-    changed = changed || kept != value;
-    kept = value;
-    return true;
+    return param.key != nullptr && param.value != nullptr && param.size == sizeof(Entry::value) &&
+           (param.type == SC_TYPE_INTEGER || param.type == SC_TYPE_REAL);
 }
 
 std::mutex listener_mutex; // held while the listener runs
@@ -85,9 +61,24 @@ int sc_set_group(const char *group, const ScParam *const *params, int)
     bool changed = false;
     {
         const std::lock_guard lock(cache_mutex);
-        Group &target = find_or_add(cache, &Group::name, group);
-        for (std::size_t place = 0; params[place] != nullptr; place++)
-            count += set_param(target, place, *params[place], changed) ? 1 : 0;
+        std::vector<Entry> &entries = find_or_add(cache, &Group::name, group)->entries;
+        auto place = entries.begin();
+        for (; *params != nullptr; params++) {
+            const ScParam &param = **params;
+            if (!is_sound(param))
+                continue;
+            // All come in the order of the last time, as a rule.
+            if (place == entries.end() || place->known_as != param.key)
+                place = find_or_add(entries, &Entry::key, param.key);
+            guint32 value = 0;
+            std::memcpy(&value, param.value, sizeof value);
+            changed = changed || place->value != value || place->type != param.type;
+            place->known_as = param.key;
+            place->type = param.type;
+            place->value = value;
+            ++place;
+            ++count;
+        }
     }
     if (!changed)
         return count;
@@ -107,7 +98,8 @@ void status_cache_numbers(const char *group, const char *const *keys, gsize coun
         for (const Entry &entry : found.entries)
             for (gsize i = 0; i < count; i++)
                 if (entry.key == keys[i])
-                    numbers[i] = std::visit([](auto value) { return static_cast<double>(value); }, entry.value);
+                    numbers[i] = entry.type == SC_TYPE_INTEGER ? static_cast<double>(std::bit_cast<gint32>(entry.value))
+                                                               : static_cast<double>(std::bit_cast<float>(entry.value));
     }
 }
 
@@ -128,9 +120,9 @@ GVariant *status_cache_snapshot(void)
         g_variant_builder_add(&groups, "s", group.name.c_str());
         g_variant_builder_open(&groups, G_VARIANT_TYPE("a{sv}"));
         for (const Entry &entry : group.entries) {
-            const auto *integer = std::get_if<gint32>(&entry.value);
-            GVariant *value = integer != nullptr ? g_variant_new_int32(*integer)
-                                                 : g_variant_new_double(double{std::get<float>(entry.value)});
+            GVariant *value = entry.type == SC_TYPE_INTEGER
+                                  ? g_variant_new_int32(std::bit_cast<gint32>(entry.value))
+                                  : g_variant_new_double(double{std::bit_cast<float>(entry.value)});
             g_variant_builder_add(&groups, "{sv}", entry.key.c_str(), value);
         }
         g_variant_builder_close(&groups);

@@ -14,7 +14,7 @@ enum
 
 typedef struct
 {
-  const char *key;
+  const char *key;   /* constant text: known by its address the next time */
   guint32 size;      /* bytes, 4 */
   const void *value; /* read during the call, never kept */
   gint32 type;       /* SC_TYPE_* */

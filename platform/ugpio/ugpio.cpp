@@ -22,7 +22,7 @@ std::array<Slot, 8> pool;
 
 ugpio *new_handle(const Backend &backend, int line)
 {
-    const ugpio fresh{&backend, line, -1, false, UGPIO_EDGE_NONE, true};
+    const ugpio fresh{&backend, line, -1, false, UGPIO_EDGE_NONE, true, true};
     for (Slot &slot : pool) {
         if (!slot.used.exchange(true, std::memory_order_acquire)) {
             slot.handle = fresh;
@@ -49,10 +49,16 @@ void release_handle(ugpio *handle)
     }
 }
 
-const Backend &backend()
+// The folder of the simulated board whose lines are meant, null for the kernel's.
+const char *board_folder()
 {
     const char *board = std::getenv("PTZ_BOARD");
-    return board && *board ? kBoardBackend : kKernelBackend;
+    return board && *board ? board : nullptr;
+}
+
+const Backend &backend(const char *board)
+{
+    return board ? kBoardBackend : kKernelBackend;
 }
 
 // A line found and, when flags are given, put into that direction.
@@ -74,8 +80,9 @@ ugpio *request_number(int number, const unsigned *flags)
         errno = EINVAL;
         return nullptr;
     }
-    const Backend &where = backend();
-    return request(where, where.find_number(number), flags);
+    const char *board = board_folder();
+    const Backend &where = backend(board);
+    return request(where, where.find_number(board, number), flags);
 }
 
 ugpio *request_name(const char *name, const unsigned *flags)
@@ -84,8 +91,9 @@ ugpio *request_name(const char *name, const unsigned *flags)
         errno = EINVAL;
         return nullptr;
     }
-    const Backend &where = backend();
-    return request(where, where.find_name(name), flags);
+    const char *board = board_folder();
+    const Backend &where = backend(board);
+    return request(where, where.find_name(board, name), flags);
 }
 
 } // namespace
@@ -102,7 +110,8 @@ ugpio *ugpio_request_named(const char *name)
 
 int ugpio_is_named(const char *name)
 {
-    return name && *name ? backend().knows_name(name) : 0;
+    const char *board = board_folder();
+    return name && *name ? backend(board).knows_name(board, name) : 0;
 }
 
 ugpio *ugpio_request_one(int number, unsigned flags, const char *)

@@ -15,6 +15,7 @@ struct ugpio {
     bool open;     // between ugpio_full_open and ugpio_close
     unsigned edge; // as given to ugpio_set_edge
     bool pooled;
+    bool found_now; // by the backend, and nothing was read yet: what it is on need not be looked at again
 };
 
 namespace ugpio_internal {
@@ -27,9 +28,10 @@ inline int fail(int error)
 
 // Every function returns 0 or more, or -1 with errno; none lets an exception out into the C caller.
 struct Backend {
-    int (*find_number)(int number) noexcept; // gives the `line` of a handle
-    int (*find_name)(const char *name) noexcept;
-    int (*knows_name)(const char *name) noexcept; // 1 or 0
+    // `board`: the folder of a simulated board. Gives the `line` of a handle.
+    int (*find_number)(const char *board, int number) noexcept;
+    int (*find_name)(const char *board, const char *name) noexcept;
+    int (*knows_name)(const char *board, const char *name) noexcept; // 1 or 0
     int (*set_direction)(int line, unsigned flags) noexcept;
     int (*open)(ugpio &handle) noexcept;
     int (*read)(ugpio &handle) noexcept;

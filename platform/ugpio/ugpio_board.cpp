@@ -13,6 +13,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <utility>
 
 namespace ugpio_internal {
 namespace {
@@ -66,17 +67,17 @@ class Connection {
     // The connection's lock is held by the caller of every member.
     std::mutex mutex;
 
-    int ensure()
+    // To the board of that folder: 0, or -1 with errno. Without a folder: to the one that the lines in use are of.
+    int ensure(const char *board = nullptr)
     {
-        const char *board = std::getenv("PTZ_BOARD");
-        if (!board || !*board)
-            return fail(ENODEV);
-        if (fd_ >= 0 && std::strcmp(board_, board) == 0 && alive())
+        if (fd_ >= 0 && (!board || std::strcmp(board_, board) == 0) && alive())
             return 0;
         drop();
-        return connect_to(board);
+        return connect_to(board ? board : board_);
     }
 
+    // Whether it is made; it may have broken since ensure().
+    bool connected() const { return fd_ >= 0; }
     const Hello &hello() const { return hello_; }
     int level(unsigned line) const { return page_->level[line].load(std::memory_order_acquire) ? 1 : 0; }
     bool asked(unsigned line) const { return page_->asked[line].load(std::memory_order_acquire) != 0; }
@@ -136,7 +137,7 @@ class Connection {
         const std::size_t length = std::strlen(board);
         if (length + sizeof kSocket > sizeof address.sun_path)
             return fail(ENAMETOOLONG);
-        std::memcpy(board_, board, length + 1);
+        std::memmove(board_, board, length + 1); // it may be this text itself
         std::memcpy(address.sun_path, board, length);
         std::memcpy(address.sun_path + length, kSocket, sizeof kSocket);
         fd_ = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
@@ -174,36 +175,40 @@ Connection &connection()
 }
 
 template <typename Match>
-int find_line(Match match)
+int find_line(const char *folder, Match match)
 {
     Connection &board = connection();
     const std::lock_guard lock(board.mutex);
-    if (board.ensure() != 0)
+    if (board.ensure(folder) != 0)
         return -1;
-    for (unsigned i = 0; i < board.hello().count; ++i) {
-        if (!match(board.hello().lines[i]))
-            continue;
-        const bool refused = board.asked(i) && board.call(Op::claim, i, 0, nullptr) < 0;
-        return refused ? -1 : static_cast<int>(i);
-    }
-    return fail(ENOENT);
+    static unsigned last = 0; // most are asked for again and again
+    const unsigned count = board.hello().count;
+    unsigned i = last < count && match(board.hello().lines[last]) ? last : 0;
+    while (i < count && !match(board.hello().lines[i]))
+        ++i;
+    if (i == count)
+        return fail(ENOENT);
+    last = i;
+    const bool refused = board.asked(i) && board.call(Op::claim, i, 0, nullptr) < 0;
+    return refused ? -1 : static_cast<int>(i);
 }
 
-int find_number(int number) noexcept
+int find_number(const char *folder, int number) noexcept
 {
-    return find_line([number](const LineInfo &line) { return line.number == number; });
+    return find_line(folder, [number](const LineInfo &line) { return line.number == number; });
 }
 
-int find_name(const char *name) noexcept
+int find_name(const char *folder, const char *name) noexcept
 {
-    return find_line([name](const LineInfo &line) { return std::strncmp(line.name.data(), name, kNameSize) == 0; });
+    return find_line(folder,
+                     [name](const LineInfo &line) { return std::strncmp(line.name.data(), name, kNameSize) == 0; });
 }
 
-int knows_name(const char *name) noexcept
+int knows_name(const char *folder, const char *name) noexcept
 {
     Connection &board = connection();
     const std::lock_guard lock(board.mutex);
-    if (board.ensure() != 0)
+    if (board.ensure(folder) != 0)
         return -1;
     for (unsigned i = 0; i < board.hello().count; ++i) {
         if (std::strncmp(board.hello().lines[i].name.data(), name, kNameSize) == 0)
@@ -237,7 +242,8 @@ int read_level(ugpio &handle) noexcept
         }
     Connection &board = connection();
     const std::lock_guard lock(board.mutex);
-    if (board.ensure() != 0)
+    const bool is_there = std::exchange(handle.found_now, false) && board.connected();
+    if (!is_there && board.ensure() != 0)
         return -1;
     const auto line = static_cast<unsigned>(handle.line);
     if (line >= board.hello().count)

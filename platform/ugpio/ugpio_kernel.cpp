@@ -68,17 +68,17 @@ int find_line(int number, const char *name)
     return find(all[i]) < 0 ? -1 : static_cast<int>(i);
 }
 
-int find_number(int number) noexcept
+int find_number(const char *, int number) noexcept
 {
     return find_line(number, "");
 }
 
-int find_name(const char *name) noexcept
+int find_name(const char *, const char *name) noexcept
 {
     return find_line(-1, name);
 }
 
-int knows_name(const char *name) noexcept
+int knows_name(const char *, const char *name) noexcept
 {
     ChipLine found;
     if (find_named_line(name, found) == 0)

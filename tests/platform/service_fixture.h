@@ -42,7 +42,7 @@ class ServiceTest : public BusTest {
     DriverScript script;
     Client owner{address()};
     Client client{address()};
-    PtzService::Options options{recording_driver_new, 2, 7, ""};
+    PtzService::Options options{.driver_new = recording_driver_new, .video_channel = 2, .id = 7};
     std::string problem;
     std::unique_ptr<PtzService> service;
     std::unique_lock<std::mutex> gate{script.gate, std::defer_lock}; // open before the service is closed

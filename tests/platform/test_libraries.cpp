@@ -37,6 +37,12 @@ TEST(StatusReport, FillsTheRecordsThatThereAreAndTheCacheCopiesThemByTheirTypes)
     pan = 0.0f;
     EXPECT_EQ(print(status_cache_snapshot()), "{'G': {'PTZ_STATE': <0>, 'PTZ_MOVING': <1>, 'TILT_MOVING': <1>, "
                                               "'ZOOM_MOVING': <-1>, 'MOVE_COUNT': <1>, 'PAN': <-12.5>}}");
+    const char moved[] = "TILT_MOVING"; // the same key, written elsewhere
+    const ScParam tilt{moved, 4, &pan, SC_TYPE_REAL};
+    const ScParam *turned[] = {&real, &tilt, &spare[1], nullptr};
+    EXPECT_EQ(sc_set_group("G", turned, 0), 3);
+    EXPECT_EQ(print(status_cache_snapshot()), "{'G': {'PTZ_STATE': <0>, 'PTZ_MOVING': <1>, 'TILT_MOVING': <0.0>, "
+                                              "'ZOOM_MOVING': <-1>, 'MOVE_COUNT': <1>, 'PAN': <0.0>}}");
     EXPECT_LT(sc_set_group("", list, 0), 0);
     status_cache_clear();
     g_object_unref(driver);

@@ -89,6 +89,21 @@ TEST_F(TaskQueueTest, RepeatingTasksKeepTheirGridAndSkipMissedTicks)
     EXPECT_EQ(ticks, "33000 66500 165000 ");
 }
 
+TEST_F(TaskQueueTest, TasksOfOneIntervalRunAtTheSameTicksInTheirOrder)
+{
+    add("poll", 30);
+    EXPECT_EQ(pass(10), "");
+    add("other", 40);
+    add("publish", 30);
+    for (const auto &[passes, run] : std::initializer_list<std::pair<std::int64_t, const char *>>{
+             {19, ""}, {1, "poll publish "}, {20, "other "}, {9, ""}, {1, "poll publish "}})
+        EXPECT_EQ(pass(passes), run);
+    clock.now += 35; // the third tick is late when another task comes
+    add("late", 30);
+    EXPECT_EQ(pass(0), "poll other publish ");
+    EXPECT_EQ(pass(25), "poll publish late ");
+}
+
 TEST_F(TaskQueueTest, TasksThatRestStayQueuedAndGoOnOnTheirGrid)
 {
     add("watch", 40);

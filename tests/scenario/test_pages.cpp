@@ -59,7 +59,7 @@ TEST_F(Pages, EveryCommandOnThemRuns)
             continue;
         SCOPED_TRACE(page);
         ++pages;
-        run_script("bash", commands);
+        run_script("bash", "cd " + folder.path().string() + "\n" + commands);
     }
     EXPECT_GE(pages, 3u);
     EXPECT_EQ(sim_value("Firmware"), 0x01020310);

@@ -3,6 +3,7 @@
 
 #include "sim/image.h"
 
+#include <filesystem>
 #include <gmock/gmock.h>
 
 using testing::HasSubstr;
@@ -78,6 +79,42 @@ TEST_F(Upgrades, AnImageThatFailsThreeTimesIsHeldBackUntilItChangesOrSomebodyAsk
     EXPECT_EQ(tried(), 2u);
     EXPECT_THAT(ptzctl({"upgrade"}), HasSubstr("\"result\":\"done\",\"held\":false}"));
     EXPECT_EQ(ptzctl({"upgrade", "--retry"}), "{\"ok\":true}\n"); // nothing is left to do
+    EXPECT_EQ(sim_counts("Offences"), Counts{});
+}
+
+TEST_F(Upgrades, PtzctlInstallsAnImageAndTellsHowFarItIs)
+{
+    const std::vector<std::uint8_t> bytes = sim::make_image(0x01020304, 20000);
+    const auto upgrade = [&](std::vector<std::string> words, int expected) {
+        words.insert(words.begin(), "upgrade");
+        int status = -1;
+        const std::string said = ptzctl(words, &status);
+        EXPECT_EQ(status, expected) << said;
+        return said;
+    };
+    const std::string place = folder.file("IMC.APP"), file = folder.file("new"), junk = folder.file("junk");
+    folder.write("new", {bytes.begin(), bytes.end()});
+    folder.write("junk", "131 but short");
+    std::filesystem::remove(place);
+    start_sim();
+    sim_command("set firmware 01000000");
+    start_ptzd();
+    await_state(1);
+    EXPECT_THAT(upgrade({junk, "--yes"}, 1), HasSubstr("'" + junk + "' is no firmware image (13 bytes)"));
+    EXPECT_THAT(upgrade({"/nowhere", "--yes"}, 1), HasSubstr("cannot read '/nowhere'"));
+    EXPECT_THAT(upgrade({folder.path(), "--yes"}, 1), HasSubstr("it is no file"));
+    EXPECT_THAT(upgrade({file}, 2), HasSubstr("there is nobody to ask"));
+    EXPECT_EQ(upgrade({file, "--dry-run"}, 0), "{\"from\":\"01000000\",\"to\":\"01020304\",\"size\":20000,\"file\":\"" +
+                                                   place + "\",\"install\":true,\"restart\":true}\n");
+    EXPECT_FALSE(std::filesystem::exists(place));
+    sim_command("fault new-firmware never");
+    EXPECT_THAT(upgrade({file, "--yes"}, 1), HasSubstr(OLD));
+    sim_command("clear faults");
+    const std::string done = upgrade({file, "--yes"}, 0);
+    EXPECT_THAT(done, HasSubstr("\"install\":false,\"restart\":true}"));
+    EXPECT_THAT(done, HasSubstr("{\"sent\":20,\"chunks\":20}\n{\"from\":\"01000000\",\"to\":\"01020304\""));
+    EXPECT_THAT(done, HasSubstr("\"result\":\"done\""));
+    EXPECT_THAT(upgrade({file, "--yes"}, 0), HasSubstr("\"restart\":false}\n{\"ok\":true}"));
     EXPECT_EQ(sim_counts("Offences"), Counts{});
 }
 

@@ -1,8 +1,10 @@
 // What is asked of the board: the command language and scripts.
 #include "sim_fixture.h"
 
+#include "sim/command.h"
 #include "sim/script.h"
 
+#include <gmock/gmock.h>
 #include <sstream>
 
 namespace {
@@ -39,6 +41,35 @@ TEST_F(Commands, NonsenseIsAnsweredWithWhatWouldBeRight)
         EXPECT_GT(result.text.size(), 8u) << line;
     }
     EXPECT_EQ(board.command("set tilt 91").text, "usage: set tilt VALUE, -20 to 90 degrees");
+}
+
+// The first of each place's alternatives, which the completion has to know, and fillings for what is to be filled in.
+TEST_F(Commands, EveryFormCanBeCompletedAndIsTaken)
+{
+    const std::map<std::string, std::vector<const char *>> fillings = {
+        {"VALUE", {"1", "1200"}}, {"DURATION", {"1ms"}}, {"HEX-VERSION", {"01"}},
+        {"TEXT", {"1080p50"}},    {"OFFSET", {"40"}},    {"HEX-VALUE", {"1"}},
+        {"INDEX", {"3"}},         {"NUMBER", {"1"}},     {"WHEN", {"once"}}};
+    EXPECT_THAT(next_words({}), testing::UnorderedElementsAre("set", "fault", "seed", "clear"));
+    EXPECT_THAT(next_words({"fault", "flip-bit"}), testing::ElementsAre("once", "forever", "for"));
+    for (const std::string &form : command_forms()) {
+        std::vector<std::string> words;
+        std::string line, taken;
+        std::istringstream places(form);
+        for (std::string place; places >> place; words.push_back(taken)) {
+            std::erase_if(place, [](char c) { return c == '[' || c == ']'; });
+            const std::string first = place == "LINE" ? "cam_power" : place.substr(0, place.find('|'));
+            const auto filling = fillings.find(first);
+            taken = filling == fillings.end() ? first : filling->second.front();
+            if (filling == fillings.end())
+                EXPECT_THAT(next_words(words), testing::Contains(first)) << form;
+            else if (!board.command(line + " " + taken).ok)
+                taken = filling->second.back();
+            line += (line.empty() ? "" : " ") + taken;
+        }
+        const CommandResult result = board.command(line);
+        EXPECT_TRUE(result.ok) << form << ": " << line << ": " << result.text;
+    }
 }
 
 TEST_F(Commands, AScriptHappensInTimeOrderOrNotAtAll)

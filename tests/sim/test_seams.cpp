@@ -105,8 +105,10 @@ TEST_F(Seams, WhatDoesNotExistIsRefused)
         const Environment other("PTZ_BOARD", path);
         EXPECT_EQ(ugpio_request(40, nullptr), nullptr);
         EXPECT_EQ(errno == ENAMETOOLONG, !path.empty());
-        EXPECT_TRUE(ugpio_get_value(line) == -1 && ugpio_fd(line) == -1);
+        EXPECT_EQ(ugpio_get_value(line), 1); // a line that is held stays with its board
     }
+    board.stop();
+    expect_failure(ugpio_get_value(line) == -1, ENOENT); // and has the level of a board that is there
     ugpio_free(line);
 }
 

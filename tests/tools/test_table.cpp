@@ -105,7 +105,7 @@ TEST_P(Shell, CompletesWordsThatStartNoOtherProgram)
     const std::string programs = std::filesystem::path(required_variable("PTZCTL")).parent_path();
     const RunResult result = run_program(
         {"/usr/bin/env", "PATH=" + programs + ":" + required_variable("PATH"), "python3",
-         root + "/tests/tools/type_in_shell.py", GetParam(), root + "/data/completion", "ptzctl special v\\t",
+         root + "/tests/tools/type_in_shell.py", GetParam(), required_variable("COMPLETION"), "ptzctl special v\\t",
          "ptzctl special 'v\\t", "ptzctl special \"v\\t", "ptzctl special video_output\\|\\t",
          "ptzctl params set UserAdv.S\\ta\\t", "ptzctl mov\\tp\\t10", "ptzctl state --wait=run\\t"},
         "", address());

@@ -149,6 +149,28 @@ const std::vector<Command> kCommands = {
                   "ptzctl preset export presets.json"},
      .left_behind = "what was asked for goes on; 'ptzctl stop' stops a move",
      .run = run_preset},
+    {.name = "drive",
+     .summary = "move the camera by hand, with keys or a game controller",
+     .options = {{"--speed", {Kind::Number, "PERCENT", 1, 100}, "of the keys, at first (50)"},
+                 {"--gamepad", {}, "with the first game controller that is there, too"},
+                 {"--gamepad-device", {Kind::File, "FILE"}, "with that one: /dev/input/event7"}},
+     .text =
+         "Takes the terminal over and shows where the camera looks. What is held moves, and stands when it is let go:\n"
+         "\n"
+         "  arrows      pan and tilt         page up, down  zoom\n"
+         "  f, n        focus far, near      i, k           iris up, down\n"
+         "  +, -        speed                a, m           focus auto, manual\n"
+         "  0..9        go to a preset       q, Ctrl-C      quit\n"
+         "\n"
+         "Every other key stops the camera. Most terminals do not tell when a key is let go; there it counts as let "
+         "go when it is not repeated within 0.6 seconds, then 0.2. When the terminal is lost the camera is "
+         "stopped.\n"
+         "\n"
+         "A game controller: left stick pan and tilt, triggers zoom, shoulder buttons focus, upper and left button "
+         "iris, lower button stop, cross presets 1 to 4.",
+     .statuses = {{EXIT_REFUSED, "the terminal is too small, or there is no such controller"}},
+     .examples = {"ptzctl drive", "ptzctl drive --gamepad --speed 80"},
+     .run = run_drive},
     {.name = "position",
      .summary = "where the camera looks",
      .options = {{"--watch", {}, "print a line whenever a position or the link changes, until Ctrl-C"},
@@ -239,15 +261,22 @@ const std::vector<Command> kCommands = {
      .examples = {"ptzctl status"},
      .run = run_status},
     {.name = "upgrade",
-     .summary = "the last upgrade of the camera's firmware, or another try",
-     .options = {{"--retry",
-                  {},
-                  "try such an image again: restarts the camera and waits for the end; may take "
-                  "minutes"}},
-     .text = "Prints from which version to which the camera's firmware was last to be upgraded, when, and what came of "
-             "it. The camera is upgraded when it starts, from the image IMC.APP in the configuration folder. An image "
-             "that failed three times in a row is not tried again until it is another one.",
-     .examples = {"ptzctl upgrade", "ptzctl upgrade --retry"},
+     .summary = "give the camera new firmware, or see what came of the last time",
+     .forms = {{{.kind = Kind::File, .name = "FILE", .need = Need::Optional}}},
+     .options = {{"--yes", {}, "do not ask"},
+                 {"--dry-run", {}, "say what would be done with FILE, and do nothing"},
+                 {"--retry", {}, "try the image that lies there again, though it has failed"}},
+     .text =
+         "With FILE: looks whether it is a firmware image and which version it holds, puts it where the driver looks "
+         "for one (which wants the right to write there: root), restarts the camera and shows how far it is. The "
+         "camera may take minutes; do not switch its power off.\n"
+         "\n"
+         "Without: prints from which version to which the firmware was last to be upgraded, when, and what came of "
+         "it. The camera looks for an image whenever it starts. One that failed three times in a row is not tried "
+         "again by itself until it is another one.",
+     .statuses = {{EXIT_REFUSED, "no firmware image, or the camera does not have its version"}},
+     .examples = {"ptzctl upgrade", "ptzctl upgrade IMC.APP --dry-run", "sudo ptzctl upgrade IMC.APP --yes",
+                  "ptzctl upgrade --retry"},
      .left_behind = "the upgrade goes on; 'ptzctl state' says when the camera runs, 'ptzctl upgrade' what came of it",
      .run = run_upgrade},
     {.name = "doctor",
@@ -272,6 +301,13 @@ const std::vector<Command> kCommands = {
              "reached, reason, and the axes.",
      .examples = {"ptzctl monitor", "ptzctl monitor --positions"},
      .run = run_monitor},
+    {.name = "metrics",
+     .summary = "numbers over time: commands, frames, latencies, outages",
+     .text =
+         "Prints what ptzd has counted since it began, in the text form that Prometheus reads; with --json an object "
+         "for each number. 'ptzd --metrics FILE' writes the same into a file.",
+     .examples = {"ptzctl metrics", "ptzctl --json metrics"},
+     .run = run_metrics},
     {.name = "tour",
      .summary = "show the camera in action and check each step",
      .options = {{"--no-reset", {}, "do not restart the camera at the end"}},

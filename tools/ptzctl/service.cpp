@@ -1,11 +1,11 @@
 #include "service.h"
 
-#include "failure.h"
 #include "numbers.h"
 
 #include <algorithm>
 #include <csignal>
 #include <glib-unix.h>
+#include <memory>
 
 namespace {
 
@@ -132,6 +132,37 @@ GVariantOwned Service::property(const char *name, const char *type)
     if (g_variant_is_of_type(value.get(), G_VARIANT_TYPE(type)) == FALSE)
         throw wrong_version();
     return value;
+}
+
+void Service::call_later(const char *method, GVariant *arguments, const char *reply, Answer answer,
+                         const char *interface)
+{
+    struct Later {
+        Service &service;
+        Answer answer;
+    };
+    const auto done = +[](GObject *connection, GAsyncResult *result, gpointer data) {
+        const std::unique_ptr<Later> later(static_cast<Later *>(data));
+        GErrorSlot error;
+        GVariantOwned results(g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, error));
+        later->service.later_--;
+        if (results)
+            return later->answer(std::move(results), nullptr);
+        const Failure failure = failure_of(error.get(), later->service.timeout_ms_);
+        later->answer(nullptr, &failure);
+    };
+    g_dbus_connection_call(connection_.get(), kServiceName, kServicePath, interface, method, arguments,
+                           G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout_ms_, dropping_.get(), done,
+                           new Later{*this, std::move(answer)});
+    later_++;
+}
+
+void Service::drop_calls()
+{
+    g_cancellable_cancel(dropping_.get());
+    while (later_ > 0)
+        g_main_context_iteration(nullptr, TRUE);
+    g_cancellable_reset(dropping_.get());
 }
 
 Position position_from(GVariant *axes)

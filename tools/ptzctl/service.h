@@ -1,8 +1,10 @@
 // The PTZ service as ptzctl sees it: calls on com.orna.PTZ, and failures put in words.
 #pragma once
 
+#include "failure.h"
 #include "glib_owned.h"
 
+#include <functional>
 #include <gio/gio.h>
 #include <map>
 #include <optional>
@@ -42,6 +44,14 @@ class Service {
 
     // A property of the service. Throws Failure as call() does, WrongVersion when it is not of that type.
     GVariantOwned property(const char *name, const char *type);
+    // Calls without waiting: `answer` comes from the main loop, with the results or with what went wrong. The service
+    // must still be there then.
+    using Answer = std::function<void(GVariantOwned results, const Failure *failure)>;
+    void call_later(const char *method, GVariant *arguments, const char *reply, Answer answer,
+                    const char *interface = kServiceInterface);
+
+    // Has every answer that is still to come be a failure, now.
+    void drop_calls();
 
     // GetPosition, its age in seconds apart (where the service gives it), and GetState's number and words.
     Position position(std::optional<double> *age = nullptr);
@@ -51,5 +61,7 @@ class Service {
 
   private:
     int timeout_ms_;
+    unsigned later_ = 0; // calls whose answers are still to come
+    GOwned<GCancellable, g_object_unref> dropping_{g_cancellable_new()};
     GOwned<GDBusConnection, g_object_unref> connection_;
 };

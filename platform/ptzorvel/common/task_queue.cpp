@@ -123,7 +123,7 @@ bool TaskQueue::add(PTZTask *task, std::int64_t interval_us, Lane lane, bool res
 void TaskQueue::add_job(const JobPtr &job, Lane lane)
 {
     if (job->interval_us > 0) {
-        job->due_us = clock_.now_us() + job->interval_us;
+        job->due_us = first_tick(job->interval_us);
         repeating_.push_back(job);
     } else {
         job->queued = true;
@@ -256,6 +256,18 @@ void TaskQueue::loop()
     ready.clear();
     repeating.clear();
     runner_ = std::thread::id{};
+}
+
+// Tasks of one interval share a grid, so that the thread is woken once for all of them.
+std::int64_t TaskQueue::first_tick(std::int64_t interval_us)
+{
+    const std::int64_t now = clock_.now_us();
+    for (const JobPtr &job : repeating_)
+        if (job->interval_us == interval_us) {
+            const std::int64_t ahead = (job->due_us - now) % interval_us; // negative when the other one is late
+            return now + (ahead > 0 ? ahead : ahead + interval_us);
+        }
+    return now + interval_us;
 }
 
 void TaskQueue::collect_due()

@@ -45,8 +45,9 @@ class TaskQueue {
     TaskQueue &operator=(const TaskQueue &) = delete;
 
     // Queues a task: once when `interval_us` is 0 or less, else every `interval_us` from now on until its function
-    // returns FALSE. A tick that finds the thread busy comes late; ticks that pass meanwhile are skipped, and the grid
-    // stays where it was. `rests`: it is one of those that rest() is about. False after close(): the task has been
+    // returns FALSE; its first tick comes sooner when others of that interval are there, as it then runs at their
+    // ticks, behind them. A tick that finds the thread busy comes late; ticks that pass meanwhile are skipped, and the
+    // grid stays where it was. `rests`: it is one of those that rest() is about. False after close(): the task has been
     // destroyed.
     bool add(PTZTask *task, std::int64_t interval_us, Lane lane = Lane::normal, bool rests = false);
 
@@ -88,6 +89,7 @@ class TaskQueue {
     using JobPtr = std::shared_ptr<Job>;
 
     void loop();
+    std::int64_t first_tick(std::int64_t interval_us);
     void collect_due();
     std::int64_t next_due() const;
     JobPtr take_next();

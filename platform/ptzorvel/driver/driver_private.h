@@ -29,6 +29,9 @@ int driver_report_status(PTZDriver *driver, int pan_moving, int tilt_moving, int
                          int iris_moving, int brightness_moving, guint32 position_result, guint32 speed_result, int one,
                          int max, ScParam *spare);
 
+// Tells who hears "moving-changed" which axes move now.
+void driver_emit_moving(PTZDriver *driver, unsigned axes);
+
 // Why requests are refused at this temperature, null when they are not. Constant text.
 const char *ptz_driver_busy_text(PTZDriver *driver);
 

@@ -17,6 +17,11 @@ DriverPrivate &driver_private(PTZDriver *driver)
     return *static_cast<DriverPrivate *>(driver->priv);
 }
 
+void driver_emit_moving(PTZDriver *driver, unsigned axes)
+{
+    g_signal_emit(driver, signals[SIGNAL_MOVING_CHANGED], 0, axes);
+}
+
 // Operations that this driver has not replaced
 
 static gboolean no_move(PTZDriver *, const PTZMotion *, const PTZMotion *, const PTZMotion *, const PTZMotion *,

@@ -40,7 +40,7 @@ int driver_report_status(PTZDriver *driver, int pan_moving, int tilt_moving, int
               driver->focus_mode,
               moves};
     if (std::exchange(moving_axes, mask) != mask)
-        g_signal_emit_by_name(driver, "moving-changed", mask);
+        driver_emit_moving(driver, mask);
     if (spare == nullptr)
         return 0;
     const int count = std::clamp(max, 0, kReportCount);

@@ -5,6 +5,7 @@
 #include <gio/gio.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <malloc.h>
@@ -28,15 +29,13 @@ void append(Bytes &to, const unsigned char *begin, std::size_t size)
     to.insert(to.end(), begin, begin + size);
 }
 
-// What has come, at most a part of it; nothing when the other side has ended.
-std::optional<std::vector<unsigned char>> take(int fd)
+// What has come, at most as much as there is room for; nothing when the other side has ended.
+std::optional<std::span<const unsigned char>> take(int fd, std::span<unsigned char> room)
 {
-    std::vector<unsigned char> part(kPart);
-    const ssize_t got = ::recv(fd, part.data(), part.size(), MSG_DONTWAIT);
+    const ssize_t got = ::recv(fd, room.data(), room.size(), MSG_DONTWAIT);
     if (got == 0 || (got < 0 && errno != EAGAIN && errno != EINTR))
         return std::nullopt;
-    part.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-    return part;
+    return room.first(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
 }
 
 // Writes as much as goes now; false when the other side has ended.
@@ -169,24 +168,25 @@ bool BusRelay::carry()
         ::malloc_trim(0); // what a rush of calls has left behind
         return true;
     }
+    std::array<unsigned char, kPart> room; // the heap's would be cleared and given back for every message
     if ((sides[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0 && to_bus_.empty()) {
-        const auto part = take(gdbus_.get());
+        const auto part = take(gdbus_.get(), room);
         if (!part)
             return false;
         if (begun_)
-            to_bus_ = *part;
+            to_bus_.assign(part->begin(), part->end());
         else
             say_hello({reinterpret_cast<const char *>(part->data()), part->size()});
     }
     if ((sides[1].revents & (POLLIN | POLLHUP | POLLERR)) != 0 && to_gdbus_.empty()) {
-        const auto part = take(bus_.get());
+        const auto part = take(bus_.get(), room);
         if (!part)
             return false;
         carried_ += part->size();
         if (begun_)
             let_through(*part);
         else
-            to_gdbus_ = *part;
+            to_gdbus_.assign(part->begin(), part->end());
     }
     return (to_bus_.empty() || give(bus_.get(), to_bus_)) && (to_gdbus_.empty() || give(gdbus_.get(), to_gdbus_));
 }
@@ -208,7 +208,7 @@ void BusRelay::say_hello(std::string_view text)
         to_bus_.insert(to_bus_.end(), greeting_.begin(), greeting_.end());
 }
 
-void BusRelay::let_through(const Bytes &part)
+void BusRelay::let_through(std::span<const unsigned char> part)
 {
     std::size_t at = std::min(skip_, part.size());
     skip_ -= at;

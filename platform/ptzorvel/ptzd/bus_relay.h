@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -50,7 +51,7 @@ class BusRelay {
     void run();
     bool carry(); // one step; false when either side has ended
     void say_hello(std::string_view text);
-    void let_through(const Bytes &part);
+    void let_through(std::span<const unsigned char> part);
 
     std::string address_;
     Descriptor listener_;

@@ -39,6 +39,7 @@ void call_get_state(PtzService &service, const CallPtr &call);
 void call_get_status(PtzService &service, const CallPtr &call);
 void call_get_published(PtzService &service, const CallPtr &call);
 void call_get_data_caches(PtzService &service, const CallPtr &call);
+void call_get_metrics(PtzService &service, const CallPtr &call);
 void call_get_video(PtzService &service, const CallPtr &call);
 
 // What stands against setting the parameter `info`, asked for by these names, to a value from the bus; nothing, and the

@@ -48,11 +48,12 @@ void call_get_position(PtzService &service, const CallPtr &call)
         else
             answered.refuse(silent("where it looks"));
     };
-    const auto known = service.known_position().look();
-    if (!known)
-        service.run(call, PtzService::Gate::running, ask);
-    else if (service.state() != PTZ_STATE_RUNNING || !service.run_if_idle(call, PtzService::Gate::running, ask))
+    if (service.state() == PTZ_STATE_RUNNING && service.run_if_idle(call, PtzService::Gate::running, ask))
+        return;
+    if (const auto known = service.known_position().look())
         call->answer(answer_of(kPositionNames, known->values, known->age));
+    else
+        service.run(call, PtzService::Gate::running, ask);
 }
 
 void call_get_field_of_view(PtzService &service, const CallPtr &call)

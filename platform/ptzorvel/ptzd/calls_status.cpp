@@ -35,7 +35,12 @@ void call_get_status(PtzService &service, const CallPtr &call)
     }
     if (const std::string failure = service.failure(); !failure.empty())
         g_variant_builder_add(&status, "{sv}", "failure", g_variant_new_string(failure.c_str()));
-    service.upgrades().seen(service.host().firmware());
+    const std::string firmware = service.host().firmware();
+    service.upgrades().seen(firmware);
+    for (const auto &[key, value] :
+         {std::pair("firmware", firmware), std::pair("image-file", service.host().image_file())})
+        if (!value.empty())
+            g_variant_builder_add(&status, "{sv}", key, g_variant_new_string(value.c_str()));
     if (GVariant *upgrade = service.upgrades().variant())
         g_variant_builder_add(&status, "{sv}", "upgrade", upgrade);
     g_variant_builder_add(&status, "{sv}", "link", g_variant_new_string(service.link_watch().link()));
@@ -62,6 +67,11 @@ void call_get_published(PtzService &, const CallPtr &call)
 void call_get_data_caches(PtzService &, const CallPtr &call)
 {
     call->answer(g_variant_new("(@a{sa{sv}})", ptz_data_caches_snapshot()));
+}
+
+void call_get_metrics(PtzService &service, const CallPtr &call)
+{
+    call->answer(g_variant_new("(s)", service.metrics().c_str()));
 }
 
 void call_get_video(PtzService &, const CallPtr &call)

@@ -1,7 +1,6 @@
 #include "ptzorvel/ptzd/driver_host.h"
 
 #include "glib_owned.h"
-#include "host/driver_host.h"
 
 #include <utility>
 
@@ -35,8 +34,10 @@ DriverHost::~DriverHost()
     g_object_unref(cancel_);
 }
 
-void DriverHost::attach(PTZDriver *driver, double time_scale)
+void DriverHost::attach(PTZDriver *driver, double time_scale, const DriverHostObserver *observer)
 {
+    if (has_property(driver, DRIVER_HOST_OBSERVER))
+        g_object_set(driver, DRIVER_HOST_OBSERVER, observer, nullptr);
     if (has_property(driver, DRIVER_HOST_TIME_SCALE))
         g_object_set(driver, DRIVER_HOST_TIME_SCALE, time_scale, nullptr);
     if (has_property(driver, DRIVER_HOST_CANCEL))
@@ -54,8 +55,11 @@ void DriverHost::detach()
         const std::lock_guard lock(mutex_);
         driver = std::exchange(driver_, nullptr);
     }
-    if (driver != nullptr)
-        g_object_unref(driver);
+    if (driver == nullptr)
+        return;
+    if (has_property(driver, DRIVER_HOST_OBSERVER))
+        g_object_set(driver, DRIVER_HOST_OBSERVER, nullptr, nullptr);
+    g_object_unref(driver);
 }
 
 void DriverHost::cancel()
@@ -147,6 +151,13 @@ std::string DriverHost::failure() const
 std::string DriverHost::firmware() const
 {
     return text_of(DRIVER_HOST_FIRMWARE);
+}
+
+std::string DriverHost::image_file() const
+{
+    const std::string file = text_of(DRIVER_HOST_IMAGE_FILE);
+    const GText whole(file.empty() ? nullptr : g_canonicalize_filename(file.c_str(), nullptr));
+    return whole != nullptr ? whole.get() : "";
 }
 
 std::optional<ImageReport> DriverHost::upgrade() const

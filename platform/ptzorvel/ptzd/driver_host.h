@@ -2,6 +2,7 @@
 // none of it works all the same: nothing of it can then be cancelled, and nothing is known of its link.
 #pragma once
 
+#include "host/driver_host.h"
 #include "ptzorvel/ptz_driver.h"
 
 #include <gio/gio.h>
@@ -27,7 +28,8 @@ class DriverHost {
 
     // Command thread: a driver that has not been opened yet, whose time shall run `time_scale` times as fast; and none
     // any more.
-    void attach(PTZDriver *driver, double time_scale);
+    // `observer` must live until detach(); null: none.
+    void attach(PTZDriver *driver, double time_scale, const DriverHostObserver *observer = nullptr);
     void detach();
 
     // Any thread: as long as it is cancelled, the driver waits for nothing; resume() ends that.
@@ -55,6 +57,9 @@ class DriverHost {
     std::optional<ImageReport> upgrade() const;
     // Any thread: the camera block's version as "to" of an upgrade has it; empty when the driver does not tell.
     std::string firmware() const;
+    // Any thread: the file in which a start looks for a firmware image, from the root on; empty when the driver does
+    // not tell.
+    std::string image_file() const;
     // Any thread: what is wrong in the driver's configuration, a line each, as `ptzd --check` prints them; none also
     // when the driver does not tell.
     std::vector<std::string> config_problems() const;

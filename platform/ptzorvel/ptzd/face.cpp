@@ -34,6 +34,7 @@ constexpr MethodRow kMethods[] = {
     {"GetPublished", call_get_published},
     {"GetDataCaches", call_get_data_caches},
     {"GetVideo", call_get_video},
+    {"GetMetrics", call_get_metrics},
 };
 
 void on_method_call(GDBusConnection *, const char *, const char *, const char *, const char *method, GVariant *,
@@ -62,6 +63,10 @@ GVariant *on_get_property(GDBusConnection *, const char *, const char *, const c
         return g_variant_new_double(service.speed());
     if (name == "Link")
         return g_variant_new_string(service.link_watch().link());
+    if (name == "Upgrading") {
+        const auto [sent, chunks] = service.upgrade_progress().now();
+        return g_variant_new("(uu)", sent, chunks);
+    }
     if (name == "Moving")
         return axis_names_variant(service.motion().under_way());
     if (name == "Position")

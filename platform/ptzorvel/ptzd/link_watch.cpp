@@ -106,6 +106,7 @@ void LinkWatch::look_at_link(double time)
         if (link_ == Link::down)
             return;
         syslog(LOG_WARNING, "The camera block does not answer");
+        outages_++;
         down_since_ = time - silence;
         ladder_.down(down_since_);
         change(Link::down);

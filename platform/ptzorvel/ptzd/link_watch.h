@@ -33,6 +33,8 @@ class LinkWatch {
     // the service began.
     unsigned resets() const;
     unsigned reboots() const { return reboots_; }
+    // How often the link has gone down.
+    unsigned outages() const { return outages_; }
 
   private:
     enum class Link { off, up, down };
@@ -67,5 +69,5 @@ class LinkWatch {
     bool resetting_ = false; // the reset under way is the watch's own
     ResetLadder ladder_;
 
-    std::atomic<unsigned> reboots_{0};
+    std::atomic<unsigned> reboots_{0}, outages_{0};
 };

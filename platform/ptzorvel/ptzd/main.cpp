@@ -25,6 +25,7 @@ constexpr double kLongestTimeout = 1e6; // seconds
 struct CommandLine {
     char *plugin = nullptr;
     char *state_dir = nullptr;
+    char *metrics = nullptr;
     int channel = 1;
     int id = 0;
     double start_timeout = 180;
@@ -40,6 +41,7 @@ struct CommandLine {
     {
         g_free(plugin);
         g_free(state_dir);
+        g_free(metrics);
     }
 };
 
@@ -79,6 +81,7 @@ bool parse(int *argc, char ***argv, CommandLine &line)
          "Give a silent start up (default: 180; 0: never)", "SECONDS"},
         {"link-timeout", 0, 0, G_OPTION_ARG_DOUBLE, &line.link_timeout, "Reset a silent block (default: 30; 0: never)",
          "SECONDS"},
+        {"metrics", 0, 0, G_OPTION_ARG_FILENAME, &line.metrics, "Write numbers over time there every 10 s", "FILE"},
         {"foreground", 'f', 0, G_OPTION_ARG_NONE, &line.foreground, "Show log messages on standard error too", nullptr},
         {"check", 0, 0, G_OPTION_ARG_NONE, &line.check, "Say what is wrong in the configuration, and end", nullptr},
         {"version", 0, 0, G_OPTION_ARG_NONE, &line.version, "Show the version and end", nullptr},
@@ -238,6 +241,7 @@ int main(int argc, char *argv[])
     options.id = line.id;
     options.start_timeout_s = line.start_timeout;
     options.link_timeout_s = line.link_timeout;
+    options.metrics_file = line.metrics != nullptr ? line.metrics : "";
     options.state_dir = line.state_dir != nullptr ? line.state_dir : default_state_folder();
 
     const GText bus(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr));

@@ -1,6 +1,7 @@
 #include "ptzorvel/ptzd/service.h"
 
 #include "glib_owned.h"
+#include "ptzorvel/driver/data_caches.h"
 #include "ptzorvel/driver/driver_private.h"
 #include "ptzorvel/ports/port_registry.h"
 #include "ptzorvel/ptzd/calls.h"
@@ -75,6 +76,7 @@ PtzService::~PtzService()
     const auto released = released_.get_future();
     while (started_ && released.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready)
         deadlines_.look();
+    metrics_file_.reset();
     queue_.queue.shutdown();
     picture_guard_.reset();
     position_signals_.reset();
@@ -139,6 +141,7 @@ void PtzService::start(Failed failed)
     ptz_command_queue_set_current(&queue_);
     ptz_ports_set_connection(connection_);
     subscribe_camera_signals();
+    metrics_file_ = std::make_unique<MetricsFile>(options_.metrics_file, [this] { return metrics(); });
     started_ = true;
     queue_.queue.start();
     queue_.queue.post([this, failed = std::move(failed)] {
@@ -182,7 +185,7 @@ bool PtzService::make_driver(const Failed &failed)
         return false;
     }
     driver_ = driver;
-    host_.attach(driver, options_.time_scale);
+    host_.attach(driver, options_.time_scale, metrics_.observer());
     host_.hold_image(upgrades_.held_image());
     note_config();
     connect_driver(driver, this);
@@ -299,6 +302,21 @@ std::optional<PtzService::Event> PtzService::last_event()
 {
     const std::lock_guard lock(mutex_);
     return last_event_;
+}
+
+std::string PtzService::metrics() const
+{
+    MetricsNow now;
+    now.state = state_;
+    now.link_up = std::string_view(link_watch_->link()) == "up";
+    now.outages = link_watch_->outages();
+    now.resets = link_watch_->resets();
+    now.reboots = link_watch_->reboots();
+    now.waiting = queue_.queue.waiting();
+    now.repeating = queue_.queue.repeating();
+    now.status_age_s = host_.status_age();
+    now.temperature = ptz_camera_temperature();
+    return metrics_.text(now);
 }
 
 std::string PtzService::failure() const

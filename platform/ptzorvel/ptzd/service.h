@@ -16,6 +16,8 @@
 #include "ptzorvel/ptzd/fair_queue.h"
 #include "ptzorvel/ptzd/known_position.h"
 #include "ptzorvel/ptzd/link_watch.h"
+#include "ptzorvel/ptzd/metrics.h"
+#include "ptzorvel/ptzd/metrics_file.h"
 #include "ptzorvel/ptzd/motion.h"
 #include "ptzorvel/ptzd/move_owners.h"
 #include "ptzorvel/ptzd/param_keeper.h"
@@ -25,6 +27,7 @@
 #include "ptzorvel/ptzd/service_manager.h"
 #include "ptzorvel/ptzd/stopper.h"
 #include "ptzorvel/ptzd/upgrade_log.h"
+#include "ptzorvel/ptzd/upgrade_progress.h"
 
 #include <atomic>
 #include <functional>
@@ -43,10 +46,11 @@ class PtzService {
         PTZDriverNewFunc driver_new = nullptr;
         int video_channel = 1;
         int id = 0;
-        std::string state_dir;        // where parameter values are kept; empty: nowhere
+        std::string state_dir{};      // where parameter values are kept; empty: nowhere
         double time_scale = 1;        // how many times as fast the camera's time runs as the wall's
         double start_timeout_s = 180; // a start without a good answer of the camera block is given up; 0: never
         double link_timeout_s = 30;   // seconds of silence before the camera block is reset; 0: it never is
+        std::string metrics_file{};   // where numbers over time are written; empty: nowhere
     };
     // Called on the command thread.
     using Done = std::function<void()>;
@@ -103,6 +107,7 @@ class PtzService {
     std::optional<Event> last_event();
     // What became of the camera's firmware, over all starts.
     UpgradeLog &upgrades() { return upgrades_; }
+    const UpgradeProgress &upgrade_progress() const { return upgrade_progress_; }
     // What the driver says of the image in the last start. Any thread.
     std::optional<ImageReport> image() const { return host_.upgrade(); }
     // Why the camera has failed to start, in words; empty when it has not. Any thread.
@@ -115,6 +120,8 @@ class PtzService {
     const LinkWatch &link_watch() const { return *link_watch_; }
     // Pieces of work that wait for the command thread or repeat there. Any thread.
     std::size_t tasks() const { return queue_.queue.waiting() + queue_.queue.repeating(); }
+    // Numbers over time, as Metrics::text() has them. Any thread.
+    std::string metrics() const;
     const KnownPosition &known_position() const { return known_position_; }
     // Any thread. Tells the bus; a floating value is taken over.
     void emit(const char *interface, const char *signal, GVariant *parameters);
@@ -162,10 +169,12 @@ class PtzService {
     const Options options_;
     PTZCommandQueue queue_;
     FairQueue works_{queue_.queue}; // of the clients
+    Metrics metrics_;               // which the driver of the host tells
     DriverHost host_;
     Deadlines deadlines_;
     ServiceManager manager_{queue_.queue, host_, deadlines_};
     UpgradeLog upgrades_;
+    UpgradeProgress upgrade_progress_{*this};
     KnownPosition known_position_{host_, options_.time_scale};
     std::unique_ptr<LinkWatch> link_watch_;
     std::unique_ptr<MoveOwners> move_owners_;
@@ -178,6 +187,7 @@ class PtzService {
     std::unique_ptr<PictureGuard> picture_guard_;
     std::unique_ptr<PositionSignals> position_signals_;
     std::unique_ptr<ParamKeeper> keeper_;
+    std::unique_ptr<MetricsFile> metrics_file_;
     PTZDriver *driver_ = nullptr; // command thread
     bool upgrade_noted_ = false;  // command thread: that of this start
     mutable std::mutex mutex_;

@@ -48,6 +48,7 @@ void PtzService::state_changed(int state)
     state_ = state;
     queue_.queue.rest(state == PTZ_STATE_FAILED);
     changes_.state_changed(state);
+    upgrade_progress_.state_changed(state);
     stopper_->state_changed(state == PTZ_STATE_RUNNING);
     if (state != PTZ_STATE_RUNNING)
         motion_->camera_stopped();
