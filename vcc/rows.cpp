@@ -1,7 +1,6 @@
 #include "vcc/rows.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace {
 
@@ -32,10 +31,10 @@ const VccRowInfo *vcc_row_of(std::span<const guint8> record)
 std::string vcc_row_pattern(const VccRowInfo &row)
 {
     char byte[8];
-    std::snprintf(byte, sizeof byte, "%02X", static_cast<unsigned>(row.size() - 1));
+    g_snprintf(byte, sizeof byte, "%02X", static_cast<unsigned>(row.size() - 1));
     std::string pattern = byte;
     for (const guint8 value : row.fixed) {
-        std::snprintf(byte, sizeof byte, " %02X", value);
+        g_snprintf(byte, sizeof byte, " %02X", value);
         pattern += byte;
     }
     char letter = 'p';
