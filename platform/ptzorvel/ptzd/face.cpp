@@ -34,6 +34,7 @@ constexpr MethodRow kMethods[] = {
     {"GetPublished", call_get_published},
     {"GetDataCaches", call_get_data_caches},
     {"GetVideo", call_get_video},
+    {"SetTrace", call_set_trace},
 };
 
 void on_method_call(GDBusConnection *, const char *, const char *, const char *, const char *method, GVariant *,
@@ -43,6 +44,7 @@ void on_method_call(GDBusConnection *, const char *, const char *, const char *,
     const CallPtr call = service.guard().take(invocation);
     if (call == nullptr)
         return;
+    service.note_call(method, call->parameters());
     for (const MethodRow &row : kMethods)
         if (row.name == method)
             return row.handler(service, call);
@@ -64,6 +66,8 @@ GVariant *on_get_property(GDBusConnection *, const char *, const char *, const c
         return g_variant_new_string(service.link_watch().link());
     if (name == "Moving")
         return axis_names_variant(service.motion().under_way());
+    if (name == "Trace")
+        return g_variant_new_string(service.trace_file().c_str());
     if (name == "VideoChannel")
         return g_variant_new_int32(service.options().video_channel);
     if (name == "Id")
