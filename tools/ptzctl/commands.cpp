@@ -221,18 +221,25 @@ const std::vector<Command> kCommands = {
      .left_behind = "the camera ends the step and stays as it then is",
      .run = run_tour},
     {.name = "decode",
-     .summary = "put a trace of krx-sim into words",
+     .summary = "put a trace into words",
      .forms = {{{.kind = Kind::File, .name = "TRACE"}}},
-     .options = {{"--sent", {}, "only what the driver sent"},
+     .options = {{"--sent", {}, "only what the driver sent and drove"},
+                 {"--received", {}, "only what came from the block"},
+                 {"--record", {Kind::Text, "NAME"}, "only records, blocks and requests whose words begin so"},
+                 {"--follow", {}, "go on while the trace grows, until Ctrl-C"},
+                 {"--pcapng", {Kind::File, "FILE"}, "write a capture file for Wireshark instead; -: standard output"},
                  {"--big-endian",
                   {},
                   "headers of received frames have the most significant byte first, whatever the "
                   "trace says"}},
-     .text = "TRACE is a file written by krx-sim --trace, or - for standard input. It says itself in which order the "
-             "bytes of headers are; in a piece that does not, each frame is read as it makes sense. Lines that are no "
-             "trace are reported with their number and skipped.",
-     .statuses = {{EXIT_REFUSED, "some lines are no trace"}},
-     .examples = {"ptzctl decode wire.trace --sent", "tail -n 20 wire.trace | ptzctl decode -"},
+     .text =
+         "TRACE is a file written by ptzd --trace or krx-sim --trace, or - for standard input. A trace that does not "
+         "say in which order the bytes of headers are has each frame read as it makes sense. Lines that are no "
+         "trace are reported with their number and skipped; so is the end of a trace that was cut.",
+     .statuses = {{EXIT_REFUSED, "some lines are no trace, or it was cut"}},
+     .examples = {"ptzctl decode wire.trace --sent", "ptzctl decode wire.trace --record 'pan position'",
+                  "ptzctl decode ptzd.trace --follow", "ptzctl decode wire.trace --pcapng wire.pcapng",
+                  "tail -n 20 wire.trace | ptzctl decode -"},
      .run = run_decode},
     {.name = "help",
      .summary = "explain a command, or list them all",

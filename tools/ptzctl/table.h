@@ -29,6 +29,7 @@ enum class Kind {
     Value,     // for the parameter before it
     Special,   // a special command of the driver
     File,
+    Text, // anything
 };
 
 enum class Need { One, Optional, Many }; // the latter two at the end only
