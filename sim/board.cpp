@@ -172,6 +172,7 @@ struct Board::Impl final : Requests {
     }
 
     int lines_page() override { return lines.page_fd(); }
+    ugpio_wire::Hello hello() override { return Lines::hello(); }
 
     void check_transfer(const spidev_wire::Request &request, std::uint32_t mode)
     {
@@ -282,6 +283,11 @@ void Board::stop()
     self.server.reset();
     self.lines.close_all_edges();
     self.folder.close();
+}
+
+Requests &Board::requests()
+{
+    return *impl_;
 }
 
 std::int64_t Board::now() const

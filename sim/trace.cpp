@@ -179,6 +179,11 @@ bool parse_trace_line(std::string_view text, TraceLine &line)
         text.remove_suffix(1);
     if (!to_time(next_word(text), line.us))
         return false;
+    line.from_host = false;
+    line.number = 0;
+    line.name.clear();
+    line.text.clear();
+    line.bytes.clear();
     const std::string_view kind = next_word(text);
     if (kind.starts_with("port"))
         return parse_burst(kind.substr(4), text, line);

@@ -49,7 +49,7 @@ struct TraceLine {
     std::string text{};
     std::vector<std::uint8_t> bytes{}; // all that were clocked, filler included
 };
-// Reads such a line; false for remarks, empty lines and anything malformed. Fields that the kind does not have stay.
+// Reads such a line; false for remarks, empty lines and anything malformed.
 bool parse_trace_line(std::string_view text, TraceLine &line);
 // Whether the host only reads: its frame has no payload.
 bool is_status_read(const TraceLine &line);

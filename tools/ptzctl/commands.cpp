@@ -241,6 +241,21 @@ const std::vector<Command> kCommands = {
                   "ptzctl decode ptzd.trace --follow", "ptzctl decode wire.trace --pcapng wire.pcapng",
                   "tail -n 20 wire.trace | ptzctl decode -"},
      .run = run_decode},
+    {.name = "replay",
+     .summary = "play a trace to the driver, and compare what it does",
+     .forms = {{{.kind = Kind::File, .name = "TRACE"}}},
+     .options = {{"--plugin", {Kind::File, "FILE"}, "another driver plug-in than that of ptzd"},
+                 {"--time-scale", {Kind::Number, "N", 0.1, 1000}, "how many times as fast (20)"}},
+     .text =
+         "TRACE is a file that ptzd --trace has begun, or - for standard input. On a bus of its own ptzd gets a board "
+         "that does what the camera block did, with the configuration of the trace; the requests are made again, and "
+         "what the driver sends and drives is compared. The first difference ends it. No camera is touched.\n"
+         "\n"
+         "A trace of krx-sim has no requests: what comes without them, like a start, is compared. PTZD names another "
+         "ptzd.",
+     .statuses = {{EXIT_REFUSED, "the driver does something else, the trace was cut or is none"}},
+     .examples = {"ptzctl replay ptzd.trace", "cat ptzd.trace.1 ptzd.trace | ptzctl replay -"},
+     .run = run_replay},
     {.name = "help",
      .summary = "explain a command, or list them all",
      .forms = {{{.kind = Kind::Command, .name = "COMMAND", .need = Need::Optional}}},

@@ -110,4 +110,5 @@ ExitStatus run_doctor(Context &context, const Arguments &arguments);
 ExitStatus run_monitor(Context &context, const Arguments &arguments);
 ExitStatus run_tour(Context &context, const Arguments &arguments);
 ExitStatus run_decode(Context &context, const Arguments &arguments);
+ExitStatus run_replay(Context &context, const Arguments &arguments);
 ExitStatus run_help(Context &context, const Arguments &arguments);
