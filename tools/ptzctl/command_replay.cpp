@@ -11,6 +11,7 @@ namespace {
 
 constexpr unsigned kLookEveryMs = 2; // the driver reads its status every 1.6 ms
 constexpr double kTimeScale = 20;
+constexpr double kSlowDown = 4; // from one try to the next
 // A driver that has read its status so often without doing what is next will not do it any more; nor will one that has
 // not been heard of for so long.
 constexpr std::size_t kMostIdleReads = 600;
@@ -89,31 +90,34 @@ struct Watch {
     }
 };
 
-ExitStatus tell(Context &context, const ReplayTrace &trace, const ReplayBoard::State &state, const ReplayBus &bus)
+struct Outcome {
+    bool finished = false;
+    std::string difference; // empty: none
+    std::string place;      // where it was not gone on, unless finished
+};
+
+Outcome play(const ReplayTrace &trace, const std::string &plugin, double time_scale)
 {
-    if (!state.difference.empty())
-        throw Failure(EXIT_REFUSED, "Different", state.difference);
-    const auto place = [&] {
-        return "line " + std::to_string(state.next->number) + ", " + sim::trace_time(state.next->line.us) + " s";
-    };
-    if (!state.finished && trace.requests == 0 && !bus.ptzd_ended()) {
-        context.done("the same up to " + place() +
-                     "; what follows was asked for, and the trace has no requests "
-                     "(krx-sim records none)");
-        return EXIT_DONE;
-    }
-    if (!state.finished)
-        throw Failure(EXIT_REFUSED, "Different",
-                      place() + ": in the trace the driver sends \"" + state.next->words() +
-                          "\", now it sends nothing" +
-                          (bus.ptzd_ended() ? "; ptzd has ended: " + bus.last_words() : ""));
-    if (trace.cut_at != 0)
-        throw Failure(EXIT_REFUSED, "Cut",
-                      "the trace was cut in line " + std::to_string(trace.cut_at) +
-                          "; up to there the driver does the same");
-    context.done("the driver does the same: " + std::to_string(trace.events.size()) + " events, " +
-                 std::to_string(trace.requests) + " of them requests");
-    return EXIT_DONE;
+    const Folder folder;
+    write_configuration(trace, folder.path());
+    ReplayBoard board(trace);
+    board.start(folder.path());
+    ReplayBus bus(trace, folder.path());
+    bus.start_ptzd(plugin, time_scale);
+    Watch watch{board, bus};
+    if (run_loop(kLookEveryMs, [&] { return watch.look(); }) == LoopEnd::Interrupted)
+        throw Interrupted();
+    const ReplayBoard::State state = board.state();
+    Outcome outcome{state.finished, state.difference, ""};
+    if (state.finished || !state.difference.empty())
+        return outcome;
+    outcome.place = state.next->place();
+    // Nobody asks for what a trace of the simulator has after its start.
+    if (trace.requests != 0 || bus.ptzd_ended())
+        outcome.difference = outcome.place + ": in the trace the driver sends \"" + state.next->words() +
+                             "\", now it sends nothing" +
+                             (bus.ptzd_ended() ? "; ptzd has ended: " + bus.last_words() : "");
+    return outcome;
 }
 
 } // namespace
@@ -121,14 +125,26 @@ ExitStatus tell(Context &context, const ReplayTrace &trace, const ReplayBoard::S
 ExitStatus run_replay(Context &context, const Arguments &arguments)
 {
     const ReplayTrace trace(arguments.words()[0]);
-    const Folder folder;
-    write_configuration(trace, folder.path());
-    ReplayBoard board(trace);
-    board.start(folder.path());
-    ReplayBus bus(trace, folder.path());
-    bus.start_ptzd(arguments.value("--plugin").value_or(""), arguments.number("--time-scale").value_or(kTimeScale));
-    Watch watch{board, bus};
-    if (run_loop(kLookEveryMs, [&] { return watch.look(); }) == LoopEnd::Interrupted)
-        throw Interrupted();
-    return tell(context, trace, board.state(), bus);
+    const std::string plugin = arguments.value("--plugin").value_or("");
+    double time_scale = arguments.number("--time-scale").value_or(kTimeScale);
+    Outcome outcome = play(trace, plugin, time_scale);
+    // A machine that was busy elsewhere for some milliseconds has cost a fast camera a status or two, and ptzd acts on
+    // that: a difference counts when it is seen twice, or with a camera that is not fast.
+    for (std::string seen; outcome.difference != seen && time_scale > 1;) {
+        seen = outcome.difference;
+        time_scale = std::max(time_scale / kSlowDown, 1.0);
+        outcome = play(trace, plugin, time_scale);
+    }
+    if (!outcome.difference.empty())
+        throw Failure(EXIT_REFUSED, "Different", outcome.difference);
+    if (trace.cut_at != 0)
+        throw Failure(EXIT_REFUSED, "Cut",
+                      "the trace was cut in line " + std::to_string(trace.cut_at) +
+                          "; up to there the driver does the same");
+    context.done(!outcome.finished
+                     ? "the driver does the same up to " + outcome.place +
+                           "; what follows was asked for, and the trace has no requests (krx-sim records none)"
+                     : "the driver does the same: " + std::to_string(trace.events.size()) + " events, " +
+                           std::to_string(trace.requests) + " of them requests");
+    return EXIT_DONE;
 }

@@ -116,8 +116,7 @@ void ReplayBoard::compare(const ReplayEvent *wanted, const sim::TraceLine &done)
         step();
         return;
     }
-    difference_ = "line " + std::to_string(wanted->number) + ", " + sim::trace_time(line.us) +
-                  " s: in the trace the driver sends \"" + wanted->words() + "\", now it sends \"" +
+    difference_ = wanted->place() + ": in the trace the driver sends \"" + wanted->words() + "\", now it sends \"" +
                   ReplayEvent{0, done, {}}.words() + "\"";
     if (wanted->words() == ReplayEvent{0, done, {}}.words())
         difference_ += ", in other bytes";

@@ -27,6 +27,11 @@ std::string ReplayEvent::words() const
     return printable(text.empty() ? "a read of the status" : text);
 }
 
+std::string ReplayEvent::place() const
+{
+    return "line " + std::to_string(number) + ", " + sim::trace_time(line.us) + " s";
+}
+
 ReplayTrace::ReplayTrace(const std::string &path)
 {
     TraceReader reader(path, false);

@@ -20,6 +20,8 @@ struct ReplayEvent {
     }
     // "Pan position 10000 (10.000 deg)", for a message
     std::string words() const;
+    // "line 239, 3.904541 s"
+    std::string place() const;
 };
 
 struct ReplayTrace {
