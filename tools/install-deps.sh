@@ -13,6 +13,7 @@ declare -A groups=(
     [fuzz]="clang libclang-rt-14-dev"
     [lint]="clang clang-format clang-tidy clang-tools shellcheck"
     [coverage]="gcovr"
+    [wireshark]="tshark"
 )
 
 wanted=()
