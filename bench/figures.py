@@ -46,6 +46,8 @@ FIGURES = [
     ("bursts of a 4 MiB firmware upgrade", "firmware_upgrade", "bursts", "", 0, None),
     ("the least that it can take", "firmware_upgrade", "least", "", 0, None),
     ("processor time of `ptzd` idling at state 1", "ptzd_idle", "cpu_percent", "% of a core", 2, ("<=", 3)),
+    ("the same while it writes a trace, more", "ptzd_trace", "cpu_percent", "% of a core", 2, ("<=", 1)),
+    ("lines of a trace that `ptzctl decode` puts into words in a minute", "decode", "lines", "million", 1, (">=", 2)),
     ("resident memory of `ptzd` with the plug-in", "ptzd_memory", "resident_mb", "MB", 1, ("<=", 10)),
     ("the same, after 10000 calls of 200 clients", "ptzd_calls", "resident_mb", "MB", 1, ("<=", 9)),
     ("stop, from the call to its answer over the bus, which comes behind the record, median", "ptzd_calls", "stop_us",
@@ -133,13 +135,31 @@ def measure_ptzd(build):
             for words in MOVES * 2:
                 ptzctl(*words)
             ptzctl("published")
-            began, used = time.monotonic(), processor_seconds(ptzd.pid)
-            time.sleep(IDLE_SECONDS)
-            idle = 100 * (processor_seconds(ptzd.pid) - used) / (time.monotonic() - began)
+
+            def share_of_a_core():
+                began, used = time.monotonic(), processor_seconds(ptzd.pid)
+                time.sleep(IDLE_SECONDS)
+                return 100 * (processor_seconds(ptzd.pid) - used) / (time.monotonic() - began)
+            idle = share_of_a_core()
             resident = resident_mb(ptzd.pid)
             calls = json.loads(subprocess.run([build / "bench/service_calls", str(ptzd.pid)], env=environment, check=True, timeout=300,
                                               stdout=subprocess.PIPE).stdout)
-            return {"ptzd_memory": {"resident_mb": resident}, "ptzd_idle": {"cpu_percent": idle}, "ptzd_calls": calls}
+            ptzctl("trace", "on")
+            tracing = share_of_a_core() - idle
+            ptzctl("trace", "off")
+            return {"ptzd_memory": {"resident_mb": resident}, "ptzd_idle": {"cpu_percent": idle}, "ptzd_calls": calls,
+                    "ptzd_trace": {"cpu_percent": tracing}, "decode": decode_speed(build, board / "ptzd.trace")}
+
+
+def decode_speed(build, trace):
+    """Of that trace a hundred times."""
+    text = trace.read_text(encoding="ascii")
+    big = trace.with_suffix(".big")
+    big.write_text(text * 100, encoding="ascii")
+    began = time.monotonic()
+    subprocess.run([build / "tools/ptzctl/ptzctl", "decode", big], check=True, stdout=subprocess.DEVNULL, timeout=120)
+    lines = 100 * sum(not line.startswith("#") for line in text.splitlines())
+    return {"lines": lines / (time.monotonic() - began) * 60 / 1e6}
 
 
 def run_benchmarks(build, repetitions):

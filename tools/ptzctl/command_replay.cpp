@@ -49,6 +49,7 @@ std::string with_devices(const std::string &text, const std::string &folder)
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t end = std::min(text.find('\n', at), text.size());
         std::string line = text.substr(at, end - at);
+        line.erase(0, line.find_first_not_of(" \t")); // as the reader of the file does
         if (line.starts_with('['))
             port = line.find("PORT1]") != std::string::npos ? "1" : "0";
         else if (line.starts_with("Device"))
@@ -108,15 +109,16 @@ Outcome play(const ReplayTrace &trace, const std::string &plugin, double time_sc
     if (run_loop(kLookEveryMs, [&] { return watch.look(); }) == LoopEnd::Interrupted)
         throw Interrupted();
     const ReplayBoard::State state = board.state();
-    Outcome outcome{state.finished, state.difference, ""};
-    if (state.finished || !state.difference.empty())
+    const bool ended = bus.ptzd_ended();
+    // A driver that has ended leaves out reads at its end, and nothing else.
+    Outcome outcome{state.finished || (ended && !board.has_act_left()), state.difference, ""};
+    if (outcome.finished || !state.difference.empty())
         return outcome;
     outcome.place = state.next->place();
     // Nobody asks for what a trace of the simulator has after its start.
-    if (trace.requests != 0 || bus.ptzd_ended())
+    if (trace.requests != 0 || ended)
         outcome.difference = outcome.place + ": in the trace the driver sends \"" + state.next->words() +
-                             "\", now it sends nothing" +
-                             (bus.ptzd_ended() ? "; ptzd has ended: " + bus.last_words() : "");
+                             "\", now it sends nothing" + (ended ? "; ptzd has ended: " + bus.last_words() : "");
     return outcome;
 }
 

@@ -220,6 +220,17 @@ const std::vector<Command> kCommands = {
      .examples = {"ptzctl tour"},
      .left_behind = "the camera ends the step and stays as it then is",
      .run = run_tour},
+    {.name = "trace",
+     .summary = "record the traffic with the camera block",
+     .forms = {{{.kind = Kind::Choice, .name = "on|off"}}},
+     .text =
+         "on: ptzd records what goes to the camera block and comes from it, the levels of its lines and the requests, "
+         "into the file that is printed, and the one with .1 behind its name. off: no more; done when all is written. "
+         "Members of ptz-admin may. 'ptzctl decode' puts it into words. ptzd --trace records from the start on, which "
+         "'ptzctl replay' needs.",
+     .examples = {"ptzctl trace on", "ptzctl trace off"},
+     .left_behind = "the trace is begun, or ended, all the same",
+     .run = run_trace},
     {.name = "decode",
      .summary = "put a trace into words",
      .forms = {{{.kind = Kind::File, .name = "TRACE"}}},

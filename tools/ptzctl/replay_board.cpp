@@ -71,6 +71,13 @@ ReplayBoard::State ReplayBoard::state()
     return {finished, difference_, at_, idle_reads_, finished ? nullptr : &trace_.events[at_]};
 }
 
+bool ReplayBoard::has_act_left()
+{
+    const std::lock_guard lock(mutex_);
+    return std::any_of(trace_.events.begin() + static_cast<std::ptrdiff_t>(at_), trace_.events.end(),
+                       [](const ReplayEvent &event) { return event.by_host() && !sim::is_status_read(event.line); });
+}
+
 void ReplayBoard::take_place(const ReplayEvent &event)
 {
     if (event.line.kind == Kind::burst) { // a read that the host leaves out

@@ -32,6 +32,8 @@ class ReplayBoard final : public sim::Requests {
         const ReplayEvent *next = nullptr; // what the host has to do
     };
     State state();
+    // Whether the host still has something to do besides reading.
+    bool has_act_left();
 
     int drive(std::uint32_t line, bool high) override;
     int claim(std::uint32_t) override { return 0; }

@@ -110,5 +110,6 @@ ExitStatus run_doctor(Context &context, const Arguments &arguments);
 ExitStatus run_monitor(Context &context, const Arguments &arguments);
 ExitStatus run_tour(Context &context, const Arguments &arguments);
 ExitStatus run_decode(Context &context, const Arguments &arguments);
+ExitStatus run_trace(Context &context, const Arguments &arguments);
 ExitStatus run_replay(Context &context, const Arguments &arguments);
 ExitStatus run_help(Context &context, const Arguments &arguments);

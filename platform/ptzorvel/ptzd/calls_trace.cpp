@@ -12,8 +12,7 @@ void call_set_trace(PtzService &service, const CallPtr &call)
     gboolean on = FALSE;
     g_variant_get(call->parameters(), "(b)", &on);
     if (on == FALSE) {
-        trace->end();
-        call->answer(g_variant_new("(s)", ""));
+        trace->end([call] { call->answer(g_variant_new("(s)", "")); });
         return;
     }
     trace->begin([trace, call](const std::string &problem) {

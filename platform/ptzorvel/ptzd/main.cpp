@@ -234,6 +234,7 @@ int serve(GDBusConnection *connection, const PtzService::Options &options)
     if (service == nullptr)
         return complain(EXIT_NO_BUS, problem);
     run.service = service.get();
+    const TraceEar ear(connection, *options.trace); // behind the service's guard: what that drops nobody acts on
     const gulong closed = g_signal_connect(connection, "closed", G_CALLBACK(on_bus_closed), &run);
     const guint terminate = g_unix_signal_add(SIGTERM, on_signal, &run);
     const guint interrupt = g_unix_signal_add(SIGINT, on_signal, &run);
@@ -293,7 +294,6 @@ int main(int argc, char *argv[])
     if (!board.take(bus != nullptr ? bus.get() : "", problem))
         return complain(EXIT_NO_BUS, problem);
     Trace trace(trace_options(line, options));
-    const TraceEar ear(connection.get(), trace);
     options.trace = &trace;
     if (line.trace != nullptr)
         begin_trace(trace);

@@ -69,10 +69,17 @@ void Trace::begin(Begun begun)
     thread_ = std::thread([this, begun = std::move(begun)] { run(begun); });
 }
 
-void Trace::end()
+void Trace::end(std::function<void()> ended)
 {
     options_.watch(nullptr);
     set_active(false);
+    {
+        const std::lock_guard lock(mutex_);
+        if (ended && !over_)
+            ended_.push_back(std::exchange(ended, {}));
+    }
+    if (ended)
+        ended();
     ending_ = true;
     work_.release();
 }
@@ -187,14 +194,20 @@ void Trace::run(const Begun &begun)
         last = ending_;
         good = write_what_waits();
     }
-    if (!good && problem.empty()) {
+    if (!good && problem.empty())
         syslog(LOG_WARNING, "The trace %s cannot be written: %s. It has ended; the camera goes on.",
                options_.path.c_str(), file_.problem().c_str());
-        options_.watch(nullptr);
-        set_active(false);
-    }
+    options_.watch(nullptr); // also where it was ended just when it began
+    set_active(false);
     file_.close();
-    over_ = true;
+    std::vector<std::function<void()>> ended;
+    {
+        const std::lock_guard lock(mutex_);
+        over_ = true;
+        ended.swap(ended_);
+    }
+    for (const auto &each : ended)
+        each();
 }
 
 bool Trace::write_what_waits()

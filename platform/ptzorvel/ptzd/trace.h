@@ -17,6 +17,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 struct spi_ioc_transfer;
 
@@ -42,8 +43,8 @@ class Trace {
 
     // Begins a file, or goes on with the one that is written. Main thread, which waits for no disk.
     void begin(Begun begun);
-    // Ends it; what was recorded is still written. Main thread.
-    void end();
+    // Ends it; what was recorded is still written, and `ended` then called, on any thread. Main thread.
+    void end(std::function<void()> ended = {});
     // The file that is written; empty when none is. Any thread.
     std::string file() const { return active_.load(std::memory_order_acquire) ? options_.path : ""; }
     // Called with that whenever it changes, on any thread; not while it is set.
@@ -77,8 +78,10 @@ class Trace {
     TraceFile file_;                    // of the thread while there is one
     std::counting_semaphore<> work_{0};
     std::thread thread_;
-    std::mutex mutex_; // of changed_
+    std::mutex mutex_;
+    // Under the mutex
     std::function<void(const std::string &file)> changed_;
+    std::vector<std::function<void()>> ended_; // whoever waits for the thread
 };
 
 // Records what the services of the image pipeline tell on this connection, from its making to its end.
