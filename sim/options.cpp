@@ -51,7 +51,7 @@ bool parse(Raw &raw, int argc, char **argv)
         {"trace", 't', 0, G_OPTION_ARG_FILENAME, &raw.trace, "Write every burst to FILE (see ptzctl decode)", "FILE"},
         {"trace-limit", 0, 0, G_OPTION_ARG_INT, &raw.trace_limit, "Keep the last of the trace, in FILE.1 and FILE",
          "MIB"},
-        {"replay", 0, 0, G_OPTION_ARG_FILENAME, &raw.replay, "Play a trace and say where the board answers otherwise",
+        {"replay", 0, 0, G_OPTION_ARG_FILENAME, &raw.replay, "Play a trace; say what is answered otherwise",
          "FILE"},
         {"time-scale", 'x', 0, G_OPTION_ARG_STRING, &raw.time_scale,
          "Let time run N times faster (else PTZ_TIME_SCALE)", "N"},

@@ -226,8 +226,9 @@ const std::vector<Command> kCommands = {
      .text =
          "on: ptzd records what goes to the camera block and comes from it, the levels of its lines and the requests, "
          "into the file that is printed, and the one with .1 behind its name. off: no more; done when all is written. "
-         "Members of ptz-admin may. 'ptzctl decode' puts it into words. ptzd --trace records from the start on, which "
-         "'ptzctl replay' needs.",
+         "Members of ptz-admin may.\n"
+         "\n"
+         "'ptzctl decode' puts it into words. 'ptzctl replay' needs one from the start on, as ptzd --trace writes it.",
      .examples = {"ptzctl trace on", "ptzctl trace off"},
      .left_behind = "the trace is begun, or ended, all the same",
      .run = run_trace},
