@@ -78,7 +78,7 @@ void Journal::burst(std::int64_t now, unsigned port, bool from_host, std::span<c
 
 void Journal::level(std::int64_t now, Line line, bool from_host, bool high)
 {
-    if (print_)
+    if (print_ && from_host) // what the block does is told as its state
         print_(Detail::everything, now, std::string("line ") + row(line).name + (high ? " high" : " low"));
     if (trace_)
         write_trace(trace_level(now, row(line).name, from_host, high));
