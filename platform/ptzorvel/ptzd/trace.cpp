@@ -12,6 +12,7 @@
 namespace {
 
 constexpr auto kWriteEvery = std::chrono::milliseconds(100);
+constexpr std::size_t kMostWaiting = 65536;             // bytes that are written in one piece
 constexpr std::size_t kHurryAt = TraceQueue::kSize / 8; // records that wait
 
 std::int64_t monotonic_ns()
@@ -215,6 +216,8 @@ bool Trace::write_what_waits()
     while (const TraceRecord *record = queue_->oldest()) {
         file_.add(*record);
         queue_->drop();
+        if (file_.waiting() >= kMostWaiting && !file_.write())
+            return false;
     }
     if (const unsigned lost = queue_->take_lost())
         file_.add_lost(now_us(), lost);

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -144,14 +145,18 @@ bool TraceFile::write()
 {
     if (text_.empty())
         return true;
+    if (turns_ && most_bytes_ != 0 && size_ + text_.size() > most_bytes_ / 2) {
+        const std::string waiting = std::exchange(text_, {});
+        close();
+        problem_ = open();
+        if (!problem_.empty())
+            return false;
+        text_ = waiting;
+    }
     if (!write_text(text_))
         return false;
     text_.clear();
-    if (!turns_ || most_bytes_ == 0 || size_ < most_bytes_ / 2)
-        return true;
-    close();
-    problem_ = open();
-    return problem_.empty();
+    return true;
 }
 
 bool TraceFile::write_text(const std::string &text)

@@ -22,6 +22,8 @@ class TraceFile {
     // What is to be written next.
     void add(const TraceRecord &record);
     void add_lost(std::int64_t us, unsigned records);
+    // Bytes of that.
+    std::size_t waiting() const { return text_.size(); }
     // Writes it; false, and problem(), when the file takes no more.
     bool write();
     const std::string &problem() const { return problem_; }
