@@ -53,6 +53,8 @@ FIGURES = [
     ("bursts of a 4 MiB firmware upgrade", "firmware_upgrade", "bursts", "", 0, None),
     ("the least that it can take", "firmware_upgrade", "least", "", 0, None),
     ("processor time of `ptzd` idling at state 1", "ptzd_idle", "cpu_percent", "% of a core", 2, ("<=", 3)),
+    ("the same while it writes a trace, more", "ptzd_trace", "cpu_percent", "% of a core", 2, ("<=", 1)),
+    ("lines of a trace that `ptzctl decode` puts into words in a minute", "decode", "lines", "million", 1, (">=", 2)),
     ("resident memory of `ptzd` with the plug-in", "ptzd_memory", "resident_mb", "MB", 1, ("<=", 10)),
     ("the same, after 10000 calls of 200 clients", "ptzd_calls", "resident_mb", "MB", 1, ("<=", 9)),
     ("stop, from the call to its answer over the bus, which comes behind the record, median", "ptzd_calls", "stop_us",
@@ -72,6 +74,14 @@ KEYS = 50
 TELLS_RELEASES, RIGHT, RIGHT_RELEASED = b"\x1b[?11u", b"\x1b[C", b"\x1b[1;1:3C"
 PAN_SPEED = "07010200"  # how its record begins
 
+
+def share_of_a_core(pid):
+    """What it takes of a core while it idles, in percent."""
+    began, used = time.monotonic(), stage.processor_seconds(pid)
+    time.sleep(IDLE_SECONDS)
+    return 100 * (stage.processor_seconds(pid) - used) / (time.monotonic() - began)
+
+
 def measure_ptzd(build):
     """What ptzd takes: its memory after start-up and a few moves, and its processor time while it idles."""
     with tempfile.TemporaryDirectory(prefix="ptz-bench-") as name, stage.Stage(build, pathlib.Path(name)) as here:
@@ -79,12 +89,14 @@ def measure_ptzd(build):
         for words in MOVES * 2:
             here.ptzctl(*words)
         here.ptzctl("published")
-        began, used = time.monotonic(), stage.processor_seconds(ptzd.pid)
-        time.sleep(IDLE_SECONDS)
-        idle = 100 * (stage.processor_seconds(ptzd.pid) - used) / (time.monotonic() - began)
+        idle = share_of_a_core(ptzd.pid)
         resident = stage.memory_mb(ptzd.pid, "Rss")
         calls = json.loads(here.run("bench/service_calls", str(ptzd.pid)))
-        return {"ptzd_memory": {"resident_mb": resident}, "ptzd_idle": {"cpu_percent": idle}, "ptzd_calls": calls}
+        here.ptzctl("trace", "on")
+        tracing = share_of_a_core(ptzd.pid) - idle
+        here.ptzctl("trace", "off")
+        return {"ptzd_memory": {"resident_mb": resident}, "ptzd_idle": {"cpu_percent": idle}, "ptzd_calls": calls,
+                "ptzd_trace": {"cpu_percent": tracing}, "decode": decode_speed(here)}
 
 
 def measure_drive(build):
@@ -118,6 +130,18 @@ def measure_drive(build):
         os.waitpid(pid, 0)
         os.close(terminal)
         return {"drive": {"key_us": statistics.median(took)}}
+
+
+def decode_speed(here):
+    """Of what was traced a hundred times."""
+    trace = here.folder / "board/ptzd.trace"
+    text = trace.read_text(encoding="ascii")
+    big = trace.with_suffix(".big")
+    big.write_text(text * 100, encoding="ascii")
+    began = time.monotonic()
+    here.run("tools/ptzctl/ptzctl", "decode", big)
+    lines = 100 * sum(not line.startswith("#") for line in text.splitlines())
+    return {"lines": lines / (time.monotonic() - began) * 60 / 1e6}
 
 
 def run_benchmarks(build, repetitions):

@@ -17,7 +17,7 @@ FUZZ_TARGET(trace_decoder)
     }
     for (const std::string &text : fuzz::lines(input)) {
         sim::TraceLine line;
-        if (!sim::parse_trace_line(text, line))
+        if (!sim::parse_trace_line(text, line) || line.kind != sim::TraceLine::Kind::burst)
             continue;
         // Written again, it reads the same.
         sim::TraceLine again;

@@ -40,6 +40,7 @@ struct Board::Impl final : Requests {
     Sensor sensor;
     Services services;
     std::array<std::int64_t, 2> told_ownership{-1, -1}; // of their names
+    std::array<bool, kLines.size()> told_levels{};      // of the lines that the block drives, to the journal
     std::multiset<std::int64_t> reminders;              // of the services
     std::multimap<std::int64_t, std::string> script;
     std::unique_ptr<Server> server;
@@ -62,15 +63,26 @@ struct Board::Impl final : Requests {
             }
             if (reminders.erase(due) != 0)
                 services.tell(ServiceChange::reminder);
-            show();
+            show(due);
         }
         camera.run(now);
-        show();
+        show(now);
+    }
+
+    // What became of the lines; a request that falls and rises with a burst is none.
+    void note_levels(std::int64_t now)
+    {
+        for (std::size_t i = 0; i < kLines.size(); ++i) {
+            const bool high = lines.shown(static_cast<Line>(i));
+            if (!kLines[i].host_drives && std::exchange(told_levels[i], high) != high)
+                journal.level(now, static_cast<Line>(i), false, high);
+        }
     }
 
     // What is seen of the block and of its faults outside of it.
-    void show()
+    void show(std::int64_t now)
     {
+        note_levels(now);
         for (std::size_t i = 0; i < kLines.size(); ++i)
             lines.make_asked(static_cast<Line>(i),
                              faults.armed(Fault::gpio_refuse, i) || faults.armed(Fault::gpio_read, i));
@@ -104,7 +116,10 @@ struct Board::Impl final : Requests {
 
     CommandResult carry_out(std::string_view line, std::int64_t now)
     {
-        return run_command(line, {camera, faults, journal, services}, now);
+        CommandResult result = run_command(line, {camera, faults, journal, services}, now);
+        if (result.ok && line.find_first_of("\r\n") == line.npos)
+            journal.command(now, line);
+        return result;
     }
 
     int drive(std::uint32_t line, bool high) override
@@ -119,7 +134,9 @@ struct Board::Impl final : Requests {
         const std::int64_t now = catch_up();
         if (faults.strike(Fault::gpio_drive, line))
             return -EIO;
+        journal.level(now, static_cast<Line>(line), true, high);
         camera.drive(static_cast<Line>(line), high, now);
+        note_levels(now);
         return 0;
     }
 
@@ -155,6 +172,7 @@ struct Board::Impl final : Requests {
     }
 
     int lines_page() override { return lines.page_fd(); }
+    ugpio_wire::Hello hello() override { return Lines::hello(); }
 
     void check_transfer(const spidev_wire::Request &request, std::uint32_t mode)
     {
@@ -183,7 +201,7 @@ struct Board::Impl final : Requests {
             clocked = 4 + faults.random(static_cast<std::uint32_t>(clocked / 2 - 4));
         camera.burst(port, host.first(clocked), answer, now);
         std::fill(answer.begin() + static_cast<std::ptrdiff_t>(clocked), answer.end(), std::uint8_t{0});
-        show();
+        show(now);
         const std::int64_t slow_us = faults.strike(Fault::spi_slow) ? faults.value(Fault::spi_slow) : 0;
         const std::int64_t wire_ns = options.real_wire_time ? spidev_wire::wire_ns(request) : 0;
         const std::int64_t busy_ns = std::max(std::min(slow_us, kMostUs) * 1000, wire_ns);
@@ -267,6 +285,11 @@ void Board::stop()
     self.folder.close();
 }
 
+Requests &Board::requests()
+{
+    return *impl_;
+}
+
 std::int64_t Board::now() const
 {
     return impl_->clock.now();
@@ -289,8 +312,9 @@ CommandResult Board::command(std::string_view line)
     CommandResult result;
     {
         const std::lock_guard lock(self.mutex);
-        result = self.carry_out(line, self.catch_up());
-        self.show();
+        const std::int64_t now = self.catch_up();
+        result = self.carry_out(line, now);
+        self.show(now);
     }
     self.wake();
     return result;

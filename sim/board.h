@@ -62,6 +62,8 @@ struct Reading {
     bool focus_moving = false;
 };
 
+class Requests;
+
 class Board {
   public:
     explicit Board(Options options);
@@ -73,6 +75,9 @@ class Board {
     [[nodiscard]] std::optional<std::string> start();
     // Ends the thread, closes every connection and removes the sockets. The camera keeps its state for another start().
     void stop();
+
+    // For a host in this process, without folder and sockets: what a host asks of the board.
+    Requests &requests();
 
     // Microseconds since construction.
     std::int64_t now() const;

@@ -86,7 +86,6 @@ void Camera::drive(Line line, bool high, std::int64_t now)
     if (lines_.level(line) == high)
         return;
     lines_.set(line, high);
-    journal_.note(now, Detail::everything, std::string("line ") + row(line).name + (high ? " high" : " low"));
     const bool up = lines_.level(Line::init_done);
     switch (line) {
     case Line::power:

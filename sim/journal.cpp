@@ -76,6 +76,20 @@ void Journal::burst(std::int64_t now, unsigned port, bool from_host, std::span<c
         write_trace(trace_line(now, port, from_host, bytes));
 }
 
+void Journal::level(std::int64_t now, Line line, bool from_host, bool high)
+{
+    if (print_ && from_host) // what the block does is told as its state
+        print_(Detail::everything, now, std::string("line ") + row(line).name + (high ? " high" : " low"));
+    if (trace_)
+        write_trace(trace_level(now, row(line).name, from_host, high));
+}
+
+void Journal::command(std::int64_t now, std::string_view line)
+{
+    if (trace_)
+        write_trace(trace_command(now, line));
+}
+
 void Journal::progress(std::int64_t now, unsigned percent)
 {
     const unsigned tens = percent / 10 * 10;

@@ -1,6 +1,7 @@
 // What the simulator saw: offences and records by name, the decoded words, the trace file and the printed lines.
 #pragma once
 
+#include "sim/lines.h"
 #include "sim/records.h"
 
 #include <array>
@@ -42,6 +43,9 @@ class Journal {
     void note(std::int64_t now, Detail detail, std::string_view text);
     // One burst in one direction, into the trace.
     void burst(std::int64_t now, unsigned port, bool from_host, std::span<const std::uint8_t> bytes);
+    // The level of a line, driven by the host or shown to it; and a command that somebody gave.
+    void level(std::int64_t now, Line line, bool from_host, bool high);
+    void command(std::int64_t now, std::string_view line);
     void progress(std::int64_t now, unsigned percent);
     void progress_ended();
     // The payload of a packet that the host sent.

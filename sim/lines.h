@@ -50,6 +50,7 @@ inline const LineRow &row(Line line)
 // By name; none when no line has it.
 std::optional<Line> find_line(std::string_view name);
 
+// Of any board: beyond those of the table there is room for as many lines as a host can see.
 class Lines {
   public:
     // All lines low. Throws std::system_error when the shared page cannot be made.
@@ -88,8 +89,8 @@ class Lines {
 
     void show(Line line, bool announced);
 
-    std::array<bool, kLines.size()> level_{};
-    std::array<bool, kLines.size()> inverted_{};
+    std::array<bool, ugpio_wire::kMaxLines> level_{};
+    std::array<bool, ugpio_wire::kMaxLines> inverted_{};
     Fd page_fd_;
     ugpio_wire::LevelPage *page_ = nullptr;
     std::vector<Edge> edges_;

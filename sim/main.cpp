@@ -3,11 +3,13 @@
 #include "sim/bus.h"
 #include "sim/options.h"
 #include "sim/progress.h"
+#include "sim/replay.h"
 #include "sim/script.h"
 #include "sim/trace.h"
 
 #include <cstdio>
 #include <exception>
+#include <fstream>
 #include <glib-unix.h>
 #include <glib.h>
 #include <unistd.h>
@@ -62,6 +64,30 @@ int run(const sim::Arguments &arguments)
     return arguments.strict && !board.offences().empty() ? 3 : 0;
 }
 
+int run_replay(const sim::Arguments &arguments)
+{
+    std::ifstream file(arguments.replay);
+    if (!file || file.peek() == std::ifstream::traits_type::eof()) {
+        std::fprintf(stderr, "krx-sim: cannot read the trace %s\n", arguments.replay.c_str());
+        return 1;
+    }
+    sim::Options options = arguments.board;
+    options.manual_time = true;
+    options.trace_path.clear();
+    std::string line; // the head of the trace says how the block sends its headers
+    while (file.peek() == '#' && std::getline(file, line))
+        options.camera.big_endian = sim::trace_byte_order(line).value_or(options.camera.big_endian);
+    file.seekg(0);
+    sim::Board board(std::move(options));
+    const sim::ReplayReport report = sim::replay(file, board, [](const std::string &text) { std::puts(text.c_str()); });
+    std::printf("%zu bursts and %zu levels compared, %zu otherwise\n", report.bursts, report.levels, report.otherwise);
+    if (report.malformed != 0)
+        std::fprintf(stderr, "krx-sim: %zu lines are none of a trace\n", report.malformed);
+    if (report.cut)
+        std::fprintf(stderr, "krx-sim: the trace was cut within its last line\n");
+    return report.malformed != 0 || report.cut ? 1 : report.otherwise != 0 ? 3 : 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -71,7 +97,7 @@ int main(int argc, char **argv)
     try {
         int status = 0;
         const auto arguments = sim::parse_arguments(argc, argv, status);
-        return arguments ? run(*arguments) : status;
+        return !arguments ? status : arguments->replay.empty() ? run(*arguments) : run_replay(*arguments);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "krx-sim: %s\n", error.what());
         return 1;

@@ -14,6 +14,7 @@ struct Raw {
     char *board = nullptr;
     char *script = nullptr;
     char *trace = nullptr;
+    char *replay = nullptr;
     char *time_scale = nullptr;
     gint64 seed = 1;
     gboolean real_wire_time = FALSE;
@@ -31,6 +32,7 @@ struct Raw {
         g_free(board);
         g_free(script);
         g_free(trace);
+        g_free(replay);
         g_free(time_scale);
     }
 };
@@ -49,6 +51,8 @@ bool parse(Raw &raw, int argc, char **argv)
         {"trace", 't', 0, G_OPTION_ARG_FILENAME, &raw.trace, "Write every burst to FILE (see ptzctl decode)", "FILE"},
         {"trace-limit", 0, 0, G_OPTION_ARG_INT, &raw.trace_limit, "Keep the last of the trace, in FILE.1 and FILE",
          "MIB"},
+        {"replay", 0, 0, G_OPTION_ARG_FILENAME, &raw.replay, "Play a trace; say what is answered otherwise",
+         "FILE"},
         {"time-scale", 'x', 0, G_OPTION_ARG_STRING, &raw.time_scale,
          "Let time run N times faster (else PTZ_TIME_SCALE)", "N"},
         {"real-wire-time", 'w', 0, G_OPTION_ARG_NONE, &raw.real_wire_time, "Bursts last as long as on a wire", nullptr},
@@ -72,7 +76,8 @@ bool parse(Raw &raw, int argc, char **argv)
                                  "  ptzd --plugin libptz_driver_canon.so");
     const std::string description =
         "Commands, from a script (\"at 1.5s COMMAND\" per line) or over D-Bus\n(com.orna.KrxSim):\n" + command_help() +
-        "\nExit status: 0 ended as asked, 1 could not run, 2 usage error, 3 offences\ncounted with --strict.";
+        "\nExit status: 0 ended as asked, 1 could not run, 2 usage error, 3 offences\ncounted with --strict, or a "
+        "replayed trace is answered otherwise.";
     g_option_context_set_description(context.get(), description.c_str());
     g_option_context_add_main_entries(context.get(), entries, nullptr);
     GErrorSlot error;
@@ -85,7 +90,7 @@ bool parse(Raw &raw, int argc, char **argv)
         return true;
     if (raw.trace_limit < 0 || raw.trace_limit > kMostMib)
         return usage_error("--trace-limit takes a number of MiB up to 1048576; 0: no limit");
-    if (!raw.board || !*raw.board)
+    if (!raw.replay && (!raw.board || !*raw.board))
         return usage_error("--board DIR is missing");
     return true;
 }
@@ -117,7 +122,7 @@ std::optional<Arguments> parse_arguments(int argc, char **argv, int &status)
         std::puts("krx-sim " KRX_SIM_VERSION);
         return std::nullopt;
     }
-    arguments.board.folder = raw.board;
+    arguments.board.folder = raw.board ? raw.board : "";
     arguments.board.real_wire_time = raw.real_wire_time;
     arguments.board.overwrite_conf = raw.force;
     arguments.board.seed = static_cast<std::uint64_t>(raw.seed);
@@ -130,6 +135,7 @@ std::optional<Arguments> parse_arguments(int argc, char **argv, int &status)
         arguments.board.camera.fpga_reset_active_low = false;
     }
     arguments.script = raw.script ? raw.script : "";
+    arguments.replay = raw.replay ? raw.replay : "";
     arguments.detail = raw.quiet ? Detail::offences : raw.verbose ? Detail::everything : Detail::records;
     arguments.strict = raw.strict;
     return arguments;

@@ -11,6 +11,7 @@ namespace sim {
 struct Arguments {
     Options board;
     std::string script;              // path, or empty
+    std::string replay;              // a trace to be compared with instead of running; path, or empty
     Detail detail = Detail::records; // what is printed
     bool strict = false;             // offences make the exit status 3
 };

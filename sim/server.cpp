@@ -1,7 +1,5 @@
 #include "sim/server.h"
 
-#include "sim/lines.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -164,7 +162,7 @@ void Server::accept_host(int listener, const Source &source)
     const int number = fd.get();
     const bool gpio = source.kind == Kind::gpio_listener;
     if (gpio) {
-        const ugpio_wire::Hello hello = Lines::hello();
+        const ugpio_wire::Hello hello = requests_.hello();
         if (!send_message(number, &hello, sizeof hello, requests_.lines_page()))
             return;
     }

@@ -27,6 +27,8 @@ class Requests {
     virtual Fd open_edge(std::uint32_t line, int &slave) = 0;
     virtual void close_edge(int slave) = 0;
     virtual int lines_page() = 0;
+    // Which lines there are.
+    virtual ugpio_wire::Hello hello() = 0;
     // One burst; `request` holds its settings, `mode` what was set on the device. Gives the bytes clocked, or minus
     // errno, and how long the call lasts at least.
     struct Transferred {

@@ -1,12 +1,8 @@
 #include "sim/trace.h"
 
-#include "sim/frame.h"
-#include "sim/records.h"
-#include "sim/upgrade.h"
-
+#include <algorithm>
 #include <array>
 #include <charconv>
-#include <cmath>
 #include <cstdio>
 
 namespace sim {
@@ -44,102 +40,80 @@ bool to_time(std::string_view word, std::int64_t &us)
     return true;
 }
 
+constexpr std::array<std::int8_t, 256> kNibbles = [] {
+    std::array<std::int8_t, 256> values{};
+    values.fill(-1);
+    for (std::int8_t i = 0; i < 10; ++i)
+        values[static_cast<std::size_t>('0' + i)] = i;
+    for (std::int8_t i = 0; i < 6; ++i)
+        values[static_cast<std::size_t>('A' + i)] = values[static_cast<std::size_t>('a' + i)] =
+            static_cast<std::int8_t>(10 + i);
+    return values;
+}();
+
 bool to_bytes(std::string_view hex, std::size_t length, std::vector<std::uint8_t> &bytes)
 {
     if (hex.size() % 2 != 0 || hex.size() / 2 > length)
         return false;
     bytes.assign(length, 0);
     for (std::size_t i = 0; i < hex.size() / 2; ++i) {
-        if (!to_number(hex.substr(2 * i, 2), bytes[i], 16))
+        const int value =
+            kNibbles[static_cast<std::uint8_t>(hex[2 * i])] * 16 | kNibbles[static_cast<std::uint8_t>(hex[2 * i + 1])];
+        if (value < 0)
             return false;
+        bytes[i] = static_cast<std::uint8_t>(value);
     }
     return true;
 }
 
-// A field of a block; 0 beyond its end.
-std::uint32_t field(std::span<const std::uint8_t> block, std::size_t offset, std::size_t size)
-{
-    std::uint32_t value = 0;
-    for (std::size_t i = offset; i < offset + size; ++i)
-        value = value << 8 | (i < block.size() ? block[i] : 0u);
-    return value;
-}
-
-double signed_thousandths(std::span<const std::uint8_t> block, std::size_t offset)
-{
-    return static_cast<std::int32_t>(field(block, offset, 4)) / 1000.0;
-}
-
-std::string describe_block(std::span<const std::uint8_t> block)
-{
-    std::array<char, 160> text{};
-    switch (block[0]) {
-    case 0xF8: {
-        const std::uint32_t exponents = field(block, 79, 1);
-        const double optical = std::ldexp(field(block, 88, 2), -static_cast<int>(exponents >> 4));
-        const double zoom = optical * (field(block, 80, 2) / 256.0 + 1.0);
-        const double hfov = std::ldexp(field(block, 92, 2), -static_cast<int>(exponents & 15));
-        std::snprintf(text.data(), text.size(), "Camera: zoom x%.2f, view %.2f deg, focus %u, lens status %02X", zoom,
-                      hfov, field(block, 34, 2), field(block, 29, 1));
-        break;
-    }
-    case 0xE0:
-        std::snprintf(text.data(), text.size(), "Pan/tilt: pan %.3f deg, tilt %.3f deg, status %02X",
-                      signed_thousandths(block, 16), signed_thousandths(block, 32), field(block, 4, 1));
-        break;
-    case 0x60:
-        std::snprintf(text.data(), text.size(), "System: model %u, capture frequency %u, capture state %u",
-                      field(block, 28, 1), field(block, 30, 1), field(block, 31, 1));
-        break;
-    case 0x40:
-        std::snprintf(text.data(), text.size(), "Revisions: firmware %08X", field(block, 4, 4));
-        break;
-    default:
-        std::snprintf(text.data(), text.size(), "Unknown block %02X, %zu bytes", block[0], block.size());
-    }
-    return text.data();
-}
-
-// The status run of a block's frame, or what is wrong with the frame.
-struct BlockFrame {
-    std::string problem{};
-    std::span<const std::uint8_t> run{};
-};
-
-BlockFrame block_frame(std::span<const std::uint8_t> burst, bool big_endian)
-{
-    if (burst.size() < kFrameHeader)
-        return {.problem = "Frame too short"};
-    const unsigned low = burst[big_endian ? 1 : 0];
-    const unsigned high = burst[big_endian ? 0 : 1];
-    const std::size_t length = high << 8 | low;
-    if (length + kFrameHeader > burst.size())
-        return {.problem = "Frame of " + std::to_string(length) + " bytes does not fit its burst"};
-    const auto run = burst.subspan(kFrameHeader, length);
-    const unsigned checksum = static_cast<unsigned>(burst[big_endian ? 2 : 3] << 8 | burst[big_endian ? 3 : 2]);
-    if (length != 0 && frame_checksum(run) != checksum)
-        return {.problem = "Frame with a wrong checksum"};
-    return {.run = run};
-}
-
-std::vector<std::string> decode_block_frame(std::span<const std::uint8_t> burst, std::optional<bool> big_endian)
-{
-    BlockFrame frame = block_frame(burst, big_endian.value_or(false));
-    if (!big_endian && !frame.problem.empty()) {
-        const BlockFrame other = block_frame(burst, true);
-        if (other.problem.empty())
-            frame = other;
-    }
-    if (!frame.problem.empty())
-        return {frame.problem};
-    if (frame.run.empty())
-        return {};
-    const std::string loader = describe_upgrade(frame.run);
-    return loader.empty() ? decode_status(frame.run) : std::vector<std::string>{loader};
-}
-
 constexpr std::string_view kLittleEndian = "# byte order: little endian";
 constexpr std::string_view kBigEndian = "# byte order: big endian";
+
+bool parse_burst(std::string_view port, std::string_view text, TraceLine &line)
+{
+    constexpr std::size_t kLongest = 65'536;
+    const std::string_view sender = next_word(text);
+    std::size_t length = 0;
+    if (!to_number(port, line.port))
+        return false;
+    if (sender == "error") {
+        line.kind = TraceLine::Kind::error;
+        return to_number(next_word(text), line.number) && next_word(text).empty();
+    }
+    line.kind = TraceLine::Kind::burst;
+    line.from_host = sender == "host";
+    if ((sender != "host" && sender != "block") || !to_number(next_word(text), length) || length > kLongest)
+        return false;
+    const std::string_view bytes = next_word(text);
+    return next_word(text).empty() && to_bytes(bytes, length, line.bytes);
+}
+
+bool parse_level(std::string_view text, TraceLine &line)
+{
+    line.kind = TraceLine::Kind::level;
+    line.name = next_word(text);
+    const std::string_view sender = next_word(text);
+    const std::string_view level = next_word(text);
+    line.from_host = sender == "host";
+    line.number = level == "high" ? 1 : 0;
+    return (sender == "host" || sender == "block") && (level == "high" || level == "low") && next_word(text).empty();
+}
+
+// A kind whose name is that many words, and the rest a text.
+bool parse_text(TraceLine::Kind kind, int words, std::string_view text, TraceLine &line)
+{
+    line.kind = kind;
+    line.name.clear();
+    for (; words > 0; --words) {
+        const std::string_view word = next_word(text);
+        line.name += (line.name.empty() ? "" : " ") + std::string(word);
+        if (word.empty())
+            return false;
+    }
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    line.text = text;
+    return (kind == TraceLine::Kind::close) == text.empty();
+}
 
 } // namespace
 
@@ -179,64 +153,52 @@ std::string trace_line(std::int64_t now, unsigned port, bool from_host, std::spa
     return line;
 }
 
+std::string trace_level(std::int64_t now, std::string_view line, bool from_host, bool high)
+{
+    return trace_time(now) + " line " + std::string(line) + (from_host ? " host " : " block ") +
+           (high ? "high\n" : "low\n");
+}
+
+std::string trace_command(std::int64_t now, std::string_view command)
+{
+    return trace_time(now) + " sim " + std::string(command) + "\n";
+}
+
 bool parse_trace_line(std::string_view text, TraceLine &line)
 {
-    constexpr std::size_t kLongest = 65'536;
+    static constexpr struct {
+        std::string_view word;
+        TraceLine::Kind kind;
+        int words;
+    } kTexts[] = {{"call", TraceLine::Kind::call, 1},
+                  {"told", TraceLine::Kind::told, 2},
+                  {"signal", TraceLine::Kind::signal, 3},
+                  {"sim", TraceLine::Kind::command, 0},
+                  {"close", TraceLine::Kind::close, 0}};
     while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
         text.remove_suffix(1);
     if (!to_time(next_word(text), line.us))
         return false;
-    std::string_view port = next_word(text);
-    const std::string_view sender = next_word(text);
-    std::size_t length = 0;
-    if (port.substr(0, 4) != "port" || !to_number(port.substr(4), line.port) ||
-        (sender != "host" && sender != "block") || !to_number(next_word(text), length) || length > kLongest)
-        return false;
-    line.from_host = sender == "host";
-    const std::string_view bytes = next_word(text);
-    return next_word(text).empty() && to_bytes(bytes, length, line.bytes);
+    line.from_host = false;
+    line.number = 0;
+    line.name.clear();
+    line.text.clear();
+    line.bytes.clear();
+    const std::string_view kind = next_word(text);
+    if (kind.starts_with("port"))
+        return parse_burst(kind.substr(4), text, line);
+    if (kind == "line")
+        return parse_level(text, line);
+    for (const auto &row : kTexts)
+        if (kind == row.word)
+            return parse_text(row.kind, row.words, text, line);
+    return false;
 }
 
-std::vector<std::string> decode_packet(std::span<const std::uint8_t> bytes)
+bool is_status_read(const TraceLine &line)
 {
-    const Packet packet = check_packet(bytes);
-    if (packet.problem)
-        return {std::string("Malformed packet [") + packet.problem + "]"};
-    std::vector<std::string> lines;
-    for (const Record &record : parse_records(packet.records))
-        lines.push_back(describe(record));
-    return lines;
-}
-
-std::vector<std::string> decode_status(std::span<const std::uint8_t> run)
-{
-    std::vector<std::string> lines;
-    while (!run.empty()) {
-        const std::size_t size = field(run, 2, 2) + std::size_t{4};
-        if (size == 4 || size > run.size()) {
-            lines.emplace_back("Block with a wrong length");
-            break;
-        }
-        lines.push_back(describe_block(run.first(size)));
-        run = run.subspan(size);
-    }
-    return lines;
-}
-
-std::vector<std::string> decode_trace_line(std::string_view text, std::optional<bool> big_endian)
-{
-    TraceLine line;
-    if (!parse_trace_line(text, line))
-        return {};
-    if (!line.from_host)
-        return decode_block_frame(line.bytes, big_endian);
-    const HostFrame frame = check_host_frame(line.bytes);
-    if (frame.problem && frame.payload.empty())
-        return {std::string("Malformed frame [") + frame.problem + "]"};
-    if (frame.payload.empty())
-        return {};
-    const std::string loader = line.port == 1 ? describe_upgrade(frame.payload) : std::string();
-    return loader.empty() ? decode_packet(frame.payload) : std::vector<std::string>{loader};
+    return line.kind == TraceLine::Kind::burst && line.from_host && line.bytes.size() >= 2 && line.bytes[0] == 0 &&
+           line.bytes[1] == 0;
 }
 
 } // namespace sim

@@ -16,6 +16,7 @@ declare -A groups=(
     [coverage]="gcovr"
     [bench]="valgrind"
     [bench-peers]="nanopb libnanopb-dev protobuf-compiler libmsgpack-dev libcbor-dev libmodbus-dev libsystemd-dev"
+    [wireshark]="tshark"
 )
 
 wanted=()

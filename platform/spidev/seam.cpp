@@ -2,6 +2,10 @@
 // board, everything else is passed on untouched.
 #include "spidev/seam.h"
 
+#include "spidev/ports.h"
+
+#include <atomic>
+#include <cerrno>
 #include <cstdarg>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -31,18 +35,40 @@ Function *behind(const char *name)
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
+std::atomic<SpidevObserver> observer{nullptr};
+
 int open_through(Open *real, const char *path, int flags, mode_t mode)
 {
     int fd = -1;
-    return spidev_seam_open(path, flags, &fd) ? fd : real(path, flags, mode);
+    const bool simulated = spidev_seam_open(path, flags, &fd);
+    if (!simulated)
+        fd = real(path, flags, mode);
+    if (fd >= 0)
+        spidev_ports::note(path, fd, simulated);
+    return fd;
+}
+
+// A transfer with somebody who wants to know of it.
+void tell(int fd, unsigned long request, const void *arg, int result)
+{
+    SpidevObserver told = observer.load(std::memory_order_acquire);
+    if (told == nullptr || request != SPI_IOC_MESSAGE(1) || arg == nullptr)
+        return;
+    const int error = errno;
+    if (const int port = spidev_ports::of(fd); port >= 0)
+        told(static_cast<unsigned>(port), *static_cast<const spi_ioc_transfer *>(arg), result, error);
+    errno = error;
 }
 
 int ioctl_through(Ioctl *real, int fd, unsigned long request, void *arg)
 {
+    if (_IOC_TYPE(request) != SPI_IOC_MAGIC)
+        return real(fd, request, arg);
     int result = -1;
-    if (_IOC_TYPE(request) == SPI_IOC_MAGIC && spidev_seam_ioctl(fd, request, arg, &result))
-        return result;
-    return real(fd, request, arg);
+    if (!spidev_seam_ioctl(fd, request, arg, &result))
+        result = real(fd, request, arg);
+    tell(fd, request, arg, result);
+    return result;
 }
 
 } // namespace
@@ -103,4 +129,9 @@ int seam_ioctl_time64(int fd, unsigned long request, ...)
     static auto *const real = behind<Ioctl>("__ioctl_time64");
     TAKE_ARGUMENT(arg, request);
     return ioctl_through(real, fd, request, arg);
+}
+
+void spidev_seam_observe(SpidevObserver told)
+{
+    observer.store(told, std::memory_order_release);
 }

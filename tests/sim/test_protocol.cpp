@@ -105,14 +105,23 @@ TEST(Decode, PutsFramesOfHostBlockAndLoaderIntoWords)
         {"port0 block 8 040001", {"Frame with a wrong checksum"}},
         {"port0 block 12 050016FFE000000901", {"Block with a wrong length"}},
         {"port0 block 16 0A008DFEF8000001017700000101",
-         {"Camera: zoom x0.00, view 0.00 deg, focus 0, lens status 00", "Unknown block 77, 5 bytes"}}};
-    for (const auto &[line, words] : cases)
-        EXPECT_EQ(decode_trace_line(std::string("0.123456 ") + line), words) << line;
-    // Malformed lines say nothing.
+         {"Camera: zoom x0.00, view 0.00 deg, focus 0, lens status 00", "Unknown block 77, 5 bytes"}},
+        {"port0 error 110\n", {"The transfer failed: Connection timed out"}},
+        {"line cam_power host high\n", {"cam_power high"}},
+        {"call SetParameter ('Limit', 'MaxZoom', <5>)\n", {"SetParameter ('Limit', 'MaxZoom', <5>)"}},
+        {"told com.orna.Streamer Rotation <0>", {"com.orna.Streamer Rotation <0>"}},
+        {"close", {"The host was told to end"}}};
     TraceLine line;
-    for (const char *text : {"0.123456 port0 host", "0.1 port0 host 4 00", "0.123456 port0 guest 4 00",
-                             "0.123456 port0 host 4 0", "0.123456 port0 host 4 0000000000", "0.123456 port0 host 4 0g",
-                             "0.123456 port0 host 4 00 00", "0.-12345 port0 host 4 00"})
+    for (const auto &[text, words] : cases) {
+        ASSERT_TRUE(parse_trace_line(std::string("0.123456 ") + text, line)) << text;
+        EXPECT_EQ(decode_trace_line(line), words) << text;
+    }
+    // Malformed lines say nothing.
+    for (const char *text :
+         {"0.123456 port0 host", "0.1 port0 host 4 00", "0.123456 port0 guest 4 00", "0.123456 port0 host 4 0",
+          "0.123456 port0 host 4 0000000000", "0.123456 port0 host 4 0g", "0.123456 port0 host 4 00 00",
+          "0.-12345 port0 host 4 00", "0.123456 port0 error", "0.123456 line", "0.123456 line cam_power host",
+          "0.123456 line cam_power host up", "0.123456 told com.orna.Streamer", "0.123456 close now", "0.123456 shut"})
         EXPECT_FALSE(parse_trace_line(text, line)) << text;
 }
 

@@ -218,7 +218,9 @@ TEST(Decode, PutsFramesIntoWordsAndReportsEachLineThatIsNone)
     } cases[] = {
         {"decode -", "# remark\n\n" + frame + "1.500100 port0 block 1024 \n", EXIT_DONE, words, ""}, // an empty frame
         {"decode -", "garbage\n" + frame + std::string(100000, '\xff') + "\n" + std::string(3, '\0'), EXIT_REFUSED,
-         words, "ptzctl: line 1" + none + "ptzctl: line 3" + none + "ptzctl: line 4" + none},
+         words,
+         "ptzctl: line 1" + none + "ptzctl: line 3" + none +
+             "ptzctl: line 4: the trace was cut here; all before it is shown\n"},
         {"decode - --json --sent", frame + "garbage\n", EXIT_REFUSED,
          "{\"line\":1,\"seconds\":1.5,\"port\":0,\"sender\":\"host\",\"texts\":[\"Pan position 12500 (12.500 deg)\"]}\n"
          "{\"line\":2,\"error\":\"not a line of a trace, skipped\"}\n",
@@ -230,7 +232,8 @@ TEST(Decode, PutsFramesIntoWordsAndReportsEachLineThatIsNone)
         {"decode -", big + little, EXIT_DONE, ready + ready, ""},
         {"decode - --big-endian", "# byte order: little endian\n" + big, EXIT_DONE, ready, ""},
         {"decode /dev/null", "", EXIT_REFUSED, "",
-         "ptzctl: cannot read the trace '/dev/null': it is empty; krx-sim --trace FILE writes one\n"}};
+         "ptzctl: cannot read the trace '/dev/null': it is empty; krx-sim --trace FILE and ptzd --trace FILE write "
+         "one\n"}};
     for (const auto &[line, trace, status, output, errors] : cases) {
         const RunResult result = run_ptzctl(line, trace);
         EXPECT_EQ(result.status, status);

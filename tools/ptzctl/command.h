@@ -22,6 +22,9 @@ class Context {
     // by SIGPIPE.
     void line(const std::string &text);
     void object(GVariant *object);
+    // From now on lines are written when there are many, or by flush(), which throws as they do.
+    void hold_back() { holds_back_ = true; }
+    void flush();
     // The object {"KEY": value}.
     void object_of(const char *key, GVariant *value);
     // A list of texts: each on its line, or {"KEY": [...]}.
@@ -34,6 +37,7 @@ class Context {
   private:
     bool json_;
     double timeout_s_;
+    bool holds_back_ = false;
     std::unique_ptr<Service> service_;
 };
 

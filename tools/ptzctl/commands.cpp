@@ -319,20 +319,54 @@ const std::vector<Command> kCommands = {
      .examples = {"ptzctl tour"},
      .left_behind = "the camera ends the step and stays as it then is",
      .run = run_tour},
+    {.name = "trace",
+     .summary = "record the traffic with the camera block",
+     .forms = {{{.kind = Kind::Choice, .name = "on|off"}}},
+     .text =
+         "on: ptzd records what goes to the camera block and comes from it, the levels of its lines and the requests, "
+         "into the file that is printed, and the one with .1 behind its name. off: no more; done when all is written. "
+         "Members of ptz-admin may.\n"
+         "\n"
+         "'ptzctl decode' puts it into words. 'ptzctl replay' needs one from the start on, as ptzd --trace writes it.",
+     .examples = {"ptzctl trace on", "ptzctl trace off"},
+     .left_behind = "the trace is begun, or ended, all the same",
+     .run = run_trace},
     {.name = "decode",
-     .summary = "put a trace of krx-sim into words",
+     .summary = "put a trace into words",
      .forms = {{{.kind = Kind::File, .name = "TRACE"}}},
-     .options = {{"--sent", {}, "only what the driver sent"},
+     .options = {{"--sent", {}, "only what the driver sent and drove"},
+                 {"--received", {}, "only what came from the block"},
+                 {"--record", {Kind::Text, "NAME"}, "only records, blocks and requests whose words begin so"},
+                 {"--follow", {}, "go on while the trace grows, until Ctrl-C"},
+                 {"--pcapng", {Kind::File, "FILE"}, "write a capture file for Wireshark instead; -: standard output"},
                  {"--big-endian",
                   {},
                   "headers of received frames have the most significant byte first, whatever the "
                   "trace says"}},
-     .text = "TRACE is a file written by krx-sim --trace, or - for standard input. It says itself in which order the "
-             "bytes of headers are; in a piece that does not, each frame is read as it makes sense. Lines that are no "
-             "trace are reported with their number and skipped.",
-     .statuses = {{EXIT_REFUSED, "some lines are no trace"}},
-     .examples = {"ptzctl decode wire.trace --sent", "tail -n 20 wire.trace | ptzctl decode -"},
+     .text =
+         "TRACE is a file written by ptzd --trace or krx-sim --trace, or - for standard input. A trace that does not "
+         "say in which order the bytes of headers are has each frame read as it makes sense. Lines that are no "
+         "trace are reported with their number and skipped; so is the end of a trace that was cut.",
+     .statuses = {{EXIT_REFUSED, "some lines are no trace, or it was cut"}},
+     .examples = {"ptzctl decode wire.trace --sent", "ptzctl decode wire.trace --record 'pan position'",
+                  "ptzctl decode ptzd.trace --follow", "ptzctl decode wire.trace --pcapng wire.pcapng",
+                  "tail -n 20 wire.trace | ptzctl decode -"},
      .run = run_decode},
+    {.name = "replay",
+     .summary = "play a trace to the driver, and compare what it does",
+     .forms = {{{.kind = Kind::File, .name = "TRACE"}}},
+     .options = {{"--plugin", {Kind::File, "FILE"}, "another driver plug-in than that of ptzd"},
+                 {"--time-scale", {Kind::Number, "N", 0.1, 1000}, "how many times as fast (20)"}},
+     .text =
+         "TRACE is a file that ptzd --trace has begun, or - for standard input. On a bus of its own ptzd gets a board "
+         "that does what the camera block did, with the configuration of the trace; the requests are made again, and "
+         "what the driver sends and drives is compared. The first difference ends it. No camera is touched.\n"
+         "\n"
+         "A trace of krx-sim has no requests: what comes without them, like a start, is compared. PTZD names another "
+         "ptzd.",
+     .statuses = {{EXIT_REFUSED, "the driver does something else, the trace was cut or is none"}},
+     .examples = {"ptzctl replay ptzd.trace", "cat ptzd.trace.1 ptzd.trace | ptzctl replay -"},
+     .run = run_replay},
     {.name = "help",
      .summary = "explain a command, or list them all",
      .forms = {{{.kind = Kind::Command, .name = "COMMAND", .need = Need::Optional}}},

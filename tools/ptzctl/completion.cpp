@@ -113,6 +113,7 @@ void offer_field(Offers &offers, const Field &field, const std::string &before)
         break;
     case Kind::Number:
     case Kind::Whole:
+    case Kind::Text:
         break;
     }
 }

@@ -36,7 +36,14 @@ void Context::line(const std::string &text)
 {
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fputc('\n', stdout);
-    if (std::fflush(stdout) == 0)
+    if (!holds_back_ || std::ferror(stdout) != 0)
+        flush();
+}
+
+void Context::flush()
+{
+    const bool failed = std::ferror(stdout) != 0;
+    if (std::fflush(stdout) == 0 && !failed)
         return;
     if (errno == EPIPE) { // GLib has the signal ignored
         std::signal(SIGPIPE, SIG_DFL);

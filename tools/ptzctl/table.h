@@ -31,6 +31,7 @@ enum class Kind {
     Preset,    // the name of one
     Condition, // of wait
     File,
+    Text, // anything
 };
 
 enum class Need { One, Optional, Many }; // the latter two at the end only
@@ -115,4 +116,6 @@ ExitStatus run_metrics(Context &context, const Arguments &arguments);
 ExitStatus run_monitor(Context &context, const Arguments &arguments);
 ExitStatus run_tour(Context &context, const Arguments &arguments);
 ExitStatus run_decode(Context &context, const Arguments &arguments);
+ExitStatus run_trace(Context &context, const Arguments &arguments);
+ExitStatus run_replay(Context &context, const Arguments &arguments);
 ExitStatus run_help(Context &context, const Arguments &arguments);

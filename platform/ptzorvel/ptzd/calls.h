@@ -42,6 +42,9 @@ void call_get_data_caches(PtzService &service, const CallPtr &call);
 void call_get_metrics(PtzService &service, const CallPtr &call);
 void call_get_video(PtzService &service, const CallPtr &call);
 
+// calls_trace.cpp
+void call_set_trace(PtzService &service, const CallPtr &call);
+
 // What stands against setting the parameter `info`, asked for by these names, to a value from the bus; nothing, and the
 // value in `wanted`, when it can be set.
 std::optional<CallError> check_parameter(const std::optional<ParamInfo> &info, const std::string &group,

@@ -35,6 +35,7 @@ constexpr MethodRow kMethods[] = {
     {"GetDataCaches", call_get_data_caches},
     {"GetVideo", call_get_video},
     {"GetMetrics", call_get_metrics},
+    {"SetTrace", call_set_trace},
 };
 
 void on_method_call(GDBusConnection *, const char *, const char *, const char *, const char *method, GVariant *,
@@ -44,6 +45,7 @@ void on_method_call(GDBusConnection *, const char *, const char *, const char *,
     const CallPtr call = service.guard().take(invocation);
     if (call == nullptr)
         return;
+    service.note_call(method, call->parameters());
     for (const MethodRow &row : kMethods)
         if (row.name == method)
             return row.handler(service, call);
@@ -75,6 +77,8 @@ GVariant *on_get_property(GDBusConnection *, const char *, const char *, const c
         return service.motion().last_move();
     if (GVariant *mode = service.modes().property(property))
         return mode;
+    if (name == "Trace")
+        return g_variant_new_string(service.trace_file().c_str());
     if (name == "VideoChannel")
         return g_variant_new_int32(service.options().video_channel);
     if (name == "Id")

@@ -6,11 +6,14 @@
 #include "ptzorvel/ptzd/param_file.h"
 #include "ptzorvel/ptzd/plugin.h"
 #include "ptzorvel/ptzd/service.h"
+#include "ptzorvel/ptzd/trace.h"
+#include "ptzorvel/ptzd/trace_watch.h"
 
 #include <glib-unix.h>
 
 #include <csignal>
 #include <cstdio>
+#include <future>
 #include <malloc.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -21,11 +24,14 @@ namespace {
 enum ExitStatus { EXIT_OK = 0, EXIT_NO_DRIVER = 1, EXIT_USAGE = 2, EXIT_NO_BUS = 3 };
 
 constexpr double kLongestTimeout = 1e6; // seconds
+constexpr int kMostTraceMib = 1 << 20;
 
 struct CommandLine {
     char *plugin = nullptr;
     char *state_dir = nullptr;
     char *metrics = nullptr;
+    char *trace = nullptr;
+    int trace_size = 64;
     int channel = 1;
     int id = 0;
     double start_timeout = 180;
@@ -42,6 +48,7 @@ struct CommandLine {
         g_free(plugin);
         g_free(state_dir);
         g_free(metrics);
+        g_free(trace);
     }
 };
 
@@ -82,6 +89,9 @@ bool parse(int *argc, char ***argv, CommandLine &line)
         {"link-timeout", 0, 0, G_OPTION_ARG_DOUBLE, &line.link_timeout, "Reset a silent block (default: 30; 0: never)",
          "SECONDS"},
         {"metrics", 0, 0, G_OPTION_ARG_FILENAME, &line.metrics, "Write numbers over time there every 10 s", "FILE"},
+        {"trace", 't', 0, G_OPTION_ARG_FILENAME, &line.trace, "Record all traffic with the camera block", "FILE"},
+        {"trace-size", 0, 0, G_OPTION_ARG_INT, &line.trace_size, "The last of it, in FILE.1 and FILE (default: 64)",
+         "MIB"},
         {"foreground", 'f', 0, G_OPTION_ARG_NONE, &line.foreground, "Show log messages on standard error too", nullptr},
         {"check", 0, 0, G_OPTION_ARG_NONE, &line.check, "Say what is wrong in the configuration, and end", nullptr},
         {"version", 0, 0, G_OPTION_ARG_NONE, &line.version, "Show the version and end", nullptr},
@@ -113,12 +123,14 @@ bool parse(int *argc, char ***argv, CommandLine &line)
     GErrorSlot error;
     const bool good = g_option_context_parse(context.get(), argc, argv, error) != FALSE && *argc == 1;
     const bool timed = is_timeout(line.start_timeout) && is_timeout(line.link_timeout);
-    if (!good || !timed)
+    const bool sized = 1 <= line.trace_size && line.trace_size <= kMostTraceMib;
+    if (!good || !timed || !sized)
         std::fprintf(stderr, "ptzd: %s Try ptzd --help.\n",
-                     error  ? error->message
-                     : good ? "A time-out has to be a number of seconds, 0 to 1000000."
-                            : "There is nothing to name but options.");
-    return good && timed;
+                     error    ? error->message
+                     : !good  ? "There is nothing to name but options."
+                     : !timed ? "A time-out has to be a number of seconds, 0 to 1000000."
+                              : "A trace has to have a number of MiB, 1 to 1048576.");
+    return good && timed && sized;
 }
 
 bool log_is_shown = false; // on standard error too
@@ -192,6 +204,32 @@ gboolean on_driver_problem(gpointer data)
     return G_SOURCE_REMOVE;
 }
 
+// Where to; how much; and what its head says.
+Trace::Options trace_options(const CommandLine &line, const PtzService::Options &options)
+{
+    const char *folder = g_getenv("PTZ_DATA_DIR");
+    Trace::Options trace;
+    trace.path = line.trace != nullptr ? line.trace : options.state_dir + "/ptzd.trace";
+    trace.most_bytes = static_cast<std::uint64_t>(line.trace_size) << 20;
+    trace.time_scale = options.time_scale;
+    trace.config_folder = folder != nullptr && *folder != '\0' ? folder : "/usr/share/ptz";
+    trace.state_folder = options.state_dir;
+    trace.watch = trace_watch;
+    return trace;
+}
+
+// Begun before the driver is made, so that it has all; a trace that cannot be had is no reason to end.
+void begin_trace(Trace &trace)
+{
+    std::promise<void> begun;
+    trace.begin([&begun](const std::string &problem) {
+        if (!problem.empty())
+            complain(EXIT_OK, "The trace cannot be written: " + problem + ". The camera goes on without it.");
+        begun.set_value();
+    });
+    begun.get_future().wait();
+}
+
 int serve(GDBusConnection *connection, const PtzService::Options &options)
 {
     std::string problem;
@@ -200,6 +238,7 @@ int serve(GDBusConnection *connection, const PtzService::Options &options)
     if (service == nullptr)
         return complain(EXIT_NO_BUS, problem);
     run.service = service.get();
+    const TraceEar ear(connection, *options.trace); // behind the service's guard: what that drops nobody acts on
     const gulong closed = g_signal_connect(connection, "closed", G_CALLBACK(on_bus_closed), &run);
     const guint terminate = g_unix_signal_add(SIGTERM, on_signal, &run);
     const guint interrupt = g_unix_signal_add(SIGINT, on_signal, &run);
@@ -259,6 +298,10 @@ int main(int argc, char *argv[])
     BoardLock board(line.channel, line.id);
     if (!board.take(bus != nullptr ? bus.get() : "", problem))
         return complain(EXIT_NO_BUS, problem);
+    Trace trace(trace_options(line, options));
+    options.trace = &trace;
+    if (line.trace != nullptr)
+        begin_trace(trace);
     const int status = serve(connection.get(), options);
     g_dbus_connection_flush_sync(connection.get(), nullptr, nullptr);
     closelog();

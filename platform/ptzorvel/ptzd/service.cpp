@@ -6,6 +6,7 @@
 #include "ptzorvel/ports/port_registry.h"
 #include "ptzorvel/ptzd/calls.h"
 #include "ptzorvel/ptzd/face.h"
+#include "ptzorvel/ptzd/trace.h"
 
 #include <chrono>
 #include <syslog.h>
@@ -54,9 +55,13 @@ PtzService::PtzService(GDBusConnection *connection, const Options &options)
     move_owners_ = std::make_unique<MoveOwners>(connection, [this] { stop_abandoned_move(); });
     make_position();
     make_motion();
-    guard_ = std::make_unique<BusGuard>(
-        connection, BusGuard::Handlers{&stops_, [this](const CallPtr &call) { call_stop(*this, call); },
-                                       [this](const std::string &client) { works_.left(client); }});
+    guard_ = std::make_unique<BusGuard>(connection,
+                                        BusGuard::Handlers{&stops_,
+                                                           [this](const CallPtr &call) {
+                                                               note_call("Stop", call->parameters());
+                                                               call_stop(*this, call);
+                                                           },
+                                                           [this](const std::string &client) { works_.left(client); }});
 }
 
 std::unique_ptr<PtzService> PtzService::create(GDBusConnection *connection, const Options &options,
@@ -65,11 +70,17 @@ std::unique_ptr<PtzService> PtzService::create(GDBusConnection *connection, cons
     std::unique_ptr<PtzService> service(new PtzService(connection, options));
     if (!service->export_object(problem) || !service->take_name(problem))
         return nullptr;
+    if (options.trace != nullptr)
+        options.trace->on_change([self = service.get()](const std::string &file) {
+            self->property_changed("Trace", g_variant_new_string(file.c_str()));
+        });
     return service;
 }
 
 PtzService::~PtzService()
 {
+    if (options_.trace != nullptr)
+        options_.trace->on_change({});
     if (subscription_ != 0)
         g_dbus_connection_signal_unsubscribe(connection_, subscription_);
     close({});
@@ -154,6 +165,8 @@ void PtzService::close(Done closed)
 {
     if (closing_.exchange(true))
         return;
+    if (options_.trace != nullptr)
+        options_.trace->close();
     deadlines_.end();
     manager_.end();
     queue_.queue.post(

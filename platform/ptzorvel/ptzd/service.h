@@ -40,6 +40,8 @@
 // "running", "stopped, too cold", ... for a PTZ_STATE_*.
 const char *state_text(int state);
 
+class Trace;
+
 class PtzService {
   public:
     struct Options {
@@ -51,6 +53,7 @@ class PtzService {
         double start_timeout_s = 180; // a start without a good answer of the camera block is given up; 0: never
         double link_timeout_s = 30;   // seconds of silence before the camera block is reset; 0: it never is
         std::string metrics_file{};   // where numbers over time are written; empty: nowhere
+        Trace *trace = nullptr;       // which outlives the service; null: there is none
     };
     // Called on the command thread.
     using Done = std::function<void()>;
@@ -97,6 +100,9 @@ class PtzService {
     Motion &motion() { return *motion_; }
     Stopper &stopper() { return *stopper_; }
     BusGuard &guard() { return *guard_; }
+    // Records a request; which file that goes to, empty: none. Any thread.
+    void note_call(const char *method, GVariant *arguments) const;
+    std::string trace_file() const;
     // The driver's parameters; null before there is a driver. Any thread.
     std::shared_ptr<ParamStore> params();
     // What the driver reported last; none before the first report. Any thread.

@@ -3,6 +3,7 @@
 #include "ptzorvel/ptzd/calls.h"
 #include "ptzorvel/ptzd/face.h"
 #include "ptzorvel/ptzd/service.h"
+#include "ptzorvel/ptzd/trace.h"
 
 #include <memory>
 #include <utility>
@@ -36,6 +37,17 @@ void PtzService::property_changed(const char *name, GVariant *value)
     g_variant_builder_add(&changed, "{sv}", name, value);
     emit("org.freedesktop.DBus.Properties", "PropertiesChanged",
          g_variant_new("(sa{sv}as)", kInterfaceName, &changed, nullptr));
+}
+
+void PtzService::note_call(const char *method, GVariant *arguments) const
+{
+    if (options_.trace != nullptr)
+        options_.trace->call(method, arguments);
+}
+
+std::string PtzService::trace_file() const
+{
+    return options_.trace != nullptr ? options_.trace->file() : "";
 }
 
 void PtzService::state_changed(int state)

@@ -1,4 +1,5 @@
 // What the service does for moves and stops.
+#include "glib_owned.h"
 #include "ptzorvel/ptzd/service.h"
 
 #include <syslog.h>
@@ -78,5 +79,8 @@ void PtzService::stop_abandoned_move()
     if (state_ == PTZ_STATE_RUNNING)
         syslog(LOG_INFO, "A client left while its move was running: stopping");
     stops_++;
+    // Nobody asks for it in a replay, where no client leaves.
+    const GVariantOwned nothing(g_variant_ref_sink(g_variant_new_tuple(nullptr, 0)));
+    note_call("Stop", nothing.get());
     stop(nullptr);
 }
