@@ -58,8 +58,9 @@ void Lens::aim(const Look &look)
     const double cos_roll = std::cos(look.roll * kDegree);
     for (int row = 0; row < kDown; ++row) {
         for (int column = 0; column < kAcross; ++column) {
-            double x = 2.0 * column * kCellWidth / kWidth - 1;
-            double y = (1 - 2.0 * row * kCellHeight / kHeight) * kHeight / kWidth;
+            // The middles of pixels.
+            double x = 2.0 * (column * kCellWidth + 0.5) / kWidth - 1;
+            double y = (1 - 2.0 * (row * kCellHeight + 0.5) / kHeight) * kHeight / kWidth;
             const double out = half * (1 + look.barrel * (x * x + y * y));
             x *= out;
             y *= out;

@@ -62,12 +62,12 @@ export function drawSide(svg, {tilt, vfov, moving}) {
 
 // A scale with a needle; marks are [where from 0 to 1, words].
 function drawScale(svg, name, at, value, marks, moving) {
-  const x = share => 12 + 296 * Math.min(Math.max(share, 0), 1);
+  const x = share => 16 + 288 * Math.min(Math.max(share, 0), 1);
   svg.setAttribute("aria-label", `${name}: ${value}${moving ? ", moving" : ""}`);
   svg.replaceChildren(
-    make("text", {x: 12, y: 11}, name),
-    make("text", {class: "value", x: 308, y: 11, "text-anchor": "end"}, value),
-    make("line", {class: "ring", x1: 12, y1: 24, x2: 308, y2: 24}),
+    make("text", {x: 4, y: 11}, name),
+    make("text", {class: "value", x: 316, y: 11, "text-anchor": "end"}, value),
+    make("line", {class: "ring", x1: 16, y1: 24, x2: 304, y2: 24}),
     ...marks.flatMap(([share, words]) => [
       make("line", {class: "tick", x1: x(share), y1: 20, x2: x(share), y2: 28}),
       make("text", {x: x(share), y: 42, "text-anchor": "middle"}, words)]),
