@@ -340,15 +340,15 @@ Snapshot Board::snapshot() const
     Impl &self = *impl_;
     const std::lock_guard lock(self.mutex);
     const std::int64_t now = self.catch_up();
-    Snapshot snapshot{.us = now,
-                      .reading = self.read_camera(now),
-                      .settings = self.camera.settings(),
-                      .colours = self.camera.colours(),
-                      .scene_light = self.camera.scene_light(),
-                      .services = {self.services.video_capture_mode, self.services.capture_frequency,
-                                   self.services.rotation},
-                      .bursts = self.bursts,
-                      .records = self.journal.record_count()};
+    Snapshot snapshot{
+        .us = now,
+        .reading = self.read_camera(now),
+        .settings = self.camera.settings(),
+        .colours = self.camera.colours(),
+        .scene_light = self.camera.scene_light(),
+        .services = {self.services.video_capture_mode, self.services.capture_frequency, self.services.rotation},
+        .bursts = self.bursts,
+        .records = self.journal.record_count()};
     for (std::size_t i = 0; i < snapshot.lines.size(); ++i)
         snapshot.lines[i] = self.lines.shown(static_cast<Line>(i));
     for (std::size_t i = 0; i < snapshot.armed.size(); ++i)

@@ -88,6 +88,7 @@ bool parse(Raw &raw, int argc, char **argv)
                                  "  ptzd --plugin libptz_driver_canon.so");
     const std::string description =
         "Commands, from a script (\"at 1.5s COMMAND\" per line) or over D-Bus\n(com.orna.KrxSim):\n" + command_help() +
+        view_help() +
         "\nExit status: 0 ended as asked, 1 could not run, 2 usage error, 3 offences\ncounted with --strict.";
     g_option_context_set_description(context.get(), description.c_str());
     // In a group of its own data: the callback above needs it.

@@ -161,7 +161,8 @@ class Browser:
                       **({"text": key} if kind == "char" else {}))
 
     def screenshot(self, path):
-        data = self.call("Page.captureScreenshot", format="png")["data"]
+        kind = {"format": "jpeg", "quality": 85} if pathlib.Path(path).suffix == ".jpg" else {"format": "png"}
+        data = self.call("Page.captureScreenshot", **kind)["data"]
         pathlib.Path(path).write_bytes(base64.b64decode(data))
 
 

@@ -20,8 +20,8 @@ std::atomic<bool> picture_blanked{false};
 std::atomic<bool> picture_frozen{false};
 std::atomic<int> handles{0};
 
-// A simulated board shows its picture: what becomes of it here is in a file of its folder, always as long, so that nobody
-// reads half of it. Without such a board, or without its leave, nothing is told.
+// A simulated board shows its picture: what becomes of it here is in a file of its folder, always as long, so that
+// nobody reads half of it. Without such a board, or without its leave, nothing is told.
 void tell_board()
 {
     const char *board = std::getenv("PTZ_BOARD");
@@ -31,8 +31,8 @@ void tell_board()
     if (file < 0)
         return;
     std::array<char, 32> line{};
-    const int length =
-        std::snprintf(line.data(), line.size(), "blanked=%d frozen=%d\n", picture_blanked.load(), picture_frozen.load());
+    const int length = std::snprintf(line.data(), line.size(), "blanked=%d frozen=%d\n", picture_blanked.load(),
+                                     picture_frozen.load());
     [[maybe_unused]] const ssize_t written = pwrite(file, line.data(), static_cast<std::size_t>(length), 0);
     close(file);
 }

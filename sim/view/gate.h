@@ -7,8 +7,8 @@
 
 namespace sim::view {
 
-// "ADDRESS:PORT", "[ADDRESS]:PORT", an address alone (a free port), or nothing: 127.0.0.1. The caller owns what it gets;
-// null when it is none of these.
+// "ADDRESS:PORT", "[ADDRESS]:PORT", an address alone (a free port), or nothing: 127.0.0.1. The caller owns what it
+// gets; null when it is none of these.
 GSocketAddress *parse_address(const std::string &where);
 
 // Whether a request's Host is an address, "localhost" or this machine's name. A name from elsewhere that was made to

@@ -39,8 +39,8 @@ void to_planes(const std::uint8_t *rgb, const Tone &tone, std::uint8_t *y, std::
         const int r = four(red);
         const int g = four(green);
         const int b = four(blue);
-        const Tone::Chroma chroma = tone.chroma(((-43 * r - 85 * g + 128 * b) >> 10) + 128,
-                                                ((128 * r - 107 * g - 21 * b) >> 10) + 128);
+        const Tone::Chroma chroma =
+            tone.chroma(((-43 * r - 85 * g + 128 * b) >> 10) + 128, ((128 * r - 107 * g - 21 * b) >> 10) + 128);
         cb[i] = chroma.cb;
         cr[i] = chroma.cr;
     }
@@ -74,14 +74,14 @@ void Lens::aim(const Look &look)
     }
 }
 
-// Takes the level whose pixels are about as fine as the picture's, and looks for its pieces. Near the zenith, where every
-// azimuth is in sight, a coarser one has to do: there is only sky.
+// Takes the level whose pixels are about as fine as the picture's, and looks for its pieces. Near the zenith, where
+// every azimuth is in sight, a coarser one has to do: there is only sky.
 void Lens::choose_pieces(const Look &look)
 {
-    const auto [left, right] = std::minmax_element(mesh_.begin(), mesh_.end(),
-                                                   [](const Place &a, const Place &b) { return a.x < b.x; });
-    const auto [bottom, top] = std::minmax_element(mesh_.begin(), mesh_.end(),
-                                                   [](const Place &a, const Place &b) { return a.y < b.y; });
+    const auto [left, right] =
+        std::minmax_element(mesh_.begin(), mesh_.end(), [](const Place &a, const Place &b) { return a.x < b.x; });
+    const auto [bottom, top] =
+        std::minmax_element(mesh_.begin(), mesh_.end(), [](const Place &a, const Place &b) { return a.y < b.y; });
     const Area seen{left->x, bottom->y, right->x, top->y};
     const double fine = std::log2(look.magnification) + 0.15;
     for (int level = std::clamp(static_cast<int>(std::lround(fine)), 0, Tiles::kMostLevel);; --level) {
@@ -128,8 +128,8 @@ void Lens::read_row(int row, const Tone &tone, std::uint8_t *red, std::uint8_t *
         for (int i = cell * kCellWidth; i < (cell + 1) * kCellWidth; ++i, x += step_x, y += step_y) {
             const std::uint32_t *piece = pieces_[static_cast<std::size_t>((y >> 24) * across_ + (x >> 24))];
             const std::uint32_t *at = piece + (y >> 16 & 255) * Tiles::kStride + (x >> 16 & 255);
-            const std::uint32_t colour = between(at, static_cast<std::uint32_t>(x >> 8 & 255),
-                                                 static_cast<std::uint32_t>(y >> 8 & 255));
+            const std::uint32_t colour =
+                between(at, static_cast<std::uint32_t>(x >> 8 & 255), static_cast<std::uint32_t>(y >> 8 & 255));
             red[i] = tone.red[colour >> 16 & 255];
             green[i] = tone.green[colour >> 8 & 255];
             blue[i] = tone.blue[colour & 255];

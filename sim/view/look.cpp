@@ -18,11 +18,10 @@ struct Balance {
     double red;
     double blue;
 };
-constexpr Balance kBalances[] = {{1, 0.62, 1.7},   {2, 1.12, 0.86},  {16, 0.72, 1.42}, {17, 1.08, 0.9},
-                                 {18, 1.2, 0.78},  {19, 0.86, 1.2},  {20, 0.94, 1.12}, {22, 0.58, 1.8},
-                                 {23, 1.25, 0.95}};
+constexpr Balance kBalances[] = {{1, 0.62, 1.7},  {2, 1.12, 0.86},  {16, 0.72, 1.42}, {17, 1.08, 0.9}, {18, 1.2, 0.78},
+                                 {19, 0.86, 1.2}, {20, 0.94, 1.12}, {22, 0.58, 1.8},  {23, 1.25, 0.95}};
 constexpr std::int32_t kManualBalance = 5;
-constexpr double kUnityGain = 256;
+constexpr double kUnityGain = 512; // the middle of its range
 
 class Settings {
   public:

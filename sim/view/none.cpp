@@ -3,6 +3,11 @@
 
 namespace sim {
 
+std::string view_help()
+{
+    return "\nThis krx-sim was built without --view.\n";
+}
+
 struct View::Impl {};
 
 View::View(Board &, ViewOptions)

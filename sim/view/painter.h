@@ -1,5 +1,5 @@
-// Drawing in degrees: x is the azimuth, y the elevation. One painter draws one part of what is all around the camera, so
-// it is told what of it is seen, and leaves out what is smaller than a pixel.
+// Drawing in degrees: x is the azimuth, y the elevation. One painter draws one part of what is all around the camera,
+// so it is told what of it is seen, and leaves out what is smaller than a pixel.
 #pragma once
 
 #include "sim/view/light.h"

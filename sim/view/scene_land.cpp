@@ -16,9 +16,8 @@ struct Range {
     double waves; // around the horizon
     double snow;  // above so many degrees
 };
-constexpr Range kRanges[] = {{0x5D6F86, 4200, 3.4, 2.3, 5, 4.6},
-                             {0x4C6A5B, 2200, 2.0, 1.2, 8, 90},
-                             {0x4A6B3C, 1100, 0.9, 0.55, 13, 90}};
+constexpr Range kRanges[] = {
+    {0x5D6F86, 4200, 3.4, 2.3, 5, 4.6}, {0x4C6A5B, 2200, 2.0, 1.2, 8, 90}, {0x4A6B3C, 1100, 0.9, 0.55, 13, 90}};
 
 double crest(const Range &range, double azimuth)
 {
@@ -99,7 +98,10 @@ void paint_lake(Painter &painter)
                         painter.lit(rgb(0xFBFBF6), 200));
         painter.polygon({{x - 0.02, y + 0.1}, {x - 0.02, y + 1.3 * size}, {x - 0.45 * size, y + 0.15}},
                         painter.lit(rgb(i % 2 ? 0xD9534F : 0x4F86C6), 200));
-        painter.polygon({{x - 0.5 * size, y + 0.1}, {x + 0.65 * size, y + 0.1}, {x + 0.45 * size, y - 0.1}, {x - 0.35 * size, y - 0.1}},
+        painter.polygon({{x - 0.5 * size, y + 0.1},
+                         {x + 0.65 * size, y + 0.1},
+                         {x + 0.45 * size, y - 0.1},
+                         {x - 0.35 * size, y - 0.1}},
                         painter.lit(rgb(0x6B3E2E), 200));
     }
 }

@@ -77,12 +77,10 @@ struct Balloon {
     unsigned stripe;
     const char *words;
 };
-constexpr Balloon kBalloons[] = {{{-13, 14.5}, 1.5, 0xC8402F, 0xF3E3C3, "UP"},
-                                 {{37, 12}, 1.0, 0x2F6F8F, 0xF2C14E, "SLOW"},
-                                 {{104, 17}, 1.7, 0x3C8D5A, 0xF4F1E8, "LAKE"},
-                                 {{-126, 22}, 1.3, 0x7A4E9E, 0xF6D55C, "WEST"},
-                                 {{-90, 56}, 2.4, 0xD9822B, 0xFFF3DC, "HIGH"},
-                                 {{25, 72}, 3.0, 0x2B5FA8, 0xF4F4F4, "TOP"}};
+constexpr Balloon kBalloons[] = {
+    {{-13, 14.5}, 1.5, 0xC8402F, 0xF3E3C3, "UP"}, {{37, 12}, 1.0, 0x2F6F8F, 0xF2C14E, "SLOW"},
+    {{104, 17}, 1.7, 0x3C8D5A, 0xF4F1E8, "LAKE"}, {{-126, 22}, 1.3, 0x7A4E9E, 0xF6D55C, "WEST"},
+    {{-90, 56}, 2.4, 0xD9822B, 0xFFF3DC, "HIGH"}, {{25, 72}, 3.0, 0x2B5FA8, 0xF4F4F4, "TOP"}};
 
 void paint_balloon(Painter &painter, const Balloon &balloon)
 {

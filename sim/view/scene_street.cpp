@@ -56,9 +56,15 @@ void paint_car(Painter &painter, double azimuth, double metres_away, unsigned co
     const Colour paint = painter.lit(rgb(colour), metres_away);
     const Colour dark = painter.lit(rgb(0x23272B), metres_away);
     painter.ellipse({x, y + 0.05 * unit}, 2.4 * unit, 0.16 * unit, dark);
-    painter.polygon({{x - 1.3 * unit, y + 0.9 * unit}, {x - 0.8 * unit, y + 1.45 * unit}, {x + 0.9 * unit, y + 1.45 * unit}, {x + 1.5 * unit, y + 0.9 * unit}},
+    painter.polygon({{x - 1.3 * unit, y + 0.9 * unit},
+                     {x - 0.8 * unit, y + 1.45 * unit},
+                     {x + 0.9 * unit, y + 1.45 * unit},
+                     {x + 1.5 * unit, y + 0.9 * unit}},
                     paint * 0.92);
-    painter.polygon({{x - 1.1 * unit, y + 0.92 * unit}, {x - 0.7 * unit, y + 1.36 * unit}, {x + 0.8 * unit, y + 1.36 * unit}, {x + 1.25 * unit, y + 0.92 * unit}},
+    painter.polygon({{x - 1.1 * unit, y + 0.92 * unit},
+                     {x - 0.7 * unit, y + 1.36 * unit},
+                     {x + 0.8 * unit, y + 1.36 * unit},
+                     {x + 1.25 * unit, y + 0.92 * unit}},
                     mix(painter.light().middle, dark, 0.6));
     painter.box({x - 2.1 * unit, y + 0.32 * unit, x + 2.1 * unit, y + 0.92 * unit}, paint);
     for (const double wheel : {-1.3, 1.3}) {
@@ -66,7 +72,8 @@ void paint_car(Painter &painter, double azimuth, double metres_away, unsigned co
         painter.disc({x + wheel * unit, y + 0.32 * unit}, 0.17 * unit, painter.lit(rgb(0xB9BDC1), metres_away));
     }
     painter.box({x + 1.95 * unit, y + 0.65 * unit, x + 2.1 * unit, y + 0.8 * unit}, rgb(0xFFF3C9));
-    painter.box({x - 0.35 * unit, y + 0.45 * unit, x + 0.35 * unit, y + 0.62 * unit}, painter.lit(rgb(0xF6F6F0), metres_away));
+    painter.box({x - 0.35 * unit, y + 0.45 * unit, x + 0.35 * unit, y + 0.62 * unit},
+                painter.lit(rgb(0xF6F6F0), metres_away));
     painter.text({x, y + 0.49 * unit}, 0.09 * unit, plate, dark);
 }
 
@@ -109,9 +116,10 @@ void paint_person(Painter &painter, double azimuth, double metres_away, std::uin
 }
 
 // Where one house ends and the next begins, so that their signs stay in sight.
-constexpr double kTrees[] = {-177.5, -142, -131, -120.5, -100, -88.2, -58,  -41.6, -25.4,
-                             -0.5,   8.2,  28,   47.5,   57,   88,    123.5, 140.6, 157.8};
-constexpr double kLamps[] = {-167, -150, -126, -109, -94, -81, -66, -49, -33, -15.8, 1.6, 37, 53, 67, 81, 96, 113, 132, 149, 166};
+constexpr double kTrees[] = {-177.5, -142, -131, -120.5, -100, -88.2, -58,   -41.6, -15.8,
+                             -0.5,   9.4,  28,   47.5,   57,   88,    123.5, 140.6, 157.8};
+constexpr double kLamps[] = {-167, -150, -126, -109, -94, -81, -66, -49, -25.7, -7.8,
+                             7,    37,   53,   67,   81,  96,  113, 132, 149,   166};
 constexpr unsigned kPaints[] = {0xB8332A, 0x2C5F8A, 0xE6E4DE, 0x2F3437, 0xC9A227, 0x5C7F67};
 constexpr const char *kPlates[] = {"PAN 170", "TLT 90", "ZM 030", "FCS 1400", "IRS 8", "WB 256"};
 

@@ -147,7 +147,8 @@ void paint_house(Painter &painter, const House &house, std::uint32_t index)
         paint_window(painter, house, {left, foot + floor * 0.18, left + width * 0.15, foot + floor * 0.72},
                      index * 1024 + static_cast<std::uint32_t>(at * 100));
     }
-    const double letters = std::min(floor * 0.3, width / (static_cast<double>(std::char_traits<char>::length(house.sign)) + 2));
+    const double letters =
+        std::min(floor * 0.3, width / (static_cast<double>(std::char_traits<char>::length(house.sign)) + 2));
     const double centre = (house.left + house.right) / 2;
     const double half = letters * 0.5 * static_cast<double>(std::char_traits<char>::length(house.sign));
     painter.box({centre - half - letters * 0.4, foot + floor * 0.85 - letters * 0.25, centre + half + letters * 0.4,

@@ -58,9 +58,8 @@ const std::uint32_t *Tiles::piece(int level, int column, int row)
 
 void Tiles::forget_oldest()
 {
-    pieces_.erase(std::min_element(pieces_.begin(), pieces_.end(), [](const auto &a, const auto &b) {
-        return a.second.asked < b.second.asked;
-    }));
+    pieces_.erase(std::min_element(pieces_.begin(), pieces_.end(),
+                                   [](const auto &a, const auto &b) { return a.second.asked < b.second.asked; }));
 }
 
 } // namespace sim::view

@@ -1,5 +1,5 @@
-// The scene as pieces of one size, each painted when it is first seen, at the resolution that the lens asks for. The last
-// ones are kept.
+// The scene as pieces of one size, each painted when it is first seen, at the resolution that the lens asks for. The
+// last ones are kept.
 #pragma once
 
 #include <cstdint>
@@ -21,8 +21,8 @@ class Tiles {
 
     // Another light: everything is painted anew.
     void set_light(double stops);
-    // The pixels (0xRRGGBB) of a piece; column 0 begins at -180 degrees and all around there is no end of columns, row 0
-    // begins at the zenith. They stay until `most` other ones were asked for.
+    // The pixels (0xRRGGBB) of a piece; column 0 begins at -180 degrees and all around there is no end of columns, row
+    // 0 begins at the zenith. They stay until `most` other ones were asked for.
     const std::uint32_t *piece(int level, int column, int row);
     static constexpr std::size_t kMost = 208;
 

@@ -1,4 +1,5 @@
-// What exposure and colour settings make of the scene's colours, as tables: a pixel costs a few look-ups, whatever is set.
+// What exposure and colour settings make of the scene's colours, as tables: a pixel costs a few look-ups, whatever is
+// set.
 #pragma once
 
 #include "sim/view/look.h"

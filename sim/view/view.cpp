@@ -19,8 +19,8 @@ namespace {
 
 using namespace view;
 
-constexpr guint kTickMs = 33;      // at most 30 pictures a second
-constexpr unsigned kTicksTold = 2; // the state goes out at every second one
+constexpr guint kTickMs = 33;            // at most 30 pictures a second
+constexpr unsigned kTicksTold = 2;       // the state goes out at every second one
 constexpr unsigned kTicksUnwatched = 60; // it ticks on for those who come back for the next picture
 constexpr std::int64_t kTalkUs = 1'000'000;
 
@@ -62,7 +62,8 @@ struct View::Impl {
             return;
         ticking = fresh = true;
         GSource *timer = g_timeout_source_new(kTickMs);
-        g_source_set_callback(timer, [](gpointer self) { return static_cast<Impl *>(self)->tick(); }, this, nullptr);
+        g_source_set_callback(
+            timer, [](gpointer self) { return static_cast<Impl *>(self)->tick(); }, this, nullptr);
         g_source_attach(timer, context.get());
         g_source_unref(timer);
     }
@@ -125,6 +126,11 @@ struct View::Impl {
     unsigned unwatched = 0; // so many of them
     bool ticking = false;
 };
+
+std::string view_help()
+{
+    return {};
+}
 
 View::View(Board &board, ViewOptions options) : impl_(std::make_unique<Impl>(board, std::move(options)))
 {

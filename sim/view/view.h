@@ -16,6 +16,9 @@ struct ViewOptions {
     bool controls = false; // the page may give commands
 };
 
+// What --help adds about it: nothing, or that this program was built without.
+std::string view_help();
+
 class View {
   public:
     View(Board &board, ViewOptions options);

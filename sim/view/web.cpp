@@ -54,7 +54,8 @@ struct Web::Impl {
         std::string told;     // and what it was
     };
 
-    explicit Impl(Hooks wanted) : hooks(std::move(wanted)), server(soup_server_new("server-header", "krx-sim ", nullptr))
+    explicit Impl(Hooks wanted)
+        : hooks(std::move(wanted)), server(soup_server_new("server-header", "krx-sim ", nullptr))
     {
         soup_server_add_handler(server, nullptr, serve, this, nullptr);
     }

@@ -22,7 +22,7 @@ namespace sim::view {
 class Web {
   public:
     struct Hooks {
-        std::function<void()> watched;                                // somebody began to look
+        std::function<void()> watched;                                 // somebody began to look
         std::function<CommandResult(const std::string &line)> command; // empty: commands are refused
     };
     explicit Web(Hooks hooks);

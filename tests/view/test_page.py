@@ -78,7 +78,7 @@ class Served(unittest.TestCase):
                                     camera.address.removeprefix("http://")], text=True, capture_output=True,
                                    env=camera.environment, timeout=page_driver.PATIENCE, check=False)
             self.assertEqual(taken.returncode, 1)
-            self.assertRegex(taken.stderr, r"^krx-sim: Cannot show the picture on 127\.0\.0\.1:\d+: .*in use")
+            self.assertRegex(taken.stderr, r"krx-sim: Cannot show the picture on 127\.0\.0\.1:\d+: .*in use")
 
 
 @unittest.skipUnless(page_driver.find() and importlib.util.find_spec("websocket"), "no Chromium, or no python3-websocket")
@@ -109,7 +109,7 @@ class Seen(unittest.TestCase):
         first = self.look(lambda seen: seen["colour"] > 5)
         ptzctl("move", "pan=40", "zoom=2000", "--wait")
         moved = self.look(lambda seen: "40 degrees to the right" in seen["alt"])
-        self.assertGreater(moved["number"] - first["number"], 5)
+        self.assertGreater(moved["number"], first["number"])
         self.assertGreater(abs(moved["bright"] - first["bright"]) + abs(moved["blue"] - first["blue"]), 1)
         wait_for("the words", lambda: "40 degrees to the right" in self.text("announce"))
         self.assertEqual(self.text("pan"), "40.00°")

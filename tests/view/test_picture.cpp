@@ -11,8 +11,8 @@ namespace {
 
 using namespace sim::view;
 
-// What is told of a picture: mean brightness, its darkest and brightest twentieth, how much its pixels differ from their
-// neighbours, mean colour, and how far from grey it is.
+// What is told of a picture: mean brightness, its darkest and brightest twentieth, how much its pixels differ from
+// their neighbours, mean colour, and how far from grey it is.
 struct Statistics {
     double mean, dark, bright, edges, cb, cr, colour;
 };
@@ -65,7 +65,7 @@ constexpr char kClosed[] = "0400030220 0400031520";     // F16
 constexpr char kMostGain[] = "0400030420";              // 48 dB
 constexpr char kFast[] = "0400030336";                  // 1/11000 s
 constexpr char kNight[] = "0400050000 0400050101";      // the filter is out
-constexpr char kBalanced[] = "0400040005 0500040501C0"; // by hand, red gain 448
+constexpr char kBalanced[] = "0400040005 050004050300"; // by hand, red gain 768
 
 TEST_F(PictureTest, ShowsWhatTheBlockIsTold)
 {
@@ -110,18 +110,18 @@ TEST_F(PictureTest, ShowsWhatTheBlockIsTold)
     }
 }
 
-// A mark stands where the tangent of its angle puts it: the board of the chart begins at 11 degrees, and ends at 5.4 up.
-// Around it is a dark frame.
+// A mark stands where the tangent of its angle puts it: the board of the chart begins at 11 degrees, and ends at 5.4
+// up. Around it is a dark frame.
 TEST_F(PictureTest, HasTheFieldOfViewThatTheStatusTells)
 {
     constexpr double kHalf = 480 / 0.61037; // pixels, by the tangent of half of 62.8 degrees
     constexpr double kRadian = 3.14159265358979 / 180;
-    const std::array<double, 3> cases[] = {{0, 0, 1},  {-10, 0, 1}, {8, 1, 3}, {10.5, -2, 12},
+    const std::array<double, 3> cases[] = {{0, 0, 1},  {-10, 0, 1}, {8, 1, 3},  {10.5, -2, 12},
                                            {19, 0, 1}, {18, 4, 4},  {18, 5, 20}};
     after({"0400060101"}); // no distortion
     for (const auto &[pan, tilt, zoom] : cases) {
-        const Planes &seen = after({"set pan " + std::to_string(pan), "set tilt " + std::to_string(tilt),
-                                    "set zoom " + std::to_string(zoom)});
+        const Planes &seen = after(
+            {"set pan " + std::to_string(pan), "set tilt " + std::to_string(tilt), "set zoom " + std::to_string(zoom)});
         const bool side = pan < 15;
         const double expected = side ? 480 + kHalf * zoom * std::tan((11 - pan) * kRadian) * std::cos(tilt * kRadian)
                                      : 270 - kHalf * zoom * std::tan((5.4 - tilt) * kRadian);
