@@ -31,6 +31,15 @@ def wait_for(what, condition):
     raise TimeoutError(f"{what} did not come within {PATIENCE} s")
 
 
+def end(process):
+    process.terminate()
+    try:
+        process.wait(PATIENCE)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.wait()
+
+
 class Camera:
     """A bus, krx-sim with a page, and ptzd, in a folder of their own; to be used in a with statement."""
 
@@ -55,20 +64,19 @@ class Camera:
             self.run("ptzd", self.build / "platform/ptzorvel/ptzd/ptzd", "--foreground", "--plugin",
                      self.build / "driver/plugin/libptz_driver_canon.so")
             wait_for("the camera", lambda: self.ptzctl("state", "--wait", "running", "--within", "5", check=False))
-        except BaseException:
-            self.__exit__()
+        except BaseException as problem:
+            self.__exit__(type(problem))
             raise
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, kind=None, *_):
         for process in reversed(self.processes):
-            process.terminate()
-            try:
-                process.wait(20)
-            except subprocess.TimeoutExpired:
-                process.kill()
-                process.wait()
+            end(process)
+        log = "".join(path.read_text(errors="replace")[-4000:] for path in self.folder.glob("*.log"))
         shutil.rmtree(self.folder, ignore_errors=True)
+        # A sanitizer speaks at the end.
+        if kind is None and any(process.returncode for process in self.processes):
+            raise RuntimeError(f"a program did not end well: {log}")
 
     def run(self, name, *command):
         with open(self.folder / f"{name}.log", "w", encoding="utf-8") as log:
@@ -130,12 +138,7 @@ class Browser:
         return self
 
     def __exit__(self, *_):
-        self.process.terminate()
-        try:
-            self.process.wait(20)
-        except subprocess.TimeoutExpired:
-            self.process.kill()
-            self.process.wait()
+        end(self.process)
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def call(self, method, **parameters):

@@ -116,10 +116,10 @@ void paint_person(Painter &painter, double azimuth, double metres_away, std::uin
 }
 
 // Where one house ends and the next begins, so that their signs stay in sight.
-constexpr double kTrees[] = {-177.5, -142, -131, -120.5, -100, -88.2, -58,   -41.6, -15.8,
-                             -0.5,   9.4,  28,   47.5,   57,   88,    123.5, 140.6, 157.8};
-constexpr double kLamps[] = {-167, -150, -126, -109, -94, -81, -66, -49, -25.7, -7.8,
-                             7,    37,   53,   67,   81,  96,  113, 132, 149,   166};
+constexpr double kTrees[] = {-177.5, -142, -131, -120.5, -100, -88.2, -58,   -41.6, -26,
+                             -0.5,   7.2,  28,   47.5,   57,   88,    123.5, 140.6, 157.8};
+constexpr double kLamps[] = {-167, -150, -126, -109, -94, -81, -66, -49, -15.8, 1.6,
+                             37,   53,   67,   81,   96,  113, 132, 149, 166};
 constexpr unsigned kPaints[] = {0xB8332A, 0x2C5F8A, 0xE6E4DE, 0x2F3437, 0xC9A227, 0x5C7F67};
 constexpr const char *kPlates[] = {"PAN 170", "TLT 90", "ZM 030", "FCS 1400", "IRS 8", "WB 256"};
 
