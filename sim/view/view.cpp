@@ -53,6 +53,8 @@ struct View::Impl {
         g_main_context_push_thread_default(context.get());
         g_main_loop_run(loop.get());
         web.reset();
+        while (g_main_context_iteration(context.get(), FALSE)) { // what is called off says so
+        }
         g_main_context_pop_thread_default(context.get());
     }
 

@@ -55,17 +55,34 @@ struct Web::Impl {
     };
 
     explicit Impl(Hooks wanted)
-        : hooks(std::move(wanted)), server(soup_server_new("server-header", "krx-sim ", nullptr))
+        : hooks(std::move(wanted)), server(soup_server_new("server-header", "krx-sim ", nullptr)),
+          listener(g_socket_service_new())
     {
         soup_server_add_handler(server, nullptr, serve, this, nullptr);
+        g_signal_connect(listener, "incoming", G_CALLBACK(incoming), this);
     }
     ~Impl()
     {
+        g_socket_service_stop(listener);
+        g_socket_listener_close(G_SOCKET_LISTENER(listener));
+        g_object_unref(listener);
         soup_server_disconnect(server);
         g_object_unref(server);
     }
     Impl(const Impl &) = delete;
     Impl &operator=(const Impl &) = delete;
+
+    // The server's own listener (libsoup 3.2) would lose a socket a connection.
+    static gboolean incoming(GSocketService *, GSocketConnection *connection, GObject *, gpointer data)
+    {
+        GSocketAddress *local = g_socket_connection_get_local_address(connection, nullptr);
+        GSocketAddress *remote = g_socket_connection_get_remote_address(connection, nullptr);
+        GErrorSlot error; // somebody who has gone already
+        soup_server_accept_iostream(static_cast<Impl *>(data)->server, G_IO_STREAM(connection), local, remote, error);
+        g_clear_object(&local);
+        g_clear_object(&remote);
+        return TRUE;
+    }
 
     static void serve(SoupServer *, SoupServerMessage *message, const char *path, GHashTable *query, gpointer data)
     {
@@ -200,6 +217,8 @@ struct Web::Impl {
 
     Hooks hooks;
     SoupServer *server;
+    GSocketService *listener;
+    std::string address; // of the page
     std::list<Waiting> waiting;
 };
 
@@ -211,27 +230,25 @@ Web::~Web() = default;
 
 std::optional<std::string> Web::listen(const std::string &where)
 {
-    GSocketAddress *address = parse_address(where);
-    if (!address)
+    GSocketAddress *wanted = parse_address(where);
+    if (!wanted)
         return "--view takes ADDRESS:PORT, such as 127.0.0.1:8080, not " + where;
     GErrorSlot error;
-    const bool listens = soup_server_listen(impl_->server, address, SoupServerListenOptions{}, error);
-    g_object_unref(address);
+    GSocketAddress *taken = nullptr;
+    const bool listens = g_socket_listener_add_address(G_SOCKET_LISTENER(impl_->listener), wanted, G_SOCKET_TYPE_STREAM,
+                                                       G_SOCKET_PROTOCOL_TCP, nullptr, &taken, error);
+    g_object_unref(wanted);
     if (!listens)
         return "Cannot show the picture on " + (where.empty() ? "127.0.0.1" : where) + ": " + error->message;
+    const GText text(g_socket_connectable_to_string(G_SOCKET_CONNECTABLE(taken)));
+    impl_->address = std::string("http://") + text.get() + "/";
+    g_object_unref(taken);
     return std::nullopt;
 }
 
 std::string Web::address() const
 {
-    GSList *uris = soup_server_get_uris(impl_->server);
-    std::string text;
-    if (uris) {
-        const GText uri(g_uri_to_string(static_cast<GUri *>(uris->data)));
-        text = uri.get();
-    }
-    g_slist_free_full(uris, reinterpret_cast<GDestroyNotify>(g_uri_unref));
-    return text;
+    return impl_->address;
 }
 
 bool Web::is_watched() const
