@@ -63,7 +63,7 @@ void Filters::blur_rows(const Plane &plane, int half)
         for (int i = 0; i < 2 * half + 1; ++i)
             sum += scratch_[index(i)];
         const std::uint8_t *leaves = scratch_.data();
-        const std::uint8_t *enters = leaves + 2 * half + 1;
+        const std::uint8_t *enters = leaves + index(2 * half + 1);
         for (int x = 0; x < plane.width; ++x) {
             sum += static_cast<std::uint32_t>(enters[x]) - leaves[x];
             row[x] = static_cast<std::uint8_t>(sum * share >> 16);

@@ -1,6 +1,7 @@
 #include "sim/view/lens.h"
 
 #include "sim/view/painter.h"
+#include "sim/view/raster.h"
 
 #include <algorithm>
 #include <array>
@@ -11,6 +12,7 @@ namespace {
 
 constexpr int kMostPieces = 120; // of one picture
 static_assert(kMostPieces < Tiles::kMost);
+constexpr std::size_t kTwoRows = std::size_t{2} * kWidth;
 
 // Between four neighbours; shares are of 256. Red and blue go together, with room for each other's carries.
 inline std::uint32_t between(const std::uint32_t *at, std::uint32_t right, std::uint32_t down)
@@ -28,13 +30,14 @@ inline std::uint32_t between(const std::uint32_t *at, std::uint32_t right, std::
 void to_planes(const std::uint8_t *rgb, const Tone &tone, std::uint8_t *y, std::uint8_t *cb, std::uint8_t *cr)
 {
     const std::uint8_t *red = rgb;
-    const std::uint8_t *green = rgb + 2 * kWidth;
-    const std::uint8_t *blue = rgb + 4 * kWidth;
+    const std::uint8_t *green = rgb + kTwoRows;
+    const std::uint8_t *blue = green + kTwoRows;
     for (int i = 0; i < 2 * kWidth; ++i)
         y[i] = static_cast<std::uint8_t>((77 * red[i] + 150 * green[i] + 29 * blue[i]) >> 8);
     for (int i = 0; i < kWidth / 2; ++i) {
         const auto four = [i](const std::uint8_t *plane) {
-            return plane[2 * i] + plane[2 * i + 1] + plane[2 * i + kWidth] + plane[2 * i + 1 + kWidth];
+            const std::uint8_t *at = plane + pixel_at(i, 2);
+            return at[0] + at[1] + at[kWidth] + at[kWidth + 1];
         };
         const int r = four(red);
         const int g = four(green);
@@ -67,9 +70,9 @@ void Lens::aim(const Look &look)
             const double across = x * cos_roll - y * sin_roll;
             const double up = x * sin_roll + y * cos_roll;
             const double ahead = cos_tilt - up * sin_tilt;
-            mesh_[static_cast<std::size_t>(row * kAcross + column)] = {
-                look.pan + std::atan2(across, ahead) / kDegree,
-                std::atan2(up * cos_tilt + sin_tilt, std::hypot(across, ahead)) / kDegree};
+            mesh_[pixel_at(row, kAcross, column)] = {look.pan + std::atan2(across, ahead) / kDegree,
+                                                     std::atan2(up * cos_tilt + sin_tilt, std::hypot(across, ahead)) /
+                                                         kDegree};
         }
     }
 }
@@ -110,7 +113,7 @@ void Lens::choose_pieces(const Look &look)
 // Straight from mesh corner to mesh corner, in 1/65536 of a pixel.
 void Lens::read_row(int row, const Tone &tone, std::uint8_t *red, std::uint8_t *green, std::uint8_t *blue) const
 {
-    const Place *above = &mesh_[static_cast<std::size_t>(row / kCellHeight * kAcross)];
+    const Place *above = &mesh_[pixel_at(row / kCellHeight, kAcross)];
     const Place *below = above + kAcross;
     const double share = static_cast<double>(row % kCellHeight) / kCellHeight;
     const auto corner = [&](int column) {
@@ -126,8 +129,8 @@ void Lens::read_row(int row, const Tone &tone, std::uint8_t *red, std::uint8_t *
         auto x = static_cast<std::int32_t>(from.x * 65536);
         auto y = static_cast<std::int32_t>(from.y * 65536);
         for (int i = cell * kCellWidth; i < (cell + 1) * kCellWidth; ++i, x += step_x, y += step_y) {
-            const std::uint32_t *piece = pieces_[static_cast<std::size_t>((y >> 24) * across_ + (x >> 24))];
-            const std::uint32_t *at = piece + (y >> 16 & 255) * Tiles::kStride + (x >> 16 & 255);
+            const std::uint32_t *piece = pieces_[pixel_at(y >> 24, across_, x >> 24)];
+            const std::uint32_t *at = piece + pixel_at(y >> 16 & 255, Tiles::kStride, x >> 16 & 255);
             const std::uint32_t colour =
                 between(at, static_cast<std::uint32_t>(x >> 8 & 255), static_cast<std::uint32_t>(y >> 8 & 255));
             red[i] = tone.red[colour >> 16 & 255];
@@ -143,14 +146,15 @@ void Lens::see(const Look &look, const Tone &tone, Planes &planes)
     tiles_.set_light(look.scene_light);
     aim(look);
     choose_pieces(look);
-    std::array<std::uint8_t, std::size_t{kWidth} * 6> rgb{};
+    std::array<std::uint8_t, 3 * kTwoRows> rgb{}; // both rows' red, green, blue
     for (int row = 0; row < kHeight; row += 2) {
         for (int second = 0; second < 2; ++second) {
-            std::uint8_t *red = rgb.data() + second * kWidth;
-            read_row(row + second, tone, red, red + 2 * kWidth, red + 4 * kWidth);
+            std::uint8_t *red = rgb.data() + pixel_at(second, kWidth);
+            read_row(row + second, tone, red, red + kTwoRows, red + 2 * kTwoRows);
         }
-        const int half = row / 2 * (kWidth / 2);
-        to_planes(rgb.data(), tone, planes.y.data() + row * kWidth, planes.cb.data() + half, planes.cr.data() + half);
+        const std::size_t half = pixel_at(row / 2, kWidth / 2);
+        to_planes(rgb.data(), tone, planes.y.data() + pixel_at(row, kWidth), planes.cb.data() + half,
+                  planes.cr.data() + half);
     }
 }
 

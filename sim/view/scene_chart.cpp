@@ -31,8 +31,9 @@ void paint_wedge(Painter &painter, double left, double right, double bottom, dou
 {
     const Colour black = painter.lit(rgb(0x0C0C0C), kAway);
     double width = (right - left) / 26;
-    for (double x = left; x < right - width; x += 2 * width) {
-        painter.box({x, bottom, x + width, top}, black);
+    while (left < right - width) {
+        painter.box({left, bottom, left + width, top}, black);
+        left += (1 + 0.955) * width;
         width *= 0.955;
     }
 }

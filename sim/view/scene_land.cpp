@@ -36,9 +36,10 @@ void paint_range(Painter &painter, const Range &range)
     cairo_t *cairo = painter.cairo();
     const double step = std::max(3 * painter.pixel(), 0.01);
     cairo_move_to(cairo, area.left, -1);
-    for (double x = area.left; x < area.right + step; x += step)
-        cairo_line_to(cairo, x, crest(range, x));
-    cairo_line_to(cairo, area.right + step, -1);
+    const int steps = static_cast<int>((area.right - area.left) / step) + 2;
+    for (int i = 0; i < steps; ++i)
+        cairo_line_to(cairo, area.left + i * step, crest(range, area.left + i * step));
+    cairo_line_to(cairo, area.left + steps * step, -1);
     const Colour colour = painter.lit(rgb(range.colour), range.metres_away * 0.35);
     cairo_pattern_t *slope = cairo_pattern_create_linear(0, -0.5, 0, range.height + 1.4 * range.rise);
     const Colour low = mix(colour, painter.light().horizon, 0.45);
@@ -71,7 +72,8 @@ void paint_far_town(Painter &painter)
             continue;
         for (std::uint32_t window = 0; window < 24; ++window) {
             const double x = left + width * (0.12 + 0.14 * (window % 6));
-            const double y = tall - 0.2 - 0.22 * (window / 6);
+            const std::uint32_t floor = window / 6;
+            const double y = tall - 0.2 - 0.22 * floor;
             const bool lamp = chance(i * 32 + window, 47) < 0.6 * painter.light().lamps;
             if (y > -0.6)
                 painter.box({x, y, x + 0.07 * width, y + 0.1}, lamp ? rgb(0xFFD98A) : wall * 0.72);
@@ -120,16 +122,17 @@ void paint_paving(Painter &painter)
 {
     const Area &area = painter.area();
     const Colour joint = painter.lit(rgb(0x8F8A80), 10);
-    for (double metres = 2; metres < 30; metres += 1) {
+    for (int metres = 2; metres < 30; ++metres) {
         const double y = foot_of(metres);
         painter.box({area.left, y, area.right, y + 0.06}, joint);
         const int lines = metres < 4 ? 45 : metres < 9 ? 90 : 180;
         const double apart = 360.0 / lines;
-        const double shift = static_cast<int>(metres) % 2 ? apart / 2 : 0;
+        const double shift = metres % 2 ? apart / 2 : 0;
         if (y > area.top || foot_of(metres + 1) < area.bottom)
             continue;
-        for (double x = std::floor(area.left / apart) * apart + shift; x < area.right + apart; x += apart)
-            painter.box({x, y, x + 0.07, foot_of(metres + 1)}, joint);
+        const int first = static_cast<int>(std::floor(area.left / apart));
+        for (int i = first; i * apart < area.right + apart; ++i)
+            painter.box({i * apart + shift, y, i * apart + shift + 0.07, foot_of(metres + 1)}, joint);
     }
 }
 
@@ -154,11 +157,11 @@ void paint_ground(Painter &painter)
     paint_ring(painter, 41, 44, 0xB5AFA3);
     paint_ring(painter, 0, 41, 0xC2BBAD);
     const double middle = foot_of(50);
-    for (double x = -180; x < 180; x += 6)
-        painter.box({x, middle - 0.05, x + 3, middle + 0.06}, painter.lit(rgb(0xE9E6DC), 50));
+    for (int x = -180; x < 180; x += 6)
+        painter.box({x + 0.0, middle - 0.05, x + 3.0, middle + 0.06}, painter.lit(rgb(0xE9E6DC), 50));
     for (const double crossing : {-20.0, 10.0, 62.0, 128.0, -98.0, -150.0}) {
-        for (double x = crossing; x < crossing + 5; x += 1)
-            painter.box({x, foot_of(45), x + 0.5, foot_of(56)}, painter.lit(rgb(0xE9E6DC), 50));
+        for (int i = 0; i < 5; ++i)
+            painter.box({crossing + i, foot_of(45), crossing + i + 0.5, foot_of(56)}, painter.lit(rgb(0xE9E6DC), 50));
     }
     paint_paving(painter);
 }

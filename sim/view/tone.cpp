@@ -90,8 +90,8 @@ void Tone::set_chroma(const Look &look)
             const auto byte = [radius](double direction) {
                 return static_cast<std::uint8_t>(std::clamp(std::lround(128 + radius * direction), 0L, 255L));
             };
-            chroma_[static_cast<std::size_t>(row * kSide + column)] = {byte(std::cos((angle + turned) * kDegree)),
-                                                                       byte(std::sin((angle + turned) * kDegree))};
+            chroma_[pixel_at(row, kSide, column)] = {byte(std::cos((angle + turned) * kDegree)),
+                                                     byte(std::sin((angle + turned) * kDegree))};
         }
     }
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "sim/view/look.h"
+#include "sim/view/raster.h"
 
 #include <array>
 #include <cstdint>
@@ -23,7 +24,7 @@ class Tone {
     std::array<std::uint8_t, 256> green{};
     std::array<std::uint8_t, 256> blue{};
     // Takes the colour of a pixel, 0 to 255 each.
-    Chroma chroma(int cb, int cr) const { return chroma_[static_cast<std::size_t>((cb >> 1) * kSide + (cr >> 1))]; }
+    Chroma chroma(int cb, int cr) const { return chroma_[pixel_at(cb >> 1, kSide, cr >> 1)]; }
 
   private:
     static constexpr int kSide = 128;

@@ -33,7 +33,8 @@ Pipeline read_pipeline(const std::string &path)
     std::array<char, 64> bytes{};
     const ssize_t length = file ? read(file.get(), bytes.data(), bytes.size()) : 0;
     const std::string_view text(bytes.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
-    return {text.find("blanked=1") != text.npos, text.find("frozen=1") != text.npos};
+    const auto says = [text](const char *words) { return text.find(words) != std::string_view::npos; };
+    return {says("blanked=1"), says("frozen=1")};
 }
 
 } // namespace
