@@ -43,6 +43,7 @@ struct Board::Impl final : Requests {
     std::array<bool, kLines.size()> told_levels{};      // of the lines that the block drives, to the journal
     std::multiset<std::int64_t> reminders;              // of the services
     std::multimap<std::int64_t, std::string> script;
+    std::uint64_t bursts = 0;
     std::unique_ptr<Server> server;
     std::thread thread;
 
@@ -113,6 +114,8 @@ struct Board::Impl final : Requests {
         run_until(now);
         return now;
     }
+
+    Reading read_camera(std::int64_t now) const;
 
     CommandResult carry_out(std::string_view line, std::int64_t now)
     {
@@ -200,6 +203,7 @@ struct Board::Impl final : Requests {
         if (clocked > 8 && faults.strike(Fault::spi_short)) // too short for any status run
             clocked = 4 + faults.random(static_cast<std::uint32_t>(clocked / 2 - 4));
         camera.burst(port, host.first(clocked), answer, now);
+        ++bursts;
         std::fill(answer.begin() + static_cast<std::ptrdiff_t>(clocked), answer.end(), std::uint8_t{0});
         show(now);
         const std::int64_t slow_us = faults.strike(Fault::spi_slow) ? faults.value(Fault::spi_slow) : 0;
@@ -334,8 +338,11 @@ Reading Board::reading() const
 {
     Impl &self = *impl_;
     const std::lock_guard lock(self.mutex);
-    const std::int64_t now = self.catch_up();
-    const Camera &camera = self.camera;
+    return self.read_camera(self.catch_up());
+}
+
+Reading Board::Impl::read_camera(std::int64_t now) const
+{
     return {.state = camera.state(),
             .pan = camera.pan.at(now) / 1000,
             .tilt = camera.tilt.at(now) / 1000,
@@ -350,6 +357,35 @@ Reading Board::reading() const
             .tilt_moving = camera.tilt.moving(now),
             .zoom_moving = camera.zoom.moving(now),
             .focus_moving = camera.focus.moving(now)};
+}
+
+Snapshot Board::snapshot() const
+{
+    Impl &self = *impl_;
+    const std::lock_guard lock(self.mutex);
+    const std::int64_t now = self.catch_up();
+    Snapshot snapshot{
+        .us = now,
+        .reading = self.read_camera(now),
+        .settings = self.camera.settings(),
+        .colours = self.camera.colours(),
+        .scene_light = self.camera.scene_light(),
+        .services = {self.services.video_capture_mode, self.services.capture_frequency, self.services.rotation},
+        .bursts = self.bursts,
+        .records = self.journal.record_count()};
+    for (std::size_t i = 0; i < snapshot.lines.size(); ++i)
+        snapshot.lines[i] = self.lines.shown(static_cast<Line>(i));
+    for (std::size_t i = 0; i < snapshot.armed.size(); ++i)
+        snapshot.armed[i] = self.faults.armed(static_cast<Fault>(i));
+    for (const auto &[name, count] : self.journal.offences())
+        snapshot.offence_count += count;
+    return snapshot;
+}
+
+std::vector<HeardRecord> Board::last_records() const
+{
+    const std::lock_guard lock(impl_->mutex);
+    return impl_->journal.last_records();
 }
 
 bool Board::level(Line line) const

@@ -64,6 +64,21 @@ struct Reading {
 
 class Requests;
 
+// All that shows of the board at one moment.
+struct Snapshot {
+    std::int64_t us = 0; // its clock
+    Reading reading{};
+    std::array<Values, kRecCount> settings{};
+    std::array<Colouring, kColourings> colours{};
+    double scene_light = 0; // stops
+    Services services{};    // without a watcher
+    std::array<bool, kLines.size()> lines{};
+    std::array<bool, kFaultCount> armed{};
+    std::uint64_t bursts = 0;        // clocked so far
+    std::uint64_t records = 0;       // received so far
+    std::uint64_t offence_count = 0; // of all names
+};
+
 class Board {
   public:
     explicit Board(Options options);
@@ -90,6 +105,9 @@ class Board {
     void at(std::int64_t us, std::string line);
 
     Reading reading() const;
+    Snapshot snapshot() const;
+    // The last records received in words, the oldest first.
+    std::vector<HeardRecord> last_records() const;
     bool level(Line line) const;
     std::uint32_t capture_frequency() const;
     Values setting(Rec id) const;

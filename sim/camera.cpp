@@ -38,6 +38,7 @@ Camera::Camera(const CameraOptions &options, Lines &lines, Faults &faults, Journ
 void Camera::default_settings(std::int64_t now)
 {
     settings_ = {};
+    colours_ = {};
     const auto set = [this](Rec id, std::int32_t value) { settings_[static_cast<std::size_t>(id)][0] = value; };
     set(Rec::focus_speed, 7);
     set(Rec::zoom_speed, 7);

@@ -47,6 +47,14 @@ struct Kept {
 // The four status blocks, one behind the other.
 using StatusBlocks = std::array<std::uint8_t, 752>;
 
+// How far one of the colours is turned up, and turned; 50 is as it is. The first is for all of them.
+struct Colouring {
+    std::int32_t level = 50;
+    std::int32_t hue = 50;
+    bool operator==(const Colouring &) const = default;
+};
+inline constexpr std::size_t kColourings = 7;
+
 // Bits of status bytes that are forced from outside.
 struct ForcedBits {
     std::uint8_t tag;
@@ -102,6 +110,9 @@ class Camera {
     bool lens_ready(std::int64_t now) const { return now >= lens_ready_at_; }
     bool sensor_halted() const { return sensor_halted_; }
     const Values &setting(Rec id) const { return settings_[static_cast<std::size_t>(id)]; }
+    const std::array<Values, kRecCount> &settings() const { return settings_; }
+    const std::array<Colouring, kColourings> &colours() const { return colours_; }
+    double scene_light() const { return scene_light_; }
     std::vector<ForcedBits> forced; // applied to every status run
 
   private:
@@ -145,6 +156,7 @@ class Camera {
     bool sensor_halted_ = false;
     std::size_t next_block_ = 0; // where a run that did not fit goes on
     std::array<Values, kRecCount> settings_{};
+    std::array<Colouring, kColourings> colours_{}; // each colour's own; its record holds the last one only
     Exposure exposure_;
     double scene_light_ = 7; // stops; a lit room
 };

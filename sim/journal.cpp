@@ -58,6 +58,7 @@ void Journal::record(std::int64_t now, const Record &record)
         ++records_[static_cast<std::size_t>(record.row->id)];
     std::string text = describe(record);
     note(now, Detail::records, text);
+    last_records_[record_count_++ % kLast] = {now, text};
     if (heard_.size() < kKept)
         heard_.push_back(std::move(text));
 }
@@ -110,6 +111,14 @@ void Journal::packet(std::span<const std::uint8_t> payload)
 {
     if (packets_.size() < kKept)
         packets_.emplace_back(payload.begin(), payload.end());
+}
+
+std::vector<HeardRecord> Journal::last_records() const
+{
+    std::vector<HeardRecord> last;
+    for (std::uint64_t i = record_count_ < kLast ? 0 : record_count_ - kLast; i < record_count_; ++i)
+        last.push_back(last_records_[i % kLast]);
+    return last;
 }
 
 Counts Journal::records() const

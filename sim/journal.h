@@ -24,8 +24,16 @@ using Counts = std::map<std::string, unsigned, std::less<>>;
 // How much of it a person wants to read.
 enum class Detail : std::uint8_t { offences, records, everything };
 
+// A record that the block was sent, in words.
+struct HeardRecord {
+    std::int64_t us = 0;
+    std::string text;
+};
+
 class Journal {
   public:
+    static constexpr std::size_t kLast = 20;
+
     // Called for every line, with the simulator's lock held: it must not call back.
     using Print = std::function<void(Detail detail, std::int64_t us, std::string_view text)>;
 
@@ -54,6 +62,9 @@ class Journal {
     const Counts &offences() const { return offences_; }
     void clear_offences() { offences_.clear(); }
     Counts records() const;
+    // How many records there were so far, and the last of them, the oldest first.
+    std::uint64_t record_count() const { return record_count_; }
+    std::vector<HeardRecord> last_records() const;
     // Lines and packets gathered since the last call; only the first few thousand are kept.
     std::vector<std::string> take_heard() { return std::exchange(heard_, {}); }
     std::vector<std::vector<std::uint8_t>> take_packets() { return std::exchange(packets_, {}); }
@@ -76,6 +87,8 @@ class Journal {
     std::uint64_t trace_bytes_ = 0; // in the file
     Counts offences_;
     std::array<unsigned, kRecCount> records_{};
+    std::uint64_t record_count_ = 0;
+    std::array<HeardRecord, kLast> last_records_{}; // number N is at N modulo kLast
     std::vector<std::string> heard_;
     std::vector<std::vector<std::uint8_t>> packets_;
 };

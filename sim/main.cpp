@@ -54,6 +54,15 @@ int run(const sim::Arguments &arguments)
     g_unix_signal_add(SIGTERM, quit, loop.get());
     {
         const sim::Bus bus(board);
+        std::unique_ptr<sim::View> view;
+        if (arguments.view) {
+            view = std::make_unique<sim::View>(board, *arguments.view);
+            if (const auto no_view = view->start()) {
+                std::fprintf(stderr, "krx-sim: %s\n", no_view->c_str());
+                return 1;
+            }
+            std::printf("view %s\n", view->address().c_str());
+        }
         std::printf("ready\n");
         g_main_loop_run(loop.get());
     }

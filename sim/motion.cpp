@@ -58,7 +58,10 @@ void Camera::carry_out(const Record &record, std::int64_t now)
     expose(id, now);
     if (carry_out_motion(id, record.values, now))
         return;
-    if (id == Rec::sensor_capture_mode) {
+    if (id == Rec::colour_level || id == Rec::colour_hue) {
+        Colouring &colour = colours_[static_cast<std::size_t>(record.values[0])];
+        (id == Rec::colour_level ? colour.level : colour.hue) = record.values[1];
+    } else if (id == Rec::sensor_capture_mode) {
         wanted_capture_frequency_ = static_cast<std::uint32_t>(record.values[0]);
         capture_set_at_ = now;
     } else if (id == Rec::system && record.values[0] == 0) {

@@ -26,6 +26,9 @@ struct Raw {
     gboolean strict = FALSE;
     gboolean version = FALSE;
     int trace_limit = 0;
+    bool view = false;
+    std::string view_where;
+    gboolean view_controls = FALSE;
 
     ~Raw()
     {
@@ -41,6 +44,15 @@ bool usage_error(const char *message)
 {
     g_printerr("krx-sim: %s\nTry \"krx-sim --help\".\n", message);
     return false;
+}
+
+// --view alone, or with an address.
+gboolean take_view(const gchar *, const gchar *value, gpointer data, GError **)
+{
+    Raw &raw = *static_cast<Raw *>(data);
+    raw.view = true;
+    raw.view_where = value ? value : "";
+    return TRUE;
 }
 
 bool parse(Raw &raw, int argc, char **argv)
@@ -63,6 +75,10 @@ bool parse(Raw &raw, int argc, char **argv)
         {"force", 'f', 0, G_OPTION_ARG_NONE, &raw.force, "Overwrite existing configuration files", nullptr},
         {"quiet", 'q', 0, G_OPTION_ARG_NONE, &raw.quiet, "Print offences only", nullptr},
         {"verbose", 'v', 0, G_OPTION_ARG_NONE, &raw.verbose, "Also print status reads and line changes", nullptr},
+        {"view", 0, G_OPTION_FLAG_OPTIONAL_ARG, G_OPTION_ARG_CALLBACK, reinterpret_cast<gpointer>(take_view),
+         "Show the picture on a page (127.0.0.1, free port)", "ADDRESS:PORT"},
+        {"view-controls", 0, 0, G_OPTION_ARG_NONE, &raw.view_controls, "The page may change light, heat and faults",
+         nullptr},
         {"strict", 0, 0, G_OPTION_ARG_NONE, &raw.strict, "Exit with status 3 when an offence was counted", nullptr},
         {"version", 0, 0, G_OPTION_ARG_NONE, &raw.version, "Print the version and end", nullptr},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
@@ -76,10 +92,14 @@ bool parse(Raw &raw, int argc, char **argv)
                                  "  ptzd --plugin libptz_driver_canon.so");
     const std::string description =
         "Commands, from a script (\"at 1.5s COMMAND\" per line) or over D-Bus\n(com.orna.KrxSim):\n" + command_help() +
+        view_help() +
         "\nExit status: 0 ended as asked, 1 could not run, 2 usage error, 3 offences\ncounted with --strict, or a "
         "replayed trace is answered otherwise.";
     g_option_context_set_description(context.get(), description.c_str());
-    g_option_context_add_main_entries(context.get(), entries, nullptr);
+    // In a group of its own data: the callback above needs it.
+    GOptionGroup *group = g_option_group_new("krx-sim", "", "", &raw, nullptr);
+    g_option_group_add_entries(group, entries);
+    g_option_context_set_main_group(context.get(), group);
     GErrorSlot error;
     if (!g_option_context_parse(context.get(), &argc, &argv, error)) {
         return usage_error(error->message);
@@ -90,6 +110,8 @@ bool parse(Raw &raw, int argc, char **argv)
         return true;
     if (raw.trace_limit < 0 || raw.trace_limit > kMostMib)
         return usage_error("--trace-limit takes a number of MiB up to 1048576; 0: no limit");
+    if (raw.view_controls && !raw.view)
+        return usage_error("--view-controls needs --view");
     if (!raw.replay && (!raw.board || !*raw.board))
         return usage_error("--board DIR is missing");
     return true;
@@ -138,6 +160,8 @@ std::optional<Arguments> parse_arguments(int argc, char **argv, int &status)
     arguments.replay = raw.replay ? raw.replay : "";
     arguments.detail = raw.quiet ? Detail::offences : raw.verbose ? Detail::everything : Detail::records;
     arguments.strict = raw.strict;
+    if (raw.view)
+        arguments.view = {raw.view_where, raw.board, raw.view_controls != FALSE};
     return arguments;
 }
 

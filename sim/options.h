@@ -2,6 +2,7 @@
 #pragma once
 
 #include "sim/board.h"
+#include "sim/view/view.h"
 
 #include <optional>
 #include <string>
@@ -14,6 +15,7 @@ struct Arguments {
     std::string replay;              // a trace to be compared with instead of running; path, or empty
     Detail detail = Detail::records; // what is printed
     bool strict = false;             // offences make the exit status 3
+    std::optional<ViewOptions> view; // none: no picture is served
 };
 
 // Reads the command line; none after a usage error (its message is printed) or after --help or --version (which was

@@ -22,7 +22,14 @@ plugin=$build/driver/plugin/libptz_driver_canon.so
 export PATH=$build/tools/ptzctl:$build/sim:$build/platform/ptzorvel/ptzd:$PATH
 
 dir=$(mktemp -d "${TMPDIR:-/tmp}/ptz-run.XXXXXX") || exit 1
-bus_pid='' sim_pid='' ptzd_pid='' mover_pid='' step='start'
+# A page with the picture, where krx-sim was built with one.
+view=()
+if krx-sim --help | grep -q 'built without --view'; then
+    echo 'run: no picture, krx-sim was built without it (libsoup 3, cairo, turbojpeg)'
+else
+    view=(--view --view-controls)
+fi
+bus_pid='' sim_pid='' page='' ptzd_pid='' mover_pid='' step='start'
 
 # Ends one of our processes and gives its exit status; one that does not go within ten seconds is killed.
 end_process() {
@@ -139,9 +146,11 @@ CONF
     export PTZ_DATA_DIR=$dir/board PTZ_BOARD=$dir/board PTZ_TIME_SCALE=$scale
 
     setsid krx-sim --board "$dir/board" --trace "$dir/wire.trace" --trace-limit 64 --time-scale "$scale" --verbose --strict \
-        >"$dir/sim.log" 2>&1 &
+        "${view[@]}" >"$dir/sim.log" 2>&1 &
     sim_pid=$!
     wait_for ready "$dir/sim.log" 10
+    page=$(sed -n 's/^view //p' "$dir/sim.log")
+    [[ -z $page ]] || echo "   what the camera sees: $page"
     echo 'AudioInit=true' >>"$dir/board/krx_driver.conf"
     setsid ptzd --plugin "$plugin" --foreground >"$dir/ptzd.log" 2>&1 &
     ptzd_pid=$!
@@ -250,6 +259,7 @@ To talk to it, in another terminal:
   export PATH=$build/tools/ptzctl:\$PATH
   ptzctl --help
 
+What it sees, with light, heat and faults at hand: ${page:-nothing, krx-sim was built without --view}
 Logs: $dir/ptzd.log, $dir/sim.log; the wire: $dir/wire.trace
 (of the wire the last 64 MiB are kept, what went before in wire.trace.1)
 TEXT

@@ -63,12 +63,15 @@ TEST(DataCaches, OnlyOpenCachesTakeValuesAndSayWhetherTheyAreNew)
 
 TEST(ImageSourceControl, RemembersWhatThePictureDoesAndRefusesWithoutAHandle)
 {
+    const TempFolder board("PTZ_BOARD");
     ImageSourceControl *control = image_source_control_init();
+    EXPECT_EQ(board.read("picture"), "blanked=0 frozen=0\n");
     gboolean blanked = FALSE, frozen = TRUE;
     EXPECT_TRUE(image_source_control_set_no_video(control, TRUE) && image_source_control_freeze_video(control, FALSE));
     EXPECT_FALSE(image_source_control_set_no_video(nullptr, FALSE));
     image_source_control_read(&blanked, &frozen);
     EXPECT_TRUE(blanked && !frozen);
+    EXPECT_EQ(board.read("picture"), "blanked=1 frozen=0\n");
     image_source_control_free(control);
     EXPECT_EQ(image_source_control_handles(), 0);
 }

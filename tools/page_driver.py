@@ -1,0 +1,174 @@
+"""A simulated camera with its page, and a headless Chromium to look at it: for tests/view and tools/pictures.py."""
+import base64
+import itertools
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import tempfile
+import time
+import urllib.request
+
+PATIENCE = 60  # seconds, for whatever is waited for
+
+BUS = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig><listen>unix:path={}/bus</listen><auth>EXTERNAL</auth><policy context="default">
+<allow send_destination="*"/><allow eavesdrop="true"/><allow own="*"/></policy></busconfig>
+"""
+
+
+def wait_for(what, condition):
+    """Gives what the condition gives as soon as that is true."""
+    end = time.monotonic() + PATIENCE
+    while time.monotonic() < end:
+        found = condition()
+        if found:
+            return found
+        time.sleep(0.05)
+    raise TimeoutError(f"{what} did not come within {PATIENCE} s")
+
+
+def end(process):
+    process.terminate()
+    try:
+        process.wait(PATIENCE)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.wait()
+
+
+class Camera:
+    """A bus, krx-sim with a page, and ptzd, in a folder of their own; to be used in a with statement."""
+
+    def __init__(self, build, *options, time_scale=1):
+        self.build = pathlib.Path(build).resolve()
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="ptz-page."))
+        self.options = options
+        self.environment = os.environ | {
+            "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={self.folder}/bus", "PTZ_TIME_SCALE": str(time_scale),
+            "PTZ_BOARD": f"{self.folder}/board", "PTZ_DATA_DIR": f"{self.folder}/board",
+            "ALSA_CONFIG_PATH": str(pathlib.Path(__file__).parent.parent / "data/asound.conf")}
+        self.processes = []
+
+    def __enter__(self):
+        try:
+            (self.folder / "bus.conf").write_text(BUS.format(self.folder))
+            self.run("bus", "dbus-daemon", f"--config-file={self.folder}/bus.conf", "--nofork", "--nopidfile")
+            wait_for("the bus", (self.folder / "bus").exists)
+            self.run("sim", self.build / "sim/krx-sim", "--board", self.folder / "board", "--view", *self.options)
+            self.address = wait_for("the page", lambda: self.said("sim", r"^view (http://\S+)/$"))
+            wait_for("the board", lambda: self.said("sim", r"^(ready)$"))
+            self.run("ptzd", self.build / "platform/ptzorvel/ptzd/ptzd", "--foreground", "--plugin",
+                     self.build / "driver/plugin/libptz_driver_canon.so")
+            wait_for("the camera", lambda: self.ptzctl("state", "--wait", "running", "--within", "5", check=False))
+        except BaseException as problem:
+            self.__exit__(type(problem))
+            raise
+        return self
+
+    def __exit__(self, kind=None, *_):
+        for process in reversed(self.processes):
+            end(process)
+        log = "".join(path.read_text(errors="replace")[-4000:] for path in self.folder.glob("*.log"))
+        shutil.rmtree(self.folder, ignore_errors=True)
+        # A sanitizer speaks at the end.
+        if kind is None and any(process.returncode for process in self.processes):
+            raise RuntimeError(f"a program did not end well: {log}")
+
+    def run(self, name, *command):
+        with open(self.folder / f"{name}.log", "w", encoding="utf-8") as log:
+            self.processes.append(subprocess.Popen(list(map(str, command)), stdout=log, stderr=log,
+                                                   stdin=subprocess.DEVNULL, env=self.environment))
+
+    def said(self, name, pattern):
+        found = re.search(pattern, (self.folder / f"{name}.log").read_text(errors="replace"), re.MULTILINE)
+        return found and found[1]
+
+    def ptzctl(self, *words, check=True):
+        """Whether the command went well; raises when it has to."""
+        done = subprocess.run([self.build / "tools/ptzctl/ptzctl", *words], env=self.environment, text=True,
+                              capture_output=True, timeout=PATIENCE, check=False)
+        if check and done.returncode:
+            raise RuntimeError(f"ptzctl {' '.join(words)}: {done.stderr}")
+        return done.returncode == 0
+
+    def simulator(self, line):
+        """A line of the simulator's language, over the bus."""
+        subprocess.run(["gdbus", "call", "--system", "--dest", "com.orna.KrxSim", "--object-path", "/com/orna/KrxSim",
+                        "--method", "com.orna.KrxSim.Command", line], env=self.environment, check=True,
+                       capture_output=True, timeout=PATIENCE)
+
+    def picture(self):
+        """The JPEG of this moment."""
+        with urllib.request.urlopen(f"{self.address}/picture", timeout=PATIENCE) as answer:
+            return answer.read()
+
+
+class Browser:
+    """A page in a headless Chromium, driven by its DevTools; to be used in a with statement."""
+
+    def __init__(self, address, width=1400, height=1040, dark=False):
+        import websocket  # Debian's python3-websocket
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="ptz-chromium."))
+        self.numbers = itertools.count(1)
+        self.process = subprocess.Popen(
+            [find(), "--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--no-first-run",
+             "--remote-debugging-port=0", "--remote-allow-origins=*", "--disable-background-networking",
+             f"--user-data-dir={self.folder}", f"--window-size={width},{height}", "about:blank"],
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        try:
+            file = self.folder / "DevToolsActivePort"
+            port = wait_for("Chromium", lambda: file.exists() and file.read_text().split("\n")[0])
+            with urllib.request.urlopen(f"http://127.0.0.1:{port}/json", timeout=PATIENCE) as answer:
+                pages = [page for page in json.load(answer) if page["type"] == "page"]
+            self.socket = websocket.create_connection(pages[0]["webSocketDebuggerUrl"], timeout=PATIENCE)
+            self.call("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1,
+                      mobile=False)
+            self.call("Emulation.setEmulatedMedia", features=[
+                {"name": "prefers-color-scheme", "value": "dark" if dark else "light"}])
+            self.call("Page.navigate", url=address)
+        except BaseException:
+            self.__exit__()
+            raise
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        end(self.process)
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def call(self, method, **parameters):
+        number = next(self.numbers)
+        self.socket.send(json.dumps({"id": number, "method": method, "params": parameters}))
+        while True:
+            answer = json.loads(self.socket.recv())
+            if answer.get("id") == number:
+                if "error" in answer:
+                    raise RuntimeError(f"{method}: {answer['error']}")
+                return answer["result"]
+
+    def value(self, script):
+        """What a script gives in the page; it may be a promise."""
+        result = self.call("Runtime.evaluate", expression=script, returnByValue=True, awaitPromise=True)
+        if "exceptionDetails" in result:
+            raise RuntimeError(f"{script}: {result['exceptionDetails']}")
+        return result["result"].get("value")
+
+    def key(self, key, code=0):
+        for kind in ("rawKeyDown", "char", "keyUp") if len(key) == 1 else ("rawKeyDown", "keyUp"):
+            self.call("Input.dispatchKeyEvent", type=kind, key=key, windowsVirtualKeyCode=code,
+                      **({"text": key} if kind == "char" else {}))
+
+    def screenshot(self, path):
+        kind = {"format": "jpeg", "quality": 85} if pathlib.Path(path).suffix == ".jpg" else {"format": "png"}
+        data = self.call("Page.captureScreenshot", **kind)["data"]
+        pathlib.Path(path).write_bytes(base64.b64decode(data))
+
+
+def find():
+    """The Chromium of this machine; none: None."""
+    return shutil.which("chromium") or shutil.which("chromium-browser")
