@@ -1,5 +1,5 @@
-// Joins the far side of the kernel module camera_board to a simulated board, of which it is a host like any other:
-// transfers and driven outputs go there, its levels come to the kernel's inputs. One thread; prints "ready".
+// Joins the far side of the kernel module camera_board to a simulated board, of which it is a host like any other: what
+// the kernel asks goes there, rising edges come back. One thread; prints "ready".
 //   PTZ_BOARD=FOLDER bridge
 #include "ugpio/ugpio.h"
 extern "C" {
@@ -21,15 +21,12 @@ extern "C" {
 namespace {
 
 constexpr unsigned kFirstNumber = 32; // the simulated board's number of the chip's line 0
-constexpr int kLookEveryMs = 5;       // a board does not announce that a level falls
 constexpr std::size_t kMost = 65536;  // bytes of a transfer
 
 struct Line {
     unsigned offset;
     ugpio *handle = nullptr;
     int edges = -1;
-    bool driven = false; // by the host
-    bool known = false;  // the level that the kernel was told
 };
 std::array<Line, 9> lines{{{5}, {8}, {9}, {10}, {11}, {12}, {13}, {14}, {15}}};
 
@@ -57,44 +54,30 @@ void answer(const far_question &question, int value, const std::uint8_t *data, s
         die("an answer");
 }
 
-void tell(Line &line, bool level)
+void tell_edge(const Line &line)
 {
-    const far_answer news{FAR_LEVEL, 0, line.offset, level};
+    const far_answer news{FAR_ROSE, 0, line.offset, 1};
+    ugpio_get_value(line.handle); // takes the notification back
     if (write(far_side, &news, sizeof news) < 0)
-        die("a level");
-    line.known = level;
+        die("an edge");
 }
 
-// A line that fell and rose again since the last look makes an edge all the same.
-void pass_levels()
+int level_of(const far_question &question)
 {
-    for (Line &line : lines) {
-        pollfd edge{line.edges, POLLPRI, 0};
-        const bool rose = poll(&edge, 1, 0) > 0;
-        const bool level = ugpio_get_value(line.handle) == 1;
-        if (line.driven)
-            continue;
-        if (rose && level && line.known)
-            tell(line, false);
-        if (level != line.known)
-            tell(line, level);
+    for (const Line &line : lines) {
+        if (line.offset == question.line)
+            return ugpio_get_value(line.handle);
     }
+    return 0;
 }
 
-void pass_drive(const far_question &question)
+int drive(const far_question &question)
 {
-    int status = -ENOENT;
-    for (Line &line : lines) {
-        if (line.offset != question.line)
-            continue;
-        ugpio *const driven = ugpio_request_one(static_cast<int>(kFirstNumber + line.offset),
-                                                question.value ? UGPIO_OUT_HIGH : UGPIO_OUT_LOW, "bridge");
-        status = driven ? 0 : -errno;
-        line.driven = line.driven || driven;
-        ugpio_free(driven);
-    }
-    pass_levels();
-    answer(question, status, nullptr, 0);
+    ugpio *const line = ugpio_request_one(static_cast<int>(kFirstNumber + question.line),
+                                          question.value ? UGPIO_OUT_HIGH : UGPIO_OUT_LOW, "bridge");
+    const int status = line ? 0 : -errno;
+    ugpio_free(line);
+    return status;
 }
 
 void pass_transfer(const far_question &question, const std::uint8_t *out)
@@ -117,7 +100,6 @@ void pass_transfer(const far_question &question, const std::uint8_t *out)
     transfer.rx_nbits = question.rx_nbits == 1 ? 0 : question.rx_nbits;
     const int got = ioctl(port.fd, SPI_IOC_MESSAGE(1), &transfer);
     const int status = got < 0 ? -errno : 0;
-    pass_levels(); // before the host goes on
     answer(question, status, in.data(), status == 0 ? question.value : 0);
 }
 
@@ -128,9 +110,12 @@ void serve()
     for (std::size_t i = 0; i < lines.size(); ++i)
         watched[1 + i] = {lines[i].edges, POLLPRI, 0};
     for (;;) {
-        if (poll(watched.data(), watched.size(), kLookEveryMs) < 0)
+        if (poll(watched.data(), watched.size(), -1) < 0)
             die("poll");
-        pass_levels();
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            if (watched[1 + i].revents != 0)
+                tell_edge(lines[i]);
+        }
         if (watched[0].revents == 0 || read(far_side, bytes.data(), bytes.size()) < 0)
             continue;
         far_question question{};
@@ -138,7 +123,7 @@ void serve()
         if (question.kind == FAR_TRANSFER)
             pass_transfer(question, bytes.data() + sizeof question);
         else
-            pass_drive(question);
+            answer(question, question.kind == FAR_DRIVE ? drive(question) : level_of(question), nullptr, 0);
     }
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT OR GPL-2.0
 /* A camera board as the kernel sees it: SPI bus 1 with two chip selects on spidev, sixteen GPIO lines with interrupts,
- * a thermal zone. Behind it is a process that has opened /dev/camera_board (far_side.h): transfers and driven outputs are
- * its questions and wait for their answers, levels of inputs are what it says. */
+ * a thermal zone. Behind it is a process that has opened /dev/camera_board (far_side.h): each transfer, driven output and
+ * read level is a question to it, which waits for the answer; rising edges are what it tells. */
 #include <linux/gpio/consumer.h>
 #include <linux/gpio/driver.h>
 #include <linux/gpio/machine.h>
@@ -19,27 +19,20 @@
 #define NAME "camera_board"
 #define LINES 16
 
-static int base = 32;
+static int base = 32;		 /* number of the first line, -1: the kernel's choice */
+static char *names = "firmware"; /* who has named the lines: the firmware or the driver */
+static int twin;		 /* first number of another chip of the same label and size, nothing behind it; 0: none */
+static bool twin_inside;	 /* which belongs to the same device */
+static int held = -1;		 /* a line that the board itself holds */
+static bool lsb_first = true;	 /* the SPI controller can send the least significant bit first */
+static int temp = 45000;	 /* of the thermal zone, in 1/1000 degree Celsius */
 module_param(base, int, 0444);
-MODULE_PARM_DESC(base, "number of the first line, -1: the kernel's choice");
-static char *names = "firmware";
 module_param(names, charp, 0444);
-MODULE_PARM_DESC(names, "who has named the lines: the firmware, the driver, or none");
-static int twin;
 module_param(twin, int, 0444);
-MODULE_PARM_DESC(twin, "first number of another chip of the same label and size, with nothing behind it; 0: there is none");
-static bool twin_inside;
 module_param(twin_inside, bool, 0444);
-MODULE_PARM_DESC(twin_inside, "the other chip belongs to the same device");
-static int held = -1;
 module_param(held, int, 0444);
-MODULE_PARM_DESC(held, "a line that the board itself holds");
-static bool lsb_first = true;
 module_param(lsb_first, bool, 0444);
-MODULE_PARM_DESC(lsb_first, "the SPI controller can send the least significant bit first");
-static int temp = 45000;
 module_param(temp, int, 0644);
-MODULE_PARM_DESC(temp, "of the thermal zone, in 1/1000 degree Celsius");
 
 /* The question that is asked, one at a time. */
 static DEFINE_MUTEX(asking);
@@ -52,10 +45,11 @@ static void *bytes_in;
 static bool present, unread, waiting;
 static int far_status;
 
-/* 0 or more, or minus errno. With nobody there, things go as on a board without a block: nothing happens. */
+/* What was answered, or minus errno; 0 with nobody there. */
 static int ask(struct far_question what, const void *out, void *in)
 {
 	static u32 sequence;
+	bool asked;
 	int status = 0;
 
 	mutex_lock(&asking);
@@ -64,10 +58,10 @@ static int ask(struct far_question what, const void *out, void *in)
 	question.sequence = ++sequence;
 	bytes_out = out;
 	bytes_in = in;
-	unread = waiting = present;
+	asked = unread = waiting = present;
 	reinit_completion(&answered);
 	mutex_unlock(&far_lock);
-	if (waiting) {
+	if (asked) {
 		wake_up_interruptible(&readers);
 		wait_for_completion_timeout(&answered, 2 * HZ);
 		mutex_lock(&far_lock);
@@ -83,35 +77,24 @@ static int ask(struct far_question what, const void *out, void *in)
 static struct gpio_chip chip, other_chip;
 static struct fwnode_handle *firmware_names;
 static struct gpio_desc *held_line;
-static DECLARE_BITMAP(levels, LINES);
 static DECLARE_BITMAP(outputs, LINES);
-static u32 edges[LINES];
 
 static const char *const line_names[LINES] = {
 	[5] = "imc_req", [8] = "cam_power", "cam_power_good", "cam_reset", "cam_reset_pcie", "cam_init_done", "cam_pcie_clk",
 	"cam_fw_complete", "fpga_reset",
 };
-/* A device tree has a text for each line. */
-static const char *const firmware_line_names[LINES] = {
-	"", "", "", "", "", "imc_req", "", "", "cam_power", "cam_power_good", "cam_reset", "cam_reset_pcie", "cam_init_done",
-	"cam_pcie_clk", "cam_fw_complete", "fpga_reset",
-};
-static const struct property_entry firmware_properties[] = {
-	PROPERTY_ENTRY_STRING_ARRAY("gpio-line-names", firmware_line_names),
-	{ }
-};
+static const char *all_names[LINES]; /* as a device tree has them, a text for each line */
+static const struct property_entry name_properties[] = { PROPERTY_ENTRY_STRING_ARRAY("gpio-line-names", all_names), { } };
 
 static int line_get(struct gpio_chip *gc, unsigned int line)
 {
-	return gc == &chip && test_bit(line, levels);
+	return gc == &chip ? ask((struct far_question){ .kind = FAR_LOOK, .line = line }, NULL, NULL) : 0;
 }
 
 static void line_set(struct gpio_chip *gc, unsigned int line, int level)
 {
-	if (gc != &chip)
-		return;
-	assign_bit(line, levels, level);
-	ask((struct far_question){ .kind = FAR_DRIVE, .line = line, .value = level }, NULL, NULL);
+	if (gc == &chip)
+		ask((struct far_question){ .kind = FAR_DRIVE, .line = line, .value = level }, NULL, NULL);
 }
 
 static int line_direction(struct gpio_chip *gc, unsigned int line)
@@ -146,23 +129,13 @@ static void irq_unmask(struct irq_data *data)
 
 static int irq_set_type(struct irq_data *data, unsigned int type)
 {
-	edges[irqd_to_hwirq(data)] = type;
-	return type & IRQ_TYPE_LEVEL_MASK ? -EINVAL : 0;
+	return type == IRQ_TYPE_EDGE_RISING ? 0 : -EINVAL;
 }
 
 static const struct irq_chip irqs = {
 	.name = NAME, .irq_mask = irq_mask, .irq_unmask = irq_unmask, .irq_set_type = irq_set_type,
 	.flags = IRQCHIP_IMMUTABLE, GPIOCHIP_IRQ_RESOURCE_HELPERS,
 };
-
-static void input_changed(unsigned int line, bool level)
-{
-	if (line >= LINES || test_bit(line, levels) == level)
-		return;
-	assign_bit(line, levels, level);
-	if (edges[line] & (level ? IRQ_TYPE_EDGE_RISING : IRQ_TYPE_EDGE_FALLING))
-		generic_handle_domain_irq_safe(chip.irq.domain, line);
-}
 
 static int add_chip(struct gpio_chip *gc, struct device *parent, int first)
 {
@@ -240,8 +213,9 @@ static ssize_t far_write(struct file *file, const char __user *from, size_t size
 
 	if (size < sizeof answer || copy_from_user(&answer, from, sizeof answer))
 		return -EFAULT;
-	if (answer.kind == FAR_LEVEL) {
-		input_changed(answer.line, answer.value);
+	if (answer.kind == FAR_ROSE) {
+		if (answer.line < LINES)
+			generic_handle_domain_irq_safe(chip.irq.domain, answer.line);
 		return size;
 	}
 	mutex_lock(&far_lock);
@@ -307,14 +281,16 @@ static int add_spi(void)
 
 static int add_parts(void)
 {
-	int status = 0;
+	int i, status = 0;
 
 	/* The other chip comes first, where somebody who only counts looks. */
 	if (twin)
 		status = add_chip(&other_chip, twin_inside ? &board->dev : NULL, twin);
 	/* Not a property of the board's: the GPIO device would put that node, too, when it goes. */
+	for (i = 0; i < LINES; i++)
+		all_names[i] = line_names[i] ?: "";
 	if (!strcmp(names, "firmware"))
-		firmware_names = fwnode_create_software_node(firmware_properties, NULL);
+		firmware_names = fwnode_create_software_node(name_properties, NULL);
 	if (!status && IS_ERR(firmware_names))
 		status = PTR_ERR(firmware_names);
 	if (!status)

@@ -5,13 +5,13 @@
 
 #include <linux/types.h>
 
-enum far_kind { FAR_TRANSFER, FAR_DRIVE, FAR_LEVEL };
+enum far_kind { FAR_TRANSFER, FAR_DRIVE, FAR_LOOK, FAR_ROSE };
 
 struct far_question {
-	__u32 kind;	/* FAR_TRANSFER or FAR_DRIVE */
+	__u32 kind;	/* FAR_TRANSFER, FAR_DRIVE or FAR_LOOK: is the line high? */
 	__u32 sequence;
 	__u32 line;	/* chip select, or offset of the GPIO line */
-	__u32 value;	/* bytes, or level */
+	__u32 value;	/* bytes to transfer, or level to drive */
 	__u32 mode;	/* from here on of transfers */
 	__u32 speed_hz;
 	__u16 delay_usecs;
@@ -23,10 +23,10 @@ struct far_question {
 };
 
 struct far_answer {
-	__u32 kind;	/* that of the question, or FAR_LEVEL for the new level of an input, unasked */
+	__u32 kind;	/* that of the question, or unasked FAR_ROSE: a line had a rising edge */
 	__u32 sequence; /* of the question */
-	__u32 line;	/* of FAR_LEVEL */
-	__s32 value;	/* 0 or minus errno, or the level */
+	__u32 line;	/* of FAR_ROSE */
+	__s32 value;	/* level, 0, or minus errno */
 };
 
 #endif
