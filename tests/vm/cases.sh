@@ -24,7 +24,7 @@ bus_configuration() {
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <listen>unix:path=$1</listen>
-  <policy context="default"><allow user="*"/><allow send_destination="*"/><allow own="*"/></policy>
+  <policy context="default"><allow user="*"/><allow send_destination="*"/><allow eavesdrop="true"/><allow own="*"/></policy>
 </busconfig>
 CONF
 }
@@ -56,6 +56,11 @@ start() { # [COMMAND...]: which runs ptzd
     "$@" ptzd --plugin /lib/x86_64-linux-gnu/libptz_driver_canon.so --foreground --state-dir /tmp >>"$log/ptzd.log" 2>&1 &
     ptzd=$!
 }
+up() {
+    begin
+    start
+    running
+}
 running() { ptzctl state --wait running --within "${1:-60}" >/dev/null || fail "not running: $(ptzctl state)"; }
 stop() {
     local from=$SECONDS
@@ -75,8 +80,9 @@ give_lines_back() {
         for line in {0..15}; do echo $(($(<"$chip/base") + line)) >/sys/class/gpio/unexport; done
     done 2>/dev/null
 }
-# Ends the rest in order; the simulator must have counted no offence.
-end() {
+# Ends everything in order; the simulator must have counted no offence.
+down() {
+    stop
     kill "$bridge"
     wait "$bridge"
     kill "$sim"
@@ -105,10 +111,9 @@ tour() {
     start
     running
     "$what" || fail "the $what"
-    stop
+    down
     mkdir -p "/kept/$what"
     deeds >"/kept/$what/$name"
-    end
     echo "$(wc -l <"/kept/$what/$name") deeds"
 }
 case_firmware_names() { tour whole :; }
@@ -139,8 +144,7 @@ late_request() {
         at = $1 } END { print wrong ? 0 : n - 1 }')
     ((gaps >= 5)) || fail "bursts of another length or less than 60 ms apart: $gaps"
     [[ $3 == looks && $count == 0 ]] || [[ $3 == interrupts && $count -ge $gaps ]] || fail "$count interrupts, $gaps waits"
-    stop
-    end
+    down
     echo "$gaps waits, $count interrupts"
 }
 case_late_request() { late_request 1024 0 interrupts :; }
@@ -154,20 +158,16 @@ case_firmware() {
     start
     running 180
     ptzctl status | grep -q 'version:1020999$' || fail "another version: $(ptzctl status)"
-    stop
-    end
+    down
     echo "$(grep -c ' port1 host 1024 .' "$log/wire.trace") bursts over the second port"
 }
 case_heat() {
-    begin
-    start
-    running
+    up
     echo 95000 >/sys/module/camera_board/parameters/temp
     ptzctl state --wait too-hot --within 30 || fail 'heat goes unseen'
     echo 40000 >/sys/module/camera_board/parameters/temp
     running
-    stop
-    end
+    down
     echo 'too hot, and running again'
 }
 
@@ -176,14 +176,11 @@ comes_back() {
     wait_for 90 logged "$1"
     running
     walk || fail 'a move'
-    stop
-    end
+    down
     echo "seen: $1"
 }
 case_unbound_in_move() {
-    begin
-    start
-    running
+    up
     ptzctl move --continuous pan=5 &
     sleep 1
     echo spi1.0 >/sys/bus/spi/drivers/spidev/unbind
@@ -192,9 +189,7 @@ case_unbound_in_move() {
     comes_back 'The camera block is still silent: reset'
 }
 case_power_lost() {
-    begin
-    start
-    running
+    up
     simulator 'fault power-loss for 2s'
     wait_for 30 grep -q 'line cam_power_good low' "$log/wire.trace"
     comes_back 'All parameters are applied again'
@@ -208,8 +203,7 @@ refused() {
     start
     wait_for 30 logged "$cause"
     sleep 5
-    stop
-    end
+    down
     echo "$cause"
 }
 case_held() { refused '(Device or resource busy) ERROR: Failed to change gpio -1/cam_power' held=8; }
@@ -217,14 +211,20 @@ case_most_significant_first() { refused 'Could not set spi mode' lsb_first=0; }
 # With spidev.bufsiz=512 on the kernel's command line.
 case_bufsiz() { refused 'Bursts of 1024 bytes are more than device "/dev/spidev1.0" takes: set the kernel'"'"'s parameter spidev.bufsiz'; }
 
-# What the device manager does for the service's group.
-hand_over() {
-    chgrp 1001 "$@" && chmod g+rw "$@"
+# What the device manager does for the service's group: once for devices, and for lines as they are exported.
+hand_over() { chgrp 1001 "$@" && chmod g+rw "$@"; }
+hand_over_lines() {
+    local line had=
+    while sleep 0.1; do
+        for line in /sys/class/gpio/gpio[0-9]*; do
+            [[ ! -d $line || $had == *" $line "* ]] || { hand_over "$line"/{value,direction,edge} && had+=" $line "; }
+        done
+    done
 }
 # Nobody but a member of the group 1001.
 ordinary() { setpriv --reuid 1000 --regid 1000 --groups 1001 "$@"; }
 case_user() {
-    local line manager
+    local manager
     begin
     chmod o-rwx /dev/gpiochip* /dev/spidev*
     start ordinary
@@ -232,17 +232,14 @@ case_user() {
     stop
     hand_over /dev/gpiochip* /dev/spidev*
     chgrp 1001 /sys/class/gpio/export && chmod g+w /sys/class/gpio/export
-    while sleep 0.02; do
-        for line in /sys/class/gpio/gpio[0-9]*; do hand_over "$line"/{value,direction,edge}; done 2>/dev/null
-    done &
+    hand_over_lines &
     manager=$!
     : >"$log/ptzd.log"
     start ordinary
     running
     walk || fail 'a move'
     ! logged 'Permission denied' || fail 'a right is missing'
-    stop
     kill "$manager"
-    end
+    down
     echo 'by the group alone'
 }

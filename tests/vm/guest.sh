@@ -19,7 +19,7 @@ seconds() { cut -d ' ' -f 1 /proc/uptime; }
 
 # What a case that failed has left.
 clean_up() {
-    killall -q -9 ptzd vm_bridge krx-sim ptzctl
+    sleep 1
     umount /sys/class/gpio 2>/dev/null
     give_lines_back
     rmmod camera_board 2>/dev/null
@@ -35,7 +35,7 @@ for name in $(sed -n 's/.*cases=\([^ ]*\).*/\1/p' /proc/cmdline | tr , ' '); do
     log=/tmp/$name
     mkdir -p "$log"
     start=$(seconds)
-    if (case_"$name") >"$log/log" 2>&1; then
+    if (trap 'kill -9 $(jobs -p) 2>/dev/null' EXIT; case_"$name") >"$log/log" 2>&1; then
         echo "passed: $name ($(tail -n 1 "$log/log")) $(awk "BEGIN { print $(seconds) - $start }") s"
     else
         failed=$((failed + 1))

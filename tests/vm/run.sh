@@ -7,8 +7,8 @@ set -euo pipefail
 
 build=${1:?usage: tests/vm/run.sh BUILD_DIR OUT [--short]} out=${2:?OUT} length=${3:-}
 here=$(dirname "$0")
-mkdir -p "$out/module"
 rm -rf "$out"/{result,kept,host.*}
+mkdir -p "$out/kept" "$out/module"
 skip() { echo "vm: skipped, $1"; exit 77; }
 for program in qemu-system-x86_64 busybox cpio gdbus dbus-daemon make gcc; do
     command -v $program >/dev/null || skip "no $program"
@@ -48,7 +48,7 @@ for i in "${!boots[@]}"; do
         if line=$(grep "^passed: $name " "$out/console.log"); then count true "$line"; else count false "FAILED: $name"; fi
     done
     ((status == 0 || failed > before)) || count false "FAILED: the guest ended with status $status"
-    mkdir -p "$out/kept" && tar -x -z -C "$out/kept" -f "$out/kept.tar.gz" --warning=no-timestamp || true
+    tar -x -z -C "$out/kept" -f "$out/kept.tar.gz" --warning=no-timestamp || true
 done
 
 wait $host || { cat "$out/host.log"; count false 'FAILED: the tours on this machine'; }
