@@ -227,12 +227,12 @@ hand_over_lines() {
     done
 }
 # Nobody but a member of the group 1001.
-ordinary() { setpriv --reuid 1000 --regid 1000 --groups 1001 "$@"; }
+ordinary=(setpriv --reuid 1000 --regid 1000 --groups 1001)
 case_user() {
     local manager
     begin names=driver
     chmod o-rwx /dev/gpiochip* /dev/spidev*
-    start ordinary
+    start "${ordinary[@]}"
     wait_for 30 logged 'Permission denied'
     stop
     hand_over /dev/gpiochip* /dev/spidev*
@@ -240,7 +240,7 @@ case_user() {
     hand_over_lines &
     manager=$!
     : >"$log/ptzd.log"
-    start ordinary
+    start "${ordinary[@]}"
     running
     walk || fail 'a move'
     ! logged 'Permission denied' || fail 'a right is missing'

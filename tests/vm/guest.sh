@@ -3,7 +3,7 @@
 # console, and ends the machine with the number of those that failed. What a case leaves in /kept goes out at the
 # second serial port.
 /bin/busybox --install -s /bin
-export PATH=/bin:/usr/bin HOME=/
+export PATH=/usr/bin:/bin HOME=/
 mount -t proc none /proc
 mount -t sysfs none /sys
 mount -t devtmpfs none /dev

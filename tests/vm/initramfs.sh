@@ -22,6 +22,7 @@ find "$root/usr/bin" "$root/lib" -type f -exec strip --strip-unneeded {} + 2>/de
 strip --strip-debug -o "$root/camera_board.ko" "$module"
 cp "$here/guest.sh" "$root/init"
 cp "$here/cases.sh" "$root"
-echo root:x:0:0::/:/bin/sh >"$root/etc/passwd"
+printf '%s::/:/bin/sh\n' root:x:0:0 somebody:x:1000:1000 >"$root/etc/passwd"
+chmod -R go=rX "$root"
 # Everything is root's there, whoever packs it. Not compressed: reading it is quicker.
 (cd "$root" && find . | cpio --create --format=newc --owner=0:0 --quiet) >"$out"
