@@ -243,6 +243,8 @@ case_user() {
     start "${ordinary[@]}"
     running
     walk || fail 'a move'
+    simulator 'set request-delay 60ms' # now it needs edges
+    ptzctl move pan=20 --wait || fail 'a move by edges'
     ! logged 'Permission denied' || fail 'a right is missing'
     kill "$manager"
     down
