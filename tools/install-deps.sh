@@ -13,6 +13,8 @@ declare -A groups=(
     [fuzz]="clang libclang-rt-14-dev"
     [lint]="clang clang-format clang-tidy clang-tools shellcheck"
     [coverage]="gcovr"
+    [armhf]="g++-arm-linux-gnueabihf qemu-user"
+    [arm]="g++-arm-linux-gnueabihf g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user"
 )
 
 wanted=()
