@@ -2,8 +2,9 @@
 # Usage: tools/cross-setup.sh MACHINE
 # Makes build/arm/MACHINE, a release build folder for another kind of machine whose programs run here under an emulator.
 # What they are linked with comes from that architecture's Debian packages, unpacked in build/arm/sysroot-ARCH; this
-# machine's own packages and architectures stay as they are. Does nothing when the folder is there.
-set -euo pipefail
+# machine's own packages and architectures stay as they are. Does nothing when the folder is there; status 77 when the
+# packages cannot be had.
+set -Eeuo pipefail
 cd "$(dirname "$0")/.."
 
 sysroot_packages=(libc6-dev libstdc++6 libglib2.0-dev libasound2-dev libsystemd-dev libgtest-dev libgmock-dev)
@@ -20,7 +21,7 @@ if [[ -z ${machines[$machine]:-} ]]; then
     echo "cross-setup: no machine '$machine'; there are: ${!machines[*]}" >&2
     exit 2
 fi
-read -r arch triplet emulator family endian flags <<<"${machines[$machine]}"
+read -r arch triplet emulator family endian rest <<<"${machines[$machine]}"
 build=build/arm/$machine
 [[ ! -f $build/build.ninja ]] || exit 0
 root=$PWD/build/arm/sysroot-$arch
@@ -28,15 +29,16 @@ root=$PWD/build/arm/sysroot-$arch
 # With an apt of its own, which knows one architecture and no installed package: the archives that this machine has from
 # Debian, or Debian's own when it has none.
 fill_sysroot() {
-    local state=$root.apt source
+    local state=$root.apt archives archive package
     rm -rf "$root" "$root.part" "$state"
     mkdir -p "$root.part" "$state"/{lists/partial,cache/archives/partial}
     : >"$state/status"
     # shellcheck disable=SC2016 # for apt
-    source=$(apt-get indextargets --format '$(REPO_URI) $(RELEASE) main' \
+    archives=$(apt-get indextargets --format '$(REPO_URI) $(RELEASE) main' \
         'Identifier: Packages' 'Label: Debian' 'Component: main' | sort -u)
-    sed 's|^|deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] |' \
-        <<<"${source:-http://deb.debian.org/debian bookworm main}" >"$state/sources.list"
+    while read -r archive; do
+        echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $archive"
+    done <<<"${archives:-http://deb.debian.org/debian bookworm main}" >"$state/sources.list"
     cat >"$state/apt.conf" <<END
 APT { Architecture "$arch"; Architectures { "$arch"; }; Install-Recommends "false"; Sandbox::User "root"; };
 Acquire::Languages "none";
@@ -53,13 +55,16 @@ END
     mv "$root.part" "$root"
 }
 
+trap 'exit 77' ERR
 [[ -d $root ]] || fill_sysroot
+trap - ERR
 
 compiler() { # COMPILER: as meson wants it, through the compiler cache where there is one
     command -v ccache >/dev/null && printf "'ccache', "
     printf "'%s-%s'" "$triplet" "$1"
 }
-printf -v quoted ", '%s'" "--sysroot=$root" -Wno-psabi $flags
+read -r -a flags <<<"$rest"
+printf -v quoted ", '%s'" "--sysroot=$root" -Wno-psabi "${flags[@]}"
 cat >"build/arm/$machine.ini" <<END
 [constants]
 emulator = ['$emulator', '-L', '$root']
