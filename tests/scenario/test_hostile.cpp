@@ -2,6 +2,7 @@
 #include "sim/image.h"
 #include "spidev/wire.h"
 #include "tests/scenario/system_fixture.h"
+#include "tests/support/machine.h"
 
 #include <algorithm>
 #include <array>
@@ -21,7 +22,8 @@ namespace wire = spidev_wire;
 using testing::HasSubstr;
 
 // How many files of a kind are spoilt.
-const int ROUNDS = std::atoi(std::getenv("HOSTILE_ROUNDS") != nullptr ? std::getenv("HOSTILE_ROUNDS") : "200");
+const char *const WANTED = std::getenv("HOSTILE_ROUNDS");
+const int ROUNDS = WANTED != nullptr ? std::atoi(WANTED) : HOSTILE_ROUNDS;
 
 enum class Manner { honest, bytes, headers, says_nothing, hangs_up };
 
