@@ -6,7 +6,7 @@
 inline constexpr int TIME_SLOWER = 4; // than a test has the camera's time run otherwise
 inline constexpr unsigned PTZD_MOST_KB = 64 * 1024;
 inline constexpr int DEAF_CLIENTS = 10;
-inline constexpr int HOSTILE_ROUNDS = 20;
+inline constexpr int HOSTILE_ROUNDS = 40;
 #else
 inline constexpr int TIME_SLOWER = 1;
 inline constexpr unsigned PTZD_MOST_KB = 32 * 1024;
