@@ -1,6 +1,7 @@
 // Settings and moves where the disk fails, the clock jumps, or the process is stopped or killed.
 #include "tests/endurance/page.h"
 #include "tests/scenario/system_fixture.h"
+#include "tests/support/machine.h"
 #include "tests/support/shared_page.h"
 
 #include <csignal>
@@ -75,7 +76,7 @@ TEST_F(Endurance, AHundredKillsLoseNoAcknowledgedSettingAndLeaveNothing)
             possible[param] = {value};
             calls[param] = {};
         }
-        const gint64 end = g_get_monotonic_time() + std::uniform_int_distribution(0, 20000)(random);
+        const gint64 end = g_get_monotonic_time() + std::uniform_int_distribution(0, 20000 * TIME_SLOWER)(random);
         run_until([&] {
             take_answers();
             for (auto &[param, call] : calls) {
@@ -94,7 +95,7 @@ TEST_F(Endurance, AHundredKillsLoseNoAcknowledgedSettingAndLeaveNothing)
         take_answers();
         EXPECT_EQ(ptzd->output().find("not used"), std::string::npos) << ptzd->output();
     }
-    EXPECT_GT(acknowledged, 200);
+    EXPECT_GT(acknowledged, 200 / TIME_SLOWER);
 }
 
 // A disk that can be full or read-only: its own where the test may mount one, else what limits and rights give.

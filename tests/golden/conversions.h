@@ -13,11 +13,9 @@ struct GoldenBench : CommandBench {
     void TestBody() override {}
 };
 
-enum class Result { EXACT, LIBM }; // LIBM: by the machine's mathematics, which may be one off in its last place
-
 struct Conversion {
     const char *name;
-    Result result;
+    int units_off; // of the last place, at most: 0, or what the mathematics of another machine may make of it
     struct {
         double first, last, step;
     } sweep; // of the first number
