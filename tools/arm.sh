@@ -41,7 +41,9 @@ try() {
     tools/cross-setup.sh "$1" || return
     # A short run builds what its tests need.
     ((${#short[@]})) || ninja -C "build/arm/$1" || return
-    meson test -C "build/arm/$1" --print-errorlogs --timeout-multiplier 5 "${short[@]}"
+    # Left out are figures of time, which an emulator stretches: how soon the camera is back from each fault.
+    ((${#short[@]})) || echo "arm: $1: left out: the suite 'figures', as its times would be the emulator's"
+    meson test -C "build/arm/$1" --no-suite figures --print-errorlogs --timeout-multiplier 5 "${short[@]}"
 }
 
 if [[ ${1-} == --short ]]; then
