@@ -48,7 +48,7 @@ try() {
 
 if [[ ${1-} == --short ]]; then
     machines=(armhf-neon)
-    short=(golden 'golden sees fused products' vcc port reload)
+    short=(golden 'golden sees fused products' vcc port upgrades)
     had=77
     tools/install-deps.sh armhf && { tools/cross-setup.sh armhf-neon; had=$?; }
     if ((had == 77)); then

@@ -27,7 +27,7 @@ def needed(file, wanted):
 
 
 # What the compiler itself takes of its runtime, on some machines.
-RUNTIME = re.compile(r"__aeabi_\w+|__cxa_end_cleanup")
+RUNTIME = re.compile(r"__aeabi_\w+|__cxa_end_cleanup|__getauxval")
 
 
 def symbols(file, *options):
