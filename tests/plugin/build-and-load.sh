@@ -17,7 +17,10 @@ private=$(readelf -dW "$(find "$dir/stage" -path '*/sbin/ptzd')" | sed -n 's/.*r
 pc=$(find "$dir/stage" -name ptzorvel.pc)
 prefix=$(sed -n 's/^prefix=//p' "$pc")
 sed "s|$prefix|$dir/stage$prefix|g" "$pc" >"$dir/ptzorvel.pc"
-[[ -z $sysroot ]] || export PKG_CONFIG_LIBDIR=$sysroot/usr/lib/$("$cc" -print-multiarch)/pkgconfig
+if [[ -n $sysroot ]]; then
+    PKG_CONFIG_LIBDIR=$sysroot/usr/lib/$("$cc" -print-multiarch)/pkgconfig
+    export PKG_CONFIG_LIBDIR
+fi
 read -r -a flags < <(PKG_CONFIG_PATH=$dir pkg-config --cflags --libs ptzorvel)
 "$cc" -shared -fPIC -Wall -Wextra -Werror -Wno-unused-parameter -o "$dir/still_camera.so" ${sysroot:+"--sysroot=$sysroot"} \
     "$source" "${flags[@]/#-I\/usr\//-I$sysroot/usr/}"
