@@ -1,7 +1,7 @@
 # What a person types here; `make` alone lists it. Meson and Ninja do the work, in build/.
 
 .DEFAULT_GOAL := help
-.PHONY: help run test asan tsan tsan-mutants coverage fuzz lint campaign calls soak bench bench-peers install deb deb-test vm-test clean deps
+.PHONY: help run test asan tsan tsan-mutants coverage fuzz lint campaign calls soak arm bench bench-peers install deb deb-test vm-test clean deps
 
 PREFIX ?= /usr/local
 SECONDS ?= 60
@@ -21,6 +21,7 @@ help:
 	@echo 'make campaign every fault of the simulated board in every phase; writes docs/reliability.md (SEED=N)'
 	@echo 'make calls    every system call of ptzd fails, at more places of a step than in the suite'
 	@echo 'make soak     random faults and requests for MINUTES=$(MINUTES); whether anything grows (SEED=N)'
+	@echo 'make arm      the suite on ARM machines, and on one of the other byte order, under an emulator'
 	@echo 'make bench    the benchmarks; writes docs/performance.md'
 	@echo 'make bench-peers the same work beside other libraries and bare services; writes docs/performance.md'
 	@echo 'make deb      the Debian packages, in build/deb'
@@ -93,6 +94,10 @@ soak: deps build/release/build.ninja
 calls: deps build/release/build.ninja
 	ninja -C build/release
 	CALLS=all build/release/tests/shim/test_calls
+
+arm: deps build/release/build.ninja
+	ninja -C build/release
+	@tools/arm.sh
 
 bench: deps build/release/build.ninja
 	@tools/install-deps.sh bench

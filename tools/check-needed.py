@@ -26,12 +26,17 @@ def needed(file, wanted):
         yield plain if plain in wanted else name
 
 
+# What the compiler itself takes of its runtime, on some machines.
+RUNTIME = re.compile(r"__aeabi_\w+|__cxa_end_cleanup|__getauxval")
+
+
 def symbols(file, *options):
     """Symbols without the versions that the C library gives them; weak ones may be missing and do not count."""
     for line in run("nm", "-D", *options, file).splitlines():
         kind, name = line.split()[-2:]
-        if kind != "w":
-            yield name.split("@")[0]
+        if kind != "w" and not RUNTIME.match(name):
+            # Sizes are of another type where addresses have 32 bits.
+            yield re.sub(r"^(_Zn[wa]|_Zd[la]Pv)j", r"\1m", name.split("@")[0])
 
 
 def read(path):

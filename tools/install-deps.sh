@@ -20,6 +20,8 @@ declare -A groups=(
     [bench-peers]="nanopb libnanopb-dev protobuf-compiler libmsgpack-dev libcbor-dev libmodbus-dev libsystemd-dev"
     [wireshark]="tshark"
     [vm]="qemu-system-x86 busybox-static cpio make gcc libelf1 libssl3 dbus-daemon libglib2.0-bin util-linux"
+    [armhf]="g++-arm-linux-gnueabihf qemu-user"
+    [arm]="g++-arm-linux-gnueabihf g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user"
 )
 
 wanted=()

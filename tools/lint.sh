@@ -36,6 +36,11 @@ clang_build() {
     ninja -C $build
 }
 
+# Another compiler comes to the same numbers.
+conversions() {
+    $build/tests/golden/golden tests/golden/conversions.csv
+}
+
 tidy() {
     # Generated C is not ours to judge, and a benchmark's loop variable is never read; one clang-tidy per processor.
     printf '%s\0' "${sources[@]}" | grep -z '\.cpp$' | grep -zv '^bench/' |
@@ -45,6 +50,7 @@ tidy() {
 step "scripts" check_scripts
 step "formatting" clang-format --dry-run -Werror "${formatted[@]}"
 step "clang build without warnings" clang_build
+step "conversions with clang" conversions
 step "clang-tidy" tidy
 
 if [[ ${#failed[@]} -gt 0 ]]; then

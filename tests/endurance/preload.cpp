@@ -65,7 +65,7 @@ int clock_gettime(clockid_t clock, timespec *time)
     static const auto real = reinterpret_cast<decltype(&clock_gettime)>(dlsym(RTLD_NEXT, "clock_gettime"));
     const int result = real(clock, time);
     if (clock == CLOCK_REALTIME)
-        time->tv_sec += page.load()->clock_step_s;
+        time->tv_sec += static_cast<std::time_t>(page.load()->clock_step_s);
     return result;
 }
 int gettimeofday(timeval *time, void *)

@@ -13,7 +13,7 @@ std::string print(GVariant *value)
 void run_until(const std::function<bool()> &condition)
 {
     const gint64 latest =
-        g_get_monotonic_time() + 20 * gint64{G_USEC_PER_SEC}; // only a test that fails waits that long
+        g_get_monotonic_time() + 60 * gint64{G_USEC_PER_SEC}; // only a test that fails waits that long
     // Conditions change on other threads too, so the loop looks again now and then.
     const guint look = g_timeout_add(
         1, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);

@@ -1,8 +1,8 @@
 #!/bin/bash
-# Usage: build-and-load.sh BUILD_DIR SOURCE_ROOT CC PTZD PTZCTL
+# Usage: build-and-load.sh BUILD_DIR SOURCE_ROOT CC PTZD PTZCTL [SYSROOT, where the compiler is for another machine]
 # The plug-in of docs/plugins.md: it is the file that the page quotes, builds with what gets installed for it, and moves.
 set -euo pipefail
-build=$1 root=$2 cc=$3 ptzd=$4 ptzctl=$5 source=$2/docs/examples/still_camera.c
+build=$1 root=$2 cc=$3 ptzd=$4 ptzctl=$5 sysroot=$6 source=$2/docs/examples/still_camera.c
 dir=$(mktemp -d /tmp/ptz-plugin.XXXXXX)
 trap 'kill $(jobs -p) 2>/dev/null; rm -rf "$dir"' EXIT
 
@@ -17,8 +17,13 @@ private=$(readelf -dW "$(find "$dir/stage" -path '*/sbin/ptzd')" | sed -n 's/.*r
 pc=$(find "$dir/stage" -name ptzorvel.pc)
 prefix=$(sed -n 's/^prefix=//p' "$pc")
 sed "s|$prefix|$dir/stage$prefix|g" "$pc" >"$dir/ptzorvel.pc"
+if [[ -n $sysroot ]]; then
+    PKG_CONFIG_LIBDIR=$sysroot/usr/lib/$("$cc" -print-multiarch)/pkgconfig
+    export PKG_CONFIG_LIBDIR
+fi
 read -r -a flags < <(PKG_CONFIG_PATH=$dir pkg-config --cflags --libs ptzorvel)
-"$cc" -shared -fPIC -Wall -Wextra -Werror -Wno-unused-parameter -o "$dir/still_camera.so" "$source" "${flags[@]}"
+"$cc" -shared -fPIC -Wall -Wextra -Werror -Wno-unused-parameter -o "$dir/still_camera.so" ${sysroot:+"--sysroot=$sysroot"} \
+    "$source" "${flags[@]/#-I\/usr\//-I$sysroot/usr/}"
 
 dbus-daemon --session --nofork --nopidfile --print-address=3 3>"$dir/address" &
 for ((i = 0; i < 600; ++i)); do [[ -s $dir/address ]] && break; sleep 0.05; done

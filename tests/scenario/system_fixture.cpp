@@ -1,5 +1,7 @@
 #include "tests/scenario/system_fixture.h"
 
+#include "tests/support/machine.h"
+
 #include <algorithm>
 #include <cmath>
 #include <csignal>
@@ -21,14 +23,19 @@ std::unique_ptr<Process> SystemTest::run(const std::vector<std::string> &command
     Process::Variables environment = {{"DBUS_SYSTEM_BUS_ADDRESS", address()},
                                       {"PTZ_DATA_DIR", folder.path()},
                                       {"PTZ_BOARD", folder.path()},
-                                      {"PTZ_TIME_SCALE", time_scale}};
+                                      {"PTZ_TIME_SCALE", scale()}};
     environment.insert(environment.end(), more.begin(), more.end());
     return std::make_unique<Process>(command, environment, folder.file(log_name));
 }
 
+std::string SystemTest::scale() const
+{
+    return std::to_string(std::atoi(time_scale) / TIME_SLOWER);
+}
+
 void SystemTest::start_sim(const std::vector<std::string> &options)
 {
-    std::vector<std::string> command{KRX_SIM_FILE, "--board", folder.path(), "--time-scale", time_scale};
+    std::vector<std::string> command{KRX_SIM_FILE, "--board", folder.path(), "--time-scale", scale()};
     command.insert(command.end(), options.begin(), options.end());
     sim = run(command, "sim.log");
     run_until([this] { return sim->output().find("ready") != std::string::npos || sim->ended(); });
@@ -165,7 +172,7 @@ void SystemTest::expect_life() const
         if (line.starts_with("VmHWM:"))
             most_kb = std::stoul(line.substr(6));
 #if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__) // which take several times as much
-    EXPECT_LT(most_kb, 32u * 1024);
+    EXPECT_LT(most_kb, PTZD_MOST_KB);
 #endif
 }
 

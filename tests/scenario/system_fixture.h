@@ -52,6 +52,7 @@ class SystemTest : public BusTest {
     std::unique_ptr<Process> ptzd; // ends before the simulator
 
   private:
+    std::string scale() const;
     GVariant *ask_sim(const char *interface, const char *method, GVariant *arguments);
     static std::size_t count_of(const std::string &text, const std::string &log);
 

@@ -1,6 +1,7 @@
 // What clients of the bus may do to the service: nothing that ends it, and little that the others notice.
 #include "glib_owned.h"
 #include "tests/scenario/system_fixture.h"
+#include "tests/support/machine.h"
 #include "tests/support/raw_client.h"
 
 #include <cmath>
@@ -142,7 +143,7 @@ TEST_F(SystemClients, ThoseThatDoNotReadCostLittleAndHoldUpNobody)
 {
     start_all();
     std::list<RawClient> deaf;
-    for (int i = 0; i < 200; ++i)
+    for (int i = 0; i < DEAF_CLIENTS; ++i)
         deaf.emplace_back(address(), user::STRANGER);
     for (int round = 0; round < 2; ++round) {
         for (RawClient &each : deaf)

@@ -78,7 +78,7 @@ TEST_F(Link, ABlockThatLostItsSettingsIsGivenThemAgain)
     start_all();
     ptzctl({"params", "set", "ImageSource.Sharpness", "80"});
     const std::pair<const char *, const char *> losses[] = {
-        {"fault reboot", "Event(0, 'Camera block started anew by itself')"},
+        {"fault reboot", ", 'Camera block started anew by itself')"},
         {"fault silence 4s", "LinkChanged('down', "},
     };
     for (const auto &[fault, signal] : losses) {
@@ -115,7 +115,9 @@ TEST_F(Link, ABlockThatStaysAwayIsResetAgainAndAgain)
     run_until([this] { return logged("reset 2") == 1; });
     await_state(1);
     run_until([this] { return number_of("GetPosition", "age") < 1; });
-    EXPECT_THAT(client.call("GetStatus").text, AllOf(HasSubstr("'resets': <uint32 0>"), HasSubstr("'link': <'up'>")));
+    // A busy machine may let the time of an answer pass once more.
+    run_until([this] { return client.call("GetStatus").text.find("'link': <'up'>") != std::string::npos; });
+    EXPECT_THAT(client.call("GetStatus").text, HasSubstr("'resets': <uint32 0>"));
 }
 
 TEST_F(Link, AStartThatFailsIsTriedAgain)
@@ -157,8 +159,8 @@ TEST_F(Link, APositionIsAnsweredAtOnceFromWhatWasLastKnown)
     run_until([this] { return number_of("GetPosition", "pan") == 12.5 && number_of("GetPosition", "zoom") == 5000; });
     const ReplyPtr reset = client.send("RunSpecialCommand", "('reset',)");
     await_state(4);
-    const std::string text = ptzctl({"position"});
-    EXPECT_THAT(text, AllOf(HasSubstr("\"pan\":12.5"), HasSubstr("\"zoom\":5000"), HasSubstr("\"age\":")));
+    const std::string text = client.call("GetPosition").text;
+    EXPECT_THAT(text, AllOf(HasSubstr("'pan': 12.5"), HasSubstr("'zoom': 5000"), HasSubstr("'age': ")));
     EXPECT_FALSE(reset->done);
     await_state(1);
     sim_command("fault hold-request low");

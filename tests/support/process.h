@@ -21,7 +21,7 @@ class Process {
         if (!ended())
             g_subprocess_send_signal(process_, number);
     }
-    // Its exit status, or minus the signal that ended it; waits at most 20 seconds for it, then fails with -1000.
+    // Its exit status, or minus the signal that ended it; waits at most a minute for it, then fails with -1000.
     int wait();
     bool ended() const { return g_subprocess_get_identifier(process_) == nullptr; }
     std::string output() const;
