@@ -1,7 +1,7 @@
 # What a person types here; `make` alone lists it. Meson and Ninja do the work, in build/.
 
 .DEFAULT_GOAL := help
-.PHONY: help run test asan tsan tsan-mutants coverage fuzz lint campaign calls soak bench install deb deb-test clean deps
+.PHONY: help run test asan tsan tsan-mutants coverage fuzz lint campaign calls soak bench install deb deb-test vm-test clean deps
 
 PREFIX ?= /usr/local
 SECONDS ?= 60
@@ -24,6 +24,7 @@ help:
 	@echo 'make bench    the benchmarks'
 	@echo 'make deb      the Debian packages, in build/deb'
 	@echo 'make deb-test install, use, upgrade and purge them in a fresh Debian 12 (as root or through sudo)'
+	@echo 'make vm-test  the release build on the spidev and GPIO of a Debian kernel, in virtual machines'
 	@echo 'make install  install under $$DESTDIR$$PREFIX (PREFIX=$(PREFIX))'
 	@echo 'make clean    remove build/'
 	@echo
@@ -114,6 +115,11 @@ deb:
 deb-test: deb
 	@tools/install-deps.sh deb-test
 	tools/deb-test.sh build/deb
+
+vm-test: deps build/release/build.ninja
+	@tools/install-deps.sh vm
+	ninja -C build/release
+	tests/vm/run.sh build/release build/vm
 
 clean:
 	rm -rf build

@@ -1,12 +1,13 @@
 #!/usr/bin/python3
-"""Usage: tools/count-tests.py BUILD_DIR...
+"""Usage: tools/count-tests.py BUILD_DIR|FILE...
 
-Counts the test cases of the last `meson test` in each folder and prints "N passed, N failed" as its only line on
-stdout. Status 1 when one failed. A test program counts by its GoogleTest cases, any other by its result; a folder
-without results counts as one failure, and so does a program that failed without a failed case (a crash, a leak, a
-time-out).
+Counts the test cases of the last `meson test` in each folder, or what a file says in its last line, and prints
+"N passed, N failed" as its only line on stdout. Status 1 when one failed. A test program counts by its GoogleTest cases,
+any other by its result; a folder or file without results counts as one failure, and so does a program that failed
+without a failed case (a crash, a leak, a time-out).
 """
 import json
+import os
 import re
 import sys
 
@@ -30,6 +31,16 @@ def count_program(entry):
     return passed, failed
 
 
+def count_file(path):
+    try:
+        with open(path, encoding="utf-8") as results:
+            passed, failed = re.fullmatch(r"(\d+) passed, (\d+) failed", results.read().splitlines()[-1]).groups()
+        return int(passed), int(failed)
+    except (OSError, IndexError, AttributeError) as problem:
+        print(f"count-tests: {path}: no test results ({problem})", file=sys.stderr)
+        return 0, 1
+
+
 def count_folder(build_dir):
     try:
         with open(build_dir + "/meson-logs/testlog.json", encoding="utf-8") as log:
@@ -43,7 +54,7 @@ def count_folder(build_dir):
 def main():
     if len(sys.argv) < 2:
         sys.exit(__doc__)
-    totals = [count_folder(build_dir) for build_dir in sys.argv[1:]]
+    totals = [count_folder(place) if os.path.isdir(place) else count_file(place) for place in sys.argv[1:]]
     passed, failed = sum(p for p, _ in totals), sum(f for _, f in totals)
     print(f"{passed} passed, {failed} failed", flush=True)
     sys.exit(1 if failed else 0)

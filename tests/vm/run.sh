@@ -1,0 +1,64 @@
+#!/bin/bash
+# Usage: tests/vm/run.sh BUILD_DIR OUT [--short]
+# The release build in virtual machines of Debian's kernel, on its spidev, GPIO and thermal zone (cases.sh). A line for
+# each case; the last one, "N passed, N failed", also in OUT/result. Status 1 when a case failed, 77 with the reason when
+# there is no emulator or no kernel to be had.
+set -euo pipefail
+
+build=${1:?usage: tests/vm/run.sh BUILD_DIR OUT [--short]} out=${2:?OUT} length=${3:-}
+here=$(dirname "$0")
+rm -rf "$out"/{result,kept,host.*}
+mkdir -p "$out/kept" "$out/module"
+skip() { echo "vm: skipped, $1"; exit 77; }
+for program in qemu-system-x86_64 busybox cpio gdbus dbus-daemon make gcc; do
+    command -v $program >/dev/null || skip "no $program"
+done
+why=$("$here/kernel.sh" "$out/kernel") || skip "${why:-no kernel}"
+
+# Each boot's cases, and parameters of its kernel.
+boots=('numbers driver_names without_sysfs late_request') parameters=('') tours=(walk)
+if [[ $length != --short ]]; then
+    boots=('firmware_names numbers driver_names dynamic_base twin twin_inside without_sysfs late_request late_request_looks
+        late_request_edges late_request_without_sysfs firmware heat unbound_in_move power_lost held most_significant_first user'
+        'bufsiz')
+    parameters=('' spidev.bufsiz=512)
+    tours=(walk whole)
+fi
+
+cp -u "$here"/module/* "$out/module"
+make -s -C "$out/kernel/build" M="$(cd "$out/module" && pwd)" modules >"$out/module.log" 2>&1 || { cat "$out/module.log"; exit 1; }
+"$here/initramfs.sh" "$build" "$out/module/camera_board.ko" "$out/initramfs"
+"$here/host.sh" "$build" "$out" "${tours[@]}" >"$out/host.log" 2>&1 &
+host=$!
+
+passed=0 failed=0
+count() { # WHETHER LINE
+    if "$1"; then passed=$((passed + 1)); else failed=$((failed + 1)); fi
+    echo "$2"
+}
+for i in "${!boots[@]}"; do
+    read -r -d '' -a cases <<<"${boots[i]}" || true
+    # The guest's time is that of its instructions, and what it waits for comes at once: no load of this machine disturbs
+    # it. Its second serial port gives what it keeps.
+    status=0 before=$failed
+    VM_LIMIT=1500 VM_APPEND="cases=$(IFS=,; echo "${cases[*]}") ${parameters[i]}" "$here/boot.sh" "$out/kernel/vmlinuz" \
+        "$out/initramfs" -serial "file:$out/kept.tar.gz" -icount shift=1,sleep=off -rtc clock=vm >"$out/console.log" || status=$?
+    grep -v '^passed: ' "$out/console.log" || true
+    for name in "${cases[@]}" kernel; do
+        if line=$(grep "^passed: $name " "$out/console.log"); then count true "$line"; else count false "FAILED: $name"; fi
+    done
+    ((status == 0 || failed > before)) || count false "FAILED: the guest ended with status $status"
+    tar -x -z -C "$out/kept" -f "$out/kept.tar.gz" --warning=no-timestamp || true
+done
+
+wait $host || { cat "$out/host.log"; count false 'FAILED: the tours on this machine'; }
+for trace in "$out"/kept/*/*; do
+    what=$(basename "$(dirname "$trace")")
+    if cmp "$trace" "$out/host.$what"; then
+        count true "passed: $(basename "$trace") did on the wire what this machine does"
+    else
+        count false "FAILED: $(basename "$trace") did something else on the wire than this machine: diff $trace $out/host.$what"
+    fi
+done
+echo "$passed passed, $failed failed" | tee "$out/result"
+((failed == 0))
