@@ -13,6 +13,7 @@ declare -A groups=(
     [fuzz]="clang libclang-rt-14-dev"
     [lint]="clang clang-format clang-tidy clang-tools shellcheck"
     [coverage]="gcovr"
+    [vm-systemd]="mmdebstrap zstd"
     [vm]="qemu-system-x86 busybox-static cpio make gcc libelf1 libssl3 dbus-daemon libglib2.0-bin util-linux"
 )
 

@@ -12,7 +12,7 @@ shift 2
 timeout --kill-after=10 "${VM_LIMIT:-300}" qemu-system-x86_64 -M pc -cpu max -accel "${VM_ACCEL:-tcg}" -smp 1 -m 512 -nodefaults \
     -display none -no-reboot -kernel "$kernel" -initrd "$initrd" \
     -append "console=ttyS0 quiet panic=-1 mitigations=off ${VM_APPEND:-}" -serial stdio \
-    -device isa-debug-exit,iobase=0xf4,iosize=4 "$@" </dev/null | tr -d '\r'
+    -device isa-debug-exit,iobase=0xf4,iosize=4 "$@" </dev/null | stdbuf -oL tr -d '\r'
 status=${PIPESTATUS[0]}
 ((status != 124 && status != 137)) || exit 124
 # The emulator ends with 2 * byte + 1; with 0 or 1, or by a signal, when the guest said nothing.
