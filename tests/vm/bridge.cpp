@@ -62,19 +62,24 @@ void tell_edge(const Line &line)
         die("an edge");
 }
 
-int level_of(const far_question &question)
+int number_of(const far_question &question)
 {
-    for (const Line &line : lines) {
-        if (line.offset == question.line)
-            return ugpio_get_value(line.handle);
-    }
-    return 0;
+    return static_cast<int>(kFirstNumber + question.line);
+}
+
+// Through a handle of its own: what the edges are told through keeps its notification.
+int look(const far_question &question)
+{
+    ugpio *const line = ugpio_request(number_of(question), "bridge");
+    const int level = ugpio_full_open(line) < 0 ? 0 : ugpio_get_value(line);
+    ugpio_free(line);
+    return level;
 }
 
 int drive(const far_question &question)
 {
-    ugpio *const line = ugpio_request_one(static_cast<int>(kFirstNumber + question.line),
-                                          question.value ? UGPIO_OUT_HIGH : UGPIO_OUT_LOW, "bridge");
+    const unsigned level = question.value ? UGPIO_OUT_HIGH : UGPIO_OUT_LOW;
+    ugpio *const line = ugpio_request_one(number_of(question), level, "bridge");
     const int status = line ? 0 : -errno;
     ugpio_free(line);
     return status;
@@ -123,7 +128,7 @@ void serve()
         if (question.kind == FAR_TRANSFER)
             pass_transfer(question, bytes.data() + sizeof question);
         else
-            answer(question, question.kind == FAR_DRIVE ? drive(question) : level_of(question), nullptr, 0);
+            answer(question, question.kind == FAR_DRIVE ? drive(question) : look(question), nullptr, 0);
     }
 }
 

@@ -46,6 +46,7 @@ for name in $(sed -n 's/.*cases=\([^ ]*\).*/\1/p' /proc/cmdline | tr , ' '); do
     fi
 done
 if dmesg | grep -B 2 -A 20 -E 'WARNING:|BUG:|Oops|Call Trace'; then
+    echo 'FAILED: kernel'
     failed=$((failed + 1))
 else
     echo 'passed: kernel (has nothing to complain of)'

@@ -99,20 +99,18 @@ static void line_set(struct gpio_chip *gc, unsigned int line, int level)
 
 static int line_direction(struct gpio_chip *gc, unsigned int line)
 {
-	return gc == &chip && test_bit(line, outputs) ? GPIO_LINE_DIRECTION_OUT : GPIO_LINE_DIRECTION_IN;
+	return test_bit(line, outputs) ? GPIO_LINE_DIRECTION_OUT : GPIO_LINE_DIRECTION_IN;
 }
 
 static int line_input(struct gpio_chip *gc, unsigned int line)
 {
-	if (gc == &chip)
-		clear_bit(line, outputs);
+	clear_bit(line, outputs);
 	return 0;
 }
 
 static int line_output(struct gpio_chip *gc, unsigned int line, int level)
 {
-	if (gc == &chip)
-		set_bit(line, outputs);
+	set_bit(line, outputs);
 	line_set(gc, line, level);
 	return 0;
 }
@@ -169,36 +167,24 @@ static int transfer(struct spi_controller *spi, struct spi_device *device, struc
 /* The far side */
 static int far_open(struct inode *inode, struct file *file)
 {
-	int status;
-
-	mutex_lock(&far_lock);
-	status = present ? -EBUSY : 0;
-	present = true;
-	mutex_unlock(&far_lock);
-	return status;
+	return xchg(&present, true) ? -EBUSY : 0;
 }
 
 static int far_release(struct inode *inode, struct file *file)
 {
-	mutex_lock(&far_lock);
 	present = false;
-	mutex_unlock(&far_lock);
 	return 0;
 }
 
 static ssize_t far_read(struct file *file, char __user *to, size_t size, loff_t *at)
 {
 	ssize_t got = -EAGAIN;
-	size_t data;
 
 	mutex_lock(&far_lock);
 	if (unread) {
-		data = bytes_out ? question.value : 0;
-		got = sizeof question + data;
-		if (size < got)
-			got = -EMSGSIZE;
-		else if (copy_to_user(to, &question, sizeof question) ||
-			 (data && copy_to_user(to + sizeof question, bytes_out, data)))
+		got = sizeof question + (bytes_out ? question.value : 0);
+		if (size < got || copy_to_user(to, &question, sizeof question) ||
+		    (bytes_out && copy_to_user(to + sizeof question, bytes_out, question.value)))
 			got = -EFAULT;
 		unread = false;
 	}
@@ -255,7 +241,7 @@ static struct thermal_zone_device_ops zone_operations = { .get_temp = zone_temp 
 
 static int add_spi(void)
 {
-	struct spi_board_info device = { .modalias = "dh2228fv", .max_speed_hz = 10000000 }; /* a name that spidev takes */
+	struct spi_board_info device = { .modalias = "camera-block", .max_speed_hz = 10000000 };
 	struct spi_controller *made = spi_alloc_master(&board->dev, 0);
 	int status;
 

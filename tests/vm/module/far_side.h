@@ -8,18 +8,13 @@
 enum far_kind { FAR_TRANSFER, FAR_DRIVE, FAR_LOOK, FAR_ROSE };
 
 struct far_question {
-	__u32 kind;	/* FAR_TRANSFER, FAR_DRIVE or FAR_LOOK: is the line high? */
+	__u32 kind; /* FAR_TRANSFER, FAR_DRIVE or FAR_LOOK: is the line high? */
 	__u32 sequence;
-	__u32 line;	/* chip select, or offset of the GPIO line */
-	__u32 value;	/* bytes to transfer, or level to drive */
-	__u32 mode;	/* from here on of transfers */
-	__u32 speed_hz;
-	__u16 delay_usecs;
-	__u8 bits_per_word;
-	__u8 cs_change;
-	__u8 tx_nbits;
-	__u8 rx_nbits;
-	__u16 unused;
+	__u32 line;  /* chip select, or offset of the GPIO line */
+	__u32 value; /* bytes to transfer, or level to drive */
+	__u32 mode, speed_hz; /* from here on of transfers */
+	__u16 delay_usecs, unused;
+	__u8 bits_per_word, cs_change, tx_nbits, rx_nbits;
 };
 
 struct far_answer {
