@@ -70,7 +70,7 @@ done
 if [[ -n $systemd ]]; then
     wait $systemd || true
     sed '$d' "$out/systemd.result"
-    read -r its_passed _ its_failed _ < <(tail -n 1 "$out/systemd.result")
+    read -r its_passed _ its_failed _ < <(tail -n 1 "$out/systemd.result") || its_failed=1
     passed=$((passed + its_passed)) failed=$((failed + its_failed))
 fi
 echo "$passed passed, $failed failed" | tee "$out/result"
