@@ -25,8 +25,9 @@ help:
 	@echo 'make bench    the benchmarks; writes docs/performance.md'
 	@echo 'make bench-peers the same work beside other libraries and bare services; writes docs/performance.md'
 	@echo 'make deb      the Debian packages, in build/deb'
-	@echo 'make deb-test install, use, upgrade and purge them in a fresh Debian 12 (as root or through sudo)'
-	@echo 'make vm-test  the release build on the spidev and GPIO of a Debian kernel, in virtual machines'
+	@echo 'make deb-test install, upgrade and purge them in a fresh Debian 12 (as root or through sudo)'
+	@echo 'make vm-test  the release build on the spidev and GPIO of a Debian kernel, and the packages under systemd, in'
+	@echo '              virtual machines (as root or through sudo)'
 	@echo 'make install  install under $$DESTDIR$$PREFIX (PREFIX=$(PREFIX))'
 	@echo 'make clean    remove build/'
 	@echo
@@ -130,10 +131,10 @@ deb-test: deb
 	@tools/install-deps.sh deb-test
 	tools/deb-test.sh build/deb
 
-vm-test: deps build/release/build.ninja
-	@tools/install-deps.sh vm
+vm-test: deps deb build/release/build.ninja
+	@tools/install-deps.sh vm vm-systemd
 	ninja -C build/release
-	tests/vm/run.sh build/release build/vm
+	tests/vm/run.sh build/release build/vm build/deb
 
 clean:
 	rm -rf build

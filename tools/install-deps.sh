@@ -19,6 +19,7 @@ declare -A groups=(
     [bench]="valgrind"
     [bench-peers]="nanopb libnanopb-dev protobuf-compiler libmsgpack-dev libcbor-dev libmodbus-dev libsystemd-dev"
     [wireshark]="tshark"
+    [vm-systemd]="mmdebstrap zstd"
     [vm]="qemu-system-x86 busybox-static cpio make gcc libelf1 libssl3 dbus-daemon libglib2.0-bin util-linux"
     [armhf]="g++-arm-linux-gnueabihf qemu-user"
     [arm]="g++-arm-linux-gnueabihf g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user"

@@ -1,11 +1,12 @@
 #!/bin/bash
-# Usage: tests/vm/run.sh BUILD_DIR OUT [--short]
+# Usage: tests/vm/run.sh BUILD_DIR OUT [--short|DEB_DIR]
 # The release build in virtual machines of Debian's kernel, on its spidev, GPIO and thermal zone (cases.sh). A line for
-# each case; the last one, "N passed, N failed", also in OUT/result. Status 1 when a case failed, 77 with the reason when
-# there is no emulator or no kernel to be had.
+# each case; the last one, "N passed, N failed", also in OUT/result. With DEB_DIR another machine
+# runs its packages meanwhile (systemd.sh). Status 1 when a case failed, 77 with the reason when there is no emulator or no
+# kernel to be had.
 set -euo pipefail
 
-build=${1:?usage: tests/vm/run.sh BUILD_DIR OUT [--short]} out=${2:?OUT} length=${3:-}
+build=${1:?usage: tests/vm/run.sh BUILD_DIR OUT [--short|DEB_DIR]} out=${2:?OUT} length=${3:-}
 here=$(dirname "$0")
 rm -rf "$out"/{result,kept,host.*}
 mkdir -p "$out/kept" "$out/module"
@@ -29,7 +30,11 @@ cp -u "$here"/module/* "$out/module"
 make -s -C "$out/kernel/build" M="$(cd "$out/module" && pwd)" modules >"$out/module.log" 2>&1 || { cat "$out/module.log"; exit 1; }
 "$here/initramfs.sh" "$build" "$out/module/camera_board.ko" "$out/initramfs"
 "$here/host.sh" "$build" "$out" "${tours[@]}" >"$out/host.log" 2>&1 &
-host=$!
+host=$! systemd=
+if [[ -n $length && $length != --short ]]; then
+    "$here/systemd.sh" "$out" "$length" >"$out/systemd.result" &
+    systemd=$!
+fi
 
 passed=0 failed=0
 # counted STATUS LINE: a result, with what there is to say of it.
@@ -62,5 +67,11 @@ for trace in "$out"/kept/*/*; do
         counted 1 "FAILED: $(basename "$trace") did something else on the wire than this machine: diff $trace $out/host.$what"
     fi
 done
+if [[ -n $systemd ]]; then
+    wait $systemd || true
+    sed '$d' "$out/systemd.result"
+    read -r its_passed _ its_failed _ < <(tail -n 1 "$out/systemd.result") || its_failed=1
+    passed=$((passed + its_passed)) failed=$((failed + its_failed))
+fi
 echo "$passed passed, $failed failed" | tee "$out/result"
 ((failed == 0))

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <pthread.h>
 #include <utility>
 
 // A task in the queue's hands: destroying the job hands the record back.
@@ -174,7 +175,10 @@ void TaskQueue::cancel_repeating()
 void TaskQueue::start()
 {
     if (!thread_.joinable())
-        thread_ = std::thread([this] { loop(); });
+        thread_ = std::thread([this] {
+            pthread_setname_np(pthread_self(), "commands"); // for whoever looks at the threads of a process that hangs
+            loop();
+        });
 }
 
 void TaskQueue::close()
