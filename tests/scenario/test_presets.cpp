@@ -81,6 +81,7 @@ TEST_F(SystemPresets, AreKeptFoundAgainAndToldWhenTheyAreReachedAndLeft)
         {{"preset", "set", "N", "pan", "--settings", "ImageSource.Sepia"}, "\"code\":\"UnknownParameter\""},
         {{"preset", "set", "N", "pan", "iris"}, "iris: it is not known where it stands."},
         {{"preset", "export", file}, "ok"},
+        {{"preset", "export"}, "}}]}\n"},
         {{"preset", "export", folder.file("pipe")}, "it is no file"},
         {{"params", "set", "ImageSource.WDR", "off"}, "ok"},
         {{"move", "--wait", "pan=30"}, "\"reached\":true"},

@@ -109,7 +109,7 @@ void show_which(Context &context, const Words &tolerances)
 
 void export_presets(Context &context, const std::string &file)
 {
-    const std::string json = presets_json(list_presets(context.service()).get());
+    const std::string json = presets_json(list_presets(context.service()).get(), file == "-" && context.json());
     GErrorSlot error;
     // It takes the place of what is there, which is not to be that of a device.
     const bool replaceable = g_file_test(file.c_str(), G_FILE_TEST_IS_REGULAR) != FALSE ||

@@ -139,7 +139,7 @@ GVariantOwned list_presets(Service &service)
     return GVariantOwned(g_variant_get_child_value(reply.get(), 0));
 }
 
-std::string presets_json(GVariant *list)
+std::string presets_json(GVariant *list, bool on_a_line)
 {
     const Builder builder(json_builder_new());
     JsonBuilder *json = json_builder_begin_object(builder.get());
@@ -172,7 +172,7 @@ std::string presets_json(GVariant *list)
     const Generator generator(json_generator_new());
     const Node root(json_builder_get_root(builder.get()));
     json_generator_set_root(generator.get(), root.get());
-    json_generator_set_pretty(generator.get(), TRUE);
+    json_generator_set_pretty(generator.get(), on_a_line ? FALSE : TRUE);
     return std::string(GText(json_generator_to_data(generator.get(), nullptr)).get()) + "\n";
 }
 
