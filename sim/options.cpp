@@ -63,8 +63,7 @@ bool parse(Raw &raw, int argc, char **argv)
         {"trace", 't', 0, G_OPTION_ARG_FILENAME, &raw.trace, "Write every burst to FILE (see ptzctl decode)", "FILE"},
         {"trace-limit", 0, 0, G_OPTION_ARG_INT, &raw.trace_limit, "Keep the last of the trace, in FILE.1 and FILE",
          "MIB"},
-        {"replay", 0, 0, G_OPTION_ARG_FILENAME, &raw.replay, "Play a trace; say what is answered otherwise",
-         "FILE"},
+        {"replay", 0, 0, G_OPTION_ARG_FILENAME, &raw.replay, "Play a trace; say what is answered otherwise", "FILE"},
         {"time-scale", 'x', 0, G_OPTION_ARG_STRING, &raw.time_scale,
          "Let time run N times faster (else PTZ_TIME_SCALE)", "N"},
         {"real-wire-time", 'w', 0, G_OPTION_ARG_NONE, &raw.real_wire_time, "Bursts last as long as on a wire", nullptr},
@@ -161,7 +160,7 @@ std::optional<Arguments> parse_arguments(int argc, char **argv, int &status)
     arguments.detail = raw.quiet ? Detail::offences : raw.verbose ? Detail::everything : Detail::records;
     arguments.strict = raw.strict;
     if (raw.view)
-        arguments.view = {raw.view_where, raw.board, raw.view_controls != FALSE};
+        arguments.view = {raw.view_where, arguments.board.folder, raw.view_controls != FALSE};
     return arguments;
 }
 

@@ -195,6 +195,8 @@ int main(int argc, char *argv[])
         return list_faults(words);
     if (first == "show")
         return show(words);
+    if (!g_utf8_validate(joined(words).c_str(), -1, nullptr))
+        return complain(EXIT_USAGE, "a command is UTF-8");
     const Words known = sim::next_words({});
     if (std::find(known.begin(), known.end(), first) == known.end())
         return complain(EXIT_USAGE, "there is no command \"" + first + "\"; see krx-simctl --help");

@@ -27,6 +27,14 @@ void refuse(SoupServerMessage *message, guint status, std::string_view why)
     answer(message, status, "text/plain; charset=utf-8", std::string(why) + "\n");
 }
 
+// Of nothing longer is the body gathered: it has all the memory that somebody sends.
+bool has_short_body(SoupServerMessage *message)
+{
+    SoupMessageHeaders *headers = soup_server_message_get_request_headers(message);
+    return soup_message_headers_get_encoding(headers) != SOUP_ENCODING_CHUNKED &&
+           soup_message_headers_get_content_length(headers) <= static_cast<goffset>(kMostCommand);
+}
+
 // What every answer carries: nothing is loaded from elsewhere, nobody else may show it.
 void protect(SoupServerMessage *message)
 {
@@ -58,6 +66,7 @@ struct Web::Impl {
         : hooks(std::move(wanted)), server(soup_server_new("server-header", "krx-sim ", nullptr)),
           listener(g_socket_service_new())
     {
+        soup_server_add_early_handler(server, nullptr, begins, this, nullptr);
         soup_server_add_handler(server, nullptr, serve, this, nullptr);
         g_signal_connect(listener, "incoming", G_CALLBACK(incoming), this);
     }
@@ -82,6 +91,12 @@ struct Web::Impl {
         g_clear_object(&local);
         g_clear_object(&remote);
         return TRUE;
+    }
+
+    static void begins(SoupServer *, SoupServerMessage *message, const char *, GHashTable *, gpointer)
+    {
+        if (!has_short_body(message))
+            soup_message_body_set_accumulate(soup_server_message_get_request_body(message), FALSE);
     }
 
     static void serve(SoupServer *, SoupServerMessage *message, const char *path, GHashTable *query, gpointer data)
@@ -117,14 +132,13 @@ struct Web::Impl {
     void serve_command(SoupServerMessage *message, SoupMessageHeaders *headers, const char *host)
     {
         SoupMessageBody *body = soup_server_message_get_request_body(message);
-        const auto length = static_cast<std::size_t>(body->length);
-        const std::string line(length ? body->data : "", std::min(length, kMostCommand));
+        const std::string line(body->length != 0 ? body->data : "", static_cast<std::size_t>(body->length));
         const char *origin = soup_message_headers_get_one(headers, "Origin");
         if (!hooks.command) {
             refuse(message, SOUP_STATUS_FORBIDDEN, "This page only looks: krx-sim runs without --view-controls.");
         } else if (!is_own_origin(origin, host)) {
             refuse(message, SOUP_STATUS_FORBIDDEN, "Commands are taken from this page alone.");
-        } else if (length > kMostCommand || !is_one_line(line)) {
+        } else if (!has_short_body(message) || !is_one_line(line)) {
             refuse(message, SOUP_STATUS_BAD_REQUEST, "A command is one line.");
         } else {
             const CommandResult result = hooks.command(line);

@@ -199,6 +199,23 @@ TEST_F(Drive, WhatIsHeldMovesAndStandsWhateverEndsIt)
     EXPECT_EQ(sim_counts("Offences"), Counts{});
 }
 
+TEST_F(Drive, PutsTheTerminalBackAlsoWhenTheServiceHangs)
+{
+    start_all();
+    ptzctl({"move", "--wait", "pan=-170"});
+    const auto terminal = drive({"--speed", "1"});
+    await_shown(*terminal, "link up");
+    terminal->type("\x1b[?11u\x1b[C");
+    await_pan(1);
+    ptzd->signal(SIGSTOP);
+    terminal->type("q");
+    await_shown(*terminal, "\x1b[?1049l");
+    terminal->signal(SIGINT);
+    EXPECT_EQ(WEXITSTATUS(terminal->wait()), 3);
+    ptzd->signal(SIGCONT);
+    await_pan(0);
+}
+
 TEST_F(Drive, AControllerMovesTheCameraUntilItIsGone)
 {
     const std::string pad = folder.file("pad");

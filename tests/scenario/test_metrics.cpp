@@ -2,8 +2,11 @@
 #include "tests/scenario/system_fixture.h"
 
 #include "ptzorvel/ptzd/histogram.h"
+#include "ptzorvel/ptzd/metrics_file.h"
 
+#include <filesystem>
 #include <sstream>
+#include <sys/stat.h>
 
 namespace {
 
@@ -21,6 +24,17 @@ TEST(Histogram, TellsQuantilesToAnEighth)
     histogram.add(std::int64_t{1} << 62);
     EXPECT_EQ(histogram.quantile_us(0), 0);
     EXPECT_GT(histogram.quantile_us(1), 3.6e9);
+}
+
+TEST(MetricsFile, TakesTheirPlaceFromFilesAlone)
+{
+    const TempFolder folder;
+    const std::string pipe = folder.file("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string &path : {pipe, folder.file("new")})
+        MetricsFile(path, [] { return "1\n"; });
+    EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+    EXPECT_EQ(folder.read("new"), "1\n");
 }
 
 class MetricsOf : public SystemTest {

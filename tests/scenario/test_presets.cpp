@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -69,6 +70,7 @@ TEST_F(SystemPresets, AreKeptFoundAgainAndToldWhenTheyAreReachedAndLeft)
 {
     start_all();
     const std::string file = folder.file("p.json");
+    ASSERT_EQ(mkfifo(folder.file("pipe").c_str(), 0600), 0);
     expect_said({
         {{"move", "--wait", "pan=10", "tilt=5", "zoom=2000", "focus=5000"}, "\"reached\":true"},
         {{"mode"}, "{\"iris\":\"auto\",\"focus\":\"manual\",\"backlight\":\"off\"}"},
@@ -79,6 +81,8 @@ TEST_F(SystemPresets, AreKeptFoundAgainAndToldWhenTheyAreReachedAndLeft)
         {{"preset", "set", "N", "pan", "--settings", "ImageSource.Sepia"}, "\"code\":\"UnknownParameter\""},
         {{"preset", "set", "N", "pan", "iris"}, "iris: it is not known where it stands."},
         {{"preset", "export", file}, "ok"},
+        {{"preset", "export"}, "}}]}\n"},
+        {{"preset", "export", folder.file("pipe")}, "it is no file"},
         {{"params", "set", "ImageSource.WDR", "off"}, "ok"},
         {{"move", "--wait", "pan=30"}, "\"reached\":true"},
         {{"preset", "which"}, "{\"presets\":[]}"},

@@ -64,8 +64,10 @@ class Traces : public SystemTest {
 TEST_F(Traces, OfBothSidesAreTheSameAndReplayToEither)
 {
     record([this] {
-        for (const char *line : {"move pan=10 tilt=5 zoom=2000 --wait", "params set ImageSource.Sharpness 80",
-                                 "move --continuous pan=-30 --for 0.1", "mode focus manual", "special reset"}) {
+        for (const char *line :
+             {"move pan=10 tilt=5 zoom=2000 --wait", "preset set Here --settings ImageSource.Sharpness",
+              "params set ImageSource.Sharpness 80", "move --continuous pan=-30 --for 0.1",
+              "preset goto Here --speed 50 --wait", "mode focus manual", "special reset"}) {
             std::istringstream words(line);
             (void)ptzctl({std::istream_iterator<std::string>(words), {}});
         }

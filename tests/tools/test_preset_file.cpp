@@ -23,6 +23,7 @@ TEST(PresetFile, ComesBackAsItWasAndSaysWhatIsWrong)
         {"", "the whole has to be an object"},
         {"{\"presets\":[", "it is not JSON"},
         {"\xff", "it is not JSON"},
+        {std::string(400'000, '['), "it has more brackets than"},
         {"[]", "the whole has to be an object"},
         {"{}", "it has no list called \"presets\""},
         {R"({"presets":{}})", "it has no list called \"presets\""},

@@ -7,6 +7,7 @@ the camera is driven through the real plug-in. Ends with status 77, skipped, whe
 import http.client
 import importlib.util
 import pathlib
+import re
 import subprocess
 import sys
 import unittest
@@ -63,6 +64,10 @@ class Served(unittest.TestCase):
                 ("POST", "/command", "set scene-light 9\nclear", own, 400), ("POST", "/command", "s" * 300, own, 400)]
             for method, path, body, headers, status in cases:
                 self.assertEqual(ask(camera, method, path, body, **headers)[0].status, status, (method, path, body, headers))
+            # What no command needs is not kept.
+            self.assertEqual(ask(camera, "POST", "/command", b"s" * 100_000_000, **own)[0].status, 400)
+            status = pathlib.Path(f"/proc/{camera.processes[1].pid}/status").read_text(encoding="utf-8")
+            self.assertLess(int(re.search(r"VmHWM:\s+(\d+)", status)[1]), 80_000)
             # Nothing is computed while nothing changes.
             def number():
                 return ask(camera, "GET", "/picture")[0].getheader("X-Picture")

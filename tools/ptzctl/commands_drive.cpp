@@ -9,6 +9,7 @@
 #include <csignal>
 #include <glib-unix.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -31,13 +32,7 @@ class Drive {
         if (pad_)
             pad_source_ = g_unix_fd_add(pad_->descriptor(), kReadable, on_pad, this);
     }
-    ~Drive()
-    {
-        for (const guint source : sources_)
-            g_source_remove(source);
-        if (pad_source_ != 0)
-            g_source_remove(pad_source_);
-    }
+    ~Drive() { hear_nothing(); }
     Drive(const Drive &) = delete;
     Drive &operator=(const Drive &) = delete;
 
@@ -54,10 +49,21 @@ class Drive {
             }
             return !over_;
         });
-        return camera_.leave();
+        camera_.leave();
+        hear_nothing();
+        screen_.reset(); // a service that hangs is waited for without it: Ctrl-C ends that again
+        run_loop(kLookEveryMs, [this] { return !camera_.left(); });
+        return camera_.left().value_or(false);
     }
 
   private:
+    void hear_nothing()
+    {
+        for (guint *source : {&sources_[0], &sources_[1], &sources_[2], &pad_source_})
+            if (*source != 0)
+                g_source_remove(std::exchange(*source, 0));
+    }
+
     void follow()
     {
         Speeds wanted = held_.wanted(percent_);

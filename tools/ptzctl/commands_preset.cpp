@@ -109,10 +109,16 @@ void show_which(Context &context, const Words &tolerances)
 
 void export_presets(Context &context, const std::string &file)
 {
-    const std::string json = presets_json(list_presets(context.service()).get());
+    const std::string json = presets_json(list_presets(context.service()).get(), file == "-" && context.json());
     GErrorSlot error;
+    // It takes the place of what is there, which is not to be that of a device.
+    const bool replaceable = g_file_test(file.c_str(), G_FILE_TEST_IS_REGULAR) != FALSE ||
+                             g_file_test(file.c_str(), G_FILE_TEST_EXISTS) == FALSE;
     if (file == "-")
         context.line(json.substr(0, json.size() - 1));
+    else if (!replaceable)
+        throw Failure(EXIT_REFUSED, "File",
+                      "cannot write '" + printable(file) + "': it is no file; - is standard output");
     else if (!g_file_set_contents(file.c_str(), json.data(), static_cast<gssize>(json.size()), error))
         throw Failure(EXIT_REFUSED, "File", "cannot write '" + printable(file) + "': " + printable(error->message));
     else

@@ -13,6 +13,7 @@
 namespace {
 
 constexpr std::size_t kLongestFile = std::size_t{1} << 20; // bytes
+constexpr auto kMostBrackets = 20000;                      // that open something; 256 names may be full of them
 
 using Parser = GOwned<JsonParser, g_object_unref>;
 using Builder = GOwned<JsonBuilder, g_object_unref>;
@@ -138,7 +139,7 @@ GVariantOwned list_presets(Service &service)
     return GVariantOwned(g_variant_get_child_value(reply.get(), 0));
 }
 
-std::string presets_json(GVariant *list)
+std::string presets_json(GVariant *list, bool on_a_line)
 {
     const Builder builder(json_builder_new());
     JsonBuilder *json = json_builder_begin_object(builder.get());
@@ -171,7 +172,7 @@ std::string presets_json(GVariant *list)
     const Generator generator(json_generator_new());
     const Node root(json_builder_get_root(builder.get()));
     json_generator_set_root(generator.get(), root.get());
-    json_generator_set_pretty(generator.get(), TRUE);
+    json_generator_set_pretty(generator.get(), on_a_line ? FALSE : TRUE);
     return std::string(GText(json_generator_to_data(generator.get(), nullptr)).get()) + "\n";
 }
 
@@ -180,6 +181,9 @@ GVariantOwned presets_from_json(const std::string &json, const std::string &file
     const Parser parser(json_parser_new());
     GErrorSlot error;
     try {
+        // The parser goes as deep as they are nested, on the stack.
+        if (std::count_if(json.begin(), json.end(), [](char c) { return c == '[' || c == '{'; }) > kMostBrackets)
+            throw Wrong("it has more brackets than any list of presets");
         if (!json_parser_load_from_data(parser.get(), json.data(), static_cast<gssize>(json.size()), error))
             throw Wrong(std::string("it is not JSON (") + error->message + ")");
         return list_of(json_parser_get_root(parser.get()));

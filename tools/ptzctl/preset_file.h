@@ -10,8 +10,8 @@
 // Of the service, a(sa{sd}a{ss}): name, places by axis, values by GROUP.NAME.
 GVariantOwned list_presets(Service &service);
 
-// The list as a file has it, with its last newline.
-std::string presets_json(GVariant *list);
+// The list as a file has it, with its last newline: for people, or on a line.
+std::string presets_json(GVariant *list, bool on_a_line = false);
 
 // The reverse. Throws Failure (EXIT_REFUSED), which names the file and what is wrong in it, when it is none.
 GVariantOwned presets_from_json(const std::string &json, const std::string &file);

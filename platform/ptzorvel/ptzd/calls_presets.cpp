@@ -91,6 +91,29 @@ std::optional<CallError> read_preset(ParamStore *params, GVariant *entry, Preset
     return std::nullopt;
 }
 
+// The trace has what a Goto comes to, each at its turn: a replay has the camera's traffic again without the presets.
+void note_setting(const PtzService &service, const std::string &group, const std::string &parameter, GVariant *value)
+{
+    const GVariantOwned arguments(g_variant_ref_sink(g_variant_new("(ssv)", group.c_str(), parameter.c_str(), value)));
+    service.note_call("SetParameter", arguments.get());
+}
+
+void note_move(const PtzService &service, const Preset &preset, double speed, guint32 id)
+{
+    GVariantBuilder axes;
+    g_variant_builder_init(&axes, G_VARIANT_TYPE("a(ssd)"));
+    for (std::size_t axis = 0; axis < AXIS_COUNT; axis++)
+        if (const auto &place = preset.position[axis])
+            g_variant_builder_add(&axes, "(ssd)", kAxes[axis].name, "absolute", *place);
+    GVariantBuilder options;
+    g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
+    g_variant_builder_add(&options, "{sv}", "preset", g_variant_new_boolean(TRUE));
+    if (id != 0)
+        g_variant_builder_add(&options, "{sv}", "id", g_variant_new_uint32(id));
+    const GVariantOwned arguments(g_variant_ref_sink(g_variant_new("(a(ssd)da{sv})", &axes, speed, &options)));
+    service.note_call("Move", arguments.get());
+}
+
 // Gives the camera those values of the preset that it does not have.
 std::optional<CallError> give_settings(PtzService &service, PTZDriver *driver, const Preset &preset)
 {
@@ -103,10 +126,10 @@ std::optional<CallError> give_settings(PtzService &service, PTZDriver *driver, c
             continue;
         const GVariantOwned value(g_variant_ref_sink(g_variant_new_string(text.c_str())));
         ParamValue wanted;
-        auto error = check_parameter(info, group, parameter, value.get(), wanted);
-        if (!error)
-            error = give_parameter(service, driver, store, group, parameter, wanted);
-        if (error)
+        if (auto error = check_parameter(info, group, parameter, value.get(), wanted))
+            return error;
+        note_setting(service, group, parameter, value.get());
+        if (auto error = give_parameter(service, driver, store, group, parameter, wanted))
             return error;
         service.param_was_set(group, parameter, {});
     }
@@ -189,8 +212,12 @@ void preset_goto(PtzService &service, const CallPtr &call)
     for (std::size_t axis = 0; axis < AXIS_COUNT; axis++)
         if (const auto &place = found->position[axis])
             move.axes[axis] = {to_fixed(*place), {}, PTZ_MOVE_ABSOLUTE};
-    move_camera(service, call, move,
-                [&service, preset = *found](PTZDriver *driver) { return give_settings(service, driver, preset); });
+    move_camera(service, call, move, [&service, preset = *found, speed, id](PTZDriver *driver) {
+        auto refusal = give_settings(service, driver, preset);
+        if (!refusal)
+            note_move(service, preset, speed, id);
+        return refusal;
+    });
 }
 
 void preset_import(PtzService &service, const CallPtr &call)

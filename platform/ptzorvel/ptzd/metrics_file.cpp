@@ -12,6 +12,9 @@ constexpr guint kEverySeconds = 10;
 // What is wrong; empty: nothing. A reader finds the former file or this one; after a loss of power nobody wants either.
 std::string write_file(const std::string &path, const std::string &text)
 {
+    // It takes the place of what is there, which is not to be that of a device.
+    if (g_file_test(path.c_str(), G_FILE_TEST_EXISTS) && !g_file_test(path.c_str(), G_FILE_TEST_IS_REGULAR))
+        return path + " is no file";
     GErrorSlot error;
     if (g_file_set_contents_full(path.c_str(), text.c_str(), static_cast<gssize>(text.size()),
                                  G_FILE_SET_CONTENTS_CONSISTENT, 0644, error) != FALSE)

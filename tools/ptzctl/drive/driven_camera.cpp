@@ -143,14 +143,11 @@ void DrivenCamera::look()
         kPresets);
 }
 
-bool DrivenCamera::leave()
+void DrivenCamera::leave()
 {
     if (!driven_)
-        return true;
-    try {
-        service_.call("Stop", nullptr, "()");
-    } catch (const Failure &) {
-        return false;
-    }
-    return true;
+        left_ = true;
+    else
+        service_.call_later("Stop", nullptr, "()",
+                            [this](const GVariantOwned &, const Failure *failure) { left_ = failure == nullptr; });
 }

@@ -26,8 +26,9 @@ class DrivenCamera {
 
     // Asks how the camera is, at most one question of a kind at a time.
     void look();
-    // At the end: stops what this one has set going and waits for it. False when nobody is there to say so.
-    bool leave();
+    // At the end: has what this one has set going stopped. Whether it is, once that is answered.
+    void leave();
+    std::optional<bool> left() const { return left_; }
 
     const Position &position() const { return position_; }
     const Position &fields_of_view() const { return fields_; }
@@ -51,6 +52,7 @@ class DrivenCamera {
     bool calling_ = false;
     bool driven_ = false; // this one has set something going since the last stop
     bool asked_position_ = false, asked_fields_ = false, asked_status_ = false, asked_presets_ = false;
+    std::optional<bool> left_;
     unsigned looks_ = 0;
     Position position_, fields_;
     std::optional<double> age_;
