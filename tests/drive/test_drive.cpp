@@ -23,12 +23,13 @@ TEST(Keys, AreReadFromWhatEveryKindOfTerminalSends)
         std::vector<KeyEvent> events;
     } rows[] = {
         {{"a\x1b[A\x1bOB"}, {{U'a'}, {kKeyUp}, {kKeyDown}}},
-        {{"\x1b", "[", "5", "~q"}, {{kKeyPageUp}, {U'q'}}},
+        {{"\x1b", "[", "5", "~q"}, {{kEscape}, {kKeyPageUp}, {U'q'}}},
+        {{"\x1b[3~\x1bOP\x1b[27u", "\x1b[57441u"}, {{kKeyOther}, {kKeyOther}, {kEscape}}}, // delete, F1; shift is none
         {{"\x1b[1;1:3C"}, {{kKeyRight, true}}},
         {{"\x1b[102;1:2u\x1b[102;1:3u\x1b[43;2u"}, {{U'f'}, {U'f', true}, {U'+'}}},
         {{"\x1b[99;5u\x03"}, {{kCtrlC}, {kCtrlC}}},
         {{"\x1b[?11u\x1b[O\x1b[I"}, {{kTellsReleases}, {kFocusLost}}},
-        {{"\x1b[9999999999999999999;;:A\x1b[Z\x1b[;u"}, {{kKeyUp}, {0}}},
+        {{"\x1b[9999999999999999999;;:A\x1b[Z\x1b[;u"}, {{kKeyUp}, {kKeyOther}, {0}}},
     };
     for (const auto &[pieces, events] : rows) {
         KeyReader reader;

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -49,6 +50,9 @@ Sequence parse(std::string_view body)
 std::optional<Key> key_of(const Sequence &sequence)
 {
     constexpr unsigned kControl = 4;
+    constexpr unsigned kFirstModifier = 57344, kLastModifier = 63743; // shift and its like, for themselves
+    if (sequence.kind == '?')
+        return sequence.final == 'u' ? std::optional(kTellsReleases) : std::nullopt;
     switch (sequence.final) {
     case 'A':
         return kKeyUp;
@@ -58,24 +62,24 @@ std::optional<Key> key_of(const Sequence &sequence)
         return kKeyRight;
     case 'D':
         return kKeyLeft;
-    case 'H':
-        return kKeyHome;
     case 'O':
         return kFocusLost;
+    case 'I': // and has it again
+        return std::nullopt;
     case '~':
         if (sequence.first == 5)
             return kKeyPageUp;
         if (sequence.first == 6)
             return kKeyPageDown;
-        return sequence.first == 1 || sequence.first == 7 ? std::optional(kKeyHome) : std::nullopt;
+        return kKeyOther;
     case 'u':
-        if (sequence.kind == '?')
-            return kTellsReleases;
+        if (sequence.first >= kFirstModifier && sequence.first <= kLastModifier)
+            return std::nullopt;
         if (sequence.first == 'c' && sequence.modifiers > 0 && ((sequence.modifiers - 1) & kControl) != 0)
             return kCtrlC;
         return sequence.first;
     default:
-        return std::nullopt;
+        return kKeyOther;
     }
 }
 
@@ -101,6 +105,8 @@ std::vector<KeyEvent> KeyReader::take(std::string_view bytes)
     std::vector<KeyEvent> events;
     std::string_view left = rest_;
     while (!left.empty()) {
+        if (left == "\x1b" && !std::exchange(escape_told_, true))
+            events.push_back({kEscape});
         if (left[0] != '\x1b') {
             events.push_back({static_cast<unsigned char>(left[0])});
             left.remove_prefix(1);
@@ -109,6 +115,7 @@ std::vector<KeyEvent> KeyReader::take(std::string_view bytes)
         const auto length = sequence_length(left);
         if (!length)
             break;
+        escape_told_ = false;
         if (*length > 2) {
             const Sequence sequence = parse(left.substr(2, *length - 2));
             if (const auto key = key_of(sequence))
