@@ -60,6 +60,10 @@ FIGURES = [
      ("<=", 5)),
     ("processor time of `ptzd` idling at state 1", "ptzd_idle", "cpu_percent", "% of a core", 2, ("<=", 3)),
     ("the same while it writes a trace, more", "ptzd_trace", "cpu_percent", "% of a core", 2, ("<=", 1)),
+    ("the same while it keeps a file of metrics, more", "ptzd_metrics", "cpu_percent", "% of a core", 2, ("<=", 0.1)),
+    ("while the camera moves, with 20 listeners to its position, more", "ptzd_listeners", "cpu_percent", "% of a core", 2,
+     ("<=", 0.5)),
+    ("position signals a second", "ptzd_listeners", "signals", "", 1, ("<=", 30)),
     ("lines of a trace that `ptzctl decode` puts into words in a minute", "decode", "lines", "million", 1, (">=", 2)),
     ("resident memory of `ptzd` with the plug-in", "ptzd_memory", "resident_mb", "MB", 1, ("<=", 10)),
     ("the same, after 10000 calls of 200 clients", "ptzd_calls", "resident_mb", "MB", 1, ("<=", 9)),
@@ -74,6 +78,8 @@ FIGURES = [
 MOVES = (["move", "pan=10", "tilt=5", "zoom=2000", "--wait"], ["move", "pan=-10", "tilt=15", "zoom=4000", "--wait"])
 
 IDLE_SECONDS = 10
+
+LISTENERS = 20
 
 KEYS = 50
 # As a terminal sends them that tells when a key is let go.
@@ -136,6 +142,51 @@ def measure_drive(build):
         os.waitpid(pid, 0)
         os.close(terminal)
         return {"drive": {"key_us": statistics.median(took)}}
+
+
+def measure_listeners(build):
+    """What it takes more while the camera moves and twenty listen to where it is, and how often they are told."""
+    with tempfile.TemporaryDirectory(prefix="ptz-bench-") as name, stage.Stage(build, pathlib.Path(name)) as here:
+        ptzd = here.start_camera()
+        idle = share_of_a_core(ptzd.pid)
+        here.ptzctl("move", "pan=-170", "--wait")
+        heard = [open(here.folder / f"listener{i}", "w+", encoding="utf-8") for i in range(LISTENERS)]
+        program = build / "tools/ptzctl/ptzctl"
+        listeners = [subprocess.Popen([program, "monitor", "--positions"], env=here.environment, stdout=file)
+                     for file in heard]
+        mover = subprocess.Popen([program, "move", "--continuous", "pan=10", "--for", "30"], env=here.environment,
+                                 stdout=subprocess.DEVNULL)
+        time.sleep(1)
+        before = heard[0].seek(0, os.SEEK_END)
+        moving = share_of_a_core(ptzd.pid)
+        heard[0].seek(before)
+        signals = len(heard[0].readlines()) / IDLE_SECONDS
+        still = mover.poll() is None
+        for process in [mover, *listeners]:
+            process.terminate()
+            process.wait()
+        for file in heard:
+            file.close()
+        if not still:
+            raise RuntimeError("the camera came to its end too soon")
+        return {"ptzd_listeners": {"cpu_percent": moving - idle, "signals": signals}}
+
+
+def measure_metrics(build):
+    """What ptzd takes more while it keeps a file of metrics; at rest, in turns with one that does not."""
+    with tempfile.TemporaryDirectory(prefix="ptz-bench-") as name:
+        shares = {}
+        for words in ((), ("--metrics", f"{name}/prom")) * 2:
+            folder = pathlib.Path(name) / f"{len(words)}-{len(shares.get(words, []))}"
+            folder.mkdir()
+            with stage.Stage(build, folder) as here:
+                here.start_board()
+                ptzd = here.start("platform/ptzorvel/ptzd/ptzd", "--plugin",
+                                  build / "driver/plugin/libptz_driver_canon.so", *words)
+                here.wait_running()
+                shares.setdefault(words, []).append(share_of_a_core(ptzd.pid))
+        plain, kept = (statistics.mean(share) for share in shares.values())
+        return {"ptzd_metrics": {"cpu_percent": kept - plain}}
 
 
 def decode_speed(here):
@@ -202,7 +253,8 @@ def main():
         values, built_with = run_benchmarks(build, arguments.repetitions)
         values.update({step: {"instructions": instructions.count(build, step)[0]} for step in instructions.STEPS})
         values.update(measure_ptzd(build))
-        values.update(measure_drive(build))
+        for measure in (measure_listeners, measure_metrics, measure_drive):
+            values.update(measure(build))
     except (OSError, RuntimeError, ValueError, subprocess.SubprocessError) as problem:
         print(f"figures: {problem}", file=sys.stderr)
         return 1
