@@ -71,6 +71,19 @@ ReplyPtr Client::send_to(const char *path, const char *interface, const char *me
     return reply;
 }
 
+std::string Client::preset(const char *method, const std::string &arguments)
+{
+    return wait(send_to("/com/orna/PTZ", "com.orna.PTZ.Presets", method, g_variant_new_parsed(arguments.c_str())))
+        .said();
+}
+
+std::string Client::property(const char *name)
+{
+    return wait(send_to("/com/orna/PTZ", "org.freedesktop.DBus.Properties", "Get",
+                        g_variant_new("(ss)", "com.orna.PTZ", name)))
+        .said();
+}
+
 BusTest::BusTest(std::string address) : bus_(nullptr), address_(std::move(address))
 {
     if (!address_.empty())

@@ -49,6 +49,10 @@ class Client {
     }
     // Any method of any object of com.orna.PTZ.
     ReplyPtr send_to(const char *path, const char *interface, const char *method, GVariant *arguments);
+    // What the presets answer; `arguments` in GVariant text.
+    std::string preset(const char *method, const std::string &arguments);
+    // A property of com.orna.PTZ, as text: "(<true>,)".
+    std::string property(const char *name);
 
   private:
     GDBusConnection *connection_;

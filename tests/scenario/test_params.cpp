@@ -17,12 +17,7 @@ class SystemParams : public SystemTest {
     {
         return client.call("GetParameter", ("('" + group + "','" + name + "')").c_str()).text;
     }
-    std::string speed()
-    {
-        return Client::wait(client.send_to("/com/orna/PTZ", "org.freedesktop.DBus.Properties", "Get",
-                                           g_variant_new("(ss)", "com.orna.PTZ", "Speed")))
-            .text;
-    }
+    std::string speed() { return client.property("Speed"); }
     // The value that the block took last of the record.
     std::string last_record(const std::string &record) const
     {

@@ -113,11 +113,7 @@ TEST_F(Traces, AreSwitchedOverTheBusAndFollowedOverTheirTurn)
     start_sim();
     start_ptzd({"--trace-size", "1"});
     await_state(1);
-    const auto property = [this] {
-        return Client::wait(client.send_to("/com/orna/PTZ", "org.freedesktop.DBus.Properties", "Get",
-                                           g_variant_new("(ss)", "com.orna.PTZ", "Trace")))
-            .text;
-    };
+    const auto property = [this] { return client.property("Trace"); };
     EXPECT_EQ(property(), "(<''>,)");
     EXPECT_EQ(client.call("SetTrace", "(true,)").text, "('" + at("ptzd.trace") + "',)");
     EXPECT_EQ(property(), "(<'" + at("ptzd.trace") + "'>,)");
