@@ -10,10 +10,9 @@ std::string print(GVariant *value)
     return text.get();
 }
 
-void run_until(const std::function<bool()> &condition)
+bool comes_true(const std::function<bool()> &condition, int seconds)
 {
-    const gint64 latest =
-        g_get_monotonic_time() + 20 * gint64{G_USEC_PER_SEC}; // only a test that fails waits that long
+    const gint64 latest = g_get_monotonic_time() + seconds * gint64{G_USEC_PER_SEC};
     // Conditions change on other threads too, so the loop looks again now and then.
     const guint look = g_timeout_add(
         1, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
@@ -21,7 +20,12 @@ void run_until(const std::function<bool()> &condition)
     while (!(holds = condition()) && g_get_monotonic_time() < latest)
         g_main_context_iteration(nullptr, TRUE);
     g_source_remove(look);
-    EXPECT_TRUE(holds) << "what the test waits for never came";
+    return holds;
+}
+
+void run_until(const std::function<bool()> &condition, int seconds)
+{
+    EXPECT_TRUE(comes_true(condition, seconds)) << "what the test waits for never came";
 }
 
 Client::Client(const std::string &address)

@@ -21,8 +21,10 @@ using ReplyPtr = std::shared_ptr<Reply>;
 // The value as GVariant text without types; a floating one is released.
 std::string print(GVariant *value);
 
-// Runs the main loop until the condition holds; a test that waits in vain fails.
-void run_until(const std::function<bool()> &condition);
+// Runs the main loop until the condition holds, but no longer than that; whether it does.
+bool comes_true(const std::function<bool()> &condition, int seconds);
+// The same; a test that waits in vain fails.
+void run_until(const std::function<bool()> &condition, int seconds = 20);
 
 // A client with a name of its own on the bus; leaves it on destruction.
 class Client {
