@@ -122,7 +122,7 @@ struct View::Impl {
     bool fresh = true; // nobody has looked lately: what was drawn last is not what is frozen
     Picture picture;
     std::span<const std::uint8_t> jpeg;
-    std::uint64_t pictures = 0; // that were drawn: the number of the last
+    std::uint64_t pictures = 0;  // that were drawn: the number of the last
     std::int64_t last_burst = 0; // g_get_monotonic_time()
     unsigned ticks = 0;
     unsigned unwatched = 0; // so many of them
