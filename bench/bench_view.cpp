@@ -1,5 +1,6 @@
 // The simulated camera's picture: what one takes, how many a moving camera gives, and what they cost the board.
 #include "bench/samples.h"
+#include "bench/wire.h"
 #include "sim/view/picture.h"
 #include "sim/view/view.h"
 #include "ugpio/ugpio.h"
@@ -19,11 +20,6 @@
 #include <unistd.h>
 
 namespace {
-
-std::int64_t now_ns()
-{
-    return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
-}
 
 sim::view::Look a_look()
 {
@@ -168,10 +164,10 @@ void view_exchange(benchmark::State &state)
         if (number++ % 20 == 0)
             (void)board.command("set pan " + std::to_string(number / 20 % 300 - 150));
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        const std::int64_t start = now_ns();
+        const std::int64_t start = monotonic_ns();
         if (ioctl(spi, SPI_IOC_MESSAGE(1), &transfer) < 0)
             state.SkipWithError("an exchange failed");
-        samples[watcher.looks ? 1 : 0].add(now_ns() - start);
+        samples[watcher.looks ? 1 : 0].add(monotonic_ns() - start);
     }
     close(spi);
     state.counters["unwatched_us"] = samples[0].median_us();

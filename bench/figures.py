@@ -20,7 +20,9 @@ import time
 
 import instructions
 import page
-import stage
+
+sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "tools"))
+import stage  # noqa: E402
 
 # what it is, benchmark, its value, unit, digits, target ("<=" or ">=" and a number; None: for information)
 FIGURES = [

@@ -20,7 +20,9 @@ import time
 from typing import NamedTuple
 
 import page
-import stage
+
+sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "tools"))
+import stage  # noqa: E402
 
 SECONDS = 10  # of each look at processors and grids
 PERIOD_US = 33000

@@ -1,10 +1,10 @@
 // Usage: service_calls PID. How long calls to the ptzd of that process take and what memory it then has, as one JSON
 // object; the bus is the system bus of the environment.
+#include "bench/samples.h"
 #include "glib_owned.h"
 
 #include <gio/gio.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
@@ -19,9 +19,11 @@ using Connection = GOwned<GDBusConnection, g_object_unref>;
 constexpr int CLIENTS = 200;
 constexpr int CALLS = 50; // of each; all beyond 32 in work are refused at once
 
-double now_us()
+constexpr std::int64_t HOUR_NS = 3'600'000'000'000;
+
+std::int64_t now_ns()
 {
-    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now().time_since_epoch()).count();
+    return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
 }
 
 Connection connect()
@@ -35,27 +37,21 @@ Connection connect()
 }
 
 // A failed call counts as an hour.
-double time_of(GDBusConnection *connection, const char *method)
+std::int64_t time_of(GDBusConnection *connection, const char *method)
 {
-    const double begin = now_us();
+    const std::int64_t begin = now_ns();
     const GVariantOwned reply(g_dbus_connection_call_sync(connection, "com.orna.PTZ", "/com/orna/PTZ", "com.orna.PTZ",
                                                           method, nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, 60000,
                                                           nullptr, nullptr));
-    return reply ? now_us() - begin : 3.6e9;
+    return reply ? now_ns() - begin : HOUR_NS;
 }
 
-double median_of(std::vector<double> values)
+Samples repeat(GDBusConnection *connection, const char *method, int times)
 {
-    std::sort(values.begin(), values.end());
-    return values.empty() ? 3.6e9 : values[values.size() / 2];
-}
-
-std::vector<double> repeat(GDBusConnection *connection, const char *method, int times)
-{
-    std::vector<double> values;
+    Samples samples(times);
     for (int i = 0; i < times; ++i)
-        values.push_back(time_of(connection, method));
-    return values;
+        samples.add(time_of(connection, method));
+    return samples;
 }
 
 double resident_mb(const char *pid)
@@ -68,7 +64,7 @@ double resident_mb(const char *pid)
 }
 
 // Positions for as long as a reset of the camera takes.
-std::vector<double> positions_during_reset(GDBusConnection *connection)
+Samples positions_during_reset(GDBusConnection *connection)
 {
     bool done = false;
     const auto on_done = [](GObject *source, GAsyncResult *result, gpointer flag) {
@@ -79,18 +75,18 @@ std::vector<double> positions_during_reset(GDBusConnection *connection)
     g_dbus_connection_call(other.get(), "com.orna.PTZ", "/com/orna/PTZ", "com.orna.PTZ", "RunSpecialCommand",
                            g_variant_new("(s)", "reset"), nullptr, G_DBUS_CALL_FLAGS_NONE, 120000, nullptr, on_done,
                            &done);
-    std::vector<double> values;
+    Samples samples(1000);
     while (!done) {
-        values.push_back(time_of(connection, "GetPosition"));
+        samples.add(time_of(connection, "GetPosition"));
         g_usleep(5000);
         while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
         }
     }
-    return values;
+    return samples;
 }
 
 // A stop while thousands of moves of others wait in the service.
-double stop_behind_many(GDBusConnection *connection, const std::vector<Connection> &clients)
+std::int64_t stop_behind_many(GDBusConnection *connection, const std::vector<Connection> &clients)
 {
     for (int call = 0; call < CALLS; ++call)
         for (const Connection &client : clients)
@@ -112,20 +108,20 @@ int main(int argc, char *argv[])
         std::fputs("service_calls: there is no bus, or no process was named\n", stderr);
         return 1;
     }
-    const double stop = median_of(repeat(connection.get(), "Stop", 500));
-    const double position = median_of(repeat(connection.get(), "GetPosition", 500));
-    const double during_reset = median_of(positions_during_reset(connection.get()));
+    const double stop = repeat(connection.get(), "Stop", 500).median_us();
+    const double position = repeat(connection.get(), "GetPosition", 500).median_us();
+    const double during_reset = positions_during_reset(connection.get()).median_us();
     std::vector<Connection> clients;
     for (int i = 0; i < CLIENTS; ++i)
         clients.push_back(connect());
     for (const Connection &client : clients)
         repeat(client.get(), "GetFieldOfView", CALLS);
     const double resident = resident_mb(argv[1]);
-    std::vector<double> behind;
+    Samples behind(5);
     for (int i = 0; i < 5; ++i)
-        behind.push_back(stop_behind_many(connection.get(), clients));
+        behind.add(stop_behind_many(connection.get(), clients));
     std::printf("{\"stop_us\": %.1f, \"stop_behind_us\": %.1f, \"position_us\": %.1f, \"position_reset_us\": %.1f, "
                 "\"resident_mb\": %.1f}\n",
-                stop, median_of(behind), position, during_reset, resident);
+                stop, behind.median_us(), position, during_reset, resident);
     return 0;
 }

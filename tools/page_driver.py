@@ -2,22 +2,16 @@
 import base64
 import itertools
 import json
-import os
 import pathlib
-import re
 import shutil
 import subprocess
 import tempfile
 import time
 import urllib.request
 
-PATIENCE = 60  # seconds, for whatever is waited for
+import stage
 
-BUS = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig><listen>unix:path={}/bus</listen><auth>EXTERNAL</auth><policy context="default">
-<allow send_destination="*"/><allow eavesdrop="true"/><allow own="*"/></policy></busconfig>
-"""
+PATIENCE = 60  # seconds, for whatever is waited for
 
 
 def wait_for(what, condition):
@@ -31,75 +25,36 @@ def wait_for(what, condition):
     raise TimeoutError(f"{what} did not come within {PATIENCE} s")
 
 
-def end(process):
-    process.terminate()
-    try:
-        process.wait(PATIENCE)
-    except subprocess.TimeoutExpired:
-        process.kill()
-        process.wait()
-
-
-class Camera:
+class Camera(stage.Stage):
     """A bus, krx-sim with a page, and ptzd, in a folder of their own; to be used in a with statement."""
 
-    def __init__(self, build, *options, time_scale=1):
-        self.build = pathlib.Path(build).resolve()
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="ptz-page."))
+    def __init__(self, build, *options):
+        super().__init__(pathlib.Path(build).resolve(), pathlib.Path(tempfile.mkdtemp(prefix="ptz-page.")))
         self.options = options
-        self.environment = os.environ | {
-            "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={self.folder}/bus", "PTZ_TIME_SCALE": str(time_scale),
-            "PTZ_BOARD": f"{self.folder}/board", "PTZ_DATA_DIR": f"{self.folder}/board",
-            "ALSA_CONFIG_PATH": str(pathlib.Path(__file__).parent.parent / "data/asound.conf")}
-        self.processes = []
+        self.environment["ALSA_CONFIG_PATH"] = str(pathlib.Path(__file__).parent.parent / "data/asound.conf")
 
     def __enter__(self):
         try:
-            (self.folder / "bus.conf").write_text(BUS.format(self.folder))
-            self.run("bus", "dbus-daemon", f"--config-file={self.folder}/bus.conf", "--nofork", "--nopidfile")
-            wait_for("the bus", (self.folder / "bus").exists)
-            self.run("sim", self.build / "sim/krx-sim", "--board", self.folder / "board", "--view", *self.options)
-            self.address = wait_for("the page", lambda: self.said("sim", r"^view (http://\S+)/$"))
-            wait_for("the board", lambda: self.said("sim", r"^(ready)$"))
-            self.run("ptzd", self.build / "platform/ptzorvel/ptzd/ptzd", "--foreground", "--plugin",
-                     self.build / "driver/plugin/libptz_driver_canon.so")
-            wait_for("the camera", lambda: self.ptzctl("state", "--wait", "running", "--within", "5", check=False))
+            super().__enter__()
+            self.start_board("--view", *self.options)
+            self.start_ptzd()
+            self.wait_running()
         except BaseException as problem:
             self.__exit__(type(problem))
             raise
         return self
 
     def __exit__(self, kind=None, *_):
-        for process in reversed(self.processes):
-            end(process)
+        super().__exit__()
         log = "".join(path.read_text(errors="replace")[-4000:] for path in self.folder.glob("*.log"))
         shutil.rmtree(self.folder, ignore_errors=True)
         # A sanitizer speaks at the end.
-        if kind is None and any(process.returncode for process in self.processes):
+        if kind is None and any(process.returncode for process in self.running):
             raise RuntimeError(f"a program did not end well: {log}")
-
-    def run(self, name, *command):
-        with open(self.folder / f"{name}.log", "w", encoding="utf-8") as log:
-            self.processes.append(subprocess.Popen(list(map(str, command)), stdout=log, stderr=log,
-                                                   stdin=subprocess.DEVNULL, env=self.environment))
-
-    def said(self, name, pattern):
-        found = re.search(pattern, (self.folder / f"{name}.log").read_text(errors="replace"), re.MULTILINE)
-        return found and found[1]
-
-    def ptzctl(self, *words, check=True):
-        """Whether the command went well; raises when it has to."""
-        done = subprocess.run([self.build / "tools/ptzctl/ptzctl", *words], env=self.environment, text=True,
-                              capture_output=True, timeout=PATIENCE, check=False)
-        if check and done.returncode:
-            raise RuntimeError(f"ptzctl {' '.join(words)}: {done.stderr}")
-        return done.returncode == 0
 
     def simulator(self, line):
         """A line of the simulator's language, over the bus."""
-        subprocess.run(["gdbus", "call", "--system", "--dest", "com.orna.KrxSim", "--object-path", "/com/orna/KrxSim",
-                        "--method", "com.orna.KrxSim.Command", line], env=self.environment, check=True,
-                       capture_output=True, timeout=PATIENCE)
+        self.run("sim/krx-simctl", *line.split())
 
     def picture(self):
         """The JPEG of this moment."""
@@ -138,7 +93,7 @@ class Browser:
         return self
 
     def __exit__(self, *_):
-        end(self.process)
+        stage.end(self.process)
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def call(self, method, **parameters):

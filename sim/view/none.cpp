@@ -26,9 +26,4 @@ std::string View::address() const
     return {};
 }
 
-std::uint64_t View::pictures() const
-{
-    return 0;
-}
-
 } // namespace sim

@@ -8,7 +8,6 @@
 #include "sim/view/web.h"
 
 #include <array>
-#include <atomic>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <thread>
@@ -123,7 +122,7 @@ struct View::Impl {
     bool fresh = true; // nobody has looked lately: what was drawn last is not what is frozen
     Picture picture;
     std::span<const std::uint8_t> jpeg;
-    std::atomic<std::uint64_t> pictures{0};
+    std::uint64_t pictures = 0;  // that were drawn: the number of the last
     std::int64_t last_burst = 0; // g_get_monotonic_time()
     unsigned ticks = 0;
     unsigned unwatched = 0; // so many of them
@@ -178,11 +177,6 @@ std::optional<std::string> View::start()
 std::string View::address() const
 {
     return impl_->address;
-}
-
-std::uint64_t View::pictures() const
-{
-    return impl_->pictures;
 }
 
 } // namespace sim

@@ -30,8 +30,6 @@ class View {
     [[nodiscard]] std::optional<std::string> start();
     // The page's, when it is served.
     std::string address() const;
-    // How many pictures were computed so far.
-    std::uint64_t pictures() const;
 
   private:
     struct Impl;

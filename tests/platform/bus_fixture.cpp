@@ -10,10 +10,9 @@ std::string print(GVariant *value)
     return text.get();
 }
 
-void run_until(const std::function<bool()> &condition)
+bool comes_true(const std::function<bool()> &condition, int seconds)
 {
-    const gint64 latest =
-        g_get_monotonic_time() + 60 * gint64{G_USEC_PER_SEC}; // only a test that fails waits that long
+    const gint64 latest = g_get_monotonic_time() + seconds * gint64{G_USEC_PER_SEC};
     // Conditions change on other threads too, so the loop looks again now and then.
     const guint look = g_timeout_add(
         1, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
@@ -21,7 +20,12 @@ void run_until(const std::function<bool()> &condition)
     while (!(holds = condition()) && g_get_monotonic_time() < latest)
         g_main_context_iteration(nullptr, TRUE);
     g_source_remove(look);
-    EXPECT_TRUE(holds) << "what the test waits for never came";
+    return holds;
+}
+
+void run_until(const std::function<bool()> &condition, int seconds)
+{
+    EXPECT_TRUE(comes_true(condition, seconds)) << "what the test waits for never came";
 }
 
 Client::Client(const std::string &address)
@@ -69,6 +73,19 @@ ReplyPtr Client::send_to(const char *path, const char *interface, const char *me
     g_dbus_connection_call(connection_, "com.orna.PTZ", path, interface, method, arguments, nullptr,
                            G_DBUS_CALL_FLAGS_NONE, 30000, nullptr, finished, new ReplyPtr(reply));
     return reply;
+}
+
+std::string Client::preset(const char *method, const std::string &arguments)
+{
+    return wait(send_to("/com/orna/PTZ", "com.orna.PTZ.Presets", method, g_variant_new_parsed(arguments.c_str())))
+        .said();
+}
+
+std::string Client::property(const char *name)
+{
+    return wait(send_to("/com/orna/PTZ", "org.freedesktop.DBus.Properties", "Get",
+                        g_variant_new("(ss)", "com.orna.PTZ", name)))
+        .said();
 }
 
 BusTest::BusTest(std::string address) : bus_(nullptr), address_(std::move(address))

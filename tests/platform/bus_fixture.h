@@ -21,8 +21,10 @@ using ReplyPtr = std::shared_ptr<Reply>;
 // The value as GVariant text without types; a floating one is released.
 std::string print(GVariant *value);
 
-// Runs the main loop until the condition holds; a test that waits in vain fails.
-void run_until(const std::function<bool()> &condition);
+// Runs the main loop until the condition holds, but no longer than that; whether it does.
+bool comes_true(const std::function<bool()> &condition, int seconds);
+// The same; a test that waits in vain fails.
+void run_until(const std::function<bool()> &condition, int seconds = 60);
 
 // A client with a name of its own on the bus; leaves it on destruction.
 class Client {
@@ -49,6 +51,10 @@ class Client {
     }
     // Any method of any object of com.orna.PTZ.
     ReplyPtr send_to(const char *path, const char *interface, const char *method, GVariant *arguments);
+    // What the presets answer; `arguments` in GVariant text.
+    std::string preset(const char *method, const std::string &arguments);
+    // A property of com.orna.PTZ, as text: "(<true>,)".
+    std::string property(const char *name);
 
   private:
     GDBusConnection *connection_;

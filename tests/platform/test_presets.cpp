@@ -14,25 +14,18 @@ using testing::StartsWith;
 
 class PresetsTest : public ServiceTest {
   protected:
-    std::string preset(const char *method, const std::string &arguments, Client *by = nullptr)
-    {
-        return Client::wait((by != nullptr ? *by : client)
-                                .send_to("/com/orna/PTZ", "com.orna.PTZ.Presets", method,
-                                         g_variant_new_parsed(arguments.c_str())))
-            .said();
-    }
     std::string import(unsigned part, unsigned parts, const std::string &list, Client *by = nullptr)
     {
-        return preset(
-            "Import",
-            "(uint32 " + std::to_string(part) + ", uint32 " + std::to_string(parts) + ", false, " + list + ")", by);
+        return (by != nullptr ? *by : client)
+            .preset("Import",
+                    "(uint32 " + std::to_string(part) + ", uint32 " + std::to_string(parts) + ", false, " + list + ")");
     }
     static std::string one(const std::string &name, const std::string &places = "{'pan': 1.0}",
                            const std::string &settings = "@a{ss} {}")
     {
         return "[('" + name + "', " + places + ", " + settings + ")]";
     }
-    std::string list() { return preset("List", "()"); }
+    std::string list() { return client.preset("List", "()"); }
 };
 
 TEST_F(PresetsTest, OfAListAllAreTakenOrNone)
@@ -85,7 +78,7 @@ TEST_F(PresetsTest, GoToTheDriverAsMovesToPresetsAfterTheirSettings)
     EXPECT_EQ(
         import(0, 1, one("p", "{'pan': 1.0, 'zoom': 5.0}", "{'ImageSource.Defog': 'on', 'Limit.MinPan': '-170'}")),
         "()");
-    EXPECT_EQ(preset("Goto", "('p', 50.0, uint32 7)"), "()");
+    EXPECT_EQ(client.preset("Goto", "('p', 50.0, uint32 7)"), "()");
     EXPECT_THAT(script.lines(), ElementsAre("I Defog", "move 65536/1 - 327680/1 - - - speed=3276800 zoom preset"));
     const std::pair<const char *, const char *> refused[] = {
         {"('kept', 0.0, uint32 0)", "UnknownParameter"}, // a parameter that is gone
@@ -94,27 +87,22 @@ TEST_F(PresetsTest, GoToTheDriverAsMovesToPresetsAfterTheirSettings)
         {"('p', 0.0, uint32 2147483648)", "OutOfRange: id"},
     };
     for (const auto &[arguments, why] : refused)
-        EXPECT_THAT(preset("Goto", arguments), StartsWith(why));
+        EXPECT_THAT(client.preset("Goto", arguments), StartsWith(why));
     EXPECT_EQ(script.lines().size(), 2u);
-    EXPECT_THAT(preset("Set", "('here', @as [], @as [])"), StartsWith("Failed: pan: it is not known"));
-    EXPECT_THAT(preset("Which", "({'pan': -1.0},)"), StartsWith("OutOfRange: pan"));
+    EXPECT_THAT(client.preset("Set", "('here', @as [], @as [])"), StartsWith("Failed: pan: it is not known"));
+    EXPECT_THAT(client.preset("Which", "({'pan': -1.0},)"), StartsWith("OutOfRange: pan"));
     std::filesystem::remove_all(folder.path());
     std::ofstream(folder.path()) << "a file where the folder was";
-    EXPECT_THAT(preset("Remove", "('p',)"), StartsWith("NotKept: The presets are changed, which is lost when"));
+    EXPECT_THAT(client.preset("Remove", "('p',)"), StartsWith("NotKept: The presets are changed, which is lost when"));
 }
 
 TEST_F(PresetsTest, ModesAreReadBackAndAPictureLeftFrozenLivesAtTheEnd)
 {
     start();
-    const auto property = [this](const char *name) {
-        return Client::wait(client.send_to("/com/orna/PTZ", "org.freedesktop.DBus.Properties", "Get",
-                                           g_variant_new("(ss)", "com.orna.PTZ", name)))
-            .said();
-    };
-    EXPECT_EQ(property("FocusMode") + property("BacklightMode"), "(<'auto'>,)(<'off'>,)");
+    EXPECT_EQ(client.property("FocusMode") + client.property("BacklightMode"), "(<'auto'>,)(<'off'>,)");
     expect_answers({{"SetFocusMode", "('manual',)", "()"}, {"SetBacklightMode", "('on',)", "()"}});
-    EXPECT_EQ(property("FocusMode") + property("BacklightMode"), "(<'manual'>,)(<'on'>,)");
-    EXPECT_EQ(property("LastMove"), "(<(uint32 0, false, '')>,)");
+    EXPECT_EQ(client.property("FocusMode") + client.property("BacklightMode"), "(<'manual'>,)(<'on'>,)");
+    EXPECT_EQ(client.property("LastMove"), "(<(uint32 0, false, '')>,)");
     ImageSourceControl *control = image_source_control_init();
     image_source_control_freeze_video(control, TRUE);
     service.reset();

@@ -41,12 +41,7 @@ class Motion : public SystemTest {
         run_until([&] { return ended.count(id) != 0; });
         return ended[id].substr(0, ended[id].find(", {"));
     }
-    std::string moving()
-    {
-        return Client::wait(client.send_to("/com/orna/PTZ", "org.freedesktop.DBus.Properties", "Get",
-                                           g_variant_new("(ss)", "com.orna.PTZ", "Moving")))
-            .said();
-    }
+    std::string moving() { return client.property("Moving"); }
     // Bursts go through, and the block hears none of them.
     void spoil_link()
     {

@@ -35,12 +35,6 @@ class SystemPresets : public SystemTest {
     }
     ~SystemPresets() override { g_dbus_connection_signal_unsubscribe(client.connection(), subscription); }
 
-    std::string preset(const char *method, const std::string &arguments)
-    {
-        return Client::wait(client.send_to("/com/orna/PTZ", "com.orna.PTZ.Presets", method,
-                                           g_variant_new_parsed(arguments.c_str())))
-            .said();
-    }
     void expect_said(const std::vector<std::pair<std::vector<std::string>, const char *>> &steps)
     {
         for (const auto &[words, answer] : steps) {
@@ -122,7 +116,7 @@ TEST_F(SystemPresets, AreKeptFoundAgainAndToldWhenTheyAreReachedAndLeft)
 TEST_F(SystemPresets, ThePictureIsNeverLeftFrozenWhateverEndsTheMove)
 {
     start_all();
-    EXPECT_EQ(preset("Import", "(uint32 0, uint32 1, true, [('far', {'pan': 160.0}, @a{ss} {})])"), "()");
+    EXPECT_EQ(client.preset("Import", "(uint32 0, uint32 1, true, [('far', {'pan': 160.0}, @a{ss} {})])"), "()");
     const struct {
         const char *mode, *what;
         std::function<void()> happens;
@@ -144,7 +138,7 @@ TEST_F(SystemPresets, ThePictureIsNeverLeftFrozenWhateverEndsTheMove)
         ptzctl({"params", "set", "UserAdv.CamImageFreeze", mode});
         sim_command("set pan 0");
         EXPECT_EQ(mode == std::string("auto")
-                      ? preset("Goto", "('far', 0.1, uint32 0)")
+                      ? client.preset("Goto", "('far', 0.1, uint32 0)")
                       : client.call("Move", "([('pan', 'continuous', 0.3)], 0.0, @a{sv} {})").said(),
                   "()");
         await_frozen(true);
@@ -161,7 +155,7 @@ TEST_F(SystemPresets, ThePictureIsNeverLeftFrozenWhateverEndsTheMove)
         ptzctl({"params", "set", "UserAdv.CamImageFreeze", mode});
         sim_command("fault hold-request high");
         sim_command("fault silence 1000s");
-        EXPECT_THAT(preset("Goto", "('far', 0.1, uint32 0)"), HasSubstr("Failed"));
+        EXPECT_THAT(client.preset("Goto", "('far', 0.1, uint32 0)"), HasSubstr("Failed"));
         await_frozen(false);
         sim_command("clear faults");
         run_until([this] { return client.call("Stop").said() == "()"; });

@@ -46,13 +46,7 @@ class Traces : public SystemTest {
     std::pair<int, std::string> say(const std::vector<std::string> &command)
     {
         const auto program = run(command, "said", {{"PTZD", PTZD_FILE}, {"HOME", folder.path()}});
-        const gint64 latest = g_get_monotonic_time() + 120 * gint64{G_USEC_PER_SEC};
-        const guint look = g_timeout_add(
-            10, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
-        while (!program->ended() && g_get_monotonic_time() < latest) // a replay may take its time
-            g_main_context_iteration(nullptr, TRUE);
-        g_source_remove(look);
-        const int status = program->wait();
+        const int status = program->wait(120); // a replay may take its time
         return {status, program->output()};
     }
     std::pair<int, std::string> replay(const std::string &name)
@@ -114,11 +108,7 @@ TEST_F(Traces, AreSwitchedOverTheBusAndFollowedOverTheirTurn)
     start_sim();
     start_ptzd({"--trace-size", "1"});
     await_state(1);
-    const auto property = [this] {
-        return Client::wait(client.send_to("/com/orna/PTZ", "org.freedesktop.DBus.Properties", "Get",
-                                           g_variant_new("(ss)", "com.orna.PTZ", "Trace")))
-            .text;
-    };
+    const auto property = [this] { return client.property("Trace"); };
     EXPECT_EQ(property(), "(<''>,)");
     EXPECT_EQ(client.call("SetTrace", "(true,)").text, "('" + at("ptzd.trace") + "',)");
     EXPECT_EQ(property(), "(<'" + at("ptzd.trace") + "'>,)");

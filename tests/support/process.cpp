@@ -28,21 +28,16 @@ Process::~Process()
 {
 #ifdef KEEP_COUNTS // a program that is killed leaves no counts of what it ran
     signal(SIGTERM);
-    const gint64 latest = g_get_monotonic_time() + 5 * gint64{G_USEC_PER_SEC};
-    const guint look = g_timeout_add(
-        1, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
-    while (!ended() && g_get_monotonic_time() < latest)
-        g_main_context_iteration(nullptr, TRUE);
-    g_source_remove(look);
+    (void)comes_true([this] { return ended(); }, 5);
 #endif
     signal(SIGKILL);
     run_until([this] { return ended(); });
     g_clear_object(&process_);
 }
 
-int Process::wait()
+int Process::wait(int seconds)
 {
-    run_until([this] { return ended(); });
+    run_until([this] { return ended(); }, seconds);
     if (!ended())
         return -1000;
     return g_subprocess_get_if_exited(process_) ? g_subprocess_get_exit_status(process_)

@@ -21,8 +21,8 @@ class Process {
         if (!ended())
             g_subprocess_send_signal(process_, number);
     }
-    // Its exit status, or minus the signal that ended it; waits at most a minute for it, then fails with -1000.
-    int wait();
+    // Its exit status, or minus the signal that ended it; waits at most that long for it, then fails with -1000.
+    int wait(int seconds = 60);
     bool ended() const { return g_subprocess_get_identifier(process_) == nullptr; }
     std::string output() const;
     std::string pid() const { return g_subprocess_get_identifier(process_); }

@@ -136,13 +136,14 @@ const std::vector<Command> kCommands = {
                  {"--speed", {Kind::Number, "PERCENT", 0, 100}, "of goto and home; 0: as fast as the camera goes"},
                  {"--wait", {}, "of goto and home: end when the move is over, and tell how it ended and where"},
                  {"--alone", {}, "of import: presets that are not in the file are removed"}},
-     .text = "A preset is the place of some axes under a name (64 bytes, 256 presets), with values of parameters. They "
-             "are kept over restarts of ptzd.\n"
-             "\n"
-             "set keeps where the camera is: of the axes that are named, else pan, tilt, zoom and what is moved by "
-             "hand of focus, iris and brightness. goto sets the parameters, then moves; home goes to the preset "
-             "of that name, home set sets it. which names the presets that the camera is on, within a tolerance by axis. "
-             "export and import are JSON, FILE - is standard input; of a file with something wrong nothing is taken.",
+     .text =
+         "A preset is the place of some axes under a name (64 bytes, 256 presets), with values of parameters. They "
+         "are kept over restarts of ptzd.\n"
+         "\n"
+         "set keeps where the camera is: of the axes that are named, else pan, tilt, zoom and what is moved by "
+         "hand of focus, iris and brightness. goto sets the parameters, then moves; home goes to the preset "
+         "of that name, home set sets it. which names the presets that the camera is on, within a tolerance by axis. "
+         "export and import are JSON, FILE - is standard input; of a file with something wrong nothing is taken.",
      .statuses = {{EXIT_NOT_REACHED, "waited for, and not where it was told to go"}},
      .examples = {"ptzctl preset set Door", "ptzctl preset set Night pan tilt --settings ImageSource.WDR",
                   "ptzctl preset goto Door --speed 50 --wait", "ptzctl preset which pan=0.5 zoom=100",

@@ -27,10 +27,7 @@ View view_of(Service &service)
 {
     View view;
     view.position = service.position(&view.age);
-    const GVariantOwned status = service.result("GetStatus", nullptr, "(a{sv})");
-    const char *link = "";
-    g_variant_lookup(status.get(), "link", "&s", &link);
-    view.link = link;
+    view.link = lookup_text(service.status().get(), "link");
     return view;
 }
 

@@ -49,11 +49,6 @@ void show_signal(Context &context, const char *name, GVariant *parameters)
     context.line(text);
 }
 
-GVariantOwned ask_status(Service &service)
-{
-    return service.result("GetStatus", nullptr, "(a{sv})");
-}
-
 // The words for a report that people know under another name than its parameter's.
 std::string report_label(const char *name)
 {
@@ -130,7 +125,7 @@ void on_vanished(GDBusConnection *, const char *, gpointer data)
 
 ExitStatus run_status(Context &context, const Arguments & /*unused*/)
 {
-    GVariantOwned status = ask_status(context.service());
+    GVariantOwned status = context.service().status();
     if (context.json())
         context.object(status.get());
     else
@@ -153,7 +148,7 @@ ExitStatus run_monitor(Context &context, const Arguments &arguments)
         show_position_line(context, "PositionChanged",
                            context.service().property("Position", "(xda{sd}a{sd}as)").get());
     } else {
-        GVariantOwned status = ask_status(context.service());
+        GVariantOwned status = context.service().status();
         GVariant *snapshot[] = {status.get()};
         GVariantOwned values(g_variant_ref_sink(g_variant_new_tuple(snapshot, 1)));
         show_signal(context, "Snapshot", values.get());

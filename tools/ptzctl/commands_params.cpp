@@ -5,13 +5,6 @@
 
 namespace {
 
-// The lookup's value as a text; "" when there is none.
-std::string lookup_text(GVariant *entry, const char *key)
-{
-    GVariantOwned value(g_variant_lookup_value(entry, key, nullptr));
-    return value ? value_text(value.get()) : "";
-}
-
 // What a parameter takes: "1..9999", "auto, manual", or its kind.
 std::string range_text(GVariant *entry)
 {

@@ -48,8 +48,10 @@ std::string entries_text(GVariant *dictionary, const char *between)
 void show_list(Context &context)
 {
     const GVariantOwned list = list_presets(context.service());
-    GVariantBuilder objects;
-    g_variant_builder_init(&objects, G_VARIANT_TYPE("aa{sv}"));
+    if (context.json()) {
+        context.object_of("presets", preset_objects(list.get()).get());
+        return;
+    }
     std::vector<Words> rows{{"NAME", "POSITION", "SETTINGS"}};
     for (gsize i = 0; i < g_variant_n_children(list.get()); i++) {
         const GVariantOwned preset(g_variant_get_child_value(list.get(), i));
@@ -58,17 +60,8 @@ void show_list(Context &context)
         const GVariantOwned settings(g_variant_get_child_value(preset.get(), 2));
         rows.push_back({printable(g_variant_get_string(name.get(), nullptr)), entries_text(position.get(), " "),
                         entries_text(settings.get(), "=")});
-        g_variant_builder_open(&objects, G_VARIANT_TYPE_VARDICT);
-        g_variant_builder_add(&objects, "{sv}", "name", name.get());
-        g_variant_builder_add(&objects, "{sv}", "position", position.get());
-        g_variant_builder_add(&objects, "{sv}", "settings", settings.get());
-        g_variant_builder_close(&objects);
     }
-    const GVariantOwned all(g_variant_ref_sink(g_variant_builder_end(&objects)));
-    if (context.json())
-        context.object_of("presets", all.get());
-    else
-        context.table(rows);
+    context.table(rows);
 }
 
 void set_preset(Context &context, const std::string &name, const Words &axes, const std::string &settings)

@@ -22,25 +22,18 @@ struct Offers {
     std::vector<Offer> list{};
 };
 
-// "key" of a dictionary as a text; "" when there is none.
-std::string text_of(GVariant *entry, const char *key)
-{
-    const GVariantOwned value(g_variant_lookup_value(entry, key, nullptr));
-    return value ? value_text(value.get()) : "";
-}
-
 void offer_parameters(Offers &offers, Kind kind, const std::string &named)
 {
     Service service(kPatience);
     const GVariantOwned list = list_parameters(service, "");
     for (gsize i = 0; i < g_variant_n_children(list.get()); i++) {
         const GVariantOwned entry(g_variant_get_child_value(list.get(), i));
-        const std::string group = text_of(entry.get(), "group");
-        const std::string name = group + "." + text_of(entry.get(), "name");
+        const std::string group = lookup_text(entry.get(), "group");
+        const std::string name = group + "." + lookup_text(entry.get(), "name");
         if (kind == Kind::Group && (offers.list.empty() || offers.list.back().word != group))
             offers.list.push_back({group, "parameters"});
         if (kind == Kind::Parameter)
-            offers.list.push_back({name, text_of(entry.get(), "value")});
+            offers.list.push_back({name, lookup_text(entry.get(), "value")});
         if (kind != Kind::Value || name != named)
             continue;
         for (const auto &[value, label] : parameter_choices(entry.get()))

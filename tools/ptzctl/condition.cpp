@@ -97,7 +97,7 @@ bool holds(const Condition &condition, Service &service, std::string &now)
         now = printable(g_variant_get_string(link.get(), nullptr));
         return now == condition.word;
     }
-    const GVariantOwned status = service.result("GetStatus", nullptr, "(a{sv})");
+    const GVariantOwned status = service.status();
     double degrees = 0;
     const bool known = g_variant_lookup(status.get(), "temperature", "d", &degrees) != FALSE;
     now = known ? number_text(degrees) : "not known";

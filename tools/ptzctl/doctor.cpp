@@ -1,6 +1,7 @@
 #include "doctor.h"
 
 #include "failure.h"
+#include "json.h"
 #include "sim/image.h"
 
 #include <algorithm>
@@ -271,16 +272,12 @@ void Doctor::look_at_camera()
         return;
     GVariantOwned status;
     try {
-        status = service_->result("GetStatus", nullptr, "(a{sv})");
+        status = service_->status();
     } catch (const Failure &failure) {
         fault("camera", failure.what(), "look at ptzd's log");
         return;
     }
-    const auto text_of = [&](const char *key) {
-        const char *text = "";
-        g_variant_lookup(status.get(), key, "&s", &text);
-        return printable(text);
-    };
+    const auto text_of = [&](const char *key) { return lookup_text(status.get(), key); };
     gint32 state = 0;
     double degrees = 0;
     g_variant_lookup(status.get(), "state", "i", &state);

@@ -109,3 +109,9 @@ std::string value_text(GVariant *value)
         return printable(g_variant_get_string(value, nullptr));
     return json_from_variant(value);
 }
+
+std::string lookup_text(GVariant *dictionary, const char *key)
+{
+    const GVariantOwned value(g_variant_lookup_value(dictionary, key, nullptr));
+    return value ? value_text(value.get()) : "";
+}

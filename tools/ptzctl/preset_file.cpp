@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 #include <json-glib/json-glib.h>
 #include <stdexcept>
 #include <vector>
@@ -16,8 +17,6 @@ constexpr std::size_t kLongestFile = std::size_t{1} << 20; // bytes
 constexpr auto kMostBrackets = 20000;                      // that open something; 256 names may be full of them
 
 using Parser = GOwned<JsonParser, g_object_unref>;
-using Builder = GOwned<JsonBuilder, g_object_unref>;
-using Generator = GOwned<JsonGenerator, g_object_unref>;
 using Node = GOwned<JsonNode, json_node_unref>;
 
 // What is wrong in a file, in words.
@@ -139,41 +138,29 @@ GVariantOwned list_presets(Service &service)
     return GVariantOwned(g_variant_get_child_value(reply.get(), 0));
 }
 
+GVariantOwned preset_objects(GVariant *list)
+{
+    constexpr const char *kNames[] = {"name", "position", "settings"};
+    GVariantBuilder objects;
+    g_variant_builder_init(&objects, G_VARIANT_TYPE("aa{sv}"));
+    for (gsize i = 0; i < g_variant_n_children(list); i++) {
+        const GVariantOwned preset(g_variant_get_child_value(list, i));
+        g_variant_builder_open(&objects, G_VARIANT_TYPE_VARDICT);
+        for (gsize field = 0; field < std::size(kNames); field++)
+            g_variant_builder_add(&objects, "{sv}", kNames[field],
+                                  GVariantOwned(g_variant_get_child_value(preset.get(), field)).get());
+        g_variant_builder_close(&objects);
+    }
+    return GVariantOwned(g_variant_ref_sink(g_variant_builder_end(&objects)));
+}
+
 std::string presets_json(GVariant *list, bool on_a_line)
 {
-    const Builder builder(json_builder_new());
-    JsonBuilder *json = json_builder_begin_object(builder.get());
-    json_builder_begin_array(json_builder_set_member_name(json, "presets"));
-    for (gsize i = 0; i < g_variant_n_children(list); i++) {
-        const char *name = nullptr;
-        const char *key = nullptr;
-        const char *text = nullptr;
-        double number = 0;
-        GVariant *position = nullptr;
-        GVariant *settings = nullptr;
-        g_variant_get_child(list, i, "(&s@a{sd}@a{ss})", &name, &position, &settings);
-        const GVariantOwned owned[] = {GVariantOwned(position), GVariantOwned(settings)};
-        json_builder_set_member_name(json_builder_begin_object(json), "name");
-        json_builder_set_member_name(json_builder_add_string_value(json, name), "position");
-        json_builder_begin_object(json);
-        for (gsize axis = 0; axis < g_variant_n_children(position); axis++) {
-            g_variant_get_child(position, axis, "{&sd}", &key, &number);
-            json_builder_add_double_value(json_builder_set_member_name(json, key), number);
-        }
-        json_builder_set_member_name(json_builder_end_object(json), "settings");
-        json_builder_begin_object(json);
-        for (gsize setting = 0; setting < g_variant_n_children(settings); setting++) {
-            g_variant_get_child(settings, setting, "{&s&s}", &key, &text);
-            json_builder_add_string_value(json_builder_set_member_name(json, key), text);
-        }
-        json_builder_end_object(json_builder_end_object(json));
-    }
-    json_builder_end_object(json_builder_end_array(json));
-    const Generator generator(json_generator_new());
-    const Node root(json_builder_get_root(builder.get()));
-    json_generator_set_root(generator.get(), root.get());
-    json_generator_set_pretty(generator.get(), on_a_line ? FALSE : TRUE);
-    return std::string(GText(json_generator_to_data(generator.get(), nullptr)).get()) + "\n";
+    const GVariantOwned objects = preset_objects(list);
+    GVariant *entry = g_variant_new_dict_entry(g_variant_new_string("presets"), g_variant_new_variant(objects.get()));
+    const GVariantOwned whole(g_variant_ref_sink(g_variant_new_array(nullptr, &entry, 1)));
+    const Node root(json_gvariant_serialize(whole.get()));
+    return std::string(GText(json_to_string(root.get(), on_a_line ? FALSE : TRUE)).get()) + "\n";
 }
 
 GVariantOwned presets_from_json(const std::string &json, const std::string &file)

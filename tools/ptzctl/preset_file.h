@@ -10,6 +10,8 @@
 // Of the service, a(sa{sd}a{ss}): name, places by axis, values by GROUP.NAME.
 GVariantOwned list_presets(Service &service);
 
+// The list as JSON has it: aa{sv} with "name", "position" and "settings".
+GVariantOwned preset_objects(GVariant *list);
 // The list as a file has it, with its last newline: for people, or on a line.
 std::string presets_json(GVariant *list, bool on_a_line = false);
 

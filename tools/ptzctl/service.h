@@ -53,6 +53,8 @@ class Service {
     // Has every answer that is still to come be a failure, now.
     void drop_calls();
 
+    // GetStatus, an a{sv}.
+    GVariantOwned status() { return result("GetStatus", nullptr, "(a{sv})"); }
     // GetPosition, its age in seconds apart (where the service gives it), and GetState's number and words.
     Position position(std::optional<double> *age = nullptr);
     std::pair<int, std::string> state();

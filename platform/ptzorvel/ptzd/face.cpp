@@ -3,14 +3,7 @@
 #include "introspection.h"
 #include "ptzorvel/ptzd/calls.h"
 
-#include <string_view>
-
 namespace {
-
-struct MethodRow {
-    std::string_view name;
-    void (*handler)(PtzService &service, const CallPtr &call);
-};
 
 constexpr MethodRow kMethods[] = {
     {"Move", call_move},
@@ -46,10 +39,7 @@ void on_method_call(GDBusConnection *, const char *, const char *, const char *,
     if (call == nullptr)
         return;
     service.note_call(method, call->parameters());
-    for (const MethodRow &row : kMethods)
-        if (row.name == method)
-            return row.handler(service, call);
-    call->refuse(not_supported(method));
+    answer_call(service, call, method, kMethods);
 }
 
 GVariant *on_get_property(GDBusConnection *, const char *, const char *, const char *, const char *property, GError **,
@@ -88,14 +78,27 @@ GVariant *on_get_property(GDBusConnection *, const char *, const char *, const c
 
 } // namespace
 
-guint register_face(PtzService &service, GError **error)
+void answer_call(PtzService &service, const CallPtr &call, const char *method, std::span<const MethodRow> methods)
 {
-    static const GDBusInterfaceVTable vtable = {on_method_call, on_get_property, nullptr, {}};
-    GDBusNodeInfo *node = g_dbus_node_info_new_for_xml(kIntrospectionXml, error);
+    for (const MethodRow &row : methods)
+        if (row.name == method)
+            return row.handler(service, call);
+    call->refuse(not_supported(method));
+}
+
+guint register_interface(PtzService &service, const char *xml, const GDBusInterfaceVTable &vtable, GError **error)
+{
+    GDBusNodeInfo *node = g_dbus_node_info_new_for_xml(xml, error);
     if (node == nullptr)
         return 0;
     const guint id = g_dbus_connection_register_object(service.connection(), kObjectPath, node->interfaces[0], &vtable,
                                                        &service, nullptr, error);
     g_dbus_node_info_unref(node);
     return id;
+}
+
+guint register_face(PtzService &service, GError **error)
+{
+    static const GDBusInterfaceVTable vtable = {on_method_call, on_get_property, nullptr, {}};
+    return register_interface(service, kIntrospectionXml, vtable, error);
 }

@@ -3,11 +3,23 @@
 
 #include "ptzorvel/ptzd/service.h"
 
+#include <span>
+#include <string_view>
+
 inline constexpr char kObjectPath[] = "/com/orna/PTZ";
 inline constexpr char kInterfaceName[] = "com.orna.PTZ";
 
-// Exports the object on the service's connection; 0 and an error when that fails. The service must outlive the
-// registration, which it ends itself.
+struct MethodRow {
+    std::string_view name;
+    void (*handler)(PtzService &service, const CallPtr &call);
+};
+// Has the method's row answer the call; refused when there is none.
+void answer_call(PtzService &service, const CallPtr &call, const char *method, std::span<const MethodRow> methods);
+
+// Exports the first interface of that description on the service's object; 0 and an error when that fails. The vtable
+// gets the service, which must outlive the registration and ends it.
+guint register_interface(PtzService &service, const char *xml, const GDBusInterfaceVTable &vtable, GError **error);
+
+// The interface of the camera, and that of the presets (presets_face.cpp).
 guint register_face(PtzService &service, GError **error);
-// The same of the interface of the presets on that object (presets_face.cpp).
 guint register_presets_face(PtzService &service, GError **error);

@@ -1,8 +1,8 @@
 // Sees to it that the picture lives. A driver may freeze it while the camera moves ("UserAdv.CamImageFreeze": "on", in
 // every move; "auto", in moves to presets) and lets it live again when the camera stands. It does not where it is reset
 // or stopped by heat in the move, hears no more from the camera block, or goes on with a move that is none to a preset:
-// then this does. Looks four times a second of the camera's time while something moves or the picture is frozen, and not
-// at all otherwise.
+// then this does. Looks four times a second of the camera's time while something moves or the picture is frozen, and
+// not at all otherwise.
 #pragma once
 
 #include "image_source_control/image_source_control.h"

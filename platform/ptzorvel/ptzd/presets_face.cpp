@@ -3,14 +3,7 @@
 #include "ptzorvel/ptzd/calls.h"
 #include "ptzorvel/ptzd/face.h"
 
-#include <string_view>
-
 namespace {
-
-struct MethodRow {
-    std::string_view name;
-    void (*handler)(PtzService &service, const CallPtr &call);
-};
 
 constexpr MethodRow kMethods[] = {
     {"Set", preset_set},   {"List", preset_list},     {"Remove", preset_remove}, {"Rename", preset_rename},
@@ -22,12 +15,8 @@ void on_method_call(GDBusConnection *, const char *, const char *, const char *,
 {
     auto &service = *static_cast<PtzService *>(user_data);
     const CallPtr call = service.guard().take(invocation);
-    if (call == nullptr)
-        return;
-    for (const MethodRow &row : kMethods)
-        if (row.name == method)
-            return row.handler(service, call);
-    call->refuse(not_supported(method));
+    if (call != nullptr)
+        answer_call(service, call, method, kMethods);
 }
 
 // The only property: On.
@@ -46,11 +35,5 @@ GVariant *on_get_property(GDBusConnection *, const char *, const char *, const c
 guint register_presets_face(PtzService &service, GError **error)
 {
     static const GDBusInterfaceVTable vtable = {on_method_call, on_get_property, nullptr, {}};
-    GDBusNodeInfo *node = g_dbus_node_info_new_for_xml(kPresetsXml, error);
-    if (node == nullptr)
-        return 0;
-    const guint id = g_dbus_connection_register_object(service.connection(), kObjectPath, node->interfaces[0], &vtable,
-                                                       &service, nullptr, error);
-    g_dbus_node_info_unref(node);
-    return id;
+    return register_interface(service, kPresetsXml, vtable, error);
 }

@@ -1,4 +1,4 @@
-"""A bus of its own, a simulated camera, ptzd and whoever else is measured, as programs of a build."""
+"""A bus of its own, a simulated camera, ptzd and whoever else is looked at, as programs of a build."""
 import os
 import pathlib
 import signal
@@ -20,6 +20,7 @@ class Stage:
 
     def __init__(self, build, folder, time_scale=None):
         self.build, self.folder, self.running = build, folder, []
+        self.address = None  # of the page of a board that has one
         board = folder / "board"
         self.environment = dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=f"unix:path={folder}/bus", PTZ_DATA_DIR=str(board),
                                 PTZ_BOARD=str(board))
@@ -45,11 +46,13 @@ class Stage:
         return process
 
     def start_board(self, *words):
-        """A simulated board, ready."""
+        """A simulated board, ready; with "--view" its page is at `address`."""
         simulator = self.start("sim/krx-sim", "--board", self.folder / "board", "--quiet", *words)
-        if simulator.stdout.readline() != "ready\n":
-            raise RuntimeError("krx-sim does not start: " + (self.folder / "krx-sim.log").read_text())
-        return simulator
+        for line in simulator.stdout:
+            if line == "ready\n":
+                return simulator
+            self.address = line.removeprefix("view ").rstrip("/\n")
+        raise RuntimeError("krx-sim does not start: " + (self.folder / "krx-sim.log").read_text())
 
     def start_ptzd(self, **variables):
         """A ptzd that starts the camera up, with further variables of the environment."""
@@ -86,12 +89,19 @@ class Stage:
 
     def __exit__(self, *_):
         for process in reversed(self.running):
-            process.send_signal(signal.SIGTERM)
-            try:
-                process.wait(timeout=20)
-            except subprocess.TimeoutExpired:
-                process.kill()
-                process.wait()
+            end(process)
+
+
+def end(process):
+    """Asks it to end, and sees that it does."""
+    process.terminate()
+    try:
+        process.wait(timeout=60)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.wait()
+    if process.stdout:
+        process.stdout.close()
 
 
 def memory_mb(pid, kind):
