@@ -66,8 +66,10 @@ class Served(unittest.TestCase):
                 self.assertEqual(ask(camera, method, path, body, **headers)[0].status, status, (method, path, body, headers))
             # What no command needs is not kept.
             self.assertEqual(ask(camera, "POST", "/command", b"s" * 100_000_000, **own)[0].status, 400)
-            status = pathlib.Path(f"/proc/{camera.running[1].pid}/status").read_text(encoding="utf-8")
-            self.assertLess(int(re.search(r"VmHWM:\s+(\d+)", status)[1]), 80_000)
+            process = pathlib.Path(f"/proc/{camera.running[1].pid}")
+            if not re.search("lib[at]san", (process / "maps").read_text(encoding="utf-8")):  # which keep all for long
+                status = (process / "status").read_text(encoding="utf-8")
+                self.assertLess(int(re.search(r"VmHWM:\s+(\d+)", status)[1]), 80_000)
             # Nothing is computed while nothing changes.
             def number():
                 return ask(camera, "GET", "/picture")[0].getheader("X-Picture")

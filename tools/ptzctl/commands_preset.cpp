@@ -91,9 +91,10 @@ ExitStatus go_to(Context &context, const Arguments &arguments, const std::string
 
 void show_which(Context &context, const Words &tolerances)
 {
+    const std::vector<AxisMove> parsed = parse_axes(tolerances, "absolute"); // which may throw
     GVariantBuilder by_axis;
     g_variant_builder_init(&by_axis, G_VARIANT_TYPE("a{sd}"));
-    for (const AxisMove &tolerance : parse_axes(tolerances, "absolute"))
+    for (const AxisMove &tolerance : parsed)
         g_variant_builder_add(&by_axis, "{sd}", tolerance.axis.c_str(), tolerance.value);
     const GVariantOwned reply =
         context.service().call_of(kPresetsInterface, "Which", g_variant_new("(a{sd})", &by_axis), "(as)");
