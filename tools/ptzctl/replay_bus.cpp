@@ -30,8 +30,7 @@ constexpr std::pair<const char *, const char *> kOfTheSimulator[] = {
 
 GVariantOwned parsed(const std::string &text)
 {
-    GVariant *value = g_variant_parse(nullptr, text.c_str(), nullptr, nullptr, nullptr);
-    return GVariantOwned(value != nullptr ? g_variant_ref_sink(value) : nullptr);
+    return GVariantOwned(g_variant_parse(nullptr, text.c_str(), nullptr, nullptr, nullptr));
 }
 
 } // namespace
