@@ -1,8 +1,10 @@
 // Traces of ptzd and of the simulator: recorded, put into words, played to either side again.
 #include "tests/scenario/system_fixture.h"
 
+#include "glib_owned.h"
 #include <csignal>
 #include <filesystem>
+
 #include <gmock/gmock.h>
 #include <sstream>
 
@@ -161,7 +163,7 @@ TEST_F(Traces, ThatCannotBeWrittenAreGivenUpWithAWord)
 
 TEST_F(Traces, OpenInWiresharkWithEveryRecordByName)
 {
-    if (g_find_program_in_path("tshark") == nullptr)
+    if (GText(g_find_program_in_path("tshark")) == nullptr)
         GTEST_SKIP() << "no tshark: apt-get install tshark";
     record([this] { (void)ptzctl({"move", "pan=10", "--wait"}); });
     for (const char *trace : {"sim.trace", "ptzd.trace"}) {
