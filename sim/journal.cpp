@@ -58,7 +58,7 @@ void Journal::record(std::int64_t now, const Record &record)
         ++records_[static_cast<std::size_t>(record.row->id)];
     std::string text = describe(record);
     note(now, Detail::records, text);
-    last_records_[record_count_++ % kLast] = {now, text};
+    last_records_[static_cast<std::size_t>(record_count_++ % kLast)] = {now, text};
     if (heard_.size() < kKept)
         heard_.push_back(std::move(text));
 }
@@ -117,7 +117,7 @@ std::vector<HeardRecord> Journal::last_records() const
 {
     std::vector<HeardRecord> last;
     for (std::uint64_t i = record_count_ < kLast ? 0 : record_count_ - kLast; i < record_count_; ++i)
-        last.push_back(last_records_[i % kLast]);
+        last.push_back(last_records_[static_cast<std::size_t>(i % kLast)]);
     return last;
 }
 

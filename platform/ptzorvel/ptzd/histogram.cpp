@@ -8,13 +8,13 @@ void Histogram::add(std::int64_t us)
 {
     const auto length = static_cast<std::uint64_t>(std::max<std::int64_t>(us, 0));
     // The first octaves have a part for each microsecond.
-    std::size_t place = length;
+    std::uint64_t place = length;
     if (length >= kParts) {
         const auto octave =
             static_cast<unsigned>(std::bit_width(length)) - static_cast<unsigned>(std::bit_width(kParts));
-        place = std::size_t{octave + 1} * kParts + ((length >> octave) - kParts);
+        place = std::uint64_t{octave + 1} * kParts + ((length >> octave) - kParts);
     }
-    counts_[std::min(place, counts_.size() - 1)]++;
+    counts_[static_cast<std::size_t>(std::min<std::uint64_t>(place, counts_.size() - 1))]++;
     count_++;
     sum_us_ += us;
 }
