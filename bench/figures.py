@@ -12,6 +12,7 @@ import json
 import os
 import pathlib
 import pty
+import select
 import statistics
 import subprocess
 import sys
@@ -139,7 +140,8 @@ def measure_drive(build):
                 took.append(1e6 * (time.monotonic() - began))
                 os.write(terminal, RIGHT_RELEASED)
                 time.sleep(0.2)
-                os.read(terminal, 65536)
+                while select.select([terminal], [], [], 0)[0]:
+                    os.read(terminal, 65536)
         os.write(terminal, b"q")
         os.waitpid(pid, 0)
         os.close(terminal)
