@@ -112,6 +112,18 @@ void Trace::hand_over(const TraceRecord *record)
         work_.release();
 }
 
+TraceRecord *Trace::begin(std::size_t size)
+{
+    TraceRecord *record = nullptr;
+    if (size > TraceRecord::kMost)
+        queue_->lose();
+    else
+        record = queue_->begin();
+    if (record != nullptr)
+        record->us = now_us();
+    return record;
+}
+
 void Trace::transfer(unsigned port, const spi_ioc_transfer &transfer, int result, int error)
 {
     if (!active_.load(std::memory_order_acquire))
@@ -121,12 +133,9 @@ void Trace::transfer(unsigned port, const spi_ioc_transfer &transfer, int result
     const std::size_t first = sent != nullptr ? trimmed(sent, transfer.len) : 0;
     const std::size_t clocked = result > 0 ? std::min<std::size_t>(transfer.len, static_cast<unsigned>(result)) : 0;
     const std::size_t second = received != nullptr ? trimmed(received, clocked) : 0;
-    if (first + second > TraceRecord::kMost)
-        return queue_->lose();
-    TraceRecord *record = queue_->begin();
+    TraceRecord *record = begin(first + second);
     if (record == nullptr)
         return;
-    record->us = now_us();
     record->kind = TraceRecord::Kind::burst;
     record->port = port;
     record->result = result < 0 ? -error : static_cast<int>(clocked);
@@ -144,12 +153,9 @@ void Trace::text(const std::string &line)
 {
     if (!active_.load(std::memory_order_acquire))
         return;
-    if (line.size() > TraceRecord::kMost)
-        return queue_->lose();
-    TraceRecord *record = queue_->begin();
+    TraceRecord *record = begin(line.size());
     if (record == nullptr)
         return;
-    record->us = now_us();
     record->kind = TraceRecord::Kind::text;
     record->first = line.copy(record->bytes.data(), line.size());
     hand_over(record);

@@ -64,6 +64,8 @@ class Trace {
   private:
     std::int64_t now_us() const;
     void text(const std::string &line);
+    // A record of now with room for so many bytes; null, and counted as lost, when there is none.
+    TraceRecord *begin(std::size_t size);
     void hand_over(const TraceRecord *record);
     void run(const Begun &begun);
     bool write_what_waits();
