@@ -77,9 +77,8 @@ class Browser:
         try:
             file = self.folder / "DevToolsActivePort"
             port = wait_for("Chromium", lambda: file.exists() and file.read_text().split("\n")[0])
-            with urllib.request.urlopen(f"http://127.0.0.1:{port}/json", timeout=PATIENCE) as answer:
-                pages = [page for page in json.load(answer) if page["type"] == "page"]
-            self.socket = websocket.create_connection(pages[0]["webSocketDebuggerUrl"], timeout=PATIENCE)
+            page = wait_for("Chromium's page", lambda: self.pages(port))[0]
+            self.socket = websocket.create_connection(page["webSocketDebuggerUrl"], timeout=PATIENCE)
             self.call("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1,
                       mobile=False)
             self.call("Emulation.setEmulatedMedia", features=[
@@ -95,6 +94,11 @@ class Browser:
     def __exit__(self, *_):
         stage.end(self.process)
         shutil.rmtree(self.folder, ignore_errors=True)
+
+    @staticmethod
+    def pages(port):
+        with urllib.request.urlopen(f"http://127.0.0.1:{port}/json", timeout=PATIENCE) as answer:
+            return [page for page in json.load(answer) if page["type"] == "page"]
 
     def call(self, method, **parameters):
         number = next(self.numbers)

@@ -47,6 +47,17 @@ def ask(camera, method, path, body=None, **headers):
     return answer, text
 
 
+def drawn(camera):
+    """The number of the picture that was drawn last."""
+    return int(ask(camera, "GET", "/picture")[0].getheader("X-Picture"))
+
+
+def drawn_at_rest(camera):
+    """The same, once the automatic exposure has nothing more to do."""
+    wait_for("the automatic exposure", lambda: len({drawn(camera) for _ in range(6)}) == 1)
+    return drawn(camera)
+
+
 class Served(unittest.TestCase):
     def test_only_its_own_page_gives_commands(self):
         with Camera(BUILD, "--view-controls") as camera:
@@ -71,12 +82,10 @@ class Served(unittest.TestCase):
                 status = (process / "status").read_text(encoding="utf-8")
                 self.assertLess(int(re.search(r"VmHWM:\s+(\d+)", status)[1]), 80_000)
             # Nothing is computed while nothing changes.
-            def number():
-                return ask(camera, "GET", "/picture")[0].getheader("X-Picture")
-            wait_for("the automatic exposure", lambda: len({number() for _ in range(6)}) == 1)
+            drawn_at_rest(camera)
             first = ask(camera, "GET", "/picture")
             self.assertTrue(first[1].startswith(b"\xff\xd8") and first[1].endswith(b"\xff\xd9"))
-            self.assertEqual(number(), first[0].getheader("X-Picture"))
+            self.assertEqual(drawn(camera), int(first[0].getheader("X-Picture")))
             camera.simulator("set pan 20")
             after = ask(camera, "GET", f"/picture?after={first[0].getheader('X-Picture')}")
             self.assertEqual(int(after[0].getheader("X-Picture")), int(first[0].getheader("X-Picture")) + 1)
@@ -108,14 +117,21 @@ class Seen(unittest.TestCase):
             self.fail(f"the picture stays {seen}")
         return seen
 
+    def look_at_rest(self):
+        """The picture that was drawn last, in the page: words may be there before the picture they belong to."""
+        number = drawn_at_rest(self.camera)
+        return self.look(lambda seen: seen["number"] == number)
+
     def text(self, element):
         return self.browser.value(f"document.getElementById('{element}').textContent")
 
     def test_pictures_follow_the_camera(self):
         ptzctl = self.camera.ptzctl
-        first = self.look(lambda seen: seen["colour"] > 5)
+        self.look(lambda seen: seen["colour"] > 5)
+        first = self.look_at_rest()
         ptzctl("move", "pan=40", "zoom=2000", "--wait")
-        moved = self.look(lambda seen: "40 degrees to the right" in seen["alt"])
+        self.look(lambda seen: "40 degrees to the right" in seen["alt"])
+        moved = self.look_at_rest()
         self.assertGreater(moved["number"], first["number"])
         self.assertGreater(abs(moved["bright"] - first["bright"]) + abs(moved["blue"] - first["blue"]), 1)
         wait_for("the words", lambda: "40 degrees to the right" in self.text("announce"))
@@ -135,12 +151,13 @@ class Seen(unittest.TestCase):
         self.look(lambda seen: seen["colour"] < 2 and "grey" in seen["alt"])
         ptzctl("params", "set", "ImageSource.IrCutFilter", "yes")
         # Frozen while it moves, and live again where it stands.
+        self.look(lambda seen: seen["colour"] > 5)
         ptzctl("params", "set", "UserAdv.CamImageFreeze", "on")
         self.camera.simulator("fault stall pan")
-        before = self.look(lambda seen: seen["colour"] > 5)
+        kept = self.look_at_rest()["number"]
         ptzctl("move", "pan=41", "tilt=20")
         frozen = self.look(lambda seen: "Frozen" in seen["alt"] and "20 degrees up" in seen["alt"])
-        self.assertEqual(frozen["number"], before["number"])
+        self.assertEqual(frozen["number"], kept)
         self.camera.simulator("clear faults")
         self.look(lambda seen: seen["number"] > frozen["number"] and "Frozen" not in seen["alt"])
         self.camera.simulator("fault power-loss")
