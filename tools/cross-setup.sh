@@ -7,7 +7,7 @@
 set -Eeuo pipefail
 cd "$(dirname "$0")/.."
 
-sysroot_packages=(libc6-dev libstdc++6 libglib2.0-dev libasound2-dev libsystemd-dev libjson-glib-dev libgtest-dev
+sysroot_packages=(libc6-dev libstdc++6 libglib2.0-dev libasound2-dev libjson-glib-dev libgtest-dev
                   libgmock-dev)
 
 # MACHINE: Debian's architecture, triplet, emulator, processor family of meson, byte order, compiler flags

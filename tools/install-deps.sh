@@ -4,13 +4,13 @@
 set -euo pipefail
 
 declare -A groups=(
-    [install]="make meson ninja-build g++ pkg-config libglib2.0-dev libasound2-dev libsystemd-dev libjson-glib-dev
+    [install]="make meson ninja-build g++ pkg-config libglib2.0-dev libasound2-dev libjson-glib-dev
                libncurses-dev libevdev-dev libsoup-3.0-dev libcairo2-dev libturbojpeg0-dev"
-    [build]="make meson ninja-build g++ pkg-config libglib2.0-dev libasound2-dev libsystemd-dev libjson-glib-dev
+    [build]="make meson ninja-build g++ pkg-config libglib2.0-dev libasound2-dev libjson-glib-dev
              libncurses-dev libevdev-dev libsoup-3.0-dev libcairo2-dev libturbojpeg0-dev dbus dbus-daemon python3-gi
              libgtest-dev libgmock-dev libbenchmark-dev mandoc chromium python3-websocket"
     [deb]="make build-essential debhelper dh-sequence-installsysusers lintian meson pkg-config libglib2.0-dev
-           libasound2-dev libsystemd-dev libjson-glib-dev libncurses-dev libevdev-dev libsoup-3.0-dev libcairo2-dev
+           libasound2-dev libjson-glib-dev libncurses-dev libevdev-dev libsoup-3.0-dev libcairo2-dev
            libturbojpeg0-dev"
     [deb-test]="mmdebstrap binutils"
     [fuzz]="clang libclang-rt-14-dev"

@@ -3,8 +3,14 @@
 #include "ptzorvel/ptz_driver.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
 #include <string>
-#include <systemd/sd-daemon.h>
+#include <string_view>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -12,10 +18,43 @@ namespace {
 constexpr std::uint64_t kUsualPatienceUs = 60'000'000; // where the manager has no watchdog
 constexpr std::uint64_t kLongestPauseUs = 5'000'000;   // between two looks
 
+// The number in a variable of the environment; 0: none.
+std::uint64_t number_in(const char *variable)
+{
+    const char *value = std::getenv(variable);
+    const std::string_view text = value != nullptr ? value : "";
+    std::uint64_t number = 0;
+    const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return problem == std::errc() && end == text.data() + text.size() ? number : 0;
+}
+
 std::uint64_t watchdog_us()
 {
-    std::uint64_t us = 0;
-    return sd_watchdog_enabled(0, &us) > 0 ? us : kUsualPatienceUs;
+    const std::uint64_t us = number_in("WATCHDOG_USEC");
+    const bool other = std::getenv("WATCHDOG_PID") != nullptr &&
+                       number_in("WATCHDOG_PID") != static_cast<std::uint64_t>(::getpid());
+    return us != 0 && !other ? us : kUsualPatienceUs;
+}
+
+// Lines for the manager, which nobody misses where there is none. Its own library has them too, and brings a megabyte
+// of others along for what systemd's journal needs.
+void notify(const std::string &lines)
+{
+    const char *path = std::getenv("NOTIFY_SOCKET");
+    sockaddr_un address{};
+    const std::size_t length = path != nullptr ? std::strlen(path) : 0;
+    if (length < 2 || length >= sizeof address.sun_path || (path[0] != '/' && path[0] != '@'))
+        return;
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path, length);
+    if (path[0] == '@') // a name outside every folder
+        address.sun_path[0] = '\0';
+    const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (fd < 0)
+        return;
+    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + length);
+    ::sendto(fd, lines.data(), lines.size(), MSG_NOSIGNAL, reinterpret_cast<const sockaddr *>(&address), size);
+    ::close(fd);
 }
 
 } // namespace
@@ -33,12 +72,12 @@ void ServiceManager::state_changed(int state, const char *words)
     const bool starts =
         state == PTZ_STATE_NOT_OPENED || state == PTZ_STATE_INITIALISING || state == PTZ_STATE_UPGRADING;
     const bool becomes_ready = !starts && !ready_.exchange(true);
-    sd_notifyf(0, "%sSTATUS=Camera: %s", becomes_ready ? "READY=1\n" : "", words);
+    notify((becomes_ready ? "READY=1\nSTATUS=Camera: " : "STATUS=Camera: ") + std::string(words));
 }
 
 void ServiceManager::end()
 {
-    sd_notify(0, "STOPPING=1");
+    notify("STOPPING=1");
 }
 
 bool ServiceManager::look()
@@ -53,6 +92,6 @@ bool ServiceManager::look()
     std::string text = "WATCHDOG=1";
     if (!ready_ || deadlines_.waits_for_upgrade())
         text += "\nEXTEND_TIMEOUT_USEC=" + std::to_string(patience_us_);
-    sd_notify(0, text.c_str());
+    notify(text);
     return true;
 }
