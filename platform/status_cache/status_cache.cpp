@@ -92,14 +92,16 @@ void status_cache_numbers(const char *group, const char *const *keys, gsize coun
 {
     const std::lock_guard lock(cache_mutex);
     std::fill_n(numbers, count, std::numeric_limits<double>::quiet_NaN());
-    for (const Group &found : cache) {
-        if (found.name != group)
-            continue;
-        for (const Entry &entry : found.entries)
-            for (gsize i = 0; i < count; i++)
-                if (entry.key == keys[i])
-                    numbers[i] = entry.type == SC_TYPE_INTEGER ? static_cast<double>(std::bit_cast<gint32>(entry.value))
-                                                               : static_cast<double>(std::bit_cast<float>(entry.value));
+    const auto found = std::find_if(cache.begin(), cache.end(), [&](const Group &one) { return one.name == group; });
+    if (found == cache.end())
+        return;
+    for (gsize i = 0; i < count; i++) {
+        const std::string_view key = keys[i];
+        const auto entry =
+            std::find_if(found->entries.begin(), found->entries.end(), [&](const Entry &one) { return one.key == key; });
+        if (entry != found->entries.end())
+            numbers[i] = entry->type == SC_TYPE_INTEGER ? static_cast<double>(std::bit_cast<gint32>(entry->value))
+                                                        : static_cast<double>(std::bit_cast<float>(entry->value));
     }
 }
 

@@ -42,14 +42,19 @@ AxisPositions published_positions()
     return published_view().positions;
 }
 
+GVariant *number_entry(const char *name, double number)
+{
+    return g_variant_new_dict_entry(g_variant_new_string(name), g_variant_new_double(number));
+}
+
 GVariant *axis_positions_variant(const AxisPositions &positions)
 {
-    GVariantBuilder numbers;
-    g_variant_builder_init(&numbers, G_VARIANT_TYPE("a{sd}"));
+    std::array<GVariant *, AXIS_COUNT> entries{};
+    std::size_t count = 0;
     for (std::size_t axis = 0; axis < AXIS_COUNT; axis++)
         if (positions[axis])
-            g_variant_builder_add(&numbers, "{sd}", kAxes[axis].name, *positions[axis]);
-    return g_variant_builder_end(&numbers);
+            entries[count++] = number_entry(kAxes[axis].name, *positions[axis]);
+    return g_variant_new_array(G_VARIANT_TYPE("{sd}"), entries.data(), count);
 }
 
 GVariant *axis_names_variant(AxisMask axes)

@@ -61,6 +61,8 @@ struct PublishedView {
 PublishedView published_view();
 AxisPositions published_positions();
 
-// a{sd}, floating, and "as" of the axes in the mask.
+// {sd}, a{sd} and "as" of the axes in the mask, floating. Positions are told thirty times a second: reading formats
+// would take as long as all the rest.
+GVariant *number_entry(const char *name, double number);
 GVariant *axis_positions_variant(const AxisPositions &positions);
 GVariant *axis_names_variant(AxisMask axes);

@@ -28,6 +28,14 @@ void MainTimer::start()
     g_source_attach(source_, nullptr);
 }
 
+bool MainTimer::postpone()
+{
+    const std::lock_guard lock(mutex_);
+    if (source_ != nullptr)
+        g_source_set_ready_time(source_, g_get_monotonic_time() + gint64{period_ms_} * 1500);
+    return source_ != nullptr;
+}
+
 gboolean MainTimer::on_tick(gpointer data)
 {
     auto *self = static_cast<MainTimer *>(data);

@@ -18,6 +18,8 @@ class MainTimer {
 
     // Any thread; one tick more at least follows.
     void start();
+    // Main thread: while it runs, the next tick comes a period and a half from now. False: it does not run.
+    bool postpone();
 
   private:
     static gboolean on_tick(gpointer self);

@@ -105,6 +105,12 @@ void Motion::stop()
         track.stop();
 }
 
+void Motion::position_looked()
+{
+    if (timer_.postpone())
+        tick();
+}
+
 bool Motion::tick()
 {
     const MotionLook now = look();

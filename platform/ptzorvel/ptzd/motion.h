@@ -60,6 +60,9 @@ class Motion {
     void axes_reported(AxisMask moving);
     void camera_stopped();
 
+    // Main thread. A new position is looked at here: moves are looked at with it, not in a waking of their own.
+    void position_looked();
+
     // Any thread. A stop was asked for: all moves that are under way.
     void stop();
     // Axes that the driver reports as moving; and those that count as moving, as the property Moving has it.

@@ -42,14 +42,17 @@ GVariant *PositionSignals::variant(const View &view) const
 {
     const double age = host_.status_age().value_or(-1);
     const auto ago_us = static_cast<gint64>(age < 0 ? 0 : age / time_scale_ * 1e6);
-    GVariantBuilder fields;
-    g_variant_builder_init(&fields, G_VARIANT_TYPE("a{sd}"));
+    std::array<GVariant *, 2> fields{};
+    std::size_t count = 0;
     for (const auto &[name, degrees] :
          {std::pair("horizontal", view.published.horizontal), std::pair("vertical", view.published.vertical)})
         if (degrees >= 0)
-            g_variant_builder_add(&fields, "{sd}", name, degrees);
-    return g_variant_new("(xd@a{sd}a{sd}@as)", g_get_real_time() - ago_us, age,
-                         axis_positions_variant(view.published.positions), &fields, axis_names_variant(view.moving));
+            fields[count++] = number_entry(name, degrees);
+    const std::array<GVariant *, 5> parts{g_variant_new_int64(g_get_real_time() - ago_us), g_variant_new_double(age),
+                                          axis_positions_variant(view.published.positions),
+                                          g_variant_new_array(G_VARIANT_TYPE("{sd}"), fields.data(), count),
+                                          axis_names_variant(view.moving)};
+    return g_variant_new_tuple(parts.data(), parts.size());
 }
 
 GVariant *PositionSignals::position() const

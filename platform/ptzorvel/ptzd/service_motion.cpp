@@ -47,7 +47,10 @@ void PtzService::make_position()
     };
     const auto moving = [this] { return motion_->under_way(); };
     presets_ = std::make_unique<Presets>(Presets::Service{emit_it, moving}, options_.state_dir);
-    const auto looked = [this](const AxisPositions &positions) { presets_->look(positions); };
+    const auto looked = [this](const AxisPositions &positions) {
+        presets_->look(positions);
+        motion_->position_looked();
+    };
     position_signals_ = std::make_unique<PositionSignals>(PositionSignals::Service{emit_it, moving, looked}, host_,
                                                           options_.time_scale);
     const auto answers = [this] {
