@@ -31,8 +31,8 @@ std::uint64_t number_in(const char *variable)
 std::uint64_t watchdog_us()
 {
     const std::uint64_t us = number_in("WATCHDOG_USEC");
-    const bool other = std::getenv("WATCHDOG_PID") != nullptr &&
-                       number_in("WATCHDOG_PID") != static_cast<std::uint64_t>(::getpid());
+    const bool other =
+        std::getenv("WATCHDOG_PID") != nullptr && number_in("WATCHDOG_PID") != static_cast<std::uint64_t>(::getpid());
     return us != 0 && !other ? us : kUsualPatienceUs;
 }
 
