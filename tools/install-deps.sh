@@ -9,7 +9,7 @@ declare -A groups=(
     [build]="make meson ninja-build g++ pkg-config libglib2.0-dev libasound2-dev libjson-glib-dev
              libncurses-dev libevdev-dev libsoup-3.0-dev libcairo2-dev libturbojpeg0-dev dbus dbus-daemon python3-gi
              libgtest-dev libgmock-dev libbenchmark-dev mandoc chromium python3-websocket"
-    [deb]="make build-essential debhelper dh-sequence-installsysusers lintian meson pkg-config libglib2.0-dev
+    [deb]="make build-essential debhelper lintian meson pkg-config libglib2.0-dev
            libasound2-dev libjson-glib-dev libncurses-dev libevdev-dev libsoup-3.0-dev libcairo2-dev
            libturbojpeg0-dev"
     [deb-test]="mmdebstrap binutils"

@@ -4,19 +4,19 @@
 # failed". VM_DIR keeps the kernel and the system, which root makes once, and systemd.log.
 set -euo pipefail
 
-# make_system FILE: what the packages need and no more.
+# make_system FILE PACKAGE,...: what the packages need and no more.
 make_system() {
     local root name left_out=()
     root=$(mktemp -d)
     for name in doc man locale info; do left_out+=("--dpkgopt=path-exclude=/usr/share/$name/*"); done
     # shellcheck disable=SC2016 # the hook's
     mmdebstrap --variant=essential --aptopt='Apt::Install-Recommends "false"' "${left_out[@]}" \
-        --include=systemd,dbus,libglib2.0-0,libasound2,libstdc++6 \
+        --include="systemd,dbus,$2" \
         --customize-hook='rm "$1"/etc/dpkg/dpkg.cfg.d/99mmdebstrap && ln -s lib/systemd/systemd "$1/init"' bookworm "$root"
     (cd "$root" && find . -xdev | cpio -o -H newc --quiet) | zstd -q -3 >"$1.new" && mv "$1.new" "$1"
     rm -rf "$root"
 }
-if [[ $1 == make_system ]]; then make_system "$2"; exit; fi
+if [[ $1 == make_system ]]; then make_system "$2" "$3"; exit; fi
 
 vm=$(mkdir -p "$1" && cd "$1" && pwd) debs=$(cd "${2:?usage: tests/vm/systemd.sh VM_DIR DEB_DIR}" && pwd)
 cd "$(dirname "$0")/../.."
@@ -28,10 +28,13 @@ trap 'rm -rf "$work"' EXIT
 fail() { echo "systemd: $*, see $vm/systemd.log" >&3; echo '0 passed, 1 failed' >&3; exit 1; }
 
 tests/vm/kernel.sh "$vm/kernel" || fail 'no kernel'
-system=$vm/systemd-$(declare -f make_system | cksum | cut -d ' ' -f 1).cpio.zst
+# Packages of others, by their names alone, the first where one of several will do.
+needed=$(for name in "${ours[@]}"; do dpkg-deb -f "$debs/${name}"_*.deb Depends; done | tr ',' '\n' | sed 's/[(|].*//; s/ //g' |
+    grep -vxFf <(printf '%s\n' "${ours[@]}") | sort -u | paste -sd ,)
+system=$vm/systemd-$({ declare -f make_system; echo "$needed"; } | cksum | cut -d ' ' -f 1).cpio.zst
 as_root=()
 (($(id -u) == 0)) || as_root=(sudo)
-[[ -f $system ]] || "${as_root[@]}" "$PWD/tests/vm/systemd.sh" make_system "$system" || fail 'a Debian 12 cannot be made'
+[[ -f $system ]] || "${as_root[@]}" "$PWD/tests/vm/systemd.sh" make_system "$system" "$needed" || fail 'a Debian 12 cannot be made'
 
 # What is to be tried is an archive of its own before the system's.
 mkdir -p "$work"/{debs/old,etc/systemd/system}

@@ -175,25 +175,27 @@ class Tour {
         }
     }
 
-    // Kept here, found again from elsewhere, and forgotten.
+    // Kept somewhere, found again from elsewhere, and forgotten.
     void presets()
     {
         step_ = "a preset is kept, left and found again";
         const char *const name = "ptzctl tour";
-        const double pan = at("pan"), tilt = at("tilt");
+        const double pan = 30, tilt = 10;
+        const auto there = move_to_its_end(
+            service_, {{"pan", "absolute", pan}, {"tilt", "absolute", tilt}, {"zoom", "absolute", 3000}});
         const auto preset = [&](const char *method, GVariant *arguments) {
             return service_.call_of(kPresetsInterface, method, arguments, "()");
         };
         const char *const axes[] = {"pan", "tilt", "zoom", nullptr}, *const none[] = {nullptr};
         preset("Set", g_variant_new("(s^as^as)", name, axes, none));
-        const auto away = move_to_its_end(service_, {{"pan", "relative", pan > 0 ? -20.0 : 20.0}});
+        const auto away = move_to_its_end(service_, {{"pan", "relative", -20}});
         FollowedMove back(service_);
         preset("Goto", g_variant_new("(sdu)", name, 0.0, back.id()));
         const auto result = back.wait();
         preset("Remove", g_variant_new("(s)", name));
-        if (!away || !result)
+        if (!there || !away || !result)
             throw Interrupted();
-        end(away->reached && result->reached && std::fabs(at("pan") - pan) <= 0.05 &&
+        end(there->reached && away->reached && result->reached && std::fabs(at("pan") - pan) <= 0.05 &&
                 std::fabs(at("tilt") - tilt) <= 0.05,
             "at " + number_text(at("pan")) + ", " + number_text(at("tilt")));
     }
