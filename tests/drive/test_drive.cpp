@@ -179,6 +179,7 @@ TEST_F(Drive, WhatIsHeldMovesAndStandsWhateverEndsIt)
         {"quit", "\x1b[?11u", "q", 0, 0},
         {"lost", "\x1b[?11u", nullptr, 0, 0},
         {"hung up", "\x1b[?11u", "", SIGHUP, 0},
+        {"told to quit", "\x1b[?11u", "", SIGQUIT, 0},
         {"killed", "\x1b[?11u", "", SIGKILL, SIGKILL},
     };
     start_all();
@@ -202,6 +203,9 @@ TEST_F(Drive, WhatIsHeldMovesAndStandsWhateverEndsIt)
             EXPECT_FALSE(terminal->ended());
         } else {
             EXPECT_EQ(terminal->wait(), status);
+            if (keys != nullptr && status == 0) {
+                EXPECT_THAT(terminal->shown(), HasSubstr("\x1b[?1049l")); // the terminal is as it was
+            }
         }
     }
     EXPECT_EQ(sim_counts("Offences"), Counts{});
