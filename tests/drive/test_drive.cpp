@@ -228,7 +228,7 @@ TEST_F(Drive, PutsTheTerminalBackAlsoWhenTheServiceHangs)
     await_pan(0);
 }
 
-TEST_F(Drive, AControllerMovesTheCameraUntilItIsGone)
+TEST_F(Drive, AControllerMovesTheCameraUntilItIsGoneAndDigitsGoToPresets)
 {
     const std::string pad = folder.file("pad");
     ASSERT_EQ(mkfifo(pad.c_str(), 0600), 0);
@@ -239,6 +239,10 @@ TEST_F(Drive, AControllerMovesTheCameraUntilItIsGone)
             ASSERT_EQ(write(events, &event, sizeof event), static_cast<ssize_t>(sizeof event));
     };
     start_all();
+    for (const char *pan : {"10", "20"}) {
+        ptzctl({"move", "--wait", std::string("pan=") + pan});
+        ptzctl({"preset", "set", pan, "pan"});
+    }
     ptzctl({"move", "--wait", "pan=-170"});
     const auto terminal = drive({"--gamepad-device", pad, "--speed", "1"}, preloaded());
     await_shown(*terminal, "Pad");
@@ -251,6 +255,9 @@ TEST_F(Drive, AControllerMovesTheCameraUntilItIsGone)
     close(events);
     await_pan(0);
     await_shown(*terminal, "controller gone");
+    await_shown(*terminal, "2 20");
+    terminal->type("2");
+    await_sim("Pan", 20, 0.1);
     EXPECT_EQ(sim_counts("Offences"), Counts{});
 }
 
