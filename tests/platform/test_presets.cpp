@@ -7,9 +7,7 @@
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::StartsWith;
 
 class PresetsTest : public ServiceTest {

@@ -57,8 +57,10 @@ TEST(MetricsFile, GivesUpADiskThatHangs)
     const TempFolder folder;
     {
         const std::lock_guard hung(disk);
-        MetricsFile(
+        std::optional<MetricsFile> file;
+        file.emplace(
             folder.file("late"), [] { return "1\n"; }, std::chrono::milliseconds(10));
+        file.reset();
         EXPECT_FALSE(std::filesystem::exists(folder.file("late")));
     }
     run_until([&] { return folder.read("late") == "1\n"; }); // by a thread that is still there
