@@ -114,9 +114,9 @@ TEST_F(Traces, AreSwitchedOverTheBusAndFollowedOverTheirTurn)
     const auto property = [this] { return client.property("Trace"); };
     EXPECT_EQ(property(), "(<''>,)");
     ASSERT_EQ(mkfifo(at("stuck.conf").c_str(), 0600), 0); // nobody ever writes it
-    std::vector<ReplyPtr> replies;
-    for (int i = 0; i < 5; ++i) // while it begins, and when it has begun
-        replies.push_back(client.send("SetTrace", "(true,)"));
+    std::vector<ReplyPtr> replies(5);                     // while it begins, and when it has begun
+    for (ReplyPtr &reply : replies)
+        reply = client.send("SetTrace", "(true,)");
     for (const ReplyPtr &reply : replies)
         EXPECT_EQ(Client::wait(reply).said(), "('" + at("ptzd.trace") + "',)");
     EXPECT_EQ(property(), "(<'" + at("ptzd.trace") + "'>,)");
