@@ -11,7 +11,9 @@
 namespace sim::view {
 namespace {
 
+constexpr long kMostConnections = 64;
 constexpr std::size_t kMostWaiting = 32; // pictures and events together
+constexpr guint kSilenceS = 10;          // of a connection that is to ask for something
 constexpr std::size_t kMostCommand = 256;
 constexpr std::int64_t kPatienceUs = 10'000'000; // of a request for a picture, and between two signs of life
 
@@ -81,9 +83,16 @@ struct Web::Impl {
     Impl(const Impl &) = delete;
     Impl &operator=(const Impl &) = delete;
 
-    // The server's own listener (libsoup 3.2) would lose a socket a connection.
+    // The server's own listener (libsoup 3.2) would lose a socket a connection. Each that is there holds a share of
+    // `open`; one too many is closed when nobody holds it any more, which is at once.
     static gboolean incoming(GSocketService *, GSocketConnection *connection, GObject *, gpointer data)
     {
+        auto &open = static_cast<Impl *>(data)->open;
+        if (open.use_count() > kMostConnections)
+            return TRUE;
+        g_object_set_data_full(G_OBJECT(connection), "open", new std::shared_ptr<void>(open),
+                               [](gpointer share) { delete static_cast<std::shared_ptr<void> *>(share); });
+        g_socket_set_timeout(g_socket_connection_get_socket(connection), kSilenceS);
         GSocketAddress *local = g_socket_connection_get_local_address(connection, nullptr);
         GSocketAddress *remote = g_socket_connection_get_remote_address(connection, nullptr);
         GErrorSlot error; // somebody who has gone already
@@ -234,6 +243,7 @@ struct Web::Impl {
     GSocketService *listener;
     std::string address; // of the page
     std::list<Waiting> waiting;
+    std::shared_ptr<void> open = std::make_shared<char>(); // shared with every connection
 };
 
 Web::Web(Hooks hooks) : impl_(std::make_unique<Impl>(std::move(hooks)))

@@ -6,6 +6,8 @@
 //                           10 s); its number is in the header X-Picture. Without `after` the one of this moment
 //   GET /events             the state, now and after every change
 //   POST /command           a line of the command language (see sim/command.h)
+//
+// There are 64 connections at most: one more is closed at once, and one that asks for nothing after 10 s of silence.
 #pragma once
 
 #include "sim/board.h"

@@ -179,6 +179,7 @@ TEST_F(Drive, WhatIsHeldMovesAndStandsWhateverEndsIt)
         {"quit", "\x1b[?11u", "q", 0, 0},
         {"lost", "\x1b[?11u", nullptr, 0, 0},
         {"hung up", "\x1b[?11u", "", SIGHUP, 0},
+        {"told to quit", "\x1b[?11u", "", SIGQUIT, 0},
         {"killed", "\x1b[?11u", "", SIGKILL, SIGKILL},
     };
     start_all();
@@ -202,6 +203,9 @@ TEST_F(Drive, WhatIsHeldMovesAndStandsWhateverEndsIt)
             EXPECT_FALSE(terminal->ended());
         } else {
             EXPECT_EQ(terminal->wait(), status);
+            if (keys != nullptr && status == 0) {
+                EXPECT_THAT(terminal->shown(), HasSubstr("\x1b[?1049l")); // the terminal is as it was
+            }
         }
     }
     EXPECT_EQ(sim_counts("Offences"), Counts{});
@@ -224,7 +228,7 @@ TEST_F(Drive, PutsTheTerminalBackAlsoWhenTheServiceHangs)
     await_pan(0);
 }
 
-TEST_F(Drive, AControllerMovesTheCameraUntilItIsGone)
+TEST_F(Drive, AControllerMovesTheCameraUntilItIsGoneAndDigitsGoToPresets)
 {
     const std::string pad = folder.file("pad");
     ASSERT_EQ(mkfifo(pad.c_str(), 0600), 0);
@@ -235,6 +239,10 @@ TEST_F(Drive, AControllerMovesTheCameraUntilItIsGone)
             ASSERT_EQ(write(events, &event, sizeof event), static_cast<ssize_t>(sizeof event));
     };
     start_all();
+    for (const char *pan : {"10", "20"}) {
+        ptzctl({"move", "--wait", std::string("pan=") + pan});
+        ptzctl({"preset", "set", pan, "pan"});
+    }
     ptzctl({"move", "--wait", "pan=-170"});
     const auto terminal = drive({"--gamepad-device", pad, "--speed", "1"}, preloaded());
     await_shown(*terminal, "Pad");
@@ -247,6 +255,9 @@ TEST_F(Drive, AControllerMovesTheCameraUntilItIsGone)
     close(events);
     await_pan(0);
     await_shown(*terminal, "controller gone");
+    await_shown(*terminal, "2 20");
+    terminal->type("2");
+    await_sim("Pan", 20, 0.1);
     EXPECT_EQ(sim_counts("Offences"), Counts{});
 }
 

@@ -7,9 +7,7 @@
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::StartsWith;
 
 class PresetsTest : public ServiceTest {
@@ -49,6 +47,9 @@ TEST_F(PresetsTest, OfAListAllAreTakenOrNone)
     };
     for (const auto &[presets, why] : refused)
         EXPECT_THAT(import(0, 1, presets), StartsWith(why)) << presets;
+    for (const char *mark : {"061c", "200e", "200f", "2028", "2029", "202a", "202e", "2066", "2069"})
+        EXPECT_THAT(import(0, 1, one("a\\u" + std::string(mark) + "b")),
+                    StartsWith("InvalidArgument: Preset \"a?b\": name: there are control characters"));
     EXPECT_EQ(list(), "([],)");
 
     // A list in parts is one client's; its last part brings it into force.
@@ -66,6 +67,19 @@ TEST_F(PresetsTest, OfAListAllAreTakenOrNone)
     EXPECT_THAT(import(0, 1, one("z")), StartsWith("LimitsExceeded: That would be more than 256 presets"));
     EXPECT_EQ(import(0, 1, one("a", "{'pan': 2.0}")), "()"); // in the place of the one there is
     EXPECT_THAT(list(), StartsWith("([('a', {'pan': 2.0}, {}), ('" + longest));
+}
+
+TEST(PresetFile, WhatIsLeftOutOfItIsSaid)
+{
+    std::string text;
+    for (int i = 0; i <= 257; ++i) // "1" twice
+        text += "[" + std::to_string(i) + "]\nName=" + std::to_string(std::max(i, 1)) + "\npan=1\n";
+    const GKeyFileOwned file(g_key_file_new());
+    ASSERT_TRUE(g_key_file_load_from_data(file.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr));
+    std::vector<std::string> problems;
+    EXPECT_EQ(PresetList::from_file(file.get(), problems).all().size(), 256u);
+    EXPECT_THAT(problems, ElementsAre("Preset \"1\": there is one of that name before it.",
+                                      "Preset \"257\": there are 256 before it, which is the most."));
 }
 
 TEST_F(PresetsTest, GoToTheDriverAsMovesToPresetsAfterTheirSettings)

@@ -4,9 +4,24 @@
 #include "ptzorvel/ptzd/histogram.h"
 #include "ptzorvel/ptzd/metrics_file.h"
 
+#include <fcntl.h>
 #include <filesystem>
+#include <mutex>
 #include <sstream>
 #include <sys/stat.h>
+
+namespace {
+
+std::mutex disk; // held: it hangs
+
+}
+
+// In the place of the C library's.
+extern "C" __attribute__((visibility("default"))) int rename(const char *from, const char *to) noexcept
+{
+    const std::lock_guard writing(disk);
+    return renameat(AT_FDCWD, from, AT_FDCWD, to);
+}
 
 namespace {
 
@@ -35,6 +50,20 @@ TEST(MetricsFile, TakesTheirPlaceFromFilesAlone)
         MetricsFile(path, [] { return "1\n"; });
     EXPECT_TRUE(std::filesystem::is_fifo(pipe));
     EXPECT_EQ(folder.read("new"), "1\n");
+}
+
+TEST(MetricsFile, GivesUpADiskThatHangs)
+{
+    const TempFolder folder;
+    {
+        const std::lock_guard hung(disk);
+        std::optional<MetricsFile> file;
+        file.emplace(
+            folder.file("late"), [] { return "1\n"; }, std::chrono::milliseconds(10));
+        file.reset();
+        EXPECT_FALSE(std::filesystem::exists(folder.file("late")));
+    }
+    run_until([&] { return folder.read("late") == "1\n"; }); // by a thread that is still there
 }
 
 class MetricsOf : public SystemTest {

@@ -169,6 +169,20 @@ TEST_F(SystemPresets, ThePictureIsNeverLeftFrozenWhateverEndsTheMove)
     }
     ptzctl({"preset", "goto", "far", "--wait"});
     await_frozen(false);
+    // Nor does the service's end leave it so, or the start after one that was killed.
+    for (const int signal : {SIGTERM, SIGKILL}) {
+        SCOPED_TRACE(signal);
+        sim_command("set pan 0");
+        EXPECT_EQ(client.preset("Goto", "('far', 0.1, uint32 0)"), "()");
+        await_frozen(true);
+        ptzd->signal(signal);
+        ptzd->wait();
+        EXPECT_THAT(folder.read("picture"), HasSubstr(signal == SIGTERM ? "frozen=0" : "frozen=1"));
+        start_ptzd();
+        await_state(1);
+        EXPECT_THAT(folder.read("picture"), HasSubstr("frozen=0"));
+        EXPECT_FALSE(frozen());
+    }
 }
 
 TEST_F(SystemPresets, ThePositionIsToldAsItChangesAndNotOtherwise)

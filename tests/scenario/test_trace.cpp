@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 #include <sstream>
+#include <sys/stat.h>
 
 namespace {
 
@@ -112,8 +113,14 @@ TEST_F(Traces, AreSwitchedOverTheBusAndFollowedOverTheirTurn)
     await_state(1);
     const auto property = [this] { return client.property("Trace"); };
     EXPECT_EQ(property(), "(<''>,)");
-    EXPECT_EQ(client.call("SetTrace", "(true,)").text, "('" + at("ptzd.trace") + "',)");
+    ASSERT_EQ(mkfifo(at("stuck.conf").c_str(), 0600), 0); // nobody ever writes it
+    std::vector<ReplyPtr> replies(5);                     // while it begins, and when it has begun
+    for (ReplyPtr &reply : replies)
+        reply = client.send("SetTrace", "(true,)");
+    for (const ReplyPtr &reply : replies)
+        EXPECT_EQ(Client::wait(reply).said(), "('" + at("ptzd.trace") + "',)");
     EXPECT_EQ(property(), "(<'" + at("ptzd.trace") + "'>,)");
+    EXPECT_THAT(folder.read("ptzd.trace"), HasSubstr("\n# stuck.conf is no regular file and is left out\n"));
     // Polls of a fast camera fill it; each of the two files has half of the megabyte.
     const auto follow =
         run({PTZCTL_FILE, "decode", "--follow", "--json", at("ptzd.trace"), "--record", "Set"}, "followed");

@@ -8,6 +8,7 @@ import http.client
 import importlib.util
 import pathlib
 import re
+import socket
 import subprocess
 import sys
 import unittest
@@ -58,9 +59,28 @@ def drawn_at_rest(camera):
     return drawn(camera)
 
 
+def has_room(camera):
+    """Whether it takes another connection."""
+    try:
+        return ask(camera, "GET", "/")[0].status == 200
+    except ConnectionError:
+        return False
+
+
 class Served(unittest.TestCase):
-    def test_only_its_own_page_gives_commands(self):
+    def silent(self, camera):
+        """A connection that asks for nothing."""
+        host, port = camera.address.removeprefix("http://").rstrip("/").split(":")
+        return self.enterContext(socket.create_connection((host, int(port)), page_driver.PATIENCE))
+
+    def test_who_gets_what(self):
         with Camera(BUILD, "--view-controls") as camera:
+            held = [self.silent(camera) for _ in range(64)]
+            self.assertEqual(self.silent(camera).recv(1), b"")
+            for each in held[1:]:
+                each.close()
+            wait_for("room for another", lambda: has_room(camera))
+            # Only its own page gives commands.
             own = {"Origin": camera.address}
             light = "set scene-light 9"
             cases = [
@@ -95,6 +115,7 @@ class Served(unittest.TestCase):
                                    env=camera.environment, timeout=page_driver.PATIENCE, check=False)
             self.assertEqual(taken.returncode, 1)
             self.assertRegex(taken.stderr, r"krx-sim: Cannot show the picture on 127\.0\.0\.1:\d+: .*in use")
+            self.assertEqual(held[0].recv(1), b"")  # given up by now, or soon
 
 
 @unittest.skipUnless(page_driver.find() and importlib.util.find_spec("websocket"), "no Chromium, or no python3-websocket")

@@ -8,8 +8,9 @@ set -u
 
 kernel=${1:?usage: boot.sh KERNEL INITRD [QEMU-ARGUMENT...]} initrd=${2:?initrd}
 shift 2
-# One processor: with two, emulated, each burst takes twenty times as long.
-timeout --kill-after=10 "${VM_LIMIT:-300}" qemu-system-x86_64 -M pc -cpu max -accel "${VM_ACCEL:-tcg}" -smp 1 -m 512 -nodefaults \
+# One processor: with two, emulated, each burst takes twenty times as long. In the foreground, the emulator stays in the
+# process group of whoever wants it to end.
+timeout --foreground --kill-after=10 "${VM_LIMIT:-300}" qemu-system-x86_64 -M pc -cpu max -accel "${VM_ACCEL:-tcg}" -smp 1 -m 512 -nodefaults \
     -display none -no-reboot -kernel "$kernel" -initrd "$initrd" \
     -append "console=ttyS0 quiet panic=-1 mitigations=off ${VM_APPEND:-}" -serial stdio \
     -device isa-debug-exit,iobase=0xf4,iosize=4 "$@" </dev/null | stdbuf -oL tr -d '\r'

@@ -16,6 +16,13 @@ for program in qemu-system-x86_64 busybox cpio gdbus dbus-daemon make gcc; do
 done
 why=$("$here/kernel.sh" "$out/kernel") || skip "${why:-no kernel}"
 
+# begin COMMAND...: in the background, in a process group of its own, which ends with this script, whatever ends that.
+begin() { set -m; "$@" & set +m; }
+end() { local group; for group in $(jobs -pr); do kill -- "-$group"; done; }
+trap end EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM HUP
+
 # Each boot's cases, and parameters of its kernel.
 boots=('numbers driver_names without_sysfs late_request') parameters=('') tours=(walk)
 if [[ $length != --short ]]; then
@@ -29,10 +36,10 @@ fi
 cp -u "$here"/module/* "$out/module"
 make -s -C "$out/kernel/build" M="$(cd "$out/module" && pwd)" modules >"$out/module.log" 2>&1 || { cat "$out/module.log"; exit 1; }
 "$here/initramfs.sh" "$build" "$out/module/camera_board.ko" "$out/initramfs"
-"$here/host.sh" "$build" "$out" "${tours[@]}" >"$out/host.log" 2>&1 &
+begin "$here/host.sh" "$build" "$out" "${tours[@]}" >"$out/host.log" 2>&1
 host=$! systemd=
 if [[ -n $length && $length != --short ]]; then
-    "$here/systemd.sh" "$out" "$length" >"$out/systemd.result" &
+    begin "$here/systemd.sh" "$out" "$length" >"$out/systemd.result"
     systemd=$!
 fi
 
@@ -42,13 +49,18 @@ counted() {
     if (($1 == 0)); then passed=$((passed + 1)); else failed=$((failed + 1)); fi
     [[ -z $2 ]] || echo "$2"
 }
+# boot CASES PARAMETERS: what the guest says, also in OUT/console.log.
+boot() {
+    VM_LIMIT=1500 VM_APPEND="cases=$1 $2" "$here/boot.sh" "$out/kernel/vmlinuz" "$out/initramfs" \
+        -serial "file:$out/kept.tar.gz" -icount shift=1,sleep=off -rtc clock=vm | tee "$out/console.log"
+}
 for i in "${!boots[@]}"; do
     read -r -d '' -a cases <<<"${boots[i]}" || true
     # The guest's time is that of its instructions, and what it waits for comes at once: no load of this machine disturbs
     # it. It says itself what passes and fails; its second serial port gives what it keeps.
     status=0 before=$failed
-    VM_LIMIT=1500 VM_APPEND="cases=$(IFS=,; echo "${cases[*]}") ${parameters[i]}" "$here/boot.sh" "$out/kernel/vmlinuz" \
-        "$out/initramfs" -serial "file:$out/kept.tar.gz" -icount shift=1,sleep=off -rtc clock=vm | tee "$out/console.log" || status=$?
+    begin boot "$(IFS=,; echo "${cases[*]}")" "${parameters[i]}"
+    wait $! || status=$?
     for name in "${cases[@]}" kernel; do
         if grep -q "^passed: $name " "$out/console.log"; then counted 0 ''
         elif grep -q "^FAILED: $name$" "$out/console.log"; then counted 1 ''

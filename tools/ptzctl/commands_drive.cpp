@@ -26,6 +26,7 @@ class Drive {
         if (arguments.flag("--gamepad") || arguments.flag("--gamepad-device"))
             pad_ = std::make_unique<Gamepad>(arguments.value("--gamepad-device").value_or(""));
         percent_ = arguments.number("--speed").value_or(percent_);
+        std::signal(SIGQUIT, [](int) { std::raise(SIGTERM); }); // of which the main loop can be told
         screen_ = std::make_unique<Screen>();
         sources_ = {g_unix_fd_add(STDIN_FILENO, kReadable, on_keys, this),
                     g_unix_signal_add(SIGWINCH, on_resized, this), g_unix_signal_add(SIGHUP, on_hangup, this)};

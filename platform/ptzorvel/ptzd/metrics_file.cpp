@@ -2,6 +2,8 @@
 
 #include "glib_owned.h"
 
+#include <condition_variable>
+#include <mutex>
 #include <syslog.h>
 #include <utility>
 
@@ -24,12 +26,26 @@ std::string write_file(const std::string &path, const std::string &text)
 
 } // namespace
 
-struct MetricsFile::Write {
-    std::string path, text, problem;
+struct MetricsFile::Disk {
+    std::mutex mutex;
+    std::condition_variable idle;
+    bool writing = false; // under the mutex
+    std::string problem;  // the last that was told; of the thread that writes
+
+    bool await(std::chrono::steady_clock::time_point end)
+    {
+        std::unique_lock lock(mutex);
+        return idle.wait_until(lock, end, [this] { return !writing; });
+    }
 };
 
-MetricsFile::MetricsFile(std::string path, std::function<std::string()> text)
-    : path_(std::move(path)), text_(std::move(text))
+struct MetricsFile::Write {
+    std::shared_ptr<Disk> disk;
+    std::string path, text;
+};
+
+MetricsFile::MetricsFile(std::string path, std::function<std::string()> text, std::chrono::milliseconds patience)
+    : path_(std::move(path)), text_(std::move(text)), patience_(patience), disk_(std::make_shared<Disk>())
 {
     if (path_.empty())
         return;
@@ -46,36 +62,41 @@ MetricsFile::~MetricsFile()
     if (path_.empty())
         return;
     g_source_remove(timer_);
-    while (writing_)
-        g_main_context_iteration(nullptr, TRUE);
-    told(write_file(path_, text_()));
+    const auto end = std::chrono::steady_clock::now() + patience_;
+    bool written = disk_->await(end);
+    if (written) {
+        begin();
+        written = disk_->await(end);
+    }
+    if (!written)
+        syslog(LOG_WARNING, "The last metrics are not written: the disk of %s does not answer", path_.c_str());
 }
 
 void MetricsFile::begin()
 {
-    if (std::exchange(writing_, true))
-        return; // a slow disk: the next time
-    const auto done = +[](GObject *, GAsyncResult *result, gpointer self) {
-        auto *file = static_cast<MetricsFile *>(self);
-        file->writing_ = false;
-        file->told(static_cast<Write *>(g_task_get_task_data(G_TASK(result)))->problem);
-    };
-    const GOwned<GTask, g_object_unref> task(g_task_new(nullptr, nullptr, done, this));
-    g_task_set_task_data(task.get(), new Write{path_, text_(), ""},
+    {
+        const std::lock_guard lock(disk_->mutex);
+        if (std::exchange(disk_->writing, true))
+            return; // a slow disk: the next time
+    }
+    const GOwned<GTask, g_object_unref> task(g_task_new(nullptr, nullptr, nullptr, nullptr));
+    g_task_set_task_data(task.get(), new Write{disk_, path_, text_()},
                          [](gpointer data) { delete static_cast<Write *>(data); });
     g_task_run_in_thread(task.get(), write);
 }
 
 void MetricsFile::write(GTask *task, gpointer, gpointer data, GCancellable *)
 {
-    auto *work = static_cast<Write *>(data);
-    work->problem = write_file(work->path, work->text);
-    g_task_return_boolean(task, TRUE);
-}
-
-void MetricsFile::told(const std::string &problem)
-{
-    if (!problem.empty() && problem != problem_)
+    const auto *work = static_cast<const Write *>(data);
+    Disk &disk = *work->disk;
+    std::string problem = write_file(work->path, work->text);
+    if (!problem.empty() && problem != disk.problem)
         syslog(LOG_WARNING, "The metrics are not written: %s", problem.c_str());
-    problem_ = problem;
+    {
+        const std::lock_guard lock(disk.mutex);
+        disk.problem = std::move(problem);
+        disk.writing = false;
+        disk.idle.notify_one();
+    }
+    g_task_return_boolean(task, TRUE);
 }

@@ -40,8 +40,8 @@ class PresetList {
     std::optional<CallError> remove(const std::string &name);
     std::optional<CallError> rename(const std::string &name, const std::string &to);
 
-    // Its file, a key file; and the list that such a file has, without what is spoilt in it, for which `problem` has a
-    // line each.
+    // Its file, a key file; and the list that such a file has, without what is spoilt, of a name that was there before,
+    // or too many in it, for which `problems` gets a line each.
     std::string text() const;
     static PresetList from_file(GKeyFile *file, std::vector<std::string> &problems);
 

@@ -39,6 +39,11 @@ Presets::Presets(Service service, const std::string &folder)
         syslog(LOG_WARNING, "Kept presets are not used: %s", line.c_str());
     if (problems.empty())
         keeper_.is_safe(list_.text());
+    else
+        syslog(LOG_WARNING,
+               "The next change of the presets writes %s/%s anew, without what is not used: whoever wants "
+               "it copies the file before",
+               folder.c_str(), kPresetFile);
 }
 
 void Presets::change(const CallPtr &call, const Change &change)

@@ -58,6 +58,10 @@ Trace::~Trace()
 
 void Trace::begin(Begun begun)
 {
+    if (std::unique_lock lock(mutex_); beginning_ && !ending_) {
+        begun_.push_back(std::move(begun));
+        return;
+    }
     if (active_ || !over_) {
         begun(active_ ? "" : "the last one is still being written");
         return;
@@ -67,7 +71,9 @@ void Trace::begin(Begun begun)
     if (queue_ == nullptr)
         queue_ = std::make_unique<TraceQueue>();
     ending_ = over_ = false;
-    thread_ = std::thread([this, begun = std::move(begun)] { run(begun); });
+    beginning_ = true; // nobody else is here
+    begun_ = {std::move(begun)};
+    thread_ = std::thread([this] { run(); });
 }
 
 void Trace::end(std::function<void()> ended)
@@ -185,7 +191,7 @@ void Trace::signal(const char *path, const char *interface, const char *member, 
 }
 
 // The thread that writes.
-void Trace::run(const Begun &begun)
+void Trace::run()
 {
     while (queue_->oldest() != nullptr) // what came too late for the last file
         queue_->drop();
@@ -194,7 +200,14 @@ void Trace::run(const Begun &begun)
         set_active(true);
         options_.watch(this);
     }
-    begun(problem);
+    std::vector<Begun> begun;
+    {
+        const std::lock_guard lock(mutex_);
+        beginning_ = false;
+        begun.swap(begun_);
+    }
+    for (const Begun &each : begun)
+        each(problem);
     bool good = problem.empty();
     for (bool last = false; good && !last;) {
         (void)work_.try_acquire_for(kWriteEvery);

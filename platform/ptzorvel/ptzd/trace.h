@@ -41,7 +41,7 @@ class Trace {
     Trace(const Trace &) = delete;
     Trace &operator=(const Trace &) = delete;
 
-    // Begins a file, or goes on with the one that is written. Main thread, which waits for no disk.
+    // Begins a file, or goes on with the one that is written or just begins. Main thread, which waits for no disk.
     void begin(Begun begun);
     // Ends it; what was recorded is still written, and `ended` then called, on any thread. Main thread.
     void end(std::function<void()> ended = {});
@@ -67,7 +67,7 @@ class Trace {
     // A record of now with room for so many bytes; null, and counted as lost, when there is none.
     TraceRecord *begin(std::size_t size);
     void hand_over(const TraceRecord *record);
-    void run(const Begun &begun);
+    void run();
     bool write_what_waits();
     void set_active(bool active);
 
@@ -83,7 +83,9 @@ class Trace {
     std::mutex mutex_;
     // Under the mutex
     std::function<void(const std::string &file)> changed_;
-    std::vector<std::function<void()>> ended_; // whoever waits for the thread
+    bool beginning_ = false;
+    std::vector<Begun> begun_;                 // whoever waits for the file
+    std::vector<std::function<void()>> ended_; // and for the thread
 };
 
 // Records what the services of the image pipeline tell on this connection, from its making to its end.

@@ -1,6 +1,7 @@
 #include "ptzorvel/ptzd/trace_file.h"
 
 #include "clean_text.h"
+#include "ptzorvel/common/regular_file.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -8,7 +9,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
+#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -30,14 +31,18 @@ std::string clock_text()
     return text;
 }
 
-// A file of the configuration as remarks.
+// A file of the configuration as remarks. Nobody is waited for, whatever stands in its place.
 void quote_file(std::string &text, const fs::path &path)
 {
     constexpr std::size_t kMost = 65536;
-    const std::size_t begin = text.size();
-    std::ifstream file(path);
-    for (std::string line; std::getline(file, line) && text.size() - begin < kMost;)
-        text += "# conf " + path.filename().string() + " " + printable(line) + "\n";
+    const std::string name = printable(path.filename().string());
+    std::string problem;
+    const auto content = read_regular_file(path, kMost, problem);
+    if (!content)
+        text += "# " + name + " " + problem + " and is left out\n";
+    std::istringstream lines(content.value_or(""));
+    for (std::string line; std::getline(lines, line);)
+        text += "# conf " + name + " " + printable(line) + "\n";
 }
 
 std::string time_text(std::int64_t us)
@@ -66,7 +71,8 @@ std::string TraceFile::head() const
         if (entry.path().extension() == ".conf" && entry.path().filename() != kParameters)
             files.push_back(entry.path());
     std::sort(files.begin(), files.end());
-    files.push_back(fs::path(state_folder_) / kParameters);
+    if (const fs::path kept = fs::path(state_folder_) / kParameters; fs::exists(kept, error))
+        files.push_back(kept);
     for (const fs::path &file : files)
         quote_file(text, file);
     return text;
