@@ -204,7 +204,7 @@ TEST_F(Endurance, AClockThatJumpsByMonthsChangesNothing)
         EXPECT_EQ(client.call("Move", "([('pan','absolute',90.0)], 50.0, @a{sv} {})").said(), "()");
         page->clock_step_s = std::int64_t{days} * 86400;
         sim_command("set status-bit lens 7 on"); // which the driver tells with the date
-        const std::time_t now = std::time(nullptr) + static_cast<std::time_t>(page->clock_step_s * 20);
+        const std::time_t now = std::time(nullptr) + static_cast<std::time_t>(page->clock_step_s * std::stoi(scale()));
         const std::string year = " " + std::to_string(1900 + std::gmtime(&now)->tm_year);
         run_until([&] { return client.call("GetStatus").text.find(year) != std::string::npos; });
         sim_command("set status-bit lens 7 auto");

@@ -30,7 +30,7 @@ std::unique_ptr<Process> SystemTest::run(const std::vector<std::string> &command
 
 std::string SystemTest::scale() const
 {
-    return std::to_string(std::atoi(time_scale) / TIME_SLOWER);
+    return std::to_string(std::max(std::atoi(time_scale) / TIME_SLOWER, 1));
 }
 
 void SystemTest::start_sim(const std::vector<std::string> &options)

@@ -44,6 +44,9 @@ class SystemTest : public BusTest {
     std::size_t logged(const std::string &text) const { return count_of(text, ptzd->output()); }
     std::size_t logged_in_sim(const std::string &text) const { return count_of(text, sim->output()); }
 
+    // How many times faster the camera's time runs: a whole number; on an emulated machine fewer than `time_scale`.
+    std::string scale() const;
+
     const char *time_scale = "20";
     Process::Variables ptzd_variables; // beside those that every program of the system gets
     TempFolder folder;
@@ -52,7 +55,6 @@ class SystemTest : public BusTest {
     std::unique_ptr<Process> ptzd; // ends before the simulator
 
   private:
-    std::string scale() const;
     GVariant *ask_sim(const char *interface, const char *method, GVariant *arguments);
     static std::size_t count_of(const std::string &text, const std::string &log);
 
