@@ -153,6 +153,7 @@ class Drive : public SystemTest {
         return {{"LD_PRELOAD", PAD_PRELOAD},
                 {"ASAN_OPTIONS", std::string(options != nullptr ? options : "") + ":verify_asan_link_order=0"}};
     }
+    // The terminal gets what has changed only: a text is there in one piece where something else, or nothing, was before.
     void await_shown(Terminal &terminal, const std::string &text)
     {
         run_until([&] { return terminal.shown().find(text) != std::string::npos || terminal.ended(); });
@@ -187,7 +188,7 @@ TEST_F(Drive, WhatIsHeldMovesAndStandsWhateverEndsIt)
         SCOPED_TRACE(name);
         ptzctl({"move", "--wait", "pan=-170"});
         const auto terminal = drive({"--speed", "1"});
-        await_shown(*terminal, "link up");
+        await_shown(*terminal, " deg ");
         EXPECT_THAT(terminal->shown(), HasSubstr("\x1b[?u")); // it is asked
         terminal->type(before);
         terminal->type("\x1b[C");
@@ -216,7 +217,7 @@ TEST_F(Drive, PutsTheTerminalBackAlsoWhenTheServiceHangs)
     start_all();
     ptzctl({"move", "--wait", "pan=-170"});
     const auto terminal = drive({"--speed", "1"});
-    await_shown(*terminal, "link up");
+    await_shown(*terminal, " deg ");
     terminal->type("\x1b[?11u\x1b[C");
     await_pan(1);
     ptzd->signal(SIGSTOP);
