@@ -51,11 +51,13 @@ PcapngWriter::PcapngWriter(const std::string &path)
         throw Failure(EXIT_REFUSED, "Output", "cannot write '" + printable(path) + "': " + std::strerror(errno));
     std::string section;
     append(section, std::uint32_t{0x1A2B3C4D});
-    append(section, std::uint32_t{1}); // version 1.0
+    append(section, std::uint16_t{1}); // version 1.0
+    append(section, std::uint16_t{0});
     append(section, std::int64_t{-1}); // as long as it is
     block(SECTION, section);
     std::string interface;
-    append(interface, std::uint32_t{kUser0});
+    append(interface, kUser0);
+    append(interface, std::uint16_t{0}); // reserved
     append(interface, std::uint32_t{0}); // packets of any length
     block(INTERFACE, interface);
     flush();
