@@ -95,7 +95,7 @@ TEST_F(Endurance, AHundredKillsLoseNoAcknowledgedSettingAndLeaveNothing)
         take_answers();
         EXPECT_EQ(ptzd->output().find("not used"), std::string::npos) << ptzd->output();
     }
-    EXPECT_GT(acknowledged, 200 / TIME_SLOWER);
+    EXPECT_GT(acknowledged, 100 / TIME_SLOWER);
 }
 
 // A disk that can be full or read-only: its own where the test may mount one, else what limits and rights give.
