@@ -97,8 +97,8 @@ void status_cache_numbers(const char *group, const char *const *keys, gsize coun
         return;
     for (gsize i = 0; i < count; i++) {
         const std::string_view key = keys[i];
-        const auto entry =
-            std::find_if(found->entries.begin(), found->entries.end(), [&](const Entry &one) { return one.key == key; });
+        const auto entry = std::find_if(found->entries.begin(), found->entries.end(),
+                                        [&](const Entry &one) { return one.key == key; });
         if (entry != found->entries.end())
             numbers[i] = entry->type == SC_TYPE_INTEGER ? static_cast<double>(std::bit_cast<gint32>(entry->value))
                                                         : static_cast<double>(std::bit_cast<float>(entry->value));
