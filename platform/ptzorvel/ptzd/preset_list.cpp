@@ -196,7 +196,7 @@ PresetList PresetList::from_file(GKeyFile *file, std::vector<std::string> &probl
         const GTexts keys(g_key_file_get_keys(file, *group, nullptr, nullptr));
         for (char **key = keys.get(); key != nullptr && *key != nullptr; key++)
             read_key(file, *group, *key, preset);
-        const auto leave_out = [&](const char *why) {
+        const auto leave_out = [&](const std::string &why) {
             problems.push_back(of_preset(preset, {ErrorKind::invalid_argument, why}).text);
         };
         if (const auto error = check_preset(preset))
@@ -204,7 +204,7 @@ PresetList PresetList::from_file(GKeyFile *file, std::vector<std::string> &probl
         else if (list.find(preset.name) != nullptr)
             leave_out("there is one of that name before it.");
         else if (list.presets_.size() >= kMost)
-            leave_out("there are 256 before it, which is the most.");
+            leave_out("there are " + std::to_string(kMost) + " before it, which is the most.");
         else
             list.presets_.push_back(std::move(preset));
     }
