@@ -225,7 +225,8 @@ TEST_F(SystemPresets, ThePositionIsToldAsItChangesAndNotOtherwise)
         EXPECT_THAT(ptzctl({"wait", "--for", condition, "--timeout", timeout}, &result), HasSubstr(answer));
         EXPECT_EQ(result, status) << condition;
     }
-    const auto waiting = run({PTZCTL_FILE, "wait", "--for", "temperature>90"}, "wait.log"); // long before the service ends
+    const auto waiting =
+        run({PTZCTL_FILE, "wait", "--for", "temperature>90"}, "wait.log"); // long before the service ends
     EXPECT_EQ(client.call("Move", "([('pan', 'absolute', 150.0)], 1.0, @a{sv} {})").said(), "()");
     client.call("Stop");
     int result = -1;
